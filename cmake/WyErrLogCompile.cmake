@@ -1,0 +1,45 @@
+# How every target of this project is compiled and linked. Included once, by the root list file; what
+# it sets ends at this project's border, so a project that consumes this one keeps its own flags.
+
+if(NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
+  set(CMAKE_BUILD_TYPE RelWithDebInfo)
+endif()
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ${PROJECT_IS_TOP_LEVEL})
+
+# Libraries and plug-ins lie together, in the build tree and when installed. A shared library searches
+# the directory it lies in, so the libraries find each other there, and dlopen finds the plug-ins.
+set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/bin")
+set(CMAKE_LIBRARY_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/lib")
+set(CMAKE_ARCHIVE_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/lib")
+set(CMAKE_BUILD_RPATH_USE_ORIGIN ON)
+set(CMAKE_BUILD_RPATH "${CMAKE_LIBRARY_OUTPUT_DIRECTORY}")
+file(RELATIVE_PATH bin_to_lib
+     "${CMAKE_INSTALL_FULL_BINDIR}" "${CMAKE_INSTALL_FULL_LIBDIR}")
+set(CMAKE_INSTALL_RPATH "$ORIGIN;$ORIGIN/${bin_to_lib}")
+
+# Warnings, for our own targets alone: link it PRIVATE as $<BUILD_INTERFACE:wyerrlog_warnings>, so that
+# nothing of it is exported.
+add_library(wyerrlog_warnings INTERFACE)
+target_compile_options(wyerrlog_warnings INTERFACE
+  -Wall -Wextra -Wpedantic -Wshadow -Wconversion $<$<BOOL:${WYERRLOG_WERROR}>:-Werror>)
+
+add_compile_definitions($<$<CONFIG:Debug>:_GLIBCXX_ASSERTIONS>)
+
+if(WYERRLOG_SANITIZE)
+  add_compile_options(-fsanitize=${WYERRLOG_SANITIZE} -fno-sanitize-recover=all
+                      -fno-omit-frame-pointer -O1)
+  # The sanitizers call dlopen from a library of their own, whose run path is not ours. The older tag
+  # of the program's run path holds for every library of the process, so the plug-ins are found again.
+  add_link_options(-fsanitize=${WYERRLOG_SANITIZE} -Wl,--disable-new-dtags)
+else()
+  # A symbol that nobody provides is found when the library is linked, not when it is loaded.
+  # Sanitized libraries leave the sanitizer's own symbols to the program.
+  add_link_options($<$<IN_LIST:$<TARGET_PROPERTY:TYPE>,SHARED_LIBRARY$<SEMICOLON>MODULE_LIBRARY>:-Wl,--no-undefined>)
+endif()

@@ -1,0 +1,35 @@
+include_guard(GLOBAL)
+include(GoogleTest)
+
+# wyerrlog_test(<name> SOURCES <file>... [LIBRARIES <target>...] [LABELS <label>...]
+#               [ENVIRONMENT <NAME=value>...] [TIMEOUT <seconds>])
+#
+# Builds one GoogleTest program and gives every TEST in it to CTest, which runs each in a process of its
+# own: a TEST may use process-wide state freely. The program's name is a label of its tests, so
+# `ctest -L <name>` runs one program's tests. Headers of the folder tests/ are included by their path
+# from there. Test programs are never installed.
+function(wyerrlog_test name)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "TIMEOUT" "SOURCES;LIBRARIES;LABELS;ENVIRONMENT")
+  if(arg_UNPARSED_ARGUMENTS OR NOT arg_SOURCES)
+    message(FATAL_ERROR "wyerrlog_test(${name}): SOURCES missing, or unknown arguments: "
+                        "${arg_UNPARSED_ARGUMENTS}")
+  endif()
+  if(NOT arg_TIMEOUT)
+    set(arg_TIMEOUT 120)
+  endif()
+
+  add_executable(${name} ${arg_SOURCES})
+  target_include_directories(${name} PRIVATE "${PROJECT_SOURCE_DIR}/tests")
+  target_link_libraries(${name} PRIVATE
+    ${arg_LIBRARIES} GTest::gmock GTest::gtest_main wyerrlog_warnings)
+  set_target_properties(${name} PROPERTIES
+    RUNTIME_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/tests/bin")
+
+  # Lists pass through two more rounds of expansion on their way to the tests' properties.
+  string(REPLACE ";" "\\;" labels "${name};${arg_LABELS}")
+  string(REPLACE ";" "\\;" environment "${arg_ENVIRONMENT}")
+  gtest_discover_tests(${name}
+    DISCOVERY_MODE PRE_TEST
+    DISCOVERY_TIMEOUT 60
+    PROPERTIES TIMEOUT ${arg_TIMEOUT} LABELS "${labels}" ENVIRONMENT "${environment}")
+endfunction()
