@@ -13,16 +13,18 @@ set(CMAKE_CXX_VISIBILITY_PRESET hidden)
 set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
 set(CMAKE_EXPORT_COMPILE_COMMANDS ${PROJECT_IS_TOP_LEVEL})
 
-# Libraries and plug-ins lie together, in the build tree and when installed. A shared library searches
-# the directory it lies in, so the libraries find each other there, and dlopen finds the plug-ins.
+# Libraries and plug-ins lie together, in the build tree and when installed. Everything searches the
+# directory it lies in, so the libraries find each other there and dlopen finds the plug-ins; programs
+# also search the library directory beside their own. One run path serves both trees: the ones that
+# CMake makes for the build tree alone end in an empty entry, which means the working directory.
 set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/bin")
 set(CMAKE_LIBRARY_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/lib")
 set(CMAKE_ARCHIVE_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/lib")
-set(CMAKE_BUILD_RPATH_USE_ORIGIN ON)
-set(CMAKE_BUILD_RPATH "${CMAKE_LIBRARY_OUTPUT_DIRECTORY}")
 file(RELATIVE_PATH bin_to_lib
      "${CMAKE_INSTALL_FULL_BINDIR}" "${CMAKE_INSTALL_FULL_LIBDIR}")
-set(CMAKE_INSTALL_RPATH "$ORIGIN;$ORIGIN/${bin_to_lib}")
+set(CMAKE_INSTALL_RPATH "$ORIGIN" "$ORIGIN/../lib" "$ORIGIN/${bin_to_lib}")
+list(REMOVE_DUPLICATES CMAKE_INSTALL_RPATH)
+set(CMAKE_BUILD_WITH_INSTALL_RPATH ON)
 
 # Warnings, for our own targets alone: link it PRIVATE as $<BUILD_INTERFACE:wyerrlog_warnings>, so that
 # nothing of it is exported.
@@ -35,8 +37,8 @@ add_compile_definitions($<$<CONFIG:Debug>:_GLIBCXX_ASSERTIONS>)
 if(WYERRLOG_SANITIZE)
   add_compile_options(-fsanitize=${WYERRLOG_SANITIZE} -fno-sanitize-recover=all
                       -fno-omit-frame-pointer -O1)
-  # The sanitizers call dlopen from a library of their own, whose run path is not ours. The older tag
-  # of the program's run path holds for every library of the process, so the plug-ins are found again.
+  # The sanitizers call dlopen from code of their own, whose run path is not ours. The older tag of the
+  # program's run path holds for every library of the process, so the plug-ins are found all the same.
   add_link_options(-fsanitize=${WYERRLOG_SANITIZE} -Wl,--disable-new-dtags)
 else()
   # A symbol that nobody provides is found when the library is linked, not when it is loaded.

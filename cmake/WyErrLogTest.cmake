@@ -23,13 +23,17 @@ function(wyerrlog_test name)
   target_link_libraries(${name} PRIVATE
     ${arg_LIBRARIES} GTest::gmock GTest::gtest_main wyerrlog_warnings)
   set_target_properties(${name} PROPERTIES
-    RUNTIME_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/tests/bin")
+    RUNTIME_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/tests/bin"
+    INSTALL_RPATH "$ORIGIN/../../lib")
 
-  # Lists pass through two more rounds of expansion on their way to the tests' properties.
-  string(REPLACE ";" "\\;" labels "${name};${arg_LABELS}")
-  string(REPLACE ";" "\\;" environment "${arg_ENVIRONMENT}")
-  gtest_discover_tests(${name}
-    DISCOVERY_MODE PRE_TEST
-    DISCOVERY_TIMEOUT 60
-    PROPERTIES TIMEOUT ${arg_TIMEOUT} LABELS "${labels}" ENVIRONMENT "${environment}")
+  gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60)
+
+  # Properties that are lists do not survive gtest_discover_tests; CTest reads this file after it.
+  set(properties_file "${CMAKE_CURRENT_BINARY_DIR}/${name}_properties.cmake")
+  file(WRITE "${properties_file}"
+    "if(${name}_TESTS)\n"
+    "  set_tests_properties(\${${name}_TESTS} PROPERTIES TIMEOUT ${arg_TIMEOUT}\n"
+    "    LABELS \"${name};${arg_LABELS}\" ENVIRONMENT [==[${arg_ENVIRONMENT}]==])\n"
+    "endif()\n")
+  set_property(DIRECTORY APPEND PROPERTY TEST_INCLUDE_FILES "${properties_file}")
 endfunction()

@@ -1,0 +1,51 @@
+#!/usr/bin/env bash
+# Installs the Debian packages that the build, the tests and the demo need, those that are missing; does
+# nothing when all are there. With --dev also the tools for developers.
+source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
+
+packages=(
+  g++ binutils cmake ninja-build    # the compiler with its sanitizers, nm, and the build
+  libgtest-dev libgmock-dev         # the tests
+  libbenchmark-dev                  # the benchmarks
+  strace                            # tests that watch the system calls
+  libcpp-httplib-dev curl           # the demo's web server, and a client to call it
+)
+[[ -d java ]] && packages+=(openjdk-17-jdk-headless)  # the Java binding
+
+developer_packages=(
+  clang libclang-rt-14-dev          # the second compiler, and its sanitizers
+  clang-format clang-tidy cppcheck  # style and static checks
+  valgrind                          # memory checks without a sanitizer build
+  ccache                            # faster rebuilds
+  git                               # scripts/check-format.sh asks it which files are tracked
+)
+
+case "$*" in
+  "") ;;
+  --dev) packages+=("${developer_packages[@]}") ;;
+  *) fail "usage: install-deps.sh [--dev]" ;;
+esac
+
+is_installed() { [[ $(dpkg-query -W -f='${db:Status-Status}' "$1" 2>/dev/null) == installed ]]; }
+
+missing=()
+for package in "${packages[@]}"; do
+  is_installed "$package" || missing+=("$package")
+done
+[[ ${#missing[@]} -gt 0 ]] || exit 0
+
+say "Installing ${missing[*]}"
+as_root=()
+if [[ $EUID -ne 0 ]]; then
+  command -v sudo >/dev/null || fail "neither root nor sudo; install these packages first"
+  as_root=(sudo)
+fi
+
+log=$(mktemp)
+trap 'rm -f "$log"' EXIT
+apt() {
+  "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get -q -y -o Dpkg::Use-Pty=0 "$@" \
+    >>"$log" 2>&1 </dev/null || { cat "$log"; fail "apt-get $1 failed"; }
+}
+apt update
+apt install --no-install-recommends "${missing[@]}"
