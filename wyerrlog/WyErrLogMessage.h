@@ -1,0 +1,237 @@
+#ifndef WYERRLOG_WYERRLOGMESSAGE_H
+#define WYERRLOG_WYERRLOGMESSAGE_H
+
+// One message on its way from a caller to an output: an error-log line, a trace record or an audit
+// record.
+//
+//   CWyErrLogMessage msg;
+//   msg.FormatLogProlog(__FILE__, __LINE__, 0);
+//   msg.FormatMessage(0x0300C001u, "alice", "/reports");
+//   theLogger()->LogErrMsg(msg);
+//
+// writes the line
+//
+//   [12345/139872916542208][Mon Nov 16 2026 17:16:13][agent.cpp:41][ERROR][login-00001] ...
+//
+// Texts are byte strings ended by a zero byte; lengths are bytes without it.
+
+#include <cstdarg>
+#include <string>
+#include <type_traits>
+
+#include "wyerrlog/WyErrLogPort.h"
+
+// A growable byte string that may hold zero bytes.
+class CpaStream {
+ public:
+  CpaStream& operator<<(char c) {
+    m_strBytes.push_back(c);
+    return *this;
+  }
+  // A null text appends "<null>".
+  CpaStream& operator<<(const char* pszText) {
+    m_strBytes.append(pszText != nullptr ? pszText : "<null>");
+    return *this;
+  }
+  template <typename T>
+  CpaStream& append(T value) {
+    return *this << value;
+  }
+  void clear() { m_strBytes.clear(); }
+  const char* c_str() const { return m_strBytes.c_str(); }
+
+ private:
+  friend class CWyErrLogMessage;
+
+  std::string m_strBytes;
+};
+
+// The text arguments of one message: at most 13, further ones are dropped without notice.
+class CpaArgList {
+ public:
+  static constexpr unsigned long MaxArguments = 13;
+
+  // Copies the argument's text; a null pointer counts as "<null>". Answers this list.
+  template <typename T>
+  CpaArgList& add(const T& argument) {
+    static_assert(std::is_convertible_v<const T&, const char*>, "message arguments are texts");
+    if (m_uCount >= MaxArguments) return *this;
+    m_stream << static_cast<const char*>(argument) << '\0';
+    ++m_uCount;
+    return *this;
+  }
+  CpaArgList& clear() {
+    m_stream.clear();
+    m_uCount = 0;
+    return *this;
+  }
+  // Fills the caller's array, which has room for 13 pointers, and answers how many it filled. The
+  // pointers stay valid until the list changes.
+  unsigned long toArgv(const char** ppszArguments) const {
+    const char* pszNext = m_stream.c_str();
+    for (unsigned long i = 0; i < m_uCount; ++i) {
+      ppszArguments[i] = pszNext;
+      pszNext += std::char_traits<char>::length(pszNext) + 1;
+    }
+    return m_uCount;
+  }
+
+ private:
+  friend class CWyErrLogMessage;
+
+  unsigned long m_uCount = 0;
+  CpaStream m_stream;
+};
+
+// A message is made by its caller, usually on the stack, formatted, passed to one log call and
+// destroyed. It is used by one thread at a time, takes no locks and is never copied. Making one for
+// each record is cheap: a thread lends its messages the memory of the ones before.
+//
+// Looking messages up (FormatLogMessage, FormatMessage and their kin) always asks the process
+// logger, theLogger(), whichever logger the message is written to afterwards.
+class WYERRLOG_API CWyErrLogMessage {
+ public:
+  // An empty message; dates are in the time base of the process logger.
+  CWyErrLogMessage();
+  // An empty message with local time (true) or UTC, for a logger chosen at run time: pass that
+  // logger's ShouldUseLocalTime().
+  explicit CWyErrLogMessage(bool bUseLocalTime);
+  virtual ~CWyErrLogMessage();
+  CWyErrLogMessage(const CWyErrLogMessage&) = delete;
+  CWyErrLogMessage& operator=(const CWyErrLogMessage&) = delete;
+
+  // ---- The text ----------------------------------------------------------------------------------
+
+  // Empties the text for the next record and sets the type to 0; everything else stays. Always true.
+  bool CleanUpMessage();
+
+  // The text. It belongs to the message and stays valid until the message changes or is destroyed;
+  // a callback that needs it for longer copies it.
+  const char* GetBuffer() const;
+  int GetBufferLen() const;  // bytes
+  int GetStringLen() const;  // the same
+
+  // What asynchronous callbacks receive: the same text as GetBuffer(), still owned by the message,
+  // and the function to call with it when they are done, which does nothing.
+  const char* ReleaseBuffer() const;
+  static void FreeBuffer(char* pszText);
+
+  // Replaces the text by a copy; null leaves it as it is.
+  void SetFormattedMessage(const char* pszText);
+
+  // ---- Error-log line: prolog --------------------------------------------------------------------
+
+  // Starts an error-log line afresh: "[pid/tid][Mon Nov 16 2026 17:16:13][file:line]". Only the part
+  // of `pszPath` behind its last "/" is shown; it must not be null. A line of 0 or less is left out.
+  // `iType` is kept and has no effect. Answers false when the process, the thread or the time cannot
+  // be named; the text then ends where the failure was.
+  bool FormatLogProlog(const char* pszPath, int iLine, int iType);
+
+  // ---- Error-log line: message -------------------------------------------------------------------
+
+  // The printf way: appends "[SEVERITY] ", the component's pattern for the identifier formatted with
+  // the arguments (at most 4095 bytes), and a newline. The pattern's conversions must fit the
+  // arguments. Answers false, and appends nothing, when there is no such message.
+  bool FormatLogMessage(int iId, ...);
+  bool FormatLogMessageVA(int iId, va_list args);
+
+  // The same with texts that replace the "%s" of the pattern one after another; nothing else in the
+  // pattern is special. A "%s" inside a text takes the next text. No limit of length. The first
+  // `iCount` entries of the array must not be null.
+  bool FormatLogMessage(int iId, char** ppszArguments, int iCount);
+
+  // The translated way: appends "[SEVERITY][key] ", the text of the message in the administrator's
+  // language with "{0}", "{1}", ... replaced by the arguments (at most 4095 bytes), and a newline.
+  // Never fails: what is not found is shown as "missing component library", "missing message key" or
+  // the key itself. Answers GetBuffer(). The identifier 0 means the one used last.
+  const char* FormatMessage(unsigned int uId);
+
+  // The same with these arguments, texts, of which 13 count.
+  template <typename A1, typename... An>
+  const char* FormatMessage(unsigned int uId, const A1& first, const An&... others) {
+    m_args.clear();
+    m_args.add(first);
+    (m_args.add(others), ...);
+    return FormatMessage(uId);
+  }
+
+  // The translated text for a locale, without line or severity, in the caller's buffer of `uSize`
+  // bytes, cut to fit; the arguments are those of the last FormatMessage. Answers the message's key,
+  // which stays valid while the process logger is initialised.
+  const char* PreformatMessage(unsigned int uId, const char* pszLocale, char* pszOut,
+                               unsigned long uSize);
+
+  // "INFO", "WARN", "ERROR" or "UNKNOWN": the severity of the last message that FormatMessage,
+  // PreformatMessage or one of the trace forms looked up.
+  const char* GetMsgSeverity() const;
+
+  // ---- Texts for trace records -------------------------------------------------------------------
+
+  // Appends a blank and the printf-formatted message; neither severity nor newline. Answers false
+  // when there is no such message.
+  bool FormatLogMessageForTrace(int iId, ...);
+
+  // Replaces the text by "[key] " and the English text of the message.
+  const char* FormatMessageForTrace(unsigned int uId);
+
+  // ---- Trace records -----------------------------------------------------------------------------
+
+  // A record in one of four layouts: begin, one call per field, end. It is appended to the text.
+  //   0 bracketed    [11/16/2026][17:16:13][Login accepted]
+  //   1 fixed width  values padded with blanks or cut to their widths, two blanks between
+  //   2 delimited    values with the tag between them
+  //   3 XML          one element per field inside an element named by the tag, on lines of their own
+  // Any other number gives a record of one newline. Values are written unchanged. The tag is not
+  // copied: it must live until EndTraceFormat; a null tag counts as an empty one.
+  void BeginTraceFormat(int iFormat, bool bUseLocalTime, const char* pszTag);
+  void FormatTraceField(const char* pszValue, const char* pszName);  // layouts 0, 2 and 3
+  void FormatTraceField(const char* pszValue, int iWidth);           // layout 1
+  void EndTraceFormat();
+
+  // ---- Audit records and free texts --------------------------------------------------------------
+
+  // Makes the printf-formatted record the text; it has no prolog, no newline and no limit of length
+  // of its own. Use a fresh message for each record: one of 4096 bytes and more is appended to what
+  // the message holds. Answers false, and changes nothing, for a null or empty format.
+  bool FormatAuditMessage(const char* pszFormat, ...);
+
+  // A printf-formatted text of at most 4095 bytes in memory of its own, which the caller gives to
+  // FreeFormattedMessage; null for a null or empty format.
+  static char* FormatTraceMessage(const char* pszFormat, ...);
+  static void FreeFormattedMessage(const char* pszText);
+
+  // ---- Helpers -----------------------------------------------------------------------------------
+
+  // Each writes a text ended by a zero byte into the caller's buffer of `iSize` bytes. Answers false
+  // for a null buffer and a size below the one named.
+  static bool GetPid(char* pszBuffer, int iSize);  // 10: this process's id, also after a fork
+  static bool GetTid(char* pszBuffer, int iSize);  // 15: the thread's id, its low 32 bits
+
+  // 25: the current time, local or UTC. Form 0 is "11/16/2026", 1 "17:16:13", 2 "17:16:13.005", any
+  // other "Mon Nov 16 2026 17:16:13". False also when the time cannot be read or does not fit.
+  static bool GetTime(int iForm, char* pszBuffer, bool bLocal, int iSize);
+
+  // 25: the given time as "Mon Nov 16 2026 17:16:13", in English whatever the process's locale.
+  // False also for a null time and for a weekday or month that does not exist.
+  static bool GetDateTime(const tm* pTime, char* pszBuffer, int iSize);
+
+  // The part of a path behind its last "/", within the argument.
+  static const char* PathnameFindFilePart(const char* pszPath);
+
+ private:
+  void AppendSeverity(unsigned int uId);
+  bool AppendPrintf(const char* pszPattern, va_list args);
+  void RecordId(unsigned int uId);
+
+  std::string* m_pBuffer;  // owned
+  int m_nType = 0;
+  int m_nTraceFormat = 0;
+  bool m_bUseLocalTime;
+  const char* m_pszTraceTag = nullptr;
+  bool m_bFirstField = true;
+  int m_nSeverity = 0;
+  CpaArgList m_args;
+  unsigned int m_nMsgId = 0;
+};
+
+#endif

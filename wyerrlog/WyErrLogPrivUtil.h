@@ -1,0 +1,173 @@
+#ifndef WYERRLOG_WYERRLOGPRIVUTIL_H
+#define WYERRLOG_WYERRLOGPRIVUTIL_H
+
+// Private: the locks under CWyErrLogCS and CWyErrLogGuard, what keeps them usable in a forked
+// child, and thread-specific slots.
+
+#include <array>
+#include <atomic>
+
+#include "wyerrlog/WyErrLogPort.h"
+
+// A mutex, not recursive.
+class CWyErrLogCriticalSection {
+ public:
+  CWyErrLogCriticalSection();
+  ~CWyErrLogCriticalSection();
+  CWyErrLogCriticalSection(const CWyErrLogCriticalSection&) = delete;
+  CWyErrLogCriticalSection& operator=(const CWyErrLogCriticalSection&) = delete;
+
+  void Enter();
+  void Leave();
+
+ private:
+  pthread_mutex_t m_mutex;
+};
+
+// Base of objects that are waited for by handle. Closes its handle when destroyed.
+class CWyErrLogSyncBase {
+ public:
+  CWyErrLogSyncBase();
+  ~CWyErrLogSyncBase();
+  CWyErrLogSyncBase(const CWyErrLogSyncBase&) = delete;
+  CWyErrLogSyncBase& operator=(const CWyErrLogSyncBase&) = delete;
+
+  // Answers 0 when a unit was taken, 1 when none was available and -1 on failure: no handle, or
+  // one that is closing.
+  int Wait(unsigned long ulTimeout);
+
+ protected:
+  void* m_hSem;
+};
+
+// A counting semaphore.
+class CWyErrLogSemaphore : public CWyErrLogSyncBase {
+ public:
+  // Without `bCreate`, and when creation fails, there is no handle: every wait and release fails.
+  CWyErrLogSemaphore(long lInitial, long lMax, bool bCreate);
+
+  // Adds units. Answers 1, or 0 when they were refused.
+  int Release(long lCount);
+};
+
+// The reader/writer lock under CWyErrLogGuard. Writers are preferred: a new reader waits behind a
+// waiting writer; a guard that becomes free goes to one waiting writer first, otherwise to all
+// readers waiting at that moment. Ownership passes inside Unlock, before the admitted threads wake.
+// Not recursive.
+//
+// A forked child finds every guard held by its one thread's own holds alone, and free otherwise;
+// no fork happens while another thread holds a guard for writing (see CWyForkGate).
+class CWyGuard {
+ public:
+  CWyGuard();
+  ~CWyGuard();
+  CWyGuard(const CWyGuard&) = delete;
+  CWyGuard& operator=(const CWyGuard&) = delete;
+
+  void LockForRead();
+  void LockForWrite();
+  void Unlock();
+
+  // In a forked child: forgets the parent's threads. `iOwnHolds` is what the surviving thread
+  // holds, as m_iActive counts it.
+  void ResetInForkedChild(int iOwnHolds);
+
+ private:
+  CWyErrLogCriticalSection m_cs;
+  CWyErrLogSemaphore m_readerSem;
+  CWyErrLogSemaphore m_writerSem;
+  // Read and written only inside m_cs.
+  int m_iWaitingReaders;
+  int m_iWaitingWriters;
+  int m_iActive;  // readers when positive, -1 for a writer, 0 when free
+};
+
+// ---- Fork ----------------------------------------------------------------------------------------
+
+// Sections that a fork must not catch half way: the installing and removing of outputs and
+// configurations (every write hold of a guard passes through here by itself) and the first making
+// of process-wide objects. A fork waits until no other thread is inside; a thread that is inside
+// may fork itself, and enter again.
+class CWyForkGate {
+ public:
+  CWyForkGate() { Enter(); }
+  ~CWyForkGate() { Leave(); }
+  CWyForkGate(const CWyForkGate&) = delete;
+  CWyForkGate& operator=(const CWyForkGate&) = delete;
+
+  static void Enter();
+  static void Leave();
+};
+
+class CWyReadSections;
+
+// The guards and critical sections of this process, so that a forked child finds them usable. They
+// register themselves; the registry is never destroyed.
+class CWyForkRegistry {
+ public:
+  // In which order a fork takes critical sections: an outer one may be held while an inner one is
+  // entered, and no two of the same kind are held together.
+  enum class Nesting { Outer, Inner };
+
+  static void Add(CWyErrLogCriticalSection& cs, Nesting nesting);
+  static void Remove(CWyErrLogCriticalSection& cs);
+  static void Add(CWyGuard& guard);
+  static void Remove(CWyGuard& guard);
+  static void Add(CWyReadSections& sections);
+  static void Remove(CWyReadSections& sections);
+};
+
+// ---- Lookups without a lock ----------------------------------------------------------------------
+
+// Lets many threads read what is nearly never removed, without a lock: a reader holds a section
+// while it uses the data, and the remover, having made the data unreachable, waits until the
+// sections that were open are closed. The counts are spread over cache lines, so that readers on
+// several processors do not slow each other down. A forked child finds no section open.
+class CWyReadSections {
+ public:
+  CWyReadSections() { CWyForkRegistry::Add(*this); }
+  ~CWyReadSections() { CWyForkRegistry::Remove(*this); }
+  CWyReadSections(const CWyReadSections&) = delete;
+  CWyReadSections& operator=(const CWyReadSections&) = delete;
+
+  class Scope {
+   public:
+    explicit Scope(CWyReadSections& sections);
+    ~Scope();
+    Scope(const Scope&) = delete;
+    Scope& operator=(const Scope&) = delete;
+
+   private:
+    std::atomic<long>& m_lCount;
+  };
+
+  // Waits until every section opened before the call is closed.
+  void WaitForReaders() const;
+
+  void ResetInForkedChild();
+
+ private:
+  struct alignas(64) Slot {
+    std::atomic<long> lCount{0};
+  };
+  std::array<Slot, 16> m_slots;
+};
+
+// ---- Thread-specific slots -----------------------------------------------------------------------
+
+// A thread-specific slot, null in a thread that never set it.
+class CpaTls {
+ public:
+  explicit CpaTls(void (*pfnDestructor)(void*));
+  ~CpaTls();
+  CpaTls(const CpaTls&) = delete;
+  CpaTls& operator=(const CpaTls&) = delete;
+
+  void* GetValue();
+  int SetValue(void* pValue);  // 0, or the system's error number
+
+ private:
+  unsigned int m_uKey;
+};
+
+#endif

@@ -1,0 +1,129 @@
+#ifndef WYERRLOG_WYERRLOGUTIL_H
+#define WYERRLOG_WYERRLOGUTIL_H
+
+// The library's locks and the loading of shared libraries by short names.
+//
+// The header is installed because the logger's class holds guards; its contents are for use inside
+// the library. Locks are not recursive: a thread that holds one must not ask for it again, a guard
+// not even for reading.
+
+class CWyErrLogCriticalSection;
+class CWyGuard;
+
+// ---- Critical section ----------------------------------------------------------------------------
+
+// Mutual exclusion. A child forked while another thread is inside finds the section free: the fork
+// waits until that thread has left. No host code may run inside.
+class CWyErrLogCS {
+ public:
+  CWyErrLogCS();
+  ~CWyErrLogCS();
+  CWyErrLogCS(const CWyErrLogCS&) = delete;
+  CWyErrLogCS& operator=(const CWyErrLogCS&) = delete;
+
+  void Enter();
+  void Leave();
+
+ private:
+  CWyErrLogCriticalSection* m_pCS;  // owned
+};
+
+// Holds a critical section for a scope.
+class CWyErrLogAutoCS {
+ public:
+  explicit CWyErrLogAutoCS(CWyErrLogCS& cs) : m_cs(cs) { m_cs.Enter(); }
+  ~CWyErrLogAutoCS() { m_cs.Leave(); }
+  CWyErrLogAutoCS(const CWyErrLogAutoCS&) = delete;
+  CWyErrLogAutoCS& operator=(const CWyErrLogAutoCS&) = delete;
+
+ private:
+  CWyErrLogCS& m_cs;
+};
+
+// ---- Reader/writer guard -------------------------------------------------------------------------
+
+// Many readers or one writer. A new reader waits behind a waiting writer; a guard that becomes free
+// goes to one waiting writer first, otherwise to all waiting readers at once.
+class CWyErrLogGuard {
+ public:
+  CWyErrLogGuard();
+  ~CWyErrLogGuard();
+  CWyErrLogGuard(const CWyErrLogGuard&) = delete;
+  CWyErrLogGuard& operator=(const CWyErrLogGuard&) = delete;
+
+  void LockForRead();
+  void LockForWrite();
+  void Unlock();
+
+  // Whether a scope holder of the calling thread holds this guard: asking for it again would wait
+  // for itself.
+  bool IsHeldByThisThread() const;
+
+ private:
+  friend class CWyErrLogAutoReader;
+  friend class CWyErrLogAutoWriter;
+
+  CWyGuard* m_pGuard;  // owned
+};
+
+// One hold of a guard by the calling thread, a link in that thread's list of holds. It lives in a
+// scope holder on the thread's stack.
+class CWyGuardHold {
+ public:
+  static constexpr int Read = 1;
+  static constexpr int Write = -1;
+
+  CWyGuardHold(const CWyGuard* pGuard, int iKind);
+  ~CWyGuardHold();
+  CWyGuardHold(const CWyGuardHold&) = delete;
+  CWyGuardHold& operator=(const CWyGuardHold&) = delete;
+
+  // Read, Write, or 0 when the calling thread does not hold the guard.
+  static int OfThisThread(const CWyGuard* pGuard);
+
+ private:
+  const CWyGuard* m_pGuard;
+  CWyGuardHold* m_pOuter;
+  int m_iKind;
+};
+
+// Holds a guard for reading for a scope.
+class CWyErrLogAutoReader {
+ public:
+  explicit CWyErrLogAutoReader(CWyErrLogGuard& guard);
+  ~CWyErrLogAutoReader();
+
+ private:
+  CWyErrLogGuard& m_guard;
+  CWyGuardHold m_hold;
+};
+
+// Holds a guard for writing for a scope.
+class CWyErrLogAutoWriter {
+ public:
+  explicit CWyErrLogAutoWriter(CWyErrLogGuard& guard);
+  ~CWyErrLogAutoWriter();
+
+ private:
+  CWyErrLogGuard& m_guard;
+  CWyGuardHold m_hold;
+};
+
+// ---- Shared libraries ----------------------------------------------------------------------------
+
+// Loads a shared library by a name such as "wylogcomponent". Tries, in this order: the name itself;
+// the name with ".so" in place of a missing, ".dll" or ".DLL" ending; that with "lib" before it,
+// unless it begins so or holds a "/"; and the last name tried in the directory "bin/" below the
+// value of the environment variable ORVA_WA_ROOT (unless it holds a "/"). That directory is fixed by
+// the first call that finds the variable set to at most 4089 bytes. Answers a handle, which the
+// caller gives to WyErrLogUtilFreeLibrary, or null.
+void* WyErrLogUtilLoadLibrary(char* pszName);
+
+// Closes the library: true when the system (dlclose) closed it, false also for a null handle.
+bool WyErrLogUtilFreeLibrary(void* hLib);
+
+// The address of a symbol in the library or, as dlsym has it, in one that it is linked to; null
+// when there is none.
+void* WyErrLogUtilGetProcAddress(void* hLib, char* pszSymbol);
+
+#endif

@@ -1,0 +1,246 @@
+#ifndef WYERRLOG_WYLOGOUTPUT_H
+#define WYERRLOG_WYLOGOUTPUT_H
+
+// Where a logger puts its finished messages: the controlling terminal, a log file, or a function of
+// the host. Hosts make outputs with CWyLogger::NewLogOutput and hand them to the logger, which opens
+// them, writes through them from several threads at once, and closes and deletes them.
+
+#include <atomic>
+#include <ctime>
+
+#include "wyerrlog/WyErrLogMessage.h"
+#include "wyerrlog/WyErrLogUtil.h"
+
+// The output interface. The order of the virtual operations is part of it.
+//
+// Open, Close and SetHeaders are called by one thread at a time and never together with Log; Log is
+// called by many threads at once. When Log has answered true the text has been handed over: to the
+// system with one call, or to the host's function.
+class WYERRLOG_API CWyLogOutput {
+ public:
+  CWyLogOutput();
+  virtual ~CWyLogOutput();
+  CWyLogOutput(const CWyLogOutput&) = delete;
+  CWyLogOutput& operator=(const CWyLogOutput&) = delete;
+
+  virtual bool Open() = 0;
+  virtual bool Log(CWyErrLogMessage& msg) = 0;
+  virtual bool Flush();  // true: nothing is ever held back
+  virtual bool Close() = 0;
+  virtual void EnableBuffering(bool bEnable);  // no effect: every message is its own system call
+  virtual bool IsBufferingEnabled();
+  virtual bool IsBufferingSupported();
+  // Two lines for the top of every new file; kept by file outputs alone.
+  virtual void SetHeaders(CWyErrLogMessage& first, CWyErrLogMessage& second);
+  // Whether the text may be used after Log has returned. Such an output cannot be the first of two.
+  virtual bool IsAsync();
+
+  // 0 console, 1 file, 2 and 3 synchronous and asynchronous callback, 4 and 5 the same with a
+  // parameter. Outputs of the host's own take another number: the logger's DeleteLogOutput deletes
+  // only these six.
+  int GetType() { return m_iType; }
+  void SetType(int iType) { m_iType = iType; }
+
+ private:
+  int m_iType;
+};
+
+// ---- Console -------------------------------------------------------------------------------------
+
+// The process's one handle of the controlling terminal ("/dev/tty"), shared by all console outputs
+// and open while one of them is.
+class CWyConsoleManager {
+ public:
+  CWyConsoleManager();
+  virtual ~CWyConsoleManager();
+  CWyConsoleManager(const CWyConsoleManager&) = delete;
+  CWyConsoleManager& operator=(const CWyConsoleManager&) = delete;
+
+  int GetConsoleHandle();  // takes a reference; -1, and none, when there is no terminal
+  void ReleaseConsoleHandle();
+
+ private:
+  CWyErrLogCS m_cs;
+  int m_iRefCount;
+  int m_hConsole;
+};
+
+// Made by the first call and alive for as long as any logger is.
+CWyConsoleManager* theConsoleManager();
+
+// Writes to the controlling terminal. Open fails without one, and when it is open already.
+class WYERRLOG_API CWyConsoleOutput : public CWyLogOutput {
+ public:
+  CWyConsoleOutput();
+  ~CWyConsoleOutput() override;  // does not give up the terminal: Close does
+
+  bool Open() override;
+  bool Log(CWyErrLogMessage& msg) override;
+  bool Close() override;
+  virtual bool SetParams();
+
+ private:
+  int m_hConsole;  // -1 when not open
+};
+
+// ---- File ----------------------------------------------------------------------------------------
+
+// Appends to a log file, one system call per message. Two modes roll the file over by size: it is
+// moved to a backup beside it, named by local date and time, and a new one is started.
+//
+//   mode  an existing file is ...     rollover by size
+//   0     overwritten                 no
+//   1     appended to                 no
+//   2     moved to a backup           no
+//   3     appended to                 yes
+//   4     moved to a backup           yes
+//
+// Several threads write at once. Several processes may append to one file; only one may roll it over.
+// A forked child writes through the parent's descriptor. Files are closed in programs that the
+// process executes.
+class WYERRLOG_API CWyFileOutput : public CWyLogOutput {
+ public:
+  CWyFileOutput();
+  ~CWyFileOutput() override;
+
+  bool Open() override;
+  bool Log(CWyErrLogMessage& msg) override;
+  bool Close() override;
+  void EnableBuffering(bool bEnable) override;
+  bool IsBufferingEnabled() override;
+  bool IsBufferingSupported() override;
+  void SetHeaders(CWyErrLogMessage& first, CWyErrLogMessage& second) override;
+
+  // The path is copied. `maxSizeMB` is the size, in units of 1,048,576 bytes, that a size-limited
+  // file stays below (a longer single message excepted); `maxBackups` the number of backups to keep,
+  // 0 for all. Answers false for a null or empty path, an unknown mode, negative numbers, and a size
+  // of 4096 and more. A second call replaces the first.
+  virtual bool SetParams(const char* pszFileName, int iMode, int iMaxSizeMB, int iMaxBackups);
+  // Writes one text as it stands. False for a null text, without an open file, and when a due
+  // rollover or the write fails; the text is then dropped.
+  virtual bool Log(const char* pszText);
+
+  // ---- The steps of Open and Log; the logger's callers need none of them -------------------------
+
+  // One write, which a full disk may cut short. False when the system refused it.
+  bool LogMessage(const char* pszText);
+
+  // False only when the system says that nothing bears the name.
+  bool FileExists(const char* pszPath) const;
+
+  // Opens the log file: 0 as a new file, 1 overwriting what it holds, 2 appending to it. Created
+  // files get the permissions 0644 less the umask.
+  bool OpenFile(int iHow);
+  bool CloseFile();  // always true
+
+  // Moves the log file to a backup, `name_20261116_171613.ext` or, when that is taken,
+  // `name_20261116_171613_01.ext` and so on, deletes the oldest backups beyond the number to keep,
+  // and starts a new file with the headers. The stamp is local time. Answers true when a file is
+  // open afterwards: the new one, or, when the system does not permit the renaming (EACCES), the old
+  // one; another attempt is due 300 seconds later. Otherwise the output is closed.
+  bool Rollover();
+
+  // Whether a directory entry's name is a backup of the log file of the given name.
+  bool IsBackedUpFile(const char* pszName, const char* pszBaseName);
+
+  void LogHeaders();
+
+ private:
+  bool LogWithinLimit(const char* pszText);
+  bool LogAfterRefusal(const char* pszText);
+  bool IsRetryDue() const;
+
+  CWyErrLogCS m_cs;
+  char* m_pszFileName;
+  int m_hFile;  // -1 when closed
+  int m_iMaxBackups;
+  unsigned int m_uMaxFileSize;  // bytes
+  int m_iMode;
+  // Set by a refused rename. While it is set, writers of every mode come one after another, because
+  // one of them will close and reopen the file.
+  std::atomic<bool> m_bRolloverRetry;
+  time_t m_tRolloverFailed;
+  CWyErrLogMessage m_msgHeader1;
+  CWyErrLogMessage m_msgHeader2;
+};
+
+// ---- Callbacks -----------------------------------------------------------------------------------
+
+// The host's functions receive the text, ended by a zero byte, and its length in bytes. They run on
+// the thread that logs, several at once, while the logger's output is locked for reading: they must
+// not install or remove outputs of that logger, and a message they log to the same log is refused
+// (false). A null function is never called: Log then answers false.
+
+// The text is valid during the call.
+class WYERRLOG_API CWySyncCallbackOutput : public CWyLogOutput {
+ public:
+  using Callback = void (*)(const char* pszText, int iLength);
+
+  CWySyncCallbackOutput();
+  ~CWySyncCallbackOutput() override;
+
+  bool Open() override;
+  bool Log(CWyErrLogMessage& msg) override;
+  bool Close() override;  // forgets the function
+  virtual bool SetParams(Callback pfnCallback);
+
+ private:
+  Callback m_pfnCallback;
+};
+
+// The receiver calls `pfnFree` with the text when it is done with it; the text is valid during the
+// call of the callback all the same.
+class WYERRLOG_API CWyAsyncCallbackOutput : public CWyLogOutput {
+ public:
+  using Callback = void (*)(const char* pszText, int iLength, void (*pfnFree)(char*));
+
+  CWyAsyncCallbackOutput();
+  ~CWyAsyncCallbackOutput() override;
+
+  bool Open() override;
+  bool Log(CWyErrLogMessage& msg) override;
+  bool Close() override;  // keeps the function
+  bool IsAsync() override;
+  virtual bool SetParams(Callback pfnCallback);
+
+ private:
+  Callback m_pfnCallback;
+};
+
+// Passes the host's parameter too. Neither it nor the function may be null: Open then fails.
+class WYERRLOG_API CWySyncParameterizedCallbackOutput : public CWyLogOutput {
+ public:
+  using Callback = void (*)(const char* pszText, int iLength, void* pParam);
+
+  CWySyncParameterizedCallbackOutput();
+  ~CWySyncParameterizedCallbackOutput() override;
+
+  bool Open() override;
+  bool Log(CWyErrLogMessage& msg) override;
+  bool Close() override;  // forgets function and parameter
+  virtual bool SetParams(Callback pfnCallback, void* pParam);
+
+ private:
+  Callback m_pfnCallback;
+  void* m_pParam;
+};
+
+class WYERRLOG_API CWyAsyncParameterizedCallbackOutput : public CWyLogOutput {
+ public:
+  using Callback = void (*)(const char* pszText, int iLength, void (*pfnFree)(char*), void* pParam);
+
+  CWyAsyncParameterizedCallbackOutput();
+  ~CWyAsyncParameterizedCallbackOutput() override;
+
+  bool Open() override;
+  bool Log(CWyErrLogMessage& msg) override;
+  bool Close() override;  // keeps function and parameter
+  bool IsAsync() override;
+  virtual bool SetParams(Callback pfnCallback, void* pParam);
+
+ private:
+  Callback m_pfnCallback;
+  void* m_pParam;
+};
+
+#endif

@@ -1,0 +1,240 @@
+#ifndef WYERRLOG_WYLOGGER_H
+#define WYERRLOG_WYLOGGER_H
+
+// The logger: the outputs of one error log, one trace and one audit log, the installed trace
+// configuration and the message components.
+
+#include <atomic>
+#include <memory>
+#include <string>
+
+#include "wyerrlog/WyErrLogConfig.h"
+#include "wyerrlog/WyErrLogMessage.h"
+#include "wyerrlog/WyErrLogUtil.h"
+#include "wyerrlog/WyLogComponent.h"
+#include "wyerrlog/WyLogOutput.h"
+#include "wyerrlog/WyTraceData.h"
+
+class CWyReadSections;
+
+// Every operation may be called by any thread. Log calls and trace decisions run side by side;
+// installing and removing outputs or configurations waits for those under way and holds up new ones.
+//
+// A host callback runs inside a log call: what it asks of the same log (logging to it, installing or
+// removing its output, for a trace callback also a trace decision) is refused with false at once.
+//
+// A process may fork at any time, also while other threads log: the child logs through the outputs
+// it has inherited, under its own process id. (One thing stays the C library's: a child forked while
+// a thread of the host is inside localtime or gmtime itself may wait for ever at its first date.)
+//
+// Nothing throws. The library reports no failures of its own anywhere: the results are the report.
+class WYERRLOG_API CWyLogger {
+ public:
+  // A logger with its components loaded and without outputs.
+  CWyLogger();
+  // Closes and deletes the outputs. No other thread may use the logger any more.
+  virtual ~CWyLogger();
+  CWyLogger(const CWyLogger&) = delete;
+  CWyLogger& operator=(const CWyLogger&) = delete;
+
+  // Init is part of construction. Release takes a logger out of use: it removes the outputs and the
+  // configuration and gives up the components; log calls and decisions answer false afterwards, and
+  // installing an output does. Init makes it usable again. Each does nothing when it is done already.
+  void Init();
+  void Release();
+
+  // ---- Outputs -----------------------------------------------------------------------------------
+
+  // Makes an output; null when its parameters are refused (see the SetParams of its class). It
+  // belongs to the caller until an installing call succeeds, then to the logger. The number is not
+  // consulted: the form of the call chooses the kind.
+  CWyLogOutput* NewLogOutput(int iType);
+  CWyLogOutput* NewLogOutput(int iType, const char* pszFileName, int iMode, int iMaxSizeMB,
+                             int iMaxBackups);
+  CWyLogOutput* NewLogOutput(int iType, CWySyncCallbackOutput::Callback pfnCallback);
+  CWyLogOutput* NewLogOutput(int iType, CWySyncParameterizedCallbackOutput::Callback pfnCallback,
+                             void* pParam);
+  CWyLogOutput* NewLogOutput(int iType, CWyAsyncCallbackOutput::Callback pfnCallback);
+  CWyLogOutput* NewLogOutput(int iType, CWyAsyncParameterizedCallbackOutput::Callback pfnCallback,
+                             void* pParam);
+
+  // Deletes an output that the caller still owns; null is fine. An output of the host's own kind is
+  // left alone.
+  void DeleteLogOutput(CWyLogOutput* pOutput);
+
+  // ---- Error log ---------------------------------------------------------------------------------
+
+  // Closes and deletes the installed output, then opens and installs the new one. When that cannot
+  // be opened, the answer is false, the error log has no output and the new one stays the caller's.
+  // For null, for the output already installed and on a released logger the answer is false and
+  // nothing changes.
+  bool SetLogOutput(CWyLogOutput* pOutput);
+  // The same for a caller that holds the error log's guard for writing.
+  bool SetLogOutput_Unlocked(CWyLogOutput* pOutput);
+  void DisableLog();
+
+  // Writes the message's text. False without an output, and when the output could not take it; the
+  // message is not tried again.
+  bool LogErrMsg(CWyErrLogMessage& msg);
+
+  // ---- Audit log ---------------------------------------------------------------------------------
+
+  // As SetLogOutput, DisableLog and LogErrMsg, for the audit log.
+  bool EnableAuditLogRollover(CWyLogOutput* pOutput);
+  void DisableAuditLog();
+  bool LogAuditMsg(CWyErrLogMessage& msg);
+
+  // ---- Trace -------------------------------------------------------------------------------------
+
+  // Reads the trace configuration file and turns tracing on with it, in the given layout, to one or
+  // two outputs; a configuration and outputs installed before are replaced. When there is a second
+  // output, the first must not be asynchronous. `bOutputOnly` replaces the primary output alone: the
+  // configuration and the second output stay, and `pSecondOutput` stays the caller's. `bUseLocalTime`
+  // applies to the whole logger. Two title lines go to the outputs, and to the top of every file
+  // after a rollover (layout 3 has none).
+  //
+  // False, and nothing changes: for a null output or one that is installed already, an asynchronous
+  // one before a second, a configuration file that cannot be read or is not one, `bOutputOnly`
+  // without a configuration, a released logger. False, and the outputs installed before are gone
+  // (the configuration too, unless `bOutputOnly`): when an output cannot be opened. Outputs that were
+  // not installed stay the caller's.
+  bool EnableTrace(CWyLogOutput* pOutput, CWyLogOutput* pSecondOutput, int iFormat,
+                   const char* pszDelimiter, const char* pszConfigFile, bool bUseLocalTime,
+                   bool bOutputOnly, bool bBuffered);
+  bool EnableTrace(CWyLogOutput* pOutput, int iFormat, const char* pszDelimiter,
+                   const char* pszConfigFile, bool bUseLocalTime, bool bOutputOnly, bool bBuffered);
+
+  // Removes configuration and outputs, or the primary output alone.
+  void DisableTrace(bool bOutputOnly);
+
+  // Whether tracing is on and the component of the identifier (bits 16 to 31) is traced; for 0,
+  // whether tracing is on. The usual answer, false, takes no lock.
+  bool TraceEnabled(unsigned int uId);
+
+  // The same for a caller with a record of its own, which is brought up to the installed
+  // configuration; its values stay.
+  bool ShouldTrace(unsigned int uId, CWyTraceData* pData);
+
+  // The same with the calling thread's own record for this logger, which is the logger's and lives
+  // as long as the thread. `*ppData` must be null on the way in: a record that is already taken is
+  // not taken again (false).
+  bool ShouldTraceAlloc(unsigned int uId, CWyTraceData** ppData);
+
+  // Writes to every installed trace output. True when there is one and each took the message.
+  bool LogTraceMsg(CWyErrLogMessage& msg);
+
+  // ---- Components --------------------------------------------------------------------------------
+
+  // The message key (or printf pattern) and the name of the bundle of an identifier's message; null
+  // when the logger is released or knows no such component or message. The texts belong to the
+  // component and stay valid until the logger is released.
+  const char* FetchMsg(unsigned int uId) const;
+  const char* GetMsgBundle(unsigned int uId) const;
+
+  // "Name ; description : sub-component ; description & ... | Name ; ...": what trace configuration
+  // files can select; and the names of the data fields, separated by blanks. Null on a released
+  // logger. Valid until it is released.
+  const char* GetAvailableComponents() const;
+  const char* GetAvailableDataFields() const;
+
+  CWyErrLogComponent* LoadComponent(unsigned long uId, const char* pszLibName);
+  void UnloadComponent(CWyErrLogComponent* pComponent);
+  bool InitKnownInfo();
+
+  // ---- Settings ----------------------------------------------------------------------------------
+
+  // A number for the host; the library does not use it. Milliseconds, say.
+  void SetExecutionTimeThreshold(int iThreshold);
+  int GetExecutionTimeThreshold() const;
+
+  // Whether messages made for this logger show local time; UTC at first.
+  void UseLocalTime(bool bUseLocalTime);
+  bool ShouldUseLocalTime() const;
+
+ private:
+  friend class CWyErrLogMessage;
+
+  void LoadComponents();
+  void ReleaseComponents();
+  void ReleaseKnownInfo();
+  void AddComponentInfo(const CWyErrLogComponent& component, std::string& strList);
+  void AppendComponentInfo(unsigned int uId, const char* pszName);
+  CWyErrLogComponent* FindComponent(unsigned int uId) const;
+
+  std::unique_ptr<CWyTraceData> NewTraceConfiguration(int iFormat, const char* pszDelimiter,
+                                                      const char* pszConfigFile,
+                                                      bool bUseLocalTime);
+  bool IsInstalledForTrace(const CWyLogOutput* pOutput) const;
+  bool OpenTraceOutputs(CWyLogOutput* pOutput, CWyLogOutput* pSecondOutput, bool bBuffered);
+  void InstallTraceConfiguration(std::unique_ptr<CWyTraceData> pConfiguration, bool bUseLocalTime);
+  void RemoveTraceConfiguration();
+  void RemoveTraceOutputs(bool bPrimaryOnly);
+  void LogTraceHeaders(CWyErrLogMessage& first, CWyErrLogMessage& second, bool bPrimaryOnly);
+
+  std::atomic<int>& DecisionCell(unsigned int uId);
+  bool IsTraceOn() const;
+  bool IsKnownUntraced(unsigned int uId);
+  bool DecideLocked(unsigned int uId);
+  CWyTraceData* TakeThreadRecord();
+
+  unsigned int m_uThreadKey;
+  std::atomic<bool> m_bInitialized;
+  CWyLogOutput* m_pLogOutput;
+  // Read before the guard is taken, hence atomic; the objects only under the guard.
+  std::atomic<CWyLogOutput*> m_pTraceOutput;
+  std::atomic<CWyLogOutput*> m_pSecondTraceOutput;
+  CWyLogOutput* m_pAuditOutput;
+  CWyErrLogComponent** m_ppComponents;
+  int m_iComponentSlotCount;
+  std::atomic<bool> m_bUseLocalTime;
+  CWyErrLogGuard m_logGuard;
+  CWyErrLogGuard m_traceGuard;
+  CWyErrLogGuard m_auditGuard;
+  std::string m_strAvailableComponents;
+  std::string m_strAvailableDataFields;
+  WyTraceComponentInfo* m_pComponentInfo;
+  int m_iComponentInfoCount;
+  WyTraceDataFieldInfo* m_pDataFieldInfo;
+  int m_iDataFieldCount;
+  std::atomic<CWyTraceData*> m_pTraceData;
+  // By component and sub-component number: 0 undecided, 1 traced, -1 not traced.
+  std::atomic<int> m_aiTraceDecision[256][256];
+  std::atomic<int> m_iExecutionTimeThreshold;
+
+  // The highest version that a configuration of this logger has had.
+  int m_iHighestVersion;
+  // Open while a message formatter uses a text of a component, which Release then waits for.
+  std::unique_ptr<CWyReadSections> m_pLookups;
+
+  static std::atomic<bool> m_bUnloadedComponents;
+  static std::atomic<int> m_iConfigVersion;
+};
+
+// The process-wide logger, made by the first call. At process exit it is released, and from then on
+// its log calls answer false; threads that still run may go on calling it until the process is gone.
+WYERRLOG_API CWyLogger* theLogger();
+
+// Tracing to a file on the process logger in one call: rolled over by size when `iMaxSizeMB` is
+// positive, with `iBackups` backups (0: all). Without `bAppend` the trace starts in a new file, an
+// existing one is moved to a backup. The other arguments are those of EnableTrace; an empty separator
+// is none. False for null or empty paths, and when the file or tracing cannot be set up.
+extern "C" WYERRLOG_API bool WyInitLogger(bool bAppend, bool bUseLocalTime, int iMaxSizeMB,
+                                          int iFormat, const char* pszDelimiter,
+                                          const char* pszConfigFile, const char* pszTraceFile,
+                                          int iBackups);
+
+// ---- The pool of per-thread trace records --------------------------------------------------------
+
+// One record of the pool, lent to one thread for one logger at a time.
+class ThreadTraceData;
+
+// Takes a record that no thread has, making thirty more when there is none.
+WYERRLOG_API ThreadTraceData* GetThreadTraceData();
+
+// Gives up every record that no thread has; the others go when their threads end.
+WYERRLOG_API void DestroyAllThreadTraceData();
+
+// Gives a record back; called by the system at the end of the thread that has it.
+extern "C" WYERRLOG_API void FreeThreadTraceData(void* pEntry);
+
+#endif

@@ -1,0 +1,55 @@
+#ifndef WYERRLOG_WYLOGGERLIST_H
+#define WYERRLOG_WYLOGGERLIST_H
+
+// Loggers under names, beside the process logger: for a tenant, a virtual host, a Java application.
+
+#include <atomic>
+#include <map>
+
+#include "wyerrlog/WyErrLogUtil.h"
+#include "wyerrlog/WyLogger.h"
+
+// A registry of named loggers. Names are compared byte by byte. The registry owns names and loggers;
+// any thread may call it. Using a logger and removing it must be ordered by the host: a removed
+// logger is destroyed at once.
+class WYERRLOG_API CWyLoggerList {
+ public:
+  CWyLoggerList();
+  virtual ~CWyLoggerList();  // destroys every logger
+  CWyLoggerList(const CWyLoggerList&) = delete;
+  CWyLoggerList& operator=(const CWyLoggerList&) = delete;
+
+  // The logger of that name; null when there is none, and for a null name.
+  CWyLogger* GetLogger(const char* pszName);
+
+  // The logger of that name, made when there is none; its outputs are the caller's to install. Null
+  // for a null or empty name.
+  CWyLogger* AddLogger(const char* pszName);
+
+  // Destroys the logger of that name. False when there is none, and for a null name; true as long as
+  // no logger has ever been added.
+  bool RemoveLogger(const char* pszName);
+
+ private:
+  struct cmp_cstr {
+    bool operator()(const char* pszFirst, const char* pszSecond) const;
+  };
+  using LoggerMap = std::map<const char*, const CWyLogger*, cmp_cstr>;
+
+  CWyLogger* Find(const char* pszName) const;
+
+  // Made by the first addition; atomic because it is tested before the guard is taken.
+  std::atomic<LoggerMap*> m_pMap;
+  CWyErrLogGuard m_guard;
+};
+
+// The process's registry, made by the first call. Its loggers are destroyed at process exit, before
+// the process logger is released.
+WYERRLOG_API CWyLoggerList* theLoggerList();
+
+// The logger of that name in the process's registry, made when there is none; null for a null or
+// empty name. And the removal of one: see RemoveLogger.
+WYERRLOG_API CWyLogger* getMyLogger(const char* pszName);
+WYERRLOG_API bool removeMyLogger(const char* pszName);
+
+#endif

@@ -1,0 +1,207 @@
+#ifndef WYERRLOG_WYTRACEDATA_H
+#define WYERRLOG_WYTRACEDATA_H
+
+// The trace configuration and the trace record, which are one class: a logger's installed
+// configuration is a CWyTraceData, and each thread that traces fills a copy of it with the values of
+// its record.
+
+#include <array>
+#include <cstdarg>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "wyerrlog/WyErrLogMessage.h"
+
+class CWyLogger;
+
+// One component or sub-component that a trace configuration file can select.
+struct WyTraceComponentInfo {
+  bool bTraced;         // selected
+  unsigned int uId;     // component number in bits 24 to 31, sub-component number in bits 16 to 23
+  const char* pszName;  // "Login_Logout", "Login_Logout/Authentication"; owned by the logger
+};
+
+// One of the 66 data fields: what the configuration says of it, and its value in a record.
+struct WyTraceDataFieldInfo {
+  bool bTraced;             // stands on the "data" line
+  bool bFiltered;           // has a filter
+  unsigned int uId;         // field number, 0 to 65
+  const char* pszName;      // from the known data fields
+  unsigned int uWidth;      // column width, characters
+  char* pszFilter;          // filter text, null without a filter
+  unsigned int uFilterOp;   // 1 "==", 2 "!=", 7 "@@" (holds), 8 "!@" (does not hold)
+  char* pszValue;           // the value: szValue, or heap memory for a longer one
+  bool bValueAllocated;
+  char szValue[1024];
+};
+
+// One trace call, when the logger has said that its component is traced:
+//
+//   CWyTraceData* pData = nullptr;
+//   if (pLogger->ShouldTraceAlloc(uComponentId, &pData)) {
+//     CWyTraceSupresser suppress;
+//     bool bWanted = !pData->FieldTraced(9) || pData->SetFieldValue(9, "alice");
+//     ... further fields, until one answers false: its filter drops the record
+//     if (bWanted && pData->Format()) pData->Log();
+//     pData->LeaveNoBody();
+//   }
+//
+// A record belongs to one thread at a time and takes no lock. It shares the texts and tables of its
+// configuration, which live until the last record that uses them lets go, whatever happens to the
+// logger's configuration in between. An object is about 70 KiB; one on the stack needs that room.
+class WYERRLOG_API CWyTraceData {
+ public:
+  static constexpr unsigned int FieldCount = 66;
+  static constexpr int InlineValueSize = 1024;  // bytes, with the terminator
+
+  CWyTraceData();
+  virtual ~CWyTraceData();
+  CWyTraceData(const CWyTraceData&) = delete;
+  // Takes over the configuration of another object; the values stay this object's own.
+  CWyTraceData& operator=(const CWyTraceData& master);
+
+  // ---- Configuration -----------------------------------------------------------------------------
+
+  // Makes this fresh object a configuration. `iFormat` is the layout (see
+  // CWyErrLogMessage::BeginTraceFormat), `pszDelimiter` the separator of layout 2 or null. The
+  // component table is copied, its names are not; `pDataFieldInfo` has 66 entries. Answers false for
+  // null tables and for a configuration file that cannot be read or is not one.
+  bool SetConfiguration(int iFormat, const char* pszDelimiter, const char* pszConfigFile,
+                        int iComponentCount, WyTraceComponentInfo* pComponentInfo,
+                        WyTraceDataFieldInfo* pDataFieldInfo, bool bUseLocalTime);
+
+  // Reads a trace configuration file into the tables. False when it cannot be opened, and when its
+  // first two statements are not "components" and "data"; what stood before is applied all the same.
+  // Unknown names and filters that make no sense are passed over.
+  bool ReadConfigFile(const char* pszConfigFile);
+
+  // Selects a component with all its sub-components, or one sub-component. False without a table.
+  bool MarkComponentTraced(unsigned int uId);
+
+  // Entries by identifier or by exact name; null when there is none.
+  WyTraceComponentInfo* GetComponentInfo(unsigned int uId);
+  WyTraceComponentInfo* GetComponentInfo(const char* pszName);
+  WyTraceDataFieldInfo* GetDataFieldInfo(unsigned int uId);
+  WyTraceDataFieldInfo* GetDataFieldInfo(const char* pszName);
+
+  bool ComponentSelected(unsigned int uId);
+  // For field numbers below 66.
+  bool FieldTraced(unsigned int uId) const { return m_fields[uId].bTraced; }
+  bool FieldFiltered(unsigned int uId) const { return m_fields[uId].bFiltered; }
+
+  // ---- Values ------------------------------------------------------------------------------------
+
+  // Sets the value of a field and applies the field's filter: false means that the record is to be
+  // dropped. Also false for field numbers of 66 and more. Texts are copied; field 1 (SrcFile) keeps
+  // 1023 bytes, others any length; a null text is an empty one.
+  //
+  // The fields Pid and Tid (2, 3) take their own values with the int overload, and the fields Date,
+  // Time and PreciseTime (4, 5, 6) are read from the clock together by the highest-numbered of them
+  // that is traced; the int is ignored for these five.
+  bool SetFieldValue(unsigned int uId, int iValue);
+  bool SetFieldValue(unsigned int uId, unsigned int uValue);
+  bool SetFieldValue(unsigned int uId, double dValue);  // six decimals
+  bool SetFieldValue(unsigned int uId, const char* pszValue);
+  bool SetFieldValue(unsigned int uId, bool bValue);  // "true", "false"
+
+  // Whether the field's present value passes its filter.
+  bool TestDataFilter(unsigned int uId);
+
+  // Sets the fields 4, 5 and 6 from one reading of the clock and applies their filters.
+  bool PopulateDateandTime();
+
+  // A printf-formatted text of any length in memory of the record, valid until the next such call or
+  // until the record is emptied.
+  char* FormatTraceMessage(const char* pszFormat, ...);
+  char* FormatTraceMessageVA(const char* pszFormat, va_list args);
+
+  // ---- The record --------------------------------------------------------------------------------
+
+  // Writes a line of the selected fields into the message: mode 0 the values, 1 the names, 2 dashes,
+  // any other equals signs. Layout 3 has mode 0 alone: false for the others.
+  bool AssembleTraceMessage(CWyErrLogMessage* pMsg, int iMode);
+  bool Format();  // assembles the values into the record's own message
+  bool Log();     // hands that message to the logger; its answer
+
+  // The logger that Log uses; the process logger when none is set.
+  void SetLogger(CWyLogger* pLogger) { m_pLogger = pLogger; }
+  CWyLogger* GetLogger() const;
+
+  // Empties the record for the next call. Always true.
+  bool CleanUpData();
+  bool LeaveNoBody();
+
+ private:
+  friend class CWyLogger;
+
+  // What a configuration owns and its records share.
+  struct Shared {
+    std::string strDelimiter;
+    std::vector<WyTraceComponentInfo> components;
+    std::array<std::string, FieldCount> filters;
+  };
+
+  bool ParseLine(const char* pszLine, int& iState, bool& bExpand);
+  bool SelectComponents(const char* pszNames);
+  void SelectFields(const char* pszNames);
+  void AddFilter(const char* pszLine);
+  void ExpandCompatibly();
+  void MarkIfPresent(const char* pszName);
+
+  WyTraceDataFieldInfo* Touch(unsigned int uId);
+  bool FilterAllows(unsigned int uId);
+  bool StoreText(unsigned int uId, const char* pszText, size_t uLength);
+  void ClearField(WyTraceDataFieldInfo& field);
+  bool AppendField(CWyErrLogMessage* pMsg, const WyTraceDataFieldInfo& field, const char* pszText);
+  void ChooseDateTimeField();
+
+  bool m_bValid;
+  bool m_bMaster;
+  bool m_bUseLocalTime;
+  int m_nTraceFormat;
+  char* m_pszDelimiter;
+  int m_iComponentCount;
+  WyTraceComponentInfo* m_pComponents;
+  WyTraceDataFieldInfo m_fields[FieldCount];
+  CWyErrLogMessage m_message;
+  char m_szTraceText[InlineValueSize];
+  char* m_pszLongTraceText;
+  unsigned int m_auFieldOrder[FieldCount];
+  int m_iVersion;
+  CWyLogger* m_pLogger;
+  unsigned int m_uDateTimeField;
+
+  std::shared_ptr<Shared> m_pShared;
+  // Tells configurations apart, of one logger or of several, whatever their versions: a number that
+  // no other configuration of this process has. 0 before the first one.
+  std::uint64_t m_uConfiguration;
+  // The fields set since the record was last emptied, a bit each.
+  std::array<std::uint64_t, 2> m_auSet;
+};
+
+// ---- Per thread ----------------------------------------------------------------------------------
+
+// Switches tracing off for the calling thread while a record is built and written, so that nothing
+// called on the way traces again. It does not count: the end of any holder switches tracing on.
+class WYERRLOG_API CWyTraceSupresser {
+ public:
+  CWyTraceSupresser() { setTracing(false); }
+  ~CWyTraceSupresser() { setTracing(true); }
+  CWyTraceSupresser(const CWyTraceSupresser&) = delete;
+  CWyTraceSupresser& operator=(const CWyTraceSupresser&) = delete;
+
+  static bool isTracing();  // true in a new thread
+  static void setTracing(bool bTracing);
+};
+
+// One opaque pointer per thread for the host, the context of the request it is serving. Null until
+// set; the library never looks at it.
+class WYERRLOG_API CWyRequestContext {
+ public:
+  static void* GetRequestContextData();
+  static void SetRequestContextData(void* pData);
+};
+
+#endif
