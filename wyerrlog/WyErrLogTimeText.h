@@ -1,0 +1,49 @@
+#ifndef WYERRLOG_WYERRLOGTIMETEXT_H
+#define WYERRLOG_WYERRLOGTIMETEXT_H
+
+// Private: the times in log lines and trace records, written without the C library's strftime, which
+// looks at the time zone files and takes a lock that a forked child may find taken. Each function
+// writes at `psz`, without a terminator, and answers the end of what it wrote. The values must be
+// those of a converted time, as WyErrLogGetCurrentTime gives them.
+
+#include <ctime>
+
+inline char* WyAppendTwoDigits(char* psz, int iValue) {
+  *psz++ = static_cast<char>('0' + iValue / 10 % 10);
+  *psz++ = static_cast<char>('0' + iValue % 10);
+  return psz;
+}
+
+// "2026", from the years since 1900 that a tm holds.
+inline char* WyAppendYear(char* psz, const tm& time) {
+  const int iYear = time.tm_year + 1900;
+  return WyAppendTwoDigits(WyAppendTwoDigits(psz, iYear / 100), iYear % 100);
+}
+
+// "11/16/2026"
+inline char* WyAppendDateText(char* psz, const tm& time) {
+  psz = WyAppendTwoDigits(psz, time.tm_mon + 1);
+  *psz++ = '/';
+  psz = WyAppendTwoDigits(psz, time.tm_mday);
+  *psz++ = '/';
+  return WyAppendYear(psz, time);
+}
+
+// "17:16:13"
+inline char* WyAppendTimeText(char* psz, const tm& time) {
+  psz = WyAppendTwoDigits(psz, time.tm_hour);
+  *psz++ = ':';
+  psz = WyAppendTwoDigits(psz, time.tm_min);
+  *psz++ = ':';
+  return WyAppendTwoDigits(psz, time.tm_sec);
+}
+
+// ".005"; a negative count is 0.
+inline char* WyAppendMilliseconds(char* psz, long lMilliseconds) {
+  const int iValue = lMilliseconds < 0 ? 0 : static_cast<int>(lMilliseconds);
+  *psz++ = '.';
+  *psz++ = static_cast<char>('0' + iValue / 100 % 10);
+  return WyAppendTwoDigits(psz, iValue % 100);
+}
+
+#endif

@@ -1,0 +1,24 @@
+#include "wyerrlog/thread_utility.h"
+
+#include <pthread.h>
+
+#include <cerrno>
+
+void initializeThreadId(unsigned long* pId) { *pId = 0; }
+
+unsigned long getThreadId(unsigned long threadHandle) { return threadHandle; }
+
+void initializeThreadKey(unsigned int* pKey) { *pKey = 0; }
+
+void* WyTlsGetValue(unsigned int uKey) {
+  const int iErrno = errno;
+  void* const pValue = pthread_getspecific(uKey);
+  errno = iErrno;
+  return pValue;
+}
+
+void WyTlsSetValue(unsigned int uKey, void* pValue) {
+  const int iErrno = errno;
+  pthread_setspecific(uKey, pValue);
+  errno = iErrno;
+}
