@@ -14,8 +14,8 @@ struct KNOWNDATAFIELDINFO {
   int iWidth;
 };
 
-// The known component libraries, 27 bare names without directory, "lib" and ending. Row i belongs to
-// component number i + 1; row 0, the component "Log", is built in and never loaded. Always true.
+// The known component libraries, 27 bare names without directory, "lib" and ending. Row i belongs
+// to component number i + 1; row 0, the component "Log", is built in and never loaded. Always true.
 WYERRLOG_API bool GetKnownComponentLibs(int* pCount, const char*** pppszNames);
 
 // The known data fields, 66 rows. A row's index is the field number of CWyTraceData. Always true.

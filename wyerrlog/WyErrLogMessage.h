@@ -100,9 +100,11 @@ class WYERRLOG_API CWyErrLogMessage {
   CWyErrLogMessage(const CWyErrLogMessage&) = delete;
   CWyErrLogMessage& operator=(const CWyErrLogMessage&) = delete;
 
-  // ---- The text ----------------------------------------------------------------------------------
+  // ---- The text
+  // ----------------------------------------------------------------------------------
 
-  // Empties the text for the next record and sets the type to 0; everything else stays. Always true.
+  // Empties the text for the next record and sets the type to 0; everything else stays. Always
+  // true.
   bool CleanUpMessage();
 
   // The text. It belongs to the message and stays valid until the message changes or is destroyed;
@@ -119,18 +121,20 @@ class WYERRLOG_API CWyErrLogMessage {
   // Replaces the text by a copy; null leaves it as it is.
   void SetFormattedMessage(const char* pszText);
 
-  // ---- Error-log line: prolog --------------------------------------------------------------------
+  // ---- Error-log line: prolog
+  // --------------------------------------------------------------------
 
-  // Starts an error-log line afresh: "[pid/tid][Mon Nov 16 2026 17:16:13][file:line]". Only the part
-  // of `pszPath` behind its last "/" is shown; it must not be null. A line of 0 or less is left out.
-  // `iType` is kept and has no effect. Answers false when the process, the thread or the time cannot
-  // be named; the text then ends where the failure was.
+  // Starts an error-log line afresh: "[pid/tid][Mon Nov 16 2026 17:16:13][file:line]". Only the
+  // part of `pszPath` behind its last "/" is shown; it must not be null. A line of 0 or less is
+  // left out. `iType` is kept and has no effect. Answers false when the process, the thread or the
+  // time cannot be named; the text then ends where the failure was.
   bool FormatLogProlog(const char* pszPath, int iLine, int iType);
 
-  // ---- Error-log line: message -------------------------------------------------------------------
+  // ---- Error-log line: message
+  // -------------------------------------------------------------------
 
-  // The printf way: appends "[SEVERITY] ", the component's pattern for the identifier formatted with
-  // the arguments (at most 4095 bytes), and a newline. The pattern's conversions must fit the
+  // The printf way: appends "[SEVERITY] ", the component's pattern for the identifier formatted
+  // with the arguments (at most 4095 bytes), and a newline. The pattern's conversions must fit the
   // arguments. Answers false, and appends nothing, when there is no such message.
   bool FormatLogMessage(int iId, ...);
   bool FormatLogMessageVA(int iId, va_list args);
@@ -142,8 +146,8 @@ class WYERRLOG_API CWyErrLogMessage {
 
   // The translated way: appends "[SEVERITY][key] ", the text of the message in the administrator's
   // language with "{0}", "{1}", ... replaced by the arguments (at most 4095 bytes), and a newline.
-  // Never fails: what is not found is shown as "missing component library", "missing message key" or
-  // the key itself. Answers GetBuffer(). The identifier 0 means the one used last.
+  // Never fails: what is not found is shown as "missing component library", "missing message key"
+  // or the key itself. Answers GetBuffer(). The identifier 0 means the one used last.
   const char* FormatMessage(unsigned int uId);
 
   // The same with these arguments, texts, of which 13 count.
@@ -156,8 +160,8 @@ class WYERRLOG_API CWyErrLogMessage {
   }
 
   // The translated text for a locale, without line or severity, in the caller's buffer of `uSize`
-  // bytes, cut to fit; the arguments are those of the last FormatMessage. Answers the message's key,
-  // which stays valid while the process logger is initialised.
+  // bytes, cut to fit; the arguments are those of the last FormatMessage. Answers the message's
+  // key, which stays valid while the process logger is initialised.
   const char* PreformatMessage(unsigned int uId, const char* pszLocale, char* pszOut,
                                unsigned long uSize);
 
@@ -165,7 +169,8 @@ class WYERRLOG_API CWyErrLogMessage {
   // PreformatMessage or one of the trace forms looked up.
   const char* GetMsgSeverity() const;
 
-  // ---- Texts for trace records -------------------------------------------------------------------
+  // ---- Texts for trace records
+  // -------------------------------------------------------------------
 
   // Appends a blank and the printf-formatted message; neither severity nor newline. Answers false
   // when there is no such message.
@@ -174,13 +179,15 @@ class WYERRLOG_API CWyErrLogMessage {
   // Replaces the text by "[key] " and the English text of the message.
   const char* FormatMessageForTrace(unsigned int uId);
 
-  // ---- Trace records -----------------------------------------------------------------------------
+  // ---- Trace records
+  // -----------------------------------------------------------------------------
 
   // A record in one of four layouts: begin, one call per field, end. It is appended to the text.
   //   0 bracketed    [11/16/2026][17:16:13][Login accepted]
   //   1 fixed width  values padded with blanks or cut to their widths, two blanks between
   //   2 delimited    values with the tag between them
-  //   3 XML          one element per field inside an element named by the tag, on lines of their own
+  //   3 XML          one element per field inside an element named by the tag, on lines of their
+  //   own
   // Any other number gives a record of one newline. Values are written unchanged. The tag is not
   // copied: it must live until EndTraceFormat; a null tag counts as an empty one.
   void BeginTraceFormat(int iFormat, bool bUseLocalTime, const char* pszTag);
@@ -188,7 +195,8 @@ class WYERRLOG_API CWyErrLogMessage {
   void FormatTraceField(const char* pszValue, int iWidth);           // layout 1
   void EndTraceFormat();
 
-  // ---- Audit records and free texts --------------------------------------------------------------
+  // ---- Audit records and free texts
+  // --------------------------------------------------------------
 
   // Makes the printf-formatted record the text; it has no prolog, no newline and no limit of length
   // of its own. Use a fresh message for each record: one of 4096 bytes and more is appended to what
@@ -200,10 +208,11 @@ class WYERRLOG_API CWyErrLogMessage {
   static char* FormatTraceMessage(const char* pszFormat, ...);
   static void FreeFormattedMessage(const char* pszText);
 
-  // ---- Helpers -----------------------------------------------------------------------------------
+  // ---- Helpers
+  // -----------------------------------------------------------------------------------
 
-  // Each writes a text ended by a zero byte into the caller's buffer of `iSize` bytes. Answers false
-  // for a null buffer and a size below the one named.
+  // Each writes a text ended by a zero byte into the caller's buffer of `iSize` bytes. Answers
+  // false for a null buffer and a size below the one named.
   static bool GetPid(char* pszBuffer, int iSize);  // 10: this process's id, also after a fork
   static bool GetTid(char* pszBuffer, int iSize);  // 15: the thread's id, its low 32 bits
 

@@ -117,6 +117,15 @@ int WyErrLogUtilCloseHandle(void* hSemaphore) {
   return 1;
 }
 
+void WyErrLogUtilResetSemaphoreInForkedChild(void* hSemaphore) {
+  if (hSemaphore == nullptr) return;
+  auto& semaphore = *static_cast<Semaphore*>(hSemaphore);
+  pthread_mutex_init(&semaphore.mutex, nullptr);
+  pthread_cond_init(&semaphore.condition, nullptr);
+  semaphore.lCount = 0;
+  semaphore.lWaiters = 0;
+}
+
 int VSNPRINTFEX(char* pszBuffer, int iSize, const char* pszFormat, va_list args) {
   const int iLength = vsnprintf(pszBuffer, static_cast<std::size_t>(iSize), pszFormat, args);
   if (iLength < 0) {

@@ -14,7 +14,8 @@
 // Marks what the shared library exports. Everything else is hidden.
 #define WYERRLOG_API __attribute__((visibility("default")))
 
-// ---- Critical sections ---------------------------------------------------------------------------
+// ---- Critical sections
+// ---------------------------------------------------------------------------
 
 // Plain POSIX mutexes with default attributes, hence not recursive. The system's results are not
 // reported. The caller owns the storage of the mutex.
@@ -23,7 +24,8 @@ void WyErrLogUtilDeleteCriticalSection(pthread_mutex_t* pMutex);
 void WyErrLogUtilEnterCriticalSection(pthread_mutex_t* pMutex);
 void WyErrLogUtilLeaveCriticalSection(pthread_mutex_t* pMutex);
 
-// ---- Counting semaphores -------------------------------------------------------------------------
+// ---- Counting semaphores
+// -------------------------------------------------------------------------
 
 // The only time-out that waits without limit. It is this 32-bit value also where unsigned long has
 // 64 bits; every other value, 0 included, means not waiting at all.
@@ -51,7 +53,12 @@ int WyErrLogUtilWaitForSingleObject(void* hSemaphore, unsigned long ulTimeout);
 // destroys the semaphore. Answers 1, or 0 when a close is already under way.
 int WyErrLogUtilCloseHandle(void* hSemaphore);
 
-// ---- Text and time -------------------------------------------------------------------------------
+// In a forked child: a semaphore without units, whatever the parent's threads were doing with it at
+// the time of the fork.
+void WyErrLogUtilResetSemaphoreInForkedChild(void* hSemaphore);
+
+// ---- Text and time
+// -------------------------------------------------------------------------------
 
 // vsnprintf with a report of the size needed. Answers the length written when the text fits in
 // `iSize` bytes with its terminator; the size needed, terminator included, when it was cut (then

@@ -9,10 +9,19 @@
 
 #include "wyerrlog/WyErrLogPort.h"
 
-// A mutex, not recursive.
+// An object that is never destroyed: threads that outlive main and destructors of other statics may
+// still come to use it.
+template <typename T>
+union CWyImmortal {
+  T value;
+  constexpr CWyImmortal() : value() {}
+  ~CWyImmortal() {}
+};
+
+// A mutex, not recursive. Ready before any code runs when it is a static object.
 class CWyErrLogCriticalSection {
  public:
-  CWyErrLogCriticalSection();
+  constexpr CWyErrLogCriticalSection() : m_mutex(PTHREAD_MUTEX_INITIALIZER) {}
   ~CWyErrLogCriticalSection();
   CWyErrLogCriticalSection(const CWyErrLogCriticalSection&) = delete;
   CWyErrLogCriticalSection& operator=(const CWyErrLogCriticalSection&) = delete;
@@ -48,6 +57,8 @@ class CWyErrLogSemaphore : public CWyErrLogSyncBase {
 
   // Adds units. Answers 1, or 0 when they were refused.
   int Release(long lCount);
+
+  void ResetInForkedChild();
 };
 
 // The reader/writer lock under CWyErrLogGuard. Writers are preferred: a new reader waits behind a
@@ -82,7 +93,8 @@ class CWyGuard {
   int m_iActive;  // readers when positive, -1 for a writer, 0 when free
 };
 
-// ---- Fork ----------------------------------------------------------------------------------------
+// ---- Fork
+// ----------------------------------------------------------------------------------------
 
 // Sections that a fork must not catch half way: the installing and removing of outputs and
 // configurations (every write hold of a guard passes through here by itself) and the first making
@@ -101,15 +113,14 @@ class CWyForkGate {
 
 class CWyReadSections;
 
-// The guards and critical sections of this process, so that a forked child finds them usable. They
-// register themselves; the registry is never destroyed.
+// What a fork has to look after: the guards and critical sections of this process, which register
+// themselves, so that a forked child finds them usable. The registry is never destroyed.
+//
+// A critical section that is registered is entered before the fork and left after it, in both
+// processes. So no thread may enter one while it holds another one of them.
 class CWyForkRegistry {
  public:
-  // In which order a fork takes critical sections: an outer one may be held while an inner one is
-  // entered, and no two of the same kind are held together.
-  enum class Nesting { Outer, Inner };
-
-  static void Add(CWyErrLogCriticalSection& cs, Nesting nesting);
+  static void Add(CWyErrLogCriticalSection& cs);  // again: no effect
   static void Remove(CWyErrLogCriticalSection& cs);
   static void Add(CWyGuard& guard);
   static void Remove(CWyGuard& guard);
@@ -117,7 +128,16 @@ class CWyForkRegistry {
   static void Remove(CWyReadSections& sections);
 };
 
-// ---- Lookups without a lock ----------------------------------------------------------------------
+// Held while the C library converts a time, which it does under a lock of its own: a child forked
+// meanwhile would find that lock taken for ever. A fork waits for this section after all others, so
+// it may be entered inside any of them.
+CWyErrLogCriticalSection& WyTimeConversionSection();
+
+// The id of this process, asked of the system once per process; a forked child has its own.
+int WyProcessId();
+
+// ---- Lookups without a lock
+// ----------------------------------------------------------------------
 
 // Lets many threads read what is nearly never removed, without a lock: a reader holds a section
 // while it uses the data, and the remover, having made the data unreachable, waits until the
@@ -153,7 +173,8 @@ class CWyReadSections {
   std::array<Slot, 16> m_slots;
 };
 
-// ---- Thread-specific slots -----------------------------------------------------------------------
+// ---- Thread-specific slots
+// -----------------------------------------------------------------------
 
 // A thread-specific slot, null in a thread that never set it.
 class CpaTls {

@@ -7,25 +7,12 @@
 
 namespace {
 
-// The C library converts under a lock of its own. A child forked while another thread held it would
-// wait for ever at its first date; so our threads convert one after another, and a fork waits for
-// the one that does.
-CWyErrLogCriticalSection& ConversionSection() {
-  static CWyErrLogCriticalSection& section = [&]() -> CWyErrLogCriticalSection& {
-    auto* const pSection = new CWyErrLogCriticalSection;  // threads may outlive the process's statics
-    CWyForkRegistry::Add(*pSection, CWyForkRegistry::Nesting::Inner);
-    return *pSection;
-  }();
-  return section;
-}
-
 bool Convert(time_t tSeconds, bool bLocal, tm& time) {
-  CWyErrLogCriticalSection& section = ConversionSection();
+  CWyErrLogCriticalSection& section = WyTimeConversionSection();
   section.Enter();
-  const bool bConverted =
-      (bLocal ? localtime_r(&tSeconds, &time) : gmtime_r(&tSeconds, &time)) != nullptr;
+  const tm* const pResult = bLocal ? localtime_r(&tSeconds, &time) : gmtime_r(&tSeconds, &time);
   section.Leave();
-  return bConverted;
+  return pResult != nullptr;
 }
 
 // The second that a thread converted last, for each time base.

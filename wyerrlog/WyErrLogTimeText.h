@@ -1,10 +1,10 @@
 #ifndef WYERRLOG_WYERRLOGTIMETEXT_H
 #define WYERRLOG_WYERRLOGTIMETEXT_H
 
-// Private: the times in log lines and trace records, written without the C library's strftime, which
-// looks at the time zone files and takes a lock that a forked child may find taken. Each function
-// writes at `psz`, without a terminator, and answers the end of what it wrote. The values must be
-// those of a converted time, as WyErrLogGetCurrentTime gives them.
+// Private: the times in log lines and trace records, written without the C library's strftime,
+// which looks at the time zone files and takes a lock that a forked child may find taken. Each
+// function writes at `psz`, without a terminator, and answers the end of what it wrote. The values
+// must be those of a converted time, as WyErrLogGetCurrentTime gives them.
 
 #include <ctime>
 

@@ -10,7 +10,8 @@
 class CWyErrLogCriticalSection;
 class CWyGuard;
 
-// ---- Critical section ----------------------------------------------------------------------------
+// ---- Critical section
+// ----------------------------------------------------------------------------
 
 // Mutual exclusion. A child forked while another thread is inside finds the section free: the fork
 // waits until that thread has left. No host code may run inside.
@@ -40,7 +41,8 @@ class CWyErrLogAutoCS {
   CWyErrLogCS& m_cs;
 };
 
-// ---- Reader/writer guard -------------------------------------------------------------------------
+// ---- Reader/writer guard
+// -------------------------------------------------------------------------
 
 // Many readers or one writer. A new reader waits behind a waiting writer; a guard that becomes free
 // goes to one waiting writer first, otherwise to all waiting readers at once.
@@ -109,13 +111,14 @@ class CWyErrLogAutoWriter {
   CWyGuardHold m_hold;
 };
 
-// ---- Shared libraries ----------------------------------------------------------------------------
+// ---- Shared libraries
+// ----------------------------------------------------------------------------
 
 // Loads a shared library by a name such as "wylogcomponent". Tries, in this order: the name itself;
 // the name with ".so" in place of a missing, ".dll" or ".DLL" ending; that with "lib" before it,
 // unless it begins so or holds a "/"; and the last name tried in the directory "bin/" below the
-// value of the environment variable ORVA_WA_ROOT (unless it holds a "/"). That directory is fixed by
-// the first call that finds the variable set to at most 4089 bytes. Answers a handle, which the
+// value of the environment variable ORVA_WA_ROOT (unless it holds a "/"). That directory is fixed
+// by the first call that finds the variable set to at most 4089 bytes. Answers a handle, which the
 // caller gives to WyErrLogUtilFreeLibrary, or null.
 void* WyErrLogUtilLoadLibrary(char* pszName);
 

@@ -6,9 +6,9 @@
 // logger loads it when it is initialised and asks it for the keys of its messages.
 //
 // Identifiers are 32-bit numbers. Bits 24 to 31 hold the component number, which is the row of the
-// table + 1; bits 16 to 23 a sub-component number, 1 for the first, 0 for the component itself; bits
-// 14 and 15 the severity of a message (1 information, 2 warning, 3 error); bits 0 to 13 the message
-// number within the component, from 1.
+// table + 1; bits 16 to 23 a sub-component number, 1 for the first, 0 for the component itself;
+// bits 14 and 15 the severity of a message (1 information, 2 warning, 3 error); bits 0 to 13 the
+// message number within the component, from 1.
 
 #include "wyerrlog/WyErrLogPort.h"
 

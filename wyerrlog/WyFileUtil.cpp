@@ -1,0 +1,54 @@
+#include "wyerrlog/WyFileUtil.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+#include <wyi18n/wyi18n.h>
+
+CWyFile::CWyFile() : m_fd(-1) {}
+
+CWyFile::~CWyFile() { CloseFile(); }
+
+bool CWyFile::OpenFile(const char* pszPath, int iMode) {
+  int iFlags = 0;
+  switch (iMode) {
+    case Create:
+    case Overwrite:
+      iFlags = O_WRONLY | O_CREAT | O_TRUNC;
+      break;
+    case Append:
+      iFlags = O_WRONLY | O_CREAT | O_APPEND;
+      break;
+    case Read:
+      iFlags = O_RDONLY;
+      break;
+    default:
+      return false;
+  }
+  m_fd = WyOpen(pszPath, iFlags, 0644);
+  return m_fd != -1;
+}
+
+void CWyFile::CloseFile() {
+  if (m_fd < 0) return;
+  close(m_fd);
+  m_fd = -1;
+}
+
+int CWyFile::ReadLine(void* pBuffer, int iSize) {
+  if (pBuffer == nullptr || m_fd < 0 || iSize <= 0) return -1;
+  auto* const pszLine = static_cast<char*>(pBuffer);
+  int iLength = 0;
+  while (iLength < iSize) {
+    const ssize_t lRead = read(m_fd, pszLine + iLength, 1);
+    if (lRead == 0) break;
+    if (lRead != 1) return -1;
+    if (pszLine[iLength++] == '\n') break;
+  }
+  pszLine[iLength] = '\0';
+  return iLength;
+}
+
+int CWyFile::WriteFile(void* pBuffer, unsigned int uLength) {
+  if (pBuffer == nullptr || m_fd < 0) return -1;
+  return static_cast<int>(write(m_fd, pBuffer, uLength));
+}

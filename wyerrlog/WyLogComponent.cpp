@@ -1,0 +1,46 @@
+#include "wyerrlog/WyLogComponent.h"
+
+#include <iterator>
+
+CWyErrLogComponent::CWyErrLogComponent(unsigned int uId, const char* pszAbbrName,
+                                       const char* pszName, const char* pszDescription)
+    : m_pHandle(nullptr),
+      m_uId(uId),
+      m_pszAbbrName(pszAbbrName),
+      m_pszName(pszName),
+      m_pszDescription(pszDescription) {}
+
+CWyErrLogComponent::~CWyErrLogComponent() = default;
+
+namespace {
+
+constexpr unsigned int MessageNumberMask = 0x3FFF;
+
+// The whole message is the first argument.
+constexpr const char* s_MessageList[] = {"%1s", "%1s", "%1s"};
+
+constexpr WyErrSubComponentInfo s_SubComponentList[] = {
+    {"Legacy", "Legacy", "Legacy Description."}};
+
+}  // namespace
+
+CWyLogComponent::CWyLogComponent()
+    : CWyErrLogComponent(0x01000000, "Log", "Log", "Log description") {}
+
+CWyLogComponent::~CWyLogComponent() = default;
+
+void CWyLogComponent::GetSubComponents(int* pCount, const WyErrSubComponentInfo** ppList) {
+  *pCount = static_cast<int>(std::size(s_SubComponentList));
+  *ppList = s_SubComponentList;
+}
+
+const char* CWyLogComponent::FetchMessage(unsigned int uId) {
+  const unsigned int uNumber = uId & MessageNumberMask;
+  if (uNumber < 1 || uNumber > std::size(s_MessageList)) return nullptr;
+  return s_MessageList[uNumber - 1];
+}
+
+CWyErrLogComponent* GetComponentPtr() {
+  static CWyLogComponent component;
+  return &component;
+}
