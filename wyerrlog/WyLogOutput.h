@@ -149,6 +149,9 @@ class WYERRLOG_API CWyFileOutput : public CWyLogOutput {
   bool LogWithinLimit(const char* pszText);
   bool LogAfterRefusal(const char* pszText);
   bool IsRetryDue() const;
+  bool RolloverClosedFile();
+  bool StartNewFile();
+  bool ContinueOldFile();
 
   CWyErrLogCS m_cs;
   char* m_pszFileName;

@@ -1,0 +1,133 @@
+#include "wyerrlog/WyLogOutput.h"
+
+// ---- The interface
+// -------------------------------------------------------------------------------
+
+CWyLogOutput::CWyLogOutput() : m_iType(-1) {}
+
+CWyLogOutput::~CWyLogOutput() = default;
+
+bool CWyLogOutput::Flush() { return true; }
+
+void CWyLogOutput::EnableBuffering(bool /*bEnable*/) {}
+
+bool CWyLogOutput::IsBufferingEnabled() { return false; }
+
+bool CWyLogOutput::IsBufferingSupported() { return false; }
+
+void CWyLogOutput::SetHeaders(CWyErrLogMessage& /*first*/, CWyErrLogMessage& /*second*/) {}
+
+bool CWyLogOutput::IsAsync() { return false; }
+
+// ---- Synchronous callback
+// ------------------------------------------------------------------------
+
+CWySyncCallbackOutput::CWySyncCallbackOutput() : m_pfnCallback(nullptr) { SetType(2); }
+
+CWySyncCallbackOutput::~CWySyncCallbackOutput() = default;
+
+bool CWySyncCallbackOutput::SetParams(Callback pfnCallback) {
+  m_pfnCallback = pfnCallback;
+  return true;
+}
+
+bool CWySyncCallbackOutput::Open() { return true; }
+
+bool CWySyncCallbackOutput::Log(CWyErrLogMessage& msg) {
+  if (m_pfnCallback == nullptr) return false;
+  m_pfnCallback(msg.GetBuffer(), msg.GetStringLen());
+  return true;
+}
+
+bool CWySyncCallbackOutput::Close() {
+  m_pfnCallback = nullptr;
+  return true;
+}
+
+// ---- Asynchronous callback
+// -----------------------------------------------------------------------
+
+CWyAsyncCallbackOutput::CWyAsyncCallbackOutput() : m_pfnCallback(nullptr) { SetType(3); }
+
+CWyAsyncCallbackOutput::~CWyAsyncCallbackOutput() = default;
+
+bool CWyAsyncCallbackOutput::SetParams(Callback pfnCallback) {
+  m_pfnCallback = pfnCallback;
+  return true;
+}
+
+bool CWyAsyncCallbackOutput::Open() { return true; }
+
+bool CWyAsyncCallbackOutput::Log(CWyErrLogMessage& msg) {
+  if (m_pfnCallback == nullptr) return false;
+  const int iLength = msg.GetStringLen();
+  m_pfnCallback(msg.ReleaseBuffer(), iLength, CWyErrLogMessage::FreeBuffer);
+  return true;
+}
+
+bool CWyAsyncCallbackOutput::Close() { return true; }
+
+bool CWyAsyncCallbackOutput::IsAsync() { return true; }
+
+// ---- Synchronous callback with a parameter
+// -------------------------------------------------------
+
+CWySyncParameterizedCallbackOutput::CWySyncParameterizedCallbackOutput()
+    : m_pfnCallback(nullptr), m_pParam(nullptr) {
+  SetType(4);
+}
+
+CWySyncParameterizedCallbackOutput::~CWySyncParameterizedCallbackOutput() = default;
+
+bool CWySyncParameterizedCallbackOutput::SetParams(Callback pfnCallback, void* pParam) {
+  m_pfnCallback = pfnCallback;
+  m_pParam = pParam;
+  return true;
+}
+
+bool CWySyncParameterizedCallbackOutput::Open() {
+  return m_pfnCallback != nullptr && m_pParam != nullptr;
+}
+
+bool CWySyncParameterizedCallbackOutput::Log(CWyErrLogMessage& msg) {
+  if (m_pfnCallback == nullptr || m_pParam == nullptr) return false;
+  m_pfnCallback(msg.GetBuffer(), msg.GetStringLen(), m_pParam);
+  return true;
+}
+
+bool CWySyncParameterizedCallbackOutput::Close() {
+  m_pfnCallback = nullptr;
+  m_pParam = nullptr;
+  return true;
+}
+
+// ---- Asynchronous callback with a parameter
+// ------------------------------------------------------
+
+CWyAsyncParameterizedCallbackOutput::CWyAsyncParameterizedCallbackOutput()
+    : m_pfnCallback(nullptr), m_pParam(nullptr) {
+  SetType(5);
+}
+
+CWyAsyncParameterizedCallbackOutput::~CWyAsyncParameterizedCallbackOutput() = default;
+
+bool CWyAsyncParameterizedCallbackOutput::SetParams(Callback pfnCallback, void* pParam) {
+  m_pfnCallback = pfnCallback;
+  m_pParam = pParam;
+  return true;
+}
+
+bool CWyAsyncParameterizedCallbackOutput::Open() {
+  return m_pfnCallback != nullptr && m_pParam != nullptr;
+}
+
+bool CWyAsyncParameterizedCallbackOutput::Log(CWyErrLogMessage& msg) {
+  if (m_pfnCallback == nullptr || m_pParam == nullptr) return false;
+  const int iLength = msg.GetStringLen();
+  m_pfnCallback(msg.ReleaseBuffer(), iLength, CWyErrLogMessage::FreeBuffer, m_pParam);
+  return true;
+}
+
+bool CWyAsyncParameterizedCallbackOutput::Close() { return true; }
+
+bool CWyAsyncParameterizedCallbackOutput::IsAsync() { return true; }
