@@ -228,11 +228,13 @@ class WYERRLOG_API CWyErrLogMessage {
   static const char* PathnameFindFilePart(const char* pszPath);
 
  private:
-  void AppendSeverity(unsigned int uId);
-  bool AppendPrintf(const char* pszPattern, va_list args);
-  void RecordId(unsigned int uId);
+  void AppendSeverity(unsigned int uSeverity);
+  void AppendPrintf(const char* pszPattern, va_list args);
+  const char* Translate(unsigned int uId, const char* pszLocale, char* pszOut, unsigned long uSize);
 
-  std::string* m_pBuffer;  // owned
+  struct Memory;
+
+  std::string* m_pBuffer;  // within m_pMemory
   int m_nType = 0;
   int m_nTraceFormat = 0;
   bool m_bUseLocalTime;
@@ -241,6 +243,7 @@ class WYERRLOG_API CWyErrLogMessage {
   int m_nSeverity = 0;
   CpaArgList m_args;
   unsigned int m_nMsgId = 0;
+  Memory* m_pMemory;  // owned; handed on to the thread's next message
 };
 
 #endif

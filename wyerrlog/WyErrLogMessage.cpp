@@ -1,0 +1,96 @@
+#include "wyerrlog/WyErrLogMessage.h"
+
+#include <memory>
+#include <utility>
+
+#include "wyerrlog/WyLogger.h"
+
+// ---- Memory
+// --------------------------------------------------------------------------------------
+
+// What the texts of a message are kept in. A thread's messages hand it on from one to the next, so
+// that usually none of them has to allocate.
+struct CWyErrLogMessage::Memory {
+  static constexpr std::size_t UsualTextSize = 256;      // bytes; a line of ordinary length fits
+  static constexpr std::size_t LargestKept = 64 * 1024;  // bytes; larger texts are not kept
+
+  std::string strText;
+  std::string strArguments;
+
+  Memory() { strText.reserve(UsualTextSize); }
+
+  static Memory* Take();
+  static void HandOn(std::unique_ptr<Memory> pMemory);
+
+  // Plain, so that they are there also for messages that come when the thread's objects are
+  // destroyed already.
+  static thread_local Memory* s_pSpare;
+  static thread_local bool s_bThreadEnds;
+
+  // Frees the spare memory at the end of the thread.
+  struct SpareOwner {
+    bool bInUse = false;
+    ~SpareOwner() {
+      s_bThreadEnds = true;
+      delete std::exchange(s_pSpare, nullptr);
+    }
+  };
+  static thread_local SpareOwner s_owner;
+};
+
+constinit thread_local CWyErrLogMessage::Memory* CWyErrLogMessage::Memory::s_pSpare = nullptr;
+constinit thread_local bool CWyErrLogMessage::Memory::s_bThreadEnds = false;
+thread_local CWyErrLogMessage::Memory::SpareOwner CWyErrLogMessage::Memory::s_owner;
+
+CWyErrLogMessage::Memory* CWyErrLogMessage::Memory::Take() {
+  Memory* const pSpare = std::exchange(s_pSpare, nullptr);
+  return pSpare != nullptr ? pSpare : new Memory;
+}
+
+void CWyErrLogMessage::Memory::HandOn(std::unique_ptr<Memory> pMemory) {
+  const bool bLarge = pMemory->strText.capacity() + pMemory->strArguments.capacity() > LargestKept;
+  if (s_pSpare != nullptr || s_bThreadEnds || bLarge) return;
+  s_owner.bInUse = true;
+  pMemory->strText.clear();
+  pMemory->strArguments.clear();
+  s_pSpare = pMemory.release();
+}
+
+// ---- Construction
+// --------------------------------------------------------------------------------
+
+CWyErrLogMessage::CWyErrLogMessage() : CWyErrLogMessage(theLogger()->ShouldUseLocalTime()) {}
+
+CWyErrLogMessage::CWyErrLogMessage(bool bUseLocalTime)
+    : m_pBuffer(nullptr), m_bUseLocalTime(bUseLocalTime), m_pMemory(Memory::Take()) {
+  m_pBuffer = &m_pMemory->strText;
+  m_args.m_stream.m_strBytes.swap(m_pMemory->strArguments);
+}
+
+CWyErrLogMessage::~CWyErrLogMessage() {
+  m_args.m_stream.m_strBytes.swap(m_pMemory->strArguments);
+  Memory::HandOn(std::unique_ptr<Memory>(m_pMemory));
+}
+
+// ---- The text
+// ------------------------------------------------------------------------------------
+
+bool CWyErrLogMessage::CleanUpMessage() {
+  m_pBuffer->clear();
+  m_nType = 0;
+  return true;
+}
+
+const char* CWyErrLogMessage::GetBuffer() const { return m_pBuffer->c_str(); }
+
+int CWyErrLogMessage::GetBufferLen() const { return static_cast<int>(m_pBuffer->size()); }
+
+int CWyErrLogMessage::GetStringLen() const { return GetBufferLen(); }
+
+const char* CWyErrLogMessage::ReleaseBuffer() const { return GetBuffer(); }
+
+void CWyErrLogMessage::FreeBuffer(char* /*pszText*/) {}
+
+void CWyErrLogMessage::SetFormattedMessage(const char* pszText) {
+  if (pszText != nullptr) m_pBuffer->assign(pszText);
+}

@@ -1,0 +1,178 @@
+#include <wyi18n/wyi18n.h>
+#include <wyxlate/WyXlate.h>
+
+#include <algorithm>
+#include <cstring>
+#include <iterator>
+#include <memory>
+
+#include "wyerrlog/WyErrLogMessage.h"
+#include "wyerrlog/WyErrLogPrivUtil.h"
+#include "wyerrlog/WyLogger.h"
+
+namespace {
+
+constexpr int TextSize = 4096;  // bytes of a formatted message with its terminator
+
+constexpr unsigned int BuiltInComponent = 1;
+
+unsigned int SeverityOf(unsigned int uId) { return (uId & 0xC000u) >> 14; }
+
+struct BundleRelease {
+  void operator()(CWyXlateBundle* pBundle) const { pBundle->Release(); }
+};
+
+// What an identifier's message looks like in a locale. The texts belong to the component and to the
+// bundle, which is held as long as this object lives.
+struct Template {
+  const char* pszPattern;
+  const char* pszKey;
+  std::unique_ptr<CWyXlateBundle, BundleRelease> pBundle;
+};
+
+Template FindTemplate(unsigned int uId, const char* pszLocale) {
+  if (uId >> 24 == BuiltInComponent) return {"{0}", "wy-log-00000", nullptr};
+  const CWyLogger& logger = *theLogger();
+  const char* const pszBundle = logger.GetMsgBundle(uId);
+  if (pszBundle == nullptr) return {"missing component library", "wy-log-00001", nullptr};
+  const char* const pszKey = logger.FetchMsg(uId);
+  if (pszKey == nullptr) return {"missing message key", "wy-log-00002", nullptr};
+  Template found{pszKey, pszKey, nullptr};
+  found.pBundle.reset(CWyXlate::GetBundle(pszBundle, pszLocale));
+  const char* const pszPattern = found.pBundle != nullptr ? found.pBundle->Lookup(pszKey) : nullptr;
+  if (pszPattern != nullptr) found.pszPattern = pszPattern;
+  return found;
+}
+
+void CopyCut(char* pszOut, const char* pszText, unsigned long uSize) {
+  const std::size_t uLength = strnlen(pszText, uSize - 1);
+  memcpy(pszOut, pszText, uLength);
+  pszOut[uLength] = '\0';
+}
+
+}  // namespace
+
+// ---- Pieces of a line
+// ----------------------------------------------------------------------------
+
+void CWyErrLogMessage::AppendSeverity(unsigned int uSeverity) {
+  static constexpr const char* s_apszWords[] = {"[INVALID MESSAGE TYPE]", "[INFO]", "[WARNING]",
+                                                "[ERROR]"};
+  m_pBuffer->append(s_apszWords[uSeverity]);
+}
+
+void CWyErrLogMessage::AppendPrintf(const char* pszPattern, va_list args) {
+  if (*pszPattern == '\0') return;
+  char szText[TextSize];
+  const int iLength = VSNPRINTFEX(szText, TextSize, pszPattern, args);
+  if (iLength > 0) {
+    m_pBuffer->append(szText, static_cast<std::size_t>(std::min(iLength, TextSize - 1)));
+  }
+}
+
+const char* CWyErrLogMessage::GetMsgSeverity() const {
+  static constexpr const char* s_apszWords[] = {"UNKNOWN", "INFO", "WARN", "ERROR"};
+  return s_apszWords[m_nSeverity];
+}
+
+// ---- The printf way
+// ------------------------------------------------------------------------------
+
+bool CWyErrLogMessage::FormatLogMessage(int iId, ...) {
+  va_list args;
+  va_start(args, iId);
+  const bool bFound = FormatLogMessageVA(iId, args);
+  va_end(args);
+  return bFound;
+}
+
+bool CWyErrLogMessage::FormatLogMessageVA(int iId, va_list args) {
+  const CWyReadSections::Scope lookup(*theLogger()->m_pLookups);
+  const auto uId = static_cast<unsigned int>(iId);
+  const char* const pszPattern = theLogger()->FetchMsg(uId);
+  if (pszPattern == nullptr) return false;
+  AppendSeverity(SeverityOf(uId));
+  m_pBuffer->push_back(' ');
+  AppendPrintf(pszPattern, args);
+  m_pBuffer->push_back('\n');
+  return true;
+}
+
+bool CWyErrLogMessage::FormatLogMessage(int iId, char** ppszArguments, int iCount) {
+  const CWyReadSections::Scope lookup(*theLogger()->m_pLookups);
+  const auto uId = static_cast<unsigned int>(iId);
+  const char* const pszPattern = theLogger()->FetchMsg(uId);
+  if (pszPattern == nullptr) return false;
+  AppendSeverity(SeverityOf(uId));
+  m_pBuffer->push_back(' ');
+  std::string strText = pszPattern;
+  std::size_t uFrom = 0;
+  for (int i = 0; ppszArguments != nullptr && i < iCount; ++i) {
+    uFrom = strText.find("%s", uFrom);
+    if (uFrom == std::string::npos) break;
+    strText.replace(uFrom, 2, ppszArguments[i]);
+  }
+  m_pBuffer->append(strText).push_back('\n');
+  return true;
+}
+
+bool CWyErrLogMessage::FormatLogMessageForTrace(int iId, ...) {
+  const CWyReadSections::Scope lookup(*theLogger()->m_pLookups);
+  const auto uId = static_cast<unsigned int>(iId);
+  const char* const pszPattern = theLogger()->FetchMsg(uId);
+  m_nSeverity = static_cast<int>(SeverityOf(uId));
+  if (pszPattern == nullptr) return false;
+  m_pBuffer->push_back(' ');
+  va_list args;
+  va_start(args, iId);
+  AppendPrintf(pszPattern, args);
+  va_end(args);
+  return true;
+}
+
+// ---- The translated way
+// --------------------------------------------------------------------------
+
+// The caller has a section of m_pLookups open as long as it uses the key.
+const char* CWyErrLogMessage::Translate(unsigned int uId, const char* pszLocale, char* pszOut,
+                                        unsigned long uSize) {
+  if (uId != 0) {
+    m_nMsgId = uId;
+    m_nSeverity = static_cast<int>(SeverityOf(uId));
+  }
+  const Template found = FindTemplate(m_nMsgId, pszLocale);
+  if (pszOut == nullptr || uSize == 0) return found.pszKey;
+  const char* apszArguments[CpaArgList::MaxArguments];
+  const unsigned long uCount = m_args.toArgv(apszArguments);
+  if (uCount != 0) {
+    CWyXlate::FormatMessage(pszOut, uSize - 1, found.pszPattern, uCount, apszArguments);
+  } else {
+    CopyCut(pszOut, found.pszPattern, uSize);
+  }
+  return found.pszKey;
+}
+
+const char* CWyErrLogMessage::PreformatMessage(unsigned int uId, const char* pszLocale,
+                                               char* pszOut, unsigned long uSize) {
+  const CWyReadSections::Scope lookup(*theLogger()->m_pLookups);
+  return Translate(uId, pszLocale, pszOut, uSize);
+}
+
+const char* CWyErrLogMessage::FormatMessage(unsigned int uId) {
+  const CWyReadSections::Scope lookup(*theLogger()->m_pLookups);
+  char szText[TextSize];
+  szText[0] = '\0';
+  const char* const pszKey = Translate(uId, WyGetAdminLocale(), szText, TextSize);
+  AppendSeverity(static_cast<unsigned int>(m_nSeverity));
+  m_pBuffer->append("[").append(pszKey).append("] ").append(szText).push_back('\n');
+  return GetBuffer();
+}
+
+const char* CWyErrLogMessage::FormatMessageForTrace(unsigned int uId) {
+  const CWyReadSections::Scope lookup(*theLogger()->m_pLookups);
+  char szText[TextSize];
+  szText[0] = '\0';
+  const char* const pszKey = Translate(uId, "en", szText, TextSize);
+  m_pBuffer->assign("[").append(pszKey).append("] ").append(szText);
+  return GetBuffer();
+}
