@@ -2,14 +2,16 @@
 #define WYERRLOG_WYTRACEDATA_H
 
 // The trace configuration and the trace record, which are one class: a logger's installed
-// configuration is a CWyTraceData, and each thread that traces fills a copy of it with the values of
-// its record.
+// configuration is a CWyTraceData, and each thread that traces fills a copy of it with the values
+// of its record.
 
 #include <array>
 #include <cstdarg>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "wyerrlog/WyErrLogMessage.h"
@@ -25,14 +27,14 @@ struct WyTraceComponentInfo {
 
 // One of the 66 data fields: what the configuration says of it, and its value in a record.
 struct WyTraceDataFieldInfo {
-  bool bTraced;             // stands on the "data" line
-  bool bFiltered;           // has a filter
-  unsigned int uId;         // field number, 0 to 65
-  const char* pszName;      // from the known data fields
-  unsigned int uWidth;      // column width, characters
-  char* pszFilter;          // filter text, null without a filter
-  unsigned int uFilterOp;   // 1 "==", 2 "!=", 7 "@@" (holds), 8 "!@" (does not hold)
-  char* pszValue;           // the value: szValue, or heap memory for a longer one
+  bool bTraced;            // stands on the "data" line
+  bool bFiltered;          // has a filter
+  unsigned int uId;        // field number, 0 to 65
+  const char* pszName;     // from the known data fields
+  unsigned int uWidth;     // column width, characters
+  char* pszFilter;         // filter text, null without a filter
+  unsigned int uFilterOp;  // 1 "==", 2 "!=", 7 "@@" (holds), 8 "!@" (does not hold)
+  char* pszValue;          // the value: szValue, or heap memory for a longer one
   bool bValueAllocated;
   char szValue[1024];
 };
@@ -62,22 +64,24 @@ class WYERRLOG_API CWyTraceData {
   // Takes over the configuration of another object; the values stay this object's own.
   CWyTraceData& operator=(const CWyTraceData& master);
 
-  // ---- Configuration -----------------------------------------------------------------------------
+  // ---- Configuration ----------------------------------------------------------------------------
 
   // Makes this fresh object a configuration. `iFormat` is the layout (see
   // CWyErrLogMessage::BeginTraceFormat), `pszDelimiter` the separator of layout 2 or null. The
-  // component table is copied, its names are not; `pDataFieldInfo` has 66 entries. Answers false for
-  // null tables and for a configuration file that cannot be read or is not one.
+  // component table is copied, its names are not; `pDataFieldInfo` has 66 entries. Answers false
+  // for null tables and for a configuration file that cannot be read or is not one.
   bool SetConfiguration(int iFormat, const char* pszDelimiter, const char* pszConfigFile,
                         int iComponentCount, WyTraceComponentInfo* pComponentInfo,
                         WyTraceDataFieldInfo* pDataFieldInfo, bool bUseLocalTime);
 
   // Reads a trace configuration file into the tables. False when it cannot be opened, and when its
-  // first two statements are not "components" and "data"; what stood before is applied all the same.
-  // Unknown names and filters that make no sense are passed over.
+  // first two statements are not "components" and "data"; what stood before is applied all the
+  // same. Unknown names and filters that make no sense are passed over. A read error ends the file.
+  // Objects that took this configuration over before keep what they have.
   bool ReadConfigFile(const char* pszConfigFile);
 
-  // Selects a component with all its sub-components, or one sub-component. False without a table.
+  // Selects a component with all its sub-components, or one sub-component, for this object and
+  // those that share its configuration. False without a table.
   bool MarkComponentTraced(unsigned int uId);
 
   // Entries by identifier or by exact name; null when there is none.
@@ -87,15 +91,15 @@ class WYERRLOG_API CWyTraceData {
   WyTraceDataFieldInfo* GetDataFieldInfo(const char* pszName);
 
   bool ComponentSelected(unsigned int uId);
-  // For field numbers below 66.
-  bool FieldTraced(unsigned int uId) const { return m_fields[uId].bTraced; }
-  bool FieldFiltered(unsigned int uId) const { return m_fields[uId].bFiltered; }
+  bool FieldTraced(unsigned int uId) const { return uId < FieldCount && m_fields[uId].bTraced; }
+  bool FieldFiltered(unsigned int uId) const { return uId < FieldCount && m_fields[uId].bFiltered; }
 
-  // ---- Values ------------------------------------------------------------------------------------
+  // ---- Values -----------------------------------------------------------------------------------
 
   // Sets the value of a field and applies the field's filter: false means that the record is to be
-  // dropped. Also false for field numbers of 66 and more. Texts are copied; field 1 (SrcFile) keeps
-  // 1023 bytes, others any length; a null text is an empty one.
+  // dropped. Also false for field numbers of 66 and more, and when memory for a long text is
+  // lacking. Texts are copied; field 1 (SrcFile) keeps 1023 bytes, others any length; a null text
+  // is an empty one.
   //
   // The fields Pid and Tid (2, 3) take their own values with the int overload, and the fields Date,
   // Time and PreciseTime (4, 5, 6) are read from the clock together by the highest-numbered of them
@@ -106,21 +110,22 @@ class WYERRLOG_API CWyTraceData {
   bool SetFieldValue(unsigned int uId, const char* pszValue);
   bool SetFieldValue(unsigned int uId, bool bValue);  // "true", "false"
 
-  // Whether the field's present value passes its filter.
+  // Whether the field's present value passes its filter; false without one.
   bool TestDataFilter(unsigned int uId);
 
   // Sets the fields 4, 5 and 6 from one reading of the clock and applies their filters.
   bool PopulateDateandTime();
 
-  // A printf-formatted text of any length in memory of the record, valid until the next such call or
-  // until the record is emptied.
+  // A printf-formatted text of any length in memory of the record, valid until the next such call
+  // or until the record is emptied. Empty for a null format and when formatting fails; cut to 1023
+  // bytes when memory is lacking.
   char* FormatTraceMessage(const char* pszFormat, ...);
   char* FormatTraceMessageVA(const char* pszFormat, va_list args);
 
-  // ---- The record --------------------------------------------------------------------------------
+  // ---- The record -------------------------------------------------------------------------------
 
-  // Writes a line of the selected fields into the message: mode 0 the values, 1 the names, 2 dashes,
-  // any other equals signs. Layout 3 has mode 0 alone: false for the others.
+  // Writes a line of the selected fields into the message: mode 0 the values, 1 the names, 2
+  // dashes, any other equals signs. Layout 3 has mode 0 alone: false for the others.
   bool AssembleTraceMessage(CWyErrLogMessage* pMsg, int iMode);
   bool Format();  // assembles the values into the record's own message
   bool Log();     // hands that message to the logger; its answer
@@ -136,25 +141,37 @@ class WYERRLOG_API CWyTraceData {
  private:
   friend class CWyLogger;
 
-  // What a configuration owns and its records share.
+  // The numbers of the fields that are filled or stored in a way of their own.
+  enum Field : unsigned int { SrcFile = 1, Pid = 2, Tid = 3, Date = 4, Time = 5, PreciseTime = 6 };
+
+  // Values of uFilterOp.
+  enum FilterOperator : unsigned int { Equal = 1, NotEqual = 2, Holds = 7, HoldsNot = 8 };
+
+  // What a configuration owns and its records share. The raw pointers m_pszDelimiter, m_pComponents
+  // and pszFilter point into it.
   struct Shared {
-    std::string strDelimiter;
+    std::optional<std::string> delimiter;
     std::vector<WyTraceComponentInfo> components;
     std::array<std::string, FieldCount> filters;
   };
 
-  bool ParseLine(const char* pszLine, int& iState, bool& bExpand);
-  bool SelectComponents(const char* pszNames);
-  void SelectFields(const char* pszNames);
-  void AddFilter(const char* pszLine);
-  void ExpandCompatibly();
-  void MarkIfPresent(const char* pszName);
+  class ConfigParser;
 
-  WyTraceDataFieldInfo* Touch(unsigned int uId);
-  bool FilterAllows(unsigned int uId);
-  bool StoreText(unsigned int uId, const char* pszText, size_t uLength);
-  void ClearField(WyTraceDataFieldInfo& field);
-  bool AppendField(CWyErrLogMessage* pMsg, const WyTraceDataFieldInfo& field, const char* pszText);
+  void TakeOverFields(const WyTraceDataFieldInfo* pFields);
+  void StopSharing();
+  void PointIntoShared();
+  void SetFilter(WyTraceDataFieldInfo& field, FilterOperator filterOp, std::string_view text);
+  WyTraceComponentInfo* FindComponent(std::string_view name);
+  WyTraceDataFieldInfo* FindField(std::string_view name);
+
+  char* ValueToSet(unsigned int uId);
+  bool StoreText(unsigned int uId, std::string_view text);
+  bool PassesFilter(unsigned int uId);
+  void ClearValues();
+  void ReplaceLongTraceText(char* pszText);
+
+  void AppendFields(CWyErrLogMessage& msg, int iMode) const;
+  // Called by the logger when it installs a configuration.
   void ChooseDateTimeField();
 
   bool m_bValid;
@@ -181,7 +198,7 @@ class WYERRLOG_API CWyTraceData {
   std::array<std::uint64_t, 2> m_auSet;
 };
 
-// ---- Per thread ----------------------------------------------------------------------------------
+// ---- Per thread --------------------------------------------------------------------------------
 
 // Switches tracing off for the calling thread while a record is built and written, so that nothing
 // called on the way traces again. It does not count: the end of any holder switches tracing on.

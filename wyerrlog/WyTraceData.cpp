@@ -1,0 +1,264 @@
+// The value side of CWyTraceData: what a record takes over from its configuration, and its values.
+
+#include "wyerrlog/WyTraceData.h"
+
+#include <bit>
+#include <charconv>
+#include <cstdio>
+#include <cstring>
+#include <new>
+
+#include "wyerrlog/WyErrLogPort.h"
+#include "wyerrlog/WyErrLogTimeText.h"
+
+namespace {
+
+constexpr size_t MaxInlineLength = CWyTraceData::InlineValueSize - 1;
+constexpr unsigned int BitsPerWord = 64;
+
+void PointToInlineValue(WyTraceDataFieldInfo& field) {
+  field.pszValue = field.szValue;
+  field.bValueAllocated = false;
+  field.szValue[0] = '\0';
+}
+
+void CopyAllButValue(WyTraceDataFieldInfo& target, const WyTraceDataFieldInfo& source) {
+  target.bTraced = source.bTraced;
+  target.bFiltered = source.bFiltered;
+  target.uId = source.uId;
+  target.pszName = source.pszName;
+  target.uWidth = source.uWidth;
+  target.pszFilter = source.pszFilter;
+  target.uFilterOp = source.uFilterOp;
+}
+
+template <typename Number>
+void WriteNumber(char* pszValue, Number number) {
+  *std::to_chars(pszValue, pszValue + MaxInlineLength, number).ptr = '\0';
+}
+
+}  // namespace
+
+// The message is told its time base: asking the process logger would not do, since that may be
+// waiting for this very object. The value buffers stay as they are but for their first bytes.
+CWyTraceData::CWyTraceData()
+    : m_bValid(false),
+      m_bMaster(false),
+      m_bUseLocalTime(false),
+      m_nTraceFormat(0),
+      m_pszDelimiter(nullptr),
+      m_iComponentCount(0),
+      m_pComponents(nullptr),
+      m_message(false),
+      m_pszLongTraceText(nullptr),
+      m_auFieldOrder{},
+      m_iVersion(0),
+      m_pLogger(nullptr),
+      m_uDateTimeField(0),
+      m_uConfiguration(0),
+      m_auSet{} {
+  m_szTraceText[0] = '\0';
+  for (unsigned int uId = 0; uId < FieldCount; ++uId) {
+    WyTraceDataFieldInfo& field = m_fields[uId];
+    field.bTraced = false;
+    field.bFiltered = false;
+    field.uId = uId;
+    field.pszName = nullptr;
+    field.uWidth = 0;
+    field.pszFilter = nullptr;
+    field.uFilterOp = 0;
+    PointToInlineValue(field);
+  }
+}
+
+CWyTraceData::~CWyTraceData() {
+  ClearValues();
+  ReplaceLongTraceText(nullptr);
+}
+
+CWyTraceData& CWyTraceData::operator=(const CWyTraceData& master) {
+  if (this == &master) return *this;
+  m_bMaster = false;
+  m_nTraceFormat = master.m_nTraceFormat;
+  m_pszDelimiter = master.m_pszDelimiter;
+  m_iComponentCount = master.m_iComponentCount;
+  m_pComponents = master.m_pComponents;
+  m_bUseLocalTime = master.m_bUseLocalTime;
+  m_iVersion = master.m_iVersion;
+  m_uConfiguration = master.m_uConfiguration;
+  m_uDateTimeField = master.m_uDateTimeField;
+  if (master.m_pLogger != nullptr) m_pLogger = master.m_pLogger;
+  TakeOverFields(master.m_fields);
+  std::memcpy(m_auFieldOrder, master.m_auFieldOrder, sizeof m_auFieldOrder);
+  m_pShared = master.m_pShared;
+  m_bValid = true;
+  return *this;
+}
+
+void CWyTraceData::TakeOverFields(const WyTraceDataFieldInfo* pFields) {
+  for (unsigned int uId = 0; uId < FieldCount; ++uId) CopyAllButValue(m_fields[uId], pFields[uId]);
+}
+
+// ---- Setting values
+// ------------------------------------------------------------------------------
+
+// Where the value of a field goes that has room enough in InlineValueSize bytes; null when there is
+// no such field.
+char* CWyTraceData::ValueToSet(unsigned int uId) {
+  if (uId >= FieldCount) return nullptr;
+  m_auSet[uId / BitsPerWord] |= std::uint64_t{1} << (uId % BitsPerWord);
+  return m_fields[uId].pszValue;
+}
+
+bool CWyTraceData::SetFieldValue(unsigned int uId, int iValue) {
+  if (uId >= Date && uId <= PreciseTime) return uId != m_uDateTimeField || PopulateDateandTime();
+
+  char* pszValue = ValueToSet(uId);
+  if (pszValue == nullptr) return false;
+  if (uId == Pid) {
+    CWyErrLogMessage::GetPid(pszValue, InlineValueSize);
+  } else if (uId == Tid) {
+    CWyErrLogMessage::GetTid(pszValue, InlineValueSize);
+  } else {
+    WriteNumber(pszValue, iValue);
+  }
+  return PassesFilter(uId);
+}
+
+bool CWyTraceData::SetFieldValue(unsigned int uId, unsigned int uValue) {
+  char* pszValue = ValueToSet(uId);
+  if (pszValue == nullptr) return false;
+  WriteNumber(pszValue, uValue);
+  return PassesFilter(uId);
+}
+
+bool CWyTraceData::SetFieldValue(unsigned int uId, double dValue) {
+  char* pszValue = ValueToSet(uId);
+  if (pszValue == nullptr) return false;
+  std::snprintf(pszValue, InlineValueSize, "%f", dValue);
+  return PassesFilter(uId);
+}
+
+bool CWyTraceData::SetFieldValue(unsigned int uId, const char* pszValue) {
+  return StoreText(uId, pszValue != nullptr ? pszValue : "") && PassesFilter(uId);
+}
+
+bool CWyTraceData::SetFieldValue(unsigned int uId, bool bValue) {
+  return StoreText(uId, bValue ? "true" : "false") && PassesFilter(uId);
+}
+
+// The text may be a value of this very record, hence memmove, and the old buffer goes last.
+bool CWyTraceData::StoreText(unsigned int uId, std::string_view text) {
+  char* pszValue = ValueToSet(uId);
+  if (pszValue == nullptr) return false;
+  if (uId == SrcFile) text = text.substr(0, MaxInlineLength);
+
+  if (text.size() <= MaxInlineLength) {
+    std::memmove(pszValue, text.data(), text.size());
+    pszValue[text.size()] = '\0';
+    return true;
+  }
+  char* pszLong = new (std::nothrow) char[text.size() + 1];
+  if (pszLong == nullptr) return false;
+  std::memcpy(pszLong, text.data(), text.size());
+  pszLong[text.size()] = '\0';
+
+  WyTraceDataFieldInfo& field = m_fields[uId];
+  if (field.bValueAllocated) delete[] field.pszValue;
+  field.pszValue = pszLong;
+  field.bValueAllocated = true;
+  return true;
+}
+
+void CWyTraceData::ClearValues() {
+  for (unsigned int uWord = 0; uWord < m_auSet.size(); ++uWord) {
+    for (std::uint64_t uBits = m_auSet[uWord]; uBits != 0; uBits &= uBits - 1) {
+      const auto uBit = static_cast<unsigned int>(std::countr_zero(uBits));
+      WyTraceDataFieldInfo& field = m_fields[uWord * BitsPerWord + uBit];
+      if (field.bValueAllocated) delete[] field.pszValue;
+      PointToInlineValue(field);
+    }
+  }
+  m_auSet = {};
+}
+
+// ---- Filters
+// -------------------------------------------------------------------------------------
+
+bool CWyTraceData::PassesFilter(unsigned int uId) {
+  return !m_fields[uId].bFiltered || TestDataFilter(uId);
+}
+
+bool CWyTraceData::TestDataFilter(unsigned int uId) {
+  if (uId >= FieldCount) return false;
+  const WyTraceDataFieldInfo& field = m_fields[uId];
+  const char* pszValue = field.pszValue != nullptr ? field.pszValue : "";
+  const char* pszFilter = field.pszFilter != nullptr ? field.pszFilter : "";
+  switch (field.uFilterOp) {
+    case Equal:
+      return std::strcmp(pszValue, pszFilter) == 0;
+    case NotEqual:
+      return std::strcmp(pszValue, pszFilter) != 0;
+    case Holds:
+      return std::strstr(pszValue, pszFilter) != nullptr;
+    case HoldsNot:
+      return std::strstr(pszValue, pszFilter) == nullptr;
+    default:
+      return false;
+  }
+}
+
+// ---- Clock
+// ---------------------------------------------------------------------------------------
+
+bool CWyTraceData::PopulateDateandTime() {
+  tm time;
+  long lMilliseconds = 0;
+  if (!WyErrLogGetCurrentTime(m_bUseLocalTime, time, lMilliseconds)) return false;
+
+  *WyAppendDateText(ValueToSet(Date), time) = '\0';
+  *WyAppendTimeText(ValueToSet(Time), time) = '\0';
+  char* pszEnd = WyAppendTimeText(ValueToSet(PreciseTime), time);
+  *WyAppendMilliseconds(pszEnd, lMilliseconds) = '\0';
+  return PassesFilter(Date) && PassesFilter(Time) && PassesFilter(PreciseTime);
+}
+
+void CWyTraceData::ChooseDateTimeField() {
+  m_uDateTimeField = 0;
+  for (const unsigned int uId : {Date, Time, PreciseTime}) {
+    if (m_fields[uId].bTraced) m_uDateTimeField = uId;
+  }
+}
+
+// ---- Formatted texts
+// -----------------------------------------------------------------------------
+
+char* CWyTraceData::FormatTraceMessage(const char* pszFormat, ...) {
+  va_list args;
+  va_start(args, pszFormat);
+  char* pszText = FormatTraceMessageVA(pszFormat, args);
+  va_end(args);
+  return pszText;
+}
+
+char* CWyTraceData::FormatTraceMessageVA(const char* pszFormat, va_list args) {
+  m_szTraceText[0] = '\0';
+  if (pszFormat == nullptr || *pszFormat == '\0') return m_szTraceText;
+
+  va_list argsCopy;
+  va_copy(argsCopy, args);
+  const int iNeeded = VSNPRINTFEX(m_szTraceText, InlineValueSize, pszFormat, argsCopy);
+  va_end(argsCopy);
+  if (iNeeded <= InlineValueSize) return m_szTraceText;
+
+  char* pszLong = new (std::nothrow) char[static_cast<size_t>(iNeeded)];
+  if (pszLong == nullptr) return m_szTraceText;
+  VSNPRINTFEX(pszLong, iNeeded, pszFormat, args);
+  ReplaceLongTraceText(pszLong);
+  return m_pszLongTraceText;
+}
+
+void CWyTraceData::ReplaceLongTraceText(char* pszText) {
+  delete[] m_pszLongTraceText;
+  m_pszLongTraceText = pszText;
+}
