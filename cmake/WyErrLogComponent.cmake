@@ -1,0 +1,34 @@
+include_guard(GLOBAL)
+
+# wyerrlog_component(<name> SOURCES <file>... CATALOGS <file>...)
+#
+# Builds the message component lib<name>.so, a plug-in that the logger loads by its name in the known
+# component table, and puts its catalogs where CWyXlate::SetResourceDirectory can be pointed at:
+#
+#   <build>/bin/lib<name>.so    found with ORVA_WA_ROOT=<build>
+#   <build>/messages/<catalog>
+function(wyerrlog_component name)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;CATALOGS")
+  if(arg_UNPARSED_ARGUMENTS OR NOT arg_SOURCES)
+    message(FATAL_ERROR "wyerrlog_component(${name}): SOURCES missing, or unknown arguments: "
+                        "${arg_UNPARSED_ARGUMENTS}")
+  endif()
+
+  set(copies "")
+  foreach(catalog IN LISTS arg_CATALOGS)
+    cmake_path(GET catalog FILENAME file_name)
+    set(copy "${PROJECT_BINARY_DIR}/messages/${file_name}")
+    add_custom_command(OUTPUT "${copy}"
+      COMMAND ${CMAKE_COMMAND} -E make_directory "${PROJECT_BINARY_DIR}/messages"
+      COMMAND ${CMAKE_COMMAND} -E copy "${CMAKE_CURRENT_SOURCE_DIR}/${catalog}" "${copy}"
+      MAIN_DEPENDENCY "${catalog}"
+      VERBATIM)
+    list(APPEND copies "${copy}")
+  endforeach()
+
+  add_library(${name} MODULE ${arg_SOURCES} ${copies})
+  target_link_libraries(${name} PRIVATE wyerrlog wyerrlog_warnings)
+  set_target_properties(${name} PROPERTIES
+    PREFIX lib
+    LIBRARY_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/bin")
+endfunction()
