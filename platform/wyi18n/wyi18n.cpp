@@ -1,0 +1,70 @@
+#include <wyi18n/wyi18n.h>
+
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <initializer_list>
+
+namespace {
+
+int RefuseNullPath() {
+  errno = EFAULT;
+  return -1;
+}
+
+const char* ReadEnvironment(const char* pszName) {
+  return pszName == nullptr ? nullptr : std::getenv(pszName);
+}
+
+}  // namespace
+
+int WyOpen(const char* path, int flags, int mode) {
+  if (path == nullptr) {
+    return RefuseNullPath();
+  }
+  int fd;
+  do {
+    fd = ::open(path, flags | O_CLOEXEC, static_cast<mode_t>(mode));
+  } while (fd < 0 && errno == EINTR);
+  return fd;
+}
+
+int WyAccess(const char* path, int mode) {
+  return path == nullptr ? RefuseNullPath() : ::access(path, mode);
+}
+
+int WyRename(const char* from, const char* to) {
+  return from == nullptr || to == nullptr ? RefuseNullPath() : std::rename(from, to);
+}
+
+int WyUnlink(const char* path) { return path == nullptr ? RefuseNullPath() : ::unlink(path); }
+
+void* WyLoadLibrary(const char* name) {
+  // dlopen answers both with the program itself.
+  if (name == nullptr || *name == '\0') {
+    return nullptr;
+  }
+  return ::dlopen(name, RTLD_NOW | RTLD_LOCAL);
+}
+
+CWyDynamicBufferForI18N::CWyDynamicBufferForI18N(const char* text)
+    : m_pszText(text == nullptr ? nullptr : ::strdup(text)) {}
+
+CWyDynamicBufferForI18N::~CWyDynamicBufferForI18N() { std::free(m_pszText); }
+
+CWyGetEnv::CWyGetEnv(const char* name) : m_value(ReadEnvironment(name)) {}
+
+const char* WyGetAdminLocale() {
+  for (const char* pszVariable : {"LC_ALL", "LC_MESSAGES", "LANG"}) {
+    const char* pszLocale = std::getenv(pszVariable);
+    if (pszLocale != nullptr && *pszLocale != '\0') {
+      return pszLocale;
+    }
+  }
+  return "en";
+}

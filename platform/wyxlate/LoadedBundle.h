@@ -1,0 +1,65 @@
+#ifndef WYXLATE_LOADEDBUNDLE_H
+#define WYXLATE_LOADEDBUNDLE_H
+
+#include <wyxlate/WyXlate.h>
+
+#include <atomic>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "wyxlate/PropertiesFile.h"
+
+// A bundle in one locale, merged from all its files. Immutable, and shared by reference counting:
+// it is deleted when the cache and every caller have released it, on the thread that comes last.
+class CWyLoadedBundle final : public CWyXlateBundle {
+ public:
+  // The creator holds the first reference.
+  explicit CWyLoadedBundle(PropertyTable table) : m_table(std::move(table)) {}
+
+  // The text of the key, valid as long as the bundle; null when there is none.
+  const char* Find(std::string_view key) const {
+    const auto entry = m_table.find(key);
+    return entry == m_table.end() ? nullptr : entry->second.c_str();
+  }
+
+  void AddReference() { m_nReferences.fetch_add(1, std::memory_order_relaxed); }
+  void DropReference() {
+    if (m_nReferences.fetch_sub(1, std::memory_order_acq_rel) == 1) {
+      delete this;
+    }
+  }
+
+ private:
+  ~CWyLoadedBundle() = default;
+
+  const PropertyTable m_table;
+  std::atomic<int> m_nReferences{1};
+};
+
+struct CWyBundleReleaser {
+  void operator()(CWyLoadedBundle* pBundle) const { pBundle->DropReference(); }
+};
+
+// One reference to a bundle; null stands for a bundle that has no files.
+using BundleRef = std::unique_ptr<CWyLoadedBundle, CWyBundleReleaser>;
+
+// A second reference to the same bundle.
+inline BundleRef Share(const BundleRef& bundle) {
+  if (bundle != nullptr) {
+    bundle->AddReference();
+  }
+  return BundleRef(bundle.get());
+}
+
+struct LoadResult {
+  BundleRef bundle;
+  bool bComplete;  // false: a file may have been missed (FileState::kBusy)
+};
+
+// Reads the bundle's files from `strDirectory`. The bundle name has passed IsBundleName and the
+// locale is a result of CanonicalLocale.
+LoadResult LoadBundle(const std::string& strDirectory, std::string_view bundle,
+                      std::string_view locale);
+
+#endif

@@ -1,0 +1,127 @@
+#include <wyxlate/WyXlate.h>
+
+#include <algorithm>
+#include <climits>
+#include <cstddef>
+#include <cstring>
+#include <optional>
+
+namespace {
+
+constexpr unsigned long kMaxArguments = 13;
+
+// Writes text into a buffer of fixed size. What does not fit is dropped.
+class CWyBoundedWriter {
+ public:
+  CWyBoundedWriter(char* pBuffer, std::size_t nSize)
+      : m_pBegin(pBuffer), m_pNext(pBuffer), m_pEnd(pBuffer + nSize) {}
+
+  bool IsFull() const { return m_pNext == m_pEnd; }
+
+  void Append(const char* pText, std::size_t nLength) {
+    const std::size_t nRoom = static_cast<std::size_t>(m_pEnd - m_pNext);
+    const std::size_t nCopied = std::min(nLength, nRoom);
+    std::memcpy(m_pNext, pText, nCopied);
+    m_pNext += nCopied;
+  }
+
+  // Ends the text with a zero byte, for which the buffer has one byte more; returns its length.
+  int Finish() {
+    *m_pNext = '\0';
+    return static_cast<int>(m_pNext - m_pBegin);
+  }
+
+ private:
+  char* const m_pBegin;
+  char* m_pNext;
+  char* const m_pEnd;
+};
+
+struct Placeholder {
+  unsigned long uIndex;
+  const char* pEnd;  // behind the closing brace
+};
+
+// The placeholder at `pBrace`, an opening brace: decimal digits and a closing brace follow.
+std::optional<Placeholder> ParsePlaceholder(const char* pBrace) {
+  const char* p = pBrace + 1;
+  unsigned long uIndex = 0;
+  for (; *p >= '0' && *p <= '9'; ++p) {
+    uIndex = std::min(uIndex * 10 + static_cast<unsigned long>(*p - '0'), kMaxArguments);
+  }
+  if (*p != '}' || p == pBrace + 1) {
+    return std::nullopt;
+  }
+  return Placeholder{uIndex, p + 1};
+}
+
+// The end of what stands at `pBrace` and is no placeholder: behind the closing brace, or behind the
+// opening brace alone when another one comes first or none closes it.
+const char* EndOfBraces(const char* pBrace) {
+  const char* pNext = pBrace + 1 + std::strcspn(pBrace + 1, "{}");
+  return *pNext == '}' ? pNext + 1 : pBrace + 1;
+}
+
+class CWyPatternFormatter {
+ public:
+  CWyPatternFormatter(CWyBoundedWriter& writer, unsigned long uCount, const char** ppArguments)
+      : m_writer(writer),
+        m_uCount(ppArguments == nullptr ? 0 : std::min(uCount, kMaxArguments)),
+        m_ppArguments(ppArguments) {}
+
+  void Format(const char* p) {
+    bool bQuoted = false;
+    while (true) {
+      const std::size_t nRun = std::strcspn(p, bQuoted ? "'" : "'{");
+      m_writer.Append(p, nRun);
+      p += nRun;
+      if (*p == '\0' || m_writer.IsFull()) {
+        return;
+      }
+      if (*p == '{') {
+        p = FormatBraces(p);
+      } else if (p[1] == '\'') {
+        m_writer.Append(p, 1);
+        p += 2;
+      } else {
+        bQuoted = !bQuoted;
+        ++p;
+      }
+    }
+  }
+
+ private:
+  // Writes what the opening brace at `pBrace` stands for; returns where the pattern goes on.
+  const char* FormatBraces(const char* pBrace) {
+    const std::optional<Placeholder> placeholder = ParsePlaceholder(pBrace);
+    if (placeholder && placeholder->uIndex < m_uCount) {
+      AppendArgument(m_ppArguments[placeholder->uIndex]);
+      return placeholder->pEnd;
+    }
+    const char* pEnd = placeholder ? placeholder->pEnd : EndOfBraces(pBrace);
+    m_writer.Append(pBrace, static_cast<std::size_t>(pEnd - pBrace));
+    return pEnd;
+  }
+
+  void AppendArgument(const char* pszArgument) {
+    if (pszArgument != nullptr) {
+      m_writer.Append(pszArgument, std::strlen(pszArgument));
+    }
+  }
+
+  CWyBoundedWriter& m_writer;
+  const unsigned long m_uCount;
+  const char** const m_ppArguments;
+};
+
+}  // namespace
+
+int CWyXlate::FormatMessage(char* out, unsigned long size, const char* pattern, unsigned long argc,
+                            const char** argv) {
+  if (out == nullptr || pattern == nullptr) {
+    return -1;
+  }
+  CWyBoundedWriter writer(out, std::min(size, static_cast<unsigned long>(INT_MAX)));
+  CWyPatternFormatter(writer, argc, argv).Format(pattern);
+  return writer.Finish();
+}

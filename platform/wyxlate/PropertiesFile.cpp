@@ -1,0 +1,278 @@
+#include "wyxlate/PropertiesFile.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <utility>
+
+namespace {
+
+constexpr off_t kMaxFileSize = off_t{64} << 20;
+constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+constexpr std::string_view kBlanks = " \t\f";
+constexpr std::string_view kLineEnds = "\r\n";
+
+constexpr std::uint32_t kReplacementCharacter = 0xFFFD;
+
+void SkipBlanks(std::string_view& text) {
+  const std::size_t nBlanks = text.find_first_not_of(kBlanks);
+  text.remove_prefix(nBlanks == std::string_view::npos ? text.size() : nBlanks);
+}
+
+// Takes the text up to the next line end from the front of `text`, and the line end with it.
+std::string_view TakeLine(std::string_view& text) {
+  const std::size_t nEnd = text.find_first_of(kLineEnds);
+  const std::string_view line = text.substr(0, nEnd);
+  text.remove_prefix(line.size());
+  if (text.substr(0, 2) == "\r\n") {
+    text.remove_prefix(2);
+  } else if (!text.empty()) {
+    text.remove_prefix(1);
+  }
+  return line;
+}
+
+// An odd number of backslashes at its end joins a line to the next; an even number are escapes.
+bool IsContinued(std::string_view line) {
+  const std::size_t nLast = line.find_last_not_of('\\');
+  const std::size_t nBackslashes =
+      nLast == std::string_view::npos ? line.size() : line.size() - nLast - 1;
+  return nBackslashes % 2 != 0;
+}
+
+bool IsBlankOrComment(std::string_view line) {
+  return line.empty() || line.front() == '#' || line.front() == '!';
+}
+
+// Appends the continuation lines of `line` from the front of `text`; the whole is built in
+// `strJoined`.
+std::string_view JoinContinuation(std::string_view line, std::string_view& text,
+                                  std::string& strJoined) {
+  strJoined.clear();
+  while (IsContinued(line)) {
+    strJoined += line.substr(0, line.size() - 1);
+    line = TakeLine(text);
+    SkipBlanks(line);
+  }
+  strJoined += line;
+  return strJoined;
+}
+
+// The length of the key at the front of a logical line: up to the first separator without a
+// backslash before it.
+std::size_t KeyLength(std::string_view line) {
+  std::size_t n = 0;
+  while (n < line.size() && std::string_view("=: \t\f").find(line[n]) == std::string_view::npos) {
+    n += line[n] == '\\' ? 2 : 1;
+  }
+  return n < line.size() ? n : line.size();
+}
+
+void SkipSeparator(std::string_view& text) {
+  SkipBlanks(text);
+  if (!text.empty() && (text.front() == '=' || text.front() == ':')) {
+    text.remove_prefix(1);
+    SkipBlanks(text);
+  }
+}
+
+std::optional<unsigned> HexDigit(char c) {
+  if (c >= '0' && c <= '9') {
+    return static_cast<unsigned>(c - '0');
+  }
+  const char cLower = static_cast<char>(c | 0x20);
+  if (cLower >= 'a' && cLower <= 'f') {
+    return static_cast<unsigned>(cLower - 'a' + 10);
+  }
+  return std::nullopt;
+}
+
+// The value of "\uXXXX" at the front of `text`.
+std::optional<std::uint32_t> UnicodeEscape(std::string_view text) {
+  if (text.size() < 6 || text[0] != '\\' || text[1] != 'u') {
+    return std::nullopt;
+  }
+  std::uint32_t uValue = 0;
+  for (const char c : text.substr(2, 4)) {
+    const std::optional<unsigned> digit = HexDigit(c);
+    if (!digit) {
+      return std::nullopt;
+    }
+    uValue = uValue << 4 | *digit;
+  }
+  return uValue;
+}
+
+bool IsHighSurrogate(std::uint32_t u) { return u >= 0xD800 && u < 0xDC00; }
+bool IsLowSurrogate(std::uint32_t u) { return u >= 0xDC00 && u < 0xE000; }
+
+void AppendUtf8(std::uint32_t u, std::string& str) {
+  const auto append = [&str](std::uint32_t uByte) { str += static_cast<char>(uByte); };
+  if (u < 0x80) {
+    append(u);
+  } else if (u < 0x800) {
+    append(0xC0 | u >> 6);
+    append(0x80 | (u & 0x3F));
+  } else if (u < 0x10000) {
+    append(0xE0 | u >> 12);
+    append(0x80 | (u >> 6 & 0x3F));
+    append(0x80 | (u & 0x3F));
+  } else {
+    append(0xF0 | u >> 18);
+    append(0x80 | (u >> 12 & 0x3F));
+    append(0x80 | (u >> 6 & 0x3F));
+    append(0x80 | (u & 0x3F));
+  }
+}
+
+// Takes a "\uXXXX", or two of them that are a surrogate pair, from the front of `text`. False when
+// there is none.
+bool TakeUnicodeEscape(std::string_view& text, std::string& str) {
+  const std::optional<std::uint32_t> first = UnicodeEscape(text);
+  if (!first) {
+    return false;
+  }
+  text.remove_prefix(6);
+  std::uint32_t uCharacter = *first;
+  const std::optional<std::uint32_t> second = UnicodeEscape(text);
+  if (IsHighSurrogate(uCharacter) && second && IsLowSurrogate(*second)) {
+    text.remove_prefix(6);
+    uCharacter = 0x10000 + ((uCharacter - 0xD800) << 10) + (*second - 0xDC00);
+  } else if (IsHighSurrogate(uCharacter) || IsLowSurrogate(uCharacter) || uCharacter == 0) {
+    uCharacter = kReplacementCharacter;
+  }
+  AppendUtf8(uCharacter, str);
+  return true;
+}
+
+char EscapedCharacter(char c) {
+  switch (c) {
+    case 't':
+      return '\t';
+    case 'n':
+      return '\n';
+    case 'r':
+      return '\r';
+    case 'f':
+      return '\f';
+    default:
+      return c;
+  }
+}
+
+std::string Unescape(std::string_view text) {
+  std::string str;
+  str.reserve(text.size());
+  while (!text.empty()) {
+    const std::string_view run = text.substr(0, text.find('\\'));
+    str += run;
+    text.remove_prefix(run.size());
+    if (text.empty() || TakeUnicodeEscape(text, str)) {
+      continue;
+    }
+    if (text.size() > 1) {
+      str += EscapedCharacter(text[1]);
+    }
+    text.remove_prefix(text.size() > 1 ? 2 : 1);
+  }
+  return str;
+}
+
+void ParseEntry(std::string_view line, PropertyTable& table) {
+  if (line.empty()) {
+    return;
+  }
+  const std::string_view key = line.substr(0, KeyLength(line));
+  line.remove_prefix(key.size());
+  SkipSeparator(line);
+  table.insert_or_assign(Unescape(key), Unescape(line));
+}
+
+class CWyDescriptor {
+ public:
+  explicit CWyDescriptor(int fd) : m_fd(fd) {}
+  ~CWyDescriptor() {
+    if (m_fd >= 0) {
+      ::close(m_fd);
+    }
+  }
+  CWyDescriptor(const CWyDescriptor&) = delete;
+  CWyDescriptor& operator=(const CWyDescriptor&) = delete;
+
+  int Get() const { return m_fd; }
+
+ private:
+  const int m_fd;
+};
+
+// A pipe of that name must not make the caller wait for its writer, hence O_NONBLOCK.
+int OpenForReading(const std::string& strPath) {
+  int fd;
+  do {
+    fd = ::open(strPath.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
+  } while (fd < 0 && errno == EINTR);
+  return fd;
+}
+
+bool IsShortage(int iError) { return iError == EMFILE || iError == ENFILE || iError == ENOMEM; }
+
+// Reads the file to its end, or as much as it had when it was opened. Nothing when reading fails.
+std::optional<std::string> ReadRegularFile(int fd) {
+  struct stat info;
+  if (::fstat(fd, &info) != 0 || !S_ISREG(info.st_mode) || info.st_size > kMaxFileSize) {
+    return std::nullopt;
+  }
+  std::string strText(static_cast<std::size_t>(info.st_size), '\0');
+  std::size_t nRead = 0;
+  while (nRead < strText.size()) {
+    const ssize_t iCount = ::read(fd, strText.data() + nRead, strText.size() - nRead);
+    if (iCount == 0) {
+      break;
+    }
+    if (iCount > 0) {
+      nRead += static_cast<std::size_t>(iCount);
+    } else if (errno != EINTR) {
+      return std::nullopt;
+    }
+  }
+  strText.resize(nRead);
+  return strText;
+}
+
+}  // namespace
+
+void ParseProperties(std::string_view text, PropertyTable& table) {
+  if (text.substr(0, kByteOrderMark.size()) == kByteOrderMark) {
+    text.remove_prefix(kByteOrderMark.size());
+  }
+  std::string strJoined;
+  while (!text.empty()) {
+    std::string_view line = TakeLine(text);
+    SkipBlanks(line);
+    if (IsBlankOrComment(line)) {
+      continue;
+    }
+    if (IsContinued(line)) {
+      line = JoinContinuation(line, text, strJoined);
+    }
+    ParseEntry(line, table);
+  }
+}
+
+FileState ReadPropertiesFile(const std::string& strPath, PropertyTable& table) {
+  const CWyDescriptor file(OpenForReading(strPath));
+  if (file.Get() < 0) {
+    return IsShortage(errno) ? FileState::kBusy : FileState::kAbsent;
+  }
+  const std::optional<std::string> text = ReadRegularFile(file.Get());
+  if (!text) {
+    return FileState::kAbsent;
+  }
+  ParseProperties(*text, table);
+  return FileState::kRead;
+}

@@ -1,0 +1,32 @@
+#include <wyxlate/WyXlate.h>
+
+#include <exception>
+#include <string_view>
+
+#include "wyxlate/BundleCache.h"
+
+bool CWyXlate::SetResourceDirectory(const char* directory) {
+  try {
+    return theBundleCache().SetDirectory(directory);
+  } catch (const std::exception&) {
+    return false;
+  }
+}
+
+CWyXlateBundle* CWyXlate::GetBundle(const char* bundle, const char* locale) {
+  if (bundle == nullptr) {
+    return nullptr;
+  }
+  const std::string_view localeName = locale != nullptr ? locale : "";
+  try {
+    return theBundleCache().Get(bundle, localeName).release();
+  } catch (const std::exception&) {
+    return nullptr;
+  }
+}
+
+const char* CWyXlateBundle::Lookup(const char* key) {
+  return key == nullptr ? nullptr : static_cast<CWyLoadedBundle*>(this)->Find(key);
+}
+
+void CWyXlateBundle::Release() { static_cast<CWyLoadedBundle*>(this)->DropReference(); }

@@ -1,0 +1,91 @@
+#ifndef WYXLATE_WYXLATE_H
+#define WYXLATE_WYXLATE_H
+
+// Message translation: bundles of message patterns by name and locale, and the substitution of
+// arguments into a pattern.
+//
+//   CWyXlate::SetResourceDirectory("/opt/product/messages");
+//   CWyXlateBundle* pBundle = CWyXlate::GetBundle("agent", "de_DE.UTF-8");
+//   const char* pszPattern = pBundle != nullptr ? pBundle->Lookup("agent-00001") : nullptr;
+//   ... CWyXlate::FormatMessage(szText, sizeof szText - 1, pszPattern, 2, apszArguments) ...
+//   if (pBundle != nullptr) pBundle->Release();
+//
+// A bundle is a set of Java resource-bundle files in the resource directory:
+//
+//   agent_de_DE.properties     first,
+//   agent_de.properties        then,
+//   agent.properties           last; any of them may be missing.
+//
+// Each key comes from the first of these files that has it. The files hold UTF-8, with or without a
+// byte order mark, and have the comments, separators, escapes and continuation lines of that
+// format; of a key that occurs twice in a file the last one counts. Nothing in a file is an error:
+// a "\u" without four hexadecimal digits is the letter u, half a surrogate pair and \u0000 become
+// U+FFFD, bytes that are not UTF-8 are passed on as they are, and a zero byte ends its text. What
+// is not a regular file, cannot be read, or is larger than 64 MiB counts as missing.
+//
+// Locale names are accepted in POSIX and BCP 47 spelling: "de_DE.UTF-8", "de-DE" and "DE-de" are
+// the same locale, as are "C", "POSIX", "en", the empty text and null. "zh-Hant-TW" looks for the
+// files of zh_Hant_TW, zh_Hant and zh; codeset, modifier and BCP 47 extensions play no part. What
+// is not a locale name has the last file alone.
+//
+// Any thread may call any operation at any time, also while the process exits, and so may a child
+// that was forked while other threads were in such calls. None of the operations throws.
+
+#define WYXLATE_EXPORT __attribute__((visibility("default")))
+
+// The patterns of one bundle in one locale. Objects come from CWyXlate::GetBundle alone; one object
+// may be handed out to many threads at once. It never changes.
+class WYXLATE_EXPORT CWyXlateBundle {
+ public:
+  // The pattern of the message `key`, or null when the bundle has no such key or `key` is null. The
+  // text is UTF-8, belongs to the bundle and is valid until the caller's Release.
+  const char* Lookup(const char* key);
+
+  // Ends the caller's use of the bundle: called once for each GetBundle that returned it. The
+  // object must not be used afterwards.
+  void Release();
+
+  CWyXlateBundle(const CWyXlateBundle&) = delete;
+  CWyXlateBundle& operator=(const CWyXlateBundle&) = delete;
+
+ protected:
+  CWyXlateBundle() = default;
+  ~CWyXlateBundle() = default;
+};
+
+class WYXLATE_EXPORT CWyXlate {
+ public:
+  // Sets the directory that the bundles are read from, for the whole process. Until the first call
+  // there is none. A relative name is taken from the working directory of this moment. On success
+  // every bundle is read afresh at its next use; bundles that callers hold stay as they are. False,
+  // without any change, when `directory` is null, empty, or not a directory that this process may
+  // read and search.
+  static bool SetResourceDirectory(const char* directory);
+
+  // The bundle `bundle` in the locale `locale`; the caller gives it back with Release. Null when
+  // none of its files can be read, when no directory is set, and when `bundle` is null, empty or no
+  // bundle name: a name has letters, digits, "_", "-" and single dots between them.
+  //
+  // The first call for a bundle and locale reads the files; the result is kept, and so is the fact
+  // that there are none, until the next SetResourceDirectory. From then on the call allocates
+  // nothing, waits for no file and runs beside those of other threads. Only when the files could
+  // not be opened because the process or the system was short of memory or descriptors, the next
+  // call tries again.
+  static CWyXlateBundle* GetBundle(const char* bundle, const char* locale);
+
+  // Writes `pattern` into `out` with its placeholders replaced by the arguments, at most `size`
+  // bytes and a terminating zero byte: `out` has room for size + 1 bytes. A longer text is cut at
+  // exactly `size` bytes, within a character if need be. Returns the number of bytes before the
+  // terminator, or -1 when `out` or `pattern` is null; then nothing is written.
+  //
+  // The rules are those of Java's message format, in small. "{0}" to "{12}" stand for argv[0] to
+  // argv[12]. Two single quotes are one quote; otherwise a single quote starts a run in which
+  // braces have no meaning, up to the next single quote or the end. A placeholder whose index is
+  // not below `argc`, and anything else in braces, is copied as it stands, and so is a lone brace.
+  // A null entry of `argv` inserts nothing; a null `argv` counts as no arguments. `out` must not
+  // overlap the pattern or an argument. Allocates nothing and takes no lock.
+  static int FormatMessage(char* out, unsigned long size, const char* pattern, unsigned long argc,
+                           const char** argv);
+};
+
+#endif

@@ -1,0 +1,8 @@
+#ifndef TESTS_PLATFORM_ALLOCATIONCOUNTER_H
+#define TESTS_PLATFORM_ALLOCATIONCOUNTER_H
+
+// How often the calling thread has used operator new so far, in the program and in every shared
+// library of the process.
+long CountAllocations();
+
+#endif

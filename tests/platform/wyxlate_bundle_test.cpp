@@ -1,0 +1,196 @@
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <string>
+
+#include "platform/BundleText.h"
+#include "platform/TestDirectory.h"
+
+namespace {
+
+// A directory with the files that the test writes, set as the resource directory.
+class BundleTest : public testing::Test {
+ protected:
+  void SetDirectory() { ASSERT_TRUE(CWyXlate::SetResourceDirectory(m_directory.Path())); }
+
+  // A bundle with one key, "file", in files of these suffixes; its value is the suffix.
+  void WriteFiles(const std::string& bundle, std::initializer_list<const char*> suffixes) {
+    for (const std::string suffix : suffixes) {
+      m_directory.Write(bundle + suffix + ".properties", "file=" + suffix);
+    }
+    SetDirectory();
+  }
+
+  std::string FileOf(const char* locale) { return BundleText("agent", locale, "file"); }
+
+  const TestDirectory m_directory;
+};
+
+// Permission bits do not bind root: the test goes on as nobody.
+class WithoutPrivileges {
+ public:
+  WithoutPrivileges() {
+    if (::geteuid() == 0) {
+      EXPECT_EQ(::seteuid(65534), 0);
+    }
+  }
+  ~WithoutPrivileges() { EXPECT_EQ(::seteuid(::getuid()), 0); }
+  WithoutPrivileges(const WithoutPrivileges&) = delete;
+  WithoutPrivileges& operator=(const WithoutPrivileges&) = delete;
+};
+
+TEST_F(BundleTest, EachKeyComesFromTheMostSpecialFileThatHasIt) {
+  m_directory.Write("agent_de_DE.properties", "a=Deutschland");
+  m_directory.Write("agent_de.properties", "a=deutsch\nb=deutsch");
+  m_directory.Write("agent.properties", "a=base\nb=base\nc=base");
+  SetDirectory();
+  EXPECT_EQ(BundleText("agent", "de_DE", "a"), "Deutschland");
+  EXPECT_EQ(BundleText("agent", "de_DE", "b"), "deutsch");
+  EXPECT_EQ(BundleText("agent", "de_DE", "c"), "base");
+  EXPECT_EQ(BundleText("agent", "de_DE", "d"), "no key");
+  EXPECT_EQ(BundleText("agent", "de_DE", nullptr), "no key");
+  EXPECT_EQ(BundleText("agent", "de_AT", "a"), "deutsch");
+  EXPECT_EQ(BundleText("agent", "fr", "a"), "base");
+}
+
+TEST_F(BundleTest, OneFileOfTheLocaleIsEnough) {
+  WriteFiles("agent", {"_de"});
+  EXPECT_EQ(FileOf("de_DE"), "_de");
+  EXPECT_EQ(FileOf("en"), "no bundle");
+}
+
+TEST_F(BundleTest, LocaleNamesAreReadInBothSpellings) {
+  WriteFiles("agent", {"_de_DE", "_zh_Hant_TW", "_zh_Hant", "_es_419", "_ca_ES_VALENCIA", ""});
+  for (const char* locale :
+       {"de_DE.UTF-8", "de-DE", "DE_de@euro", "de-DE-u-co-phonebk", "de_DE@collation=phonebook"}) {
+    EXPECT_EQ(FileOf(locale), "_de_DE") << locale;
+  }
+  EXPECT_EQ(FileOf("zh-Hant-TW"), "_zh_Hant_TW");
+  EXPECT_EQ(FileOf("ZH_HANT_HK.Big5"), "_zh_Hant");
+  EXPECT_EQ(FileOf("es-419"), "_es_419");
+  EXPECT_EQ(FileOf("ca-ES-valencia"), "_ca_ES_VALENCIA");
+  EXPECT_EQ(FileOf("zh-TW"), "");
+}
+
+TEST_F(BundleTest, LocalesThatNameNoLanguageMeanEnglish) {
+  WriteFiles("agent", {"_en", ""});
+  for (const char* locale : {"C", "POSIX", "C.UTF-8", "", "en_GB"}) {
+    EXPECT_EQ(FileOf(locale), "_en") << locale;
+  }
+  EXPECT_EQ(FileOf(nullptr), "_en");
+}
+
+TEST_F(BundleTest, WhatIsNoLocaleHasTheBaseFileAlone) {
+  // Were the name put into a path as it is, "/trap" would find the second file.
+  m_directory.Write("agent_/trap.properties", "file=trap");
+  WriteFiles("agent", {"_de", ""});
+  for (const char* locale : {"/trap", "..", "../..", "de/../x", "de_DE.UTF-8/..", "d", "de__DE",
+                             "de_", "-", "1a", "de_\xC3\xA4", "de DE", "abcdefghi"}) {
+    EXPECT_EQ(FileOf(locale), "") << locale;
+  }
+  EXPECT_EQ(FileOf(std::string(1 << 20, 'x').c_str()), "");
+}
+
+TEST_F(BundleTest, BundleNamesDoNotLeaveTheDirectory) {
+  m_directory.Write("sub/agent.properties", "file=inside");
+  m_directory.Write("agent.properties", "file=outside");
+  m_directory.Write("sub/.hidden.properties", "file=hidden");
+  ASSERT_TRUE(CWyXlate::SetResourceDirectory(m_directory.File("sub").c_str()));
+  const std::string absolute = m_directory.File("agent");
+  for (const char* bundle : {"../agent", "./agent", ".hidden", "", absolute.c_str()}) {
+    EXPECT_EQ(BundleText(bundle, "en", "file"), "no bundle") << bundle;
+  }
+  EXPECT_EQ(BundleText(nullptr, "en", "file"), "no bundle");
+  EXPECT_EQ(BundleText("agent", "en", "file"), "inside");
+}
+
+TEST_F(BundleTest, FilesThatCannotBeReadCountAsMissing) {
+  WriteFiles("agent", {"", "_de"});
+  std::filesystem::create_directory(m_directory.File("agent_fr.properties"));
+  ASSERT_EQ(::mkfifo(m_directory.File("agent_it.properties").c_str(), 0644), 0);
+  ASSERT_EQ(::chmod(m_directory.File("agent_de.properties").c_str(), 0), 0);
+  const WithoutPrivileges asNobody;
+  EXPECT_EQ(FileOf("fr"), "");
+  EXPECT_EQ(FileOf("it"), "") << "and no waiting for the pipe's writer";
+  EXPECT_EQ(FileOf("de"), "");
+}
+
+TEST_F(BundleTest, KnowsNoBundleBeforeADirectoryIsSet) {
+  m_directory.Write("agent.properties", "file=working directory");
+  ASSERT_EQ(::chdir(m_directory.Path()), 0);
+  EXPECT_EQ(FileOf("en"), "no bundle");
+}
+
+TEST_F(BundleTest, ReadsNothingAgainUntilTheDirectoryIsSetAgain) {
+  WriteFiles("agent", {""});
+  EXPECT_EQ(FileOf("de"), "");
+  EXPECT_EQ(BundleText("server", "de", "file"), "no bundle");
+  m_directory.Write("agent_de.properties", "file=new");
+  m_directory.Write("server.properties", "file=new");
+  EXPECT_EQ(FileOf("de"), "");
+  EXPECT_EQ(FileOf("de-x-other-spelling"), "");
+  EXPECT_EQ(BundleText("server", "de", "file"), "no bundle");
+  SetDirectory();
+  EXPECT_EQ(FileOf("de"), "new");
+  EXPECT_EQ(BundleText("server", "de", "file"), "new");
+}
+
+TEST_F(BundleTest, RefusedDirectoriesChangeNothing) {
+  WriteFiles("agent", {""});
+  EXPECT_EQ(FileOf("en"), "");
+  m_directory.Write("agent.properties", "file=changed");
+  std::filesystem::create_directory(m_directory.File("closed"));
+  std::filesystem::create_directory(m_directory.File("unlisted"));
+  ASSERT_EQ(::chmod(m_directory.File("closed").c_str(), 0644), 0);
+  ASSERT_EQ(::chmod(m_directory.File("unlisted").c_str(), 0711), 0);
+  const WithoutPrivileges asNobody;
+  EXPECT_FALSE(CWyXlate::SetResourceDirectory(nullptr));
+  for (const char* name : {"agent.properties", "missing", "closed", "unlisted"}) {
+    EXPECT_FALSE(CWyXlate::SetResourceDirectory(m_directory.File(name).c_str())) << name;
+  }
+  EXPECT_FALSE(CWyXlate::SetResourceDirectory(""));
+  EXPECT_EQ(FileOf("en"), "") << "still the bundle that was loaded";
+}
+
+TEST_F(BundleTest, RelativeDirectoryStaysWhereItWas) {
+  m_directory.Write("messages/agent.properties", "file=here");
+  ASSERT_EQ(::chdir(m_directory.Path()), 0);
+  ASSERT_TRUE(CWyXlate::SetResourceDirectory("messages"));
+  ASSERT_EQ(::chdir("/"), 0);
+  EXPECT_EQ(FileOf("en"), "here");
+}
+
+TEST_F(BundleTest, HeldBundleOutlivesItsDirectoryAndCrowdedCache) {
+  m_directory.Write("agent.properties", "a=first");
+  SetDirectory();
+  CWyXlateBundle* pHeld = CWyXlate::GetBundle("agent", "en");
+  ASSERT_NE(pHeld, nullptr);
+  const char* pszText = pHeld->Lookup("a");
+  for (int i = 0; i < 5000; ++i) {
+    ASSERT_EQ(CWyXlate::GetBundle(("missing" + std::to_string(i)).c_str(), "en"), nullptr);
+  }
+  m_directory.Write("agent.properties", "a=second");
+  SetDirectory();
+  EXPECT_EQ(BundleText("agent", "en", "a"), "second");
+  std::filesystem::remove_all(m_directory.File("agent.properties"));
+  EXPECT_STREQ(pszText, "first");
+  EXPECT_EQ(pHeld->Lookup("a"), pszText);
+  pHeld->Release();
+}
+
+TEST_F(BundleTest, ShortageOfDescriptorsIsNotRemembered) {
+  WriteFiles("agent", {""});
+  rlimit limit;
+  ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &limit), 0);
+  const rlimit none{0, limit.rlim_max};
+  ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &none), 0);
+  const std::string during = FileOf("en");
+  ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &limit), 0);
+  EXPECT_EQ(during, "no bundle");
+  EXPECT_EQ(FileOf("en"), "");
+}
+
+}  // namespace
