@@ -6,6 +6,7 @@
 
 #include <array>
 #include <atomic>
+#include <new>
 
 #include "wyerrlog/WyErrLogPort.h"
 
@@ -109,6 +110,38 @@ class CWyForkGate {
 
   static void Enter();
   static void Leave();
+};
+
+// The one object of its class in this process, made by the first call of Get. At process exit it is
+// released, but never destroyed: threads that outlive main may still come to use it.
+template <typename T>
+class CWyProcessObject {
+ public:
+  static T* Get() {
+    if (T* pMade = s_pMade.load(std::memory_order_acquire)) return pMade;
+    // What is called by the making (a plug-in's constructor, say) gets the object as far as it is.
+    if (s_bMaking) return Storage();
+    const CWyForkGate gate;  // a forked child must not find the making half done
+    static const CWyProcessObject s_object;
+    return Storage();
+  }
+
+  CWyProcessObject(const CWyProcessObject&) = delete;
+  CWyProcessObject& operator=(const CWyProcessObject&) = delete;
+
+ private:
+  CWyProcessObject() {
+    s_bMaking = true;
+    s_pMade.store(new (s_storage) T, std::memory_order_release);
+    s_bMaking = false;
+  }
+  ~CWyProcessObject() { Storage()->Release(); }
+
+  static T* Storage() { return std::launder(reinterpret_cast<T*>(s_storage)); }
+
+  static inline constinit std::atomic<T*> s_pMade{nullptr};
+  static inline constinit thread_local bool s_bMaking = false;
+  alignas(T) static inline unsigned char s_storage[sizeof(T)];
 };
 
 class CWyReadSections;

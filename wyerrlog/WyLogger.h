@@ -5,6 +5,7 @@
 // configuration and the message components.
 
 #include <atomic>
+#include <deque>
 #include <memory>
 #include <string>
 
@@ -18,14 +19,17 @@
 class CWyReadSections;
 
 // Every operation may be called by any thread. Log calls and trace decisions run side by side;
-// installing and removing outputs or configurations waits for those under way and holds up new ones.
+// installing and removing outputs or configurations waits for those under way and holds up new
+// ones.
 //
-// A host callback runs inside a log call: what it asks of the same log (logging to it, installing or
-// removing its output, for a trace callback also a trace decision) is refused with false at once.
+// A host callback runs inside a log call: what it asks of the same log (logging to it, installing
+// or removing its output, for a trace callback also a trace decision) is refused with false at
+// once.
 //
 // A process may fork at any time, also while other threads log: the child logs through the outputs
-// it has inherited, under its own process id. (One thing stays the C library's: a child forked while
-// a thread of the host is inside localtime or gmtime itself may wait for ever at its first date.)
+// it has inherited, under its own process id. (One thing stays the C library's: a child forked
+// while a thread of the host is inside localtime or gmtime itself may wait for ever at its first
+// date.)
 //
 // Nothing throws. The library reports no failures of its own anywhere: the results are the report.
 class WYERRLOG_API CWyLogger {
@@ -39,11 +43,13 @@ class WYERRLOG_API CWyLogger {
 
   // Init is part of construction. Release takes a logger out of use: it removes the outputs and the
   // configuration and gives up the components; log calls and decisions answer false afterwards, and
-  // installing an output does. Init makes it usable again. Each does nothing when it is done already.
+  // installing an output does. Init makes it usable again. Each does nothing when it is done
+  // already.
   void Init();
   void Release();
 
-  // ---- Outputs -----------------------------------------------------------------------------------
+  // ---- Outputs
+  // -----------------------------------------------------------------------------------
 
   // Makes an output; null when its parameters are refused (see the SetParams of its class). It
   // belongs to the caller until an installing call succeeds, then to the logger. The number is not
@@ -62,7 +68,8 @@ class WYERRLOG_API CWyLogger {
   // left alone.
   void DeleteLogOutput(CWyLogOutput* pOutput);
 
-  // ---- Error log ---------------------------------------------------------------------------------
+  // ---- Error log
+  // ---------------------------------------------------------------------------------
 
   // Closes and deletes the installed output, then opens and installs the new one. When that cannot
   // be opened, the answer is false, the error log has no output and the new one stays the caller's.
@@ -77,27 +84,29 @@ class WYERRLOG_API CWyLogger {
   // message is not tried again.
   bool LogErrMsg(CWyErrLogMessage& msg);
 
-  // ---- Audit log ---------------------------------------------------------------------------------
+  // ---- Audit log
+  // ---------------------------------------------------------------------------------
 
   // As SetLogOutput, DisableLog and LogErrMsg, for the audit log.
   bool EnableAuditLogRollover(CWyLogOutput* pOutput);
   void DisableAuditLog();
   bool LogAuditMsg(CWyErrLogMessage& msg);
 
-  // ---- Trace -------------------------------------------------------------------------------------
+  // ---- Trace
+  // -------------------------------------------------------------------------------------
 
   // Reads the trace configuration file and turns tracing on with it, in the given layout, to one or
   // two outputs; a configuration and outputs installed before are replaced. When there is a second
-  // output, the first must not be asynchronous. `bOutputOnly` replaces the primary output alone: the
-  // configuration and the second output stay, and `pSecondOutput` stays the caller's. `bUseLocalTime`
-  // applies to the whole logger. Two title lines go to the outputs, and to the top of every file
-  // after a rollover (layout 3 has none).
+  // output, the first must not be asynchronous. `bOutputOnly` replaces the primary output alone:
+  // the configuration and the second output stay, and `pSecondOutput` stays the caller's.
+  // `bUseLocalTime` applies to the whole logger. Two title lines go to the outputs, and to the top
+  // of every file after a rollover (layout 3 has none).
   //
   // False, and nothing changes: for a null output or one that is installed already, an asynchronous
   // one before a second, a configuration file that cannot be read or is not one, `bOutputOnly`
   // without a configuration, a released logger. False, and the outputs installed before are gone
-  // (the configuration too, unless `bOutputOnly`): when an output cannot be opened. Outputs that were
-  // not installed stay the caller's.
+  // (the configuration too, unless `bOutputOnly`): when an output cannot be opened. Outputs that
+  // were not installed stay the caller's.
   bool EnableTrace(CWyLogOutput* pOutput, CWyLogOutput* pSecondOutput, int iFormat,
                    const char* pszDelimiter, const char* pszConfigFile, bool bUseLocalTime,
                    bool bOutputOnly, bool bBuffered);
@@ -123,7 +132,8 @@ class WYERRLOG_API CWyLogger {
   // Writes to every installed trace output. True when there is one and each took the message.
   bool LogTraceMsg(CWyErrLogMessage& msg);
 
-  // ---- Components --------------------------------------------------------------------------------
+  // ---- Components
+  // --------------------------------------------------------------------------------
 
   // The message key (or printf pattern) and the name of the bundle of an identifier's message; null
   // when the logger is released or knows no such component or message. The texts belong to the
@@ -141,7 +151,8 @@ class WYERRLOG_API CWyLogger {
   void UnloadComponent(CWyErrLogComponent* pComponent);
   bool InitKnownInfo();
 
-  // ---- Settings ----------------------------------------------------------------------------------
+  // ---- Settings
+  // ----------------------------------------------------------------------------------
 
   // A number for the host; the library does not use it. Milliseconds, say.
   void SetExecutionTimeThreshold(int iThreshold);
@@ -156,26 +167,33 @@ class WYERRLOG_API CWyLogger {
 
   void LoadComponents();
   void ReleaseComponents();
-  void ReleaseKnownInfo();
-  void AddComponentInfo(const CWyErrLogComponent& component, std::string& strList);
-  void AppendComponentInfo(unsigned int uId, const char* pszName);
   CWyErrLogComponent* FindComponent(unsigned int uId) const;
+  void AddComponent(CWyErrLogComponent& component);
+  void AddComponentInfo(unsigned int uId, const char* pszName);
+  void InitDataFieldInfo();
+  void ReleaseKnownInfo();
 
+  // EnableTrace, step by step; from the second one on under the guard.
   std::unique_ptr<CWyTraceData> NewTraceConfiguration(int iFormat, const char* pszDelimiter,
                                                       const char* pszConfigFile,
                                                       bool bUseLocalTime);
-  bool IsInstalledForTrace(const CWyLogOutput* pOutput) const;
+  bool CanEnableTrace(const CWyLogOutput* pOutput, const CWyLogOutput* pSecondOutput,
+                      bool bOutputOnly) const;
   bool OpenTraceOutputs(CWyLogOutput* pOutput, CWyLogOutput* pSecondOutput, bool bBuffered);
-  void InstallTraceConfiguration(std::unique_ptr<CWyTraceData> pConfiguration, bool bUseLocalTime);
+  void InstallTraceConfiguration(std::unique_ptr<CWyTraceData> pConfiguration, int iVersion,
+                                 bool bUseLocalTime);
+  void LogTraceHeaders(CWyErrLogMessage& first, CWyErrLogMessage& second, bool bOutputOnly);
+
   void RemoveTraceConfiguration();
-  void RemoveTraceOutputs(bool bPrimaryOnly);
-  void LogTraceHeaders(CWyErrLogMessage& first, CWyErrLogMessage& second, bool bPrimaryOnly);
+  void RemoveTraceOutputs(bool bOutputOnly);
 
   std::atomic<int>& DecisionCell(unsigned int uId);
+  void ForgetTraceDecisions();
   bool IsTraceOn() const;
   bool IsKnownUntraced(unsigned int uId);
-  bool DecideLocked(unsigned int uId);
-  CWyTraceData* TakeThreadRecord();
+  bool Decide(unsigned int uId);
+  CWyTraceData* RecordOfThisThread();
+  void ReleaseThreadRecords();
 
   unsigned int m_uThreadKey;
   std::atomic<bool> m_bInitialized;
@@ -192,15 +210,19 @@ class WYERRLOG_API CWyLogger {
   CWyErrLogGuard m_auditGuard;
   std::string m_strAvailableComponents;
   std::string m_strAvailableDataFields;
-  WyTraceComponentInfo* m_pComponentInfo;
+  std::unique_ptr<WyTraceComponentInfo[]> m_pComponentInfo;
   int m_iComponentInfoCount;
-  WyTraceDataFieldInfo* m_pDataFieldInfo;
+  std::unique_ptr<WyTraceDataFieldInfo[]> m_pDataFieldInfo;
   int m_iDataFieldCount;
   std::atomic<CWyTraceData*> m_pTraceData;
   // By component and sub-component number: 0 undecided, 1 traced, -1 not traced.
   std::atomic<int> m_aiTraceDecision[256][256];
   std::atomic<int> m_iExecutionTimeThreshold;
 
+  // A system has a limited number of keys; a logger that got none finds its records more slowly.
+  bool m_bHasThreadKey;
+  int m_iComponentInfoCapacity;
+  std::deque<std::string> m_subComponentNames;  // those that m_pComponentInfo points at
   // The highest version that a configuration of this logger has had.
   int m_iHighestVersion;
   // Open while a message formatter uses a text of a component, which Release then waits for.
@@ -211,19 +233,21 @@ class WYERRLOG_API CWyLogger {
 };
 
 // The process-wide logger, made by the first call. At process exit it is released, and from then on
-// its log calls answer false; threads that still run may go on calling it until the process is gone.
+// its log calls answer false; threads that still run may go on calling it until the process is
+// gone.
 WYERRLOG_API CWyLogger* theLogger();
 
 // Tracing to a file on the process logger in one call: rolled over by size when `iMaxSizeMB` is
 // positive, with `iBackups` backups (0: all). Without `bAppend` the trace starts in a new file, an
-// existing one is moved to a backup. The other arguments are those of EnableTrace; an empty separator
-// is none. False for null or empty paths, and when the file or tracing cannot be set up.
+// existing one is moved to a backup. The other arguments are those of EnableTrace; an empty
+// separator is none. False for null or empty paths, and when the file or tracing cannot be set up.
 extern "C" WYERRLOG_API bool WyInitLogger(bool bAppend, bool bUseLocalTime, int iMaxSizeMB,
                                           int iFormat, const char* pszDelimiter,
                                           const char* pszConfigFile, const char* pszTraceFile,
                                           int iBackups);
 
-// ---- The pool of per-thread trace records --------------------------------------------------------
+// ---- The pool of per-thread trace records
+// --------------------------------------------------------
 
 // One record of the pool, lent to one thread for one logger at a time.
 class ThreadTraceData;

@@ -9,9 +9,9 @@
 #include "wyerrlog/WyErrLogUtil.h"
 #include "wyerrlog/WyLogger.h"
 
-// A registry of named loggers. Names are compared byte by byte. The registry owns names and loggers;
-// any thread may call it. Using a logger and removing it must be ordered by the host: a removed
-// logger is destroyed at once.
+// A registry of named loggers. Names are compared byte by byte. The registry owns names and
+// loggers; any thread may call it. Using a logger and removing it must be ordered by the host: a
+// removed logger is destroyed at once.
 class WYERRLOG_API CWyLoggerList {
  public:
   CWyLoggerList();
@@ -26,8 +26,8 @@ class WYERRLOG_API CWyLoggerList {
   // for a null or empty name.
   CWyLogger* AddLogger(const char* pszName);
 
-  // Destroys the logger of that name. False when there is none, and for a null name; true as long as
-  // no logger has ever been added.
+  // Destroys the logger of that name. False when there is none, and for a null name; true as long
+  // as no logger has ever been added.
   bool RemoveLogger(const char* pszName);
 
  private:
@@ -36,15 +36,19 @@ class WYERRLOG_API CWyLoggerList {
   };
   using LoggerMap = std::map<const char*, const CWyLogger*, cmp_cstr>;
 
+  template <typename T>
+  friend class CWyProcessObject;
+
   CWyLogger* Find(const char* pszName) const;
+  void Release();  // releases every logger at process exit
 
   // Made by the first addition; atomic because it is tested before the guard is taken.
   std::atomic<LoggerMap*> m_pMap;
   CWyErrLogGuard m_guard;
 };
 
-// The process's registry, made by the first call. Its loggers are destroyed at process exit, before
-// the process logger is released.
+// The process's registry, made by the first call. Its loggers are released at process exit, before
+// the process logger is.
 WYERRLOG_API CWyLoggerList* theLoggerList();
 
 // The logger of that name in the process's registry, made when there is none; null for a null or

@@ -174,6 +174,11 @@ class WYERRLOG_API CWyTraceData {
   // Called by the logger when it installs a configuration.
   void ChooseDateTimeField();
 
+  // Takes over the configuration unless it has it already.
+  void RefreshFrom(const CWyTraceData& master) {
+    if (m_uConfiguration != master.m_uConfiguration) *this = master;
+  }
+
   bool m_bValid;
   bool m_bMaster;
   bool m_bUseLocalTime;

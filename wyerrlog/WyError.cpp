@@ -1,0 +1,70 @@
+#include "wyerrlog/WyError.h"
+
+#include <utility>
+
+#include "wyerrlog/WyLogger.h"
+
+CWyErrData::CWyErrData() : m_pNext(nullptr), m_nErr(0), m_bLogged(false) {}
+
+CWyErrData::~CWyErrData() { m_pNext = nullptr; }
+
+CWyError::CWyError() : m_pHead(nullptr), m_pTail(nullptr) {}
+
+CWyError::~CWyError() { Clear(); }
+
+CWyError::CWyError(const CWyError& other) : CWyError() { TakeOver(other); }
+
+CWyError& CWyError::operator=(const CWyError& other) {
+  Clear();
+  TakeOver(other);
+  return *this;
+}
+
+void CWyError::TakeOver(const CWyError& other) {
+  m_pHead = std::exchange(other.m_pHead, nullptr);
+  m_pTail = std::exchange(other.m_pTail, nullptr);
+}
+
+CWyErrData* CWyError::NewErrData() { return new CWyErrData; }
+
+void CWyError::Clear() {
+  while (m_pHead != nullptr) delete std::exchange(m_pHead, m_pHead->GetNext());
+  m_pTail = nullptr;
+}
+
+void CWyError::AddError(CWyErrData* pEntry) {
+  if (pEntry == nullptr) return;
+  pEntry->SetNext(nullptr);
+  if (m_pHead == nullptr) {
+    m_pHead = pEntry;
+  } else {
+    m_pTail->SetNext(pEntry);
+  }
+  m_pTail = pEntry;
+}
+
+void CWyError::SetError(CWyErrData* pEntry) {
+  Clear();
+  AddError(pEntry);
+}
+
+bool CWyError::LogMessages() {
+  CWyLogger& logger = *theLogger();
+  bool bAllWritten = true;
+  for (CWyErrData* pEntry = m_pHead; pEntry != nullptr; pEntry = pEntry->GetNext()) {
+    if (pEntry->GetLogged()) continue;
+    if (!logger.LogErrMsg(pEntry->GetMsg())) bAllWritten = false;
+    pEntry->SetLogged(true);
+  }
+  return bAllWritten;
+}
+
+bool CWyError::LogLastMessage() {
+  if (m_pTail != nullptr) theLogger()->LogErrMsg(m_pTail->GetMsg());
+  for (CWyErrData* pEntry = m_pHead; pEntry != nullptr; pEntry = pEntry->GetNext()) {
+    pEntry->SetLogged(true);
+  }
+  return true;
+}
+
+int CWyError::GetLastError() const { return m_pTail != nullptr ? m_pTail->GetErr() : 0; }

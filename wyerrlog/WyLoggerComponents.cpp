@@ -1,0 +1,198 @@
+#include <dlfcn.h>
+#include <link.h>
+
+#include <algorithm>
+#include <cstring>
+#include <mutex>
+#include <utility>
+
+#include "wyerrlog/WyLogger.h"
+
+namespace {
+
+constexpr int ComponentInfoPerSlot = 10;
+constexpr int ComponentInfoGrowth = 50;
+
+// What a component's handle points at. The first of the loggers that load the library makes it.
+struct LibraryHandle {
+  void* hLib;
+};
+
+std::mutex& HandleMutex() {
+  static std::mutex& mutex = *new std::mutex;  // loggers may be released at the very end
+  return mutex;
+}
+
+// A library that does not define the symbol itself would hand out that of one it is linked to: this
+// library's own entry point, say.
+bool IsDefinedIn(void* hLib, const void* pSymbol) {
+  link_map* pLibrary = nullptr;
+  link_map* pDefiner = nullptr;
+  Dl_info info;
+  return dlinfo(hLib, RTLD_DI_LINKMAP, &pLibrary) == 0 &&
+         dladdr1(pSymbol, &info, reinterpret_cast<void**>(&pDefiner), RTLD_DL_LINKMAP) != 0 &&
+         pLibrary == pDefiner;
+}
+
+CWyErrLogComponent* ComponentOf(void* hLib) {
+  char szEntryPoint[] = "GetComponentPtr";
+  void* const pSymbol = WyErrLogUtilGetProcAddress(hLib, szEntryPoint);
+  if (pSymbol == nullptr || !IsDefinedIn(hLib, pSymbol)) return nullptr;
+  return reinterpret_cast<CWyErrLogComponent* (*)()>(pSymbol)();
+}
+
+}  // namespace
+
+// ---- Loading
+// -------------------------------------------------------------------------------------
+
+CWyErrLogComponent* CWyLogger::LoadComponent(unsigned long /*uId*/, const char* pszLibName) {
+  void* const hLib = WyErrLogUtilLoadLibrary(const_cast<char*>(pszLibName));
+  if (hLib == nullptr) return nullptr;
+  CWyErrLogComponent* const pComponent = ComponentOf(hLib);
+  if (pComponent == nullptr) {
+    WyErrLogUtilFreeLibrary(hLib);
+    return nullptr;
+  }
+  const std::lock_guard lock(HandleMutex());
+  if (pComponent->GetHandle() == nullptr) pComponent->SetHandle(new LibraryHandle{hLib});
+  return pComponent;
+}
+
+void CWyLogger::UnloadComponent(CWyErrLogComponent* pComponent) {
+  std::unique_ptr<LibraryHandle> pHandle;
+  {
+    // The component lives in the library: its note of the handle goes first.
+    const std::lock_guard lock(HandleMutex());
+    pHandle.reset(static_cast<LibraryHandle*>(pComponent->GetHandle()));
+    pComponent->SetHandle(nullptr);
+  }
+  if (pHandle != nullptr) WyErrLogUtilFreeLibrary(pHandle->hLib);
+}
+
+void CWyLogger::LoadComponents() {
+  const char** ppszNames = nullptr;
+  GetKnownComponentLibs(&m_iComponentSlotCount, &ppszNames);
+  m_ppComponents = new CWyErrLogComponent*[static_cast<std::size_t>(m_iComponentSlotCount)];
+  m_ppComponents[0] = new CWyLogComponent;
+  for (int i = 1; i < m_iComponentSlotCount; ++i) {
+    m_ppComponents[i] = LoadComponent(static_cast<unsigned long>(i + 1) << 24, ppszNames[i]);
+  }
+}
+
+void CWyLogger::ReleaseComponents() {
+  delete m_ppComponents[0];
+  if (!m_bUnloadedComponents.exchange(true)) {
+    for (int i = 1; i < m_iComponentSlotCount; ++i) {
+      if (m_ppComponents[i] != nullptr) UnloadComponent(m_ppComponents[i]);
+    }
+  }
+  delete[] m_ppComponents;
+  m_ppComponents = nullptr;
+  m_iComponentSlotCount = 0;
+}
+
+// ---- Look-ups
+// ------------------------------------------------------------------------------------
+
+CWyErrLogComponent* CWyLogger::FindComponent(unsigned int uId) const {
+  if (!m_bInitialized) return nullptr;
+  const unsigned int uNumber = uId >> 24;
+  if (uNumber == 0 || uNumber > static_cast<unsigned int>(m_iComponentSlotCount)) return nullptr;
+  return m_ppComponents[uNumber - 1];
+}
+
+const char* CWyLogger::FetchMsg(unsigned int uId) const {
+  CWyErrLogComponent* const pComponent = FindComponent(uId);
+  return pComponent != nullptr ? pComponent->FetchMessage(uId) : nullptr;
+}
+
+const char* CWyLogger::GetMsgBundle(unsigned int uId) const {
+  const CWyErrLogComponent* const pComponent = FindComponent(uId);
+  return pComponent != nullptr ? pComponent->GetComponentAbbrName() : nullptr;
+}
+
+const char* CWyLogger::GetAvailableComponents() const {
+  return m_strAvailableComponents.empty() ? nullptr : m_strAvailableComponents.c_str();
+}
+
+const char* CWyLogger::GetAvailableDataFields() const {
+  return m_strAvailableDataFields.empty() ? nullptr : m_strAvailableDataFields.c_str();
+}
+
+// ---- What trace configurations can select
+// --------------------------------------------------------
+
+bool CWyLogger::InitKnownInfo() {
+  m_strAvailableComponents.clear();
+  m_iComponentInfoCount = 0;
+  m_iComponentInfoCapacity = m_iComponentSlotCount * ComponentInfoPerSlot;
+  m_pComponentInfo.reset(
+      new WyTraceComponentInfo[static_cast<std::size_t>(m_iComponentInfoCapacity)]());
+  for (int i = 0; i < m_iComponentSlotCount; ++i) {
+    if (m_ppComponents[i] != nullptr) AddComponent(*m_ppComponents[i]);
+  }
+  if (m_iComponentSlotCount != 0) {
+    m_strAvailableComponents.resize(m_strAvailableComponents.size() - strlen(" | "));
+  }
+  InitDataFieldInfo();
+  return true;
+}
+
+void CWyLogger::AddComponent(CWyErrLogComponent& component) {
+  const unsigned int uId = component.GetComponentID();
+  const char* const pszName = component.GetComponentName();
+  std::string& strList = m_strAvailableComponents;
+  strList.append(pszName).append(" ; ").append(component.GetComponentDescription());
+  AddComponentInfo(uId, pszName);
+
+  int iCount = 0;
+  const WyErrSubComponentInfo* pList = nullptr;
+  component.GetSubComponents(&iCount, &pList);
+  if (iCount != 0) strList.append(" : ");
+  for (int i = 0; i < iCount; ++i) {
+    const std::string strSubName(pList[i].szName, strnlen(pList[i].szName, sizeof pList[i].szName));
+    strList.append(strSubName).append(" ; ").append(pList[i].pszDescription);
+    if (i + 1 < iCount) strList.append("&");
+    m_subComponentNames.push_back(std::string(pszName) + "/" + strSubName);
+    AddComponentInfo(static_cast<unsigned int>(i + 1) << 16 | uId,
+                     m_subComponentNames.back().c_str());
+  }
+  strList.append(" | ");
+}
+
+void CWyLogger::AddComponentInfo(unsigned int uId, const char* pszName) {
+  if (m_iComponentInfoCount == m_iComponentInfoCapacity) {
+    m_iComponentInfoCapacity += ComponentInfoGrowth;
+    std::unique_ptr<WyTraceComponentInfo[]> pLarger(
+        new WyTraceComponentInfo[static_cast<std::size_t>(m_iComponentInfoCapacity)]());
+    std::copy_n(m_pComponentInfo.get(), m_iComponentInfoCount, pLarger.get());
+    m_pComponentInfo = std::move(pLarger);
+  }
+  m_pComponentInfo[static_cast<std::size_t>(m_iComponentInfoCount++)] = {false, uId, pszName};
+}
+
+void CWyLogger::InitDataFieldInfo() {
+  const KNOWNDATAFIELDINFO* pRows = nullptr;
+  GetKnownDataFields(&m_iDataFieldCount, &pRows);
+  const auto uCount = static_cast<std::size_t>(m_iDataFieldCount);
+  m_pDataFieldInfo.reset(new WyTraceDataFieldInfo[uCount]());
+  m_strAvailableDataFields.clear();
+  for (std::size_t i = 0; i < uCount; ++i) {
+    if (i != 0) m_strAvailableDataFields.append(" ");
+    m_strAvailableDataFields.append(pRows[i].pszName);
+    m_pDataFieldInfo[i].uId = static_cast<unsigned int>(i);
+    m_pDataFieldInfo[i].pszName = pRows[i].pszName;
+    m_pDataFieldInfo[i].uWidth = static_cast<unsigned int>(pRows[i].iWidth);
+  }
+}
+
+void CWyLogger::ReleaseKnownInfo() {
+  m_strAvailableComponents.clear();
+  m_strAvailableDataFields.clear();
+  m_pComponentInfo.reset();
+  m_iComponentInfoCount = 0;
+  m_subComponentNames.clear();
+  m_pDataFieldInfo.reset();
+  m_iDataFieldCount = 0;
+}

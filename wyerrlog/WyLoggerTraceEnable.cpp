@@ -1,0 +1,173 @@
+#include <algorithm>
+#include <utility>
+
+#include "wyerrlog/WyLogger.h"
+
+namespace {
+
+// Modes of AssembleTraceMessage.
+enum Header { Names = 1, EqualsSigns = 3 };
+
+// Modes of file outputs.
+enum FileMode { Append = 1, RollOverAtOpen = 2, LimitedAppend = 3 };
+
+constexpr int FileOutputType = 1;
+
+void CloseAndDelete(std::atomic<CWyLogOutput*>& pInstalled) {
+  CWyLogOutput* const pOutput = pInstalled.exchange(nullptr);
+  if (pOutput == nullptr) return;
+  pOutput->Close();
+  delete pOutput;
+}
+
+bool IsEmpty(const char* pszText) { return pszText == nullptr || *pszText == '\0'; }
+
+}  // namespace
+
+// ---- Enabling
+// ------------------------------------------------------------------------------------
+
+bool CWyLogger::EnableTrace(CWyLogOutput* pOutput, int iFormat, const char* pszDelimiter,
+                            const char* pszConfigFile, bool bUseLocalTime, bool bOutputOnly,
+                            bool bBuffered) {
+  return EnableTrace(pOutput, nullptr, iFormat, pszDelimiter, pszConfigFile, bUseLocalTime,
+                     bOutputOnly, bBuffered);
+}
+
+bool CWyLogger::EnableTrace(CWyLogOutput* pOutput, CWyLogOutput* pSecondOutput, int iFormat,
+                            const char* pszDelimiter, const char* pszConfigFile, bool bUseLocalTime,
+                            bool bOutputOnly, bool bBuffered) {
+  if (pOutput == nullptr || pOutput == pSecondOutput) return false;
+  if (pSecondOutput != nullptr && pOutput->IsAsync()) return false;
+  if (m_traceGuard.IsHeldByThisThread()) return false;
+  auto pConfiguration = NewTraceConfiguration(iFormat, pszDelimiter, pszConfigFile, bUseLocalTime);
+  if (pConfiguration == nullptr) return false;
+  CWyErrLogMessage header1(bUseLocalTime);
+  CWyErrLogMessage header2(bUseLocalTime);
+  const bool bHeaders = pConfiguration->AssembleTraceMessage(&header1, Names) &&
+                        pConfiguration->AssembleTraceMessage(&header2, EqualsSigns);
+
+  const CWyErrLogAutoWriter writer(m_traceGuard);
+  if (!CanEnableTrace(pOutput, pSecondOutput, bOutputOnly)) return false;
+  const CWyTraceData* const pInstalled = m_pTraceData.load();
+  const int iVersion = pInstalled != nullptr ? pInstalled->m_iVersion
+                                             : std::max(m_iConfigVersion.load(), m_iHighestVersion);
+  if (!bOutputOnly) RemoveTraceConfiguration();
+  RemoveTraceOutputs(bOutputOnly);
+  if (!OpenTraceOutputs(pOutput, pSecondOutput, bBuffered)) return false;
+  m_pTraceOutput = pOutput;
+  if (!bOutputOnly) {
+    m_pSecondTraceOutput = pSecondOutput;
+    InstallTraceConfiguration(std::move(pConfiguration), iVersion + 1, bUseLocalTime);
+  }
+  if (bHeaders) LogTraceHeaders(header1, header2, bOutputOnly);
+  return true;
+}
+
+// Reads the file before the guard is taken for writing, so that threads that trace are not held up.
+std::unique_ptr<CWyTraceData> CWyLogger::NewTraceConfiguration(int iFormat,
+                                                               const char* pszDelimiter,
+                                                               const char* pszConfigFile,
+                                                               bool bUseLocalTime) {
+  auto pConfiguration = std::make_unique<CWyTraceData>();
+  const CWyErrLogAutoReader reader(m_traceGuard);  // the tables live until the logger is released
+  if (!m_bInitialized || !pConfiguration->SetConfiguration(
+                             iFormat, pszDelimiter, pszConfigFile, m_iComponentInfoCount,
+                             m_pComponentInfo.get(), m_pDataFieldInfo.get(), bUseLocalTime)) {
+    return nullptr;
+  }
+  return pConfiguration;
+}
+
+bool CWyLogger::CanEnableTrace(const CWyLogOutput* pOutput, const CWyLogOutput* pSecondOutput,
+                               bool bOutputOnly) const {
+  if (!m_bInitialized) return false;
+  if (bOutputOnly && m_pTraceData == nullptr) return false;
+  for (const CWyLogOutput* pInstalled : {m_pTraceOutput.load(), m_pSecondTraceOutput.load()}) {
+    if (pInstalled != nullptr && (pInstalled == pOutput || pInstalled == pSecondOutput)) {
+      return false;
+    }
+  }
+  return true;
+}
+
+bool CWyLogger::OpenTraceOutputs(CWyLogOutput* pOutput, CWyLogOutput* pSecondOutput,
+                                 bool bBuffered) {
+  if (!pOutput->Open()) return false;
+  pOutput->EnableBuffering(bBuffered);
+  if (pSecondOutput == nullptr || pSecondOutput->Open()) return true;
+  pOutput->Close();
+  return false;
+}
+
+void CWyLogger::InstallTraceConfiguration(std::unique_ptr<CWyTraceData> pConfiguration,
+                                          int iVersion, bool bUseLocalTime) {
+  pConfiguration->m_iVersion = iVersion;
+  pConfiguration->ChooseDateTimeField();
+  m_iHighestVersion = iVersion;
+  ForgetTraceDecisions();
+  UseLocalTime(bUseLocalTime);
+  m_pTraceData = pConfiguration.release();
+}
+
+void CWyLogger::LogTraceHeaders(CWyErrLogMessage& first, CWyErrLogMessage& second,
+                                bool bOutputOnly) {
+  CWyLogOutput* const pPrimary = m_pTraceOutput;
+  pPrimary->SetHeaders(first, second);
+  for (CWyLogOutput* pOutput : {pPrimary, bOutputOnly ? nullptr : m_pSecondTraceOutput.load()}) {
+    if (pOutput == nullptr) continue;
+    pOutput->Log(first);
+    pOutput->Log(second);
+  }
+}
+
+// ---- Disabling
+// -----------------------------------------------------------------------------------
+
+void CWyLogger::DisableTrace(bool bOutputOnly) {
+  if (m_traceGuard.IsHeldByThisThread()) return;
+  const CWyErrLogAutoWriter writer(m_traceGuard);
+  const CWyTraceData* const pInstalled = m_pTraceData.load();
+  if (pInstalled != nullptr && !bOutputOnly) {
+    m_iConfigVersion = pInstalled->m_iVersion;
+    RemoveTraceConfiguration();
+  }
+  RemoveTraceOutputs(bOutputOnly);
+}
+
+void CWyLogger::RemoveTraceConfiguration() { delete m_pTraceData.exchange(nullptr); }
+
+void CWyLogger::RemoveTraceOutputs(bool bOutputOnly) {
+  CloseAndDelete(m_pTraceOutput);
+  if (!bOutputOnly) CloseAndDelete(m_pSecondTraceOutput);
+}
+
+// ---- In one call
+// ---------------------------------------------------------------------------------
+
+bool WyInitLogger(bool bAppend, bool bUseLocalTime, int iMaxSizeMB, int iFormat,
+                  const char* pszDelimiter, const char* pszConfigFile, const char* pszTraceFile,
+                  int iBackups) {
+  if (IsEmpty(pszConfigFile) || IsEmpty(pszTraceFile)) return false;
+  CWyLogger& logger = *theLogger();
+  logger.UseLocalTime(bUseLocalTime);
+  const int iMode = iMaxSizeMB > 0 ? LimitedAppend : bAppend ? Append : RollOverAtOpen;
+  if (iMode == LimitedAppend && !bAppend) {
+    // An existing file is rolled over by opening it once.
+    CWyLogOutput* const pOnce =
+        logger.NewLogOutput(FileOutputType, pszTraceFile, RollOverAtOpen, iMaxSizeMB, iBackups);
+    if (pOnce == nullptr) return false;
+    pOnce->Open();
+    logger.DeleteLogOutput(pOnce);
+  }
+  CWyLogOutput* const pOutput =
+      logger.NewLogOutput(FileOutputType, pszTraceFile, iMode, iMaxSizeMB, iBackups);
+  if (pOutput == nullptr) return false;
+  const char* const pszSeparator = IsEmpty(pszDelimiter) ? nullptr : pszDelimiter;
+  if (logger.EnableTrace(pOutput, iFormat, pszSeparator, pszConfigFile, bUseLocalTime, false,
+                         false)) {
+    return true;
+  }
+  logger.DeleteLogOutput(pOutput);
+  return false;
+}
