@@ -228,11 +228,12 @@ class WYERRLOG_API CWyErrLogMessage {
   static const char* PathnameFindFilePart(const char* pszPath);
 
  private:
-  void AppendSeverity(unsigned int uSeverity);
-  void AppendPrintf(const char* pszPattern, va_list args);
-  const char* Translate(unsigned int uId, const char* pszLocale, char* pszOut, unsigned long uSize);
+  WYERRLOG_LOCAL void AppendSeverity(unsigned int uSeverity);
+  WYERRLOG_LOCAL void AppendPrintf(const char* pszPattern, va_list args);
+  WYERRLOG_LOCAL const char* Translate(unsigned int uId, const char* pszLocale, char* pszOut,
+                                       unsigned long uSize);
 
-  struct Memory;
+  struct WYERRLOG_LOCAL Memory;
 
   std::string* m_pBuffer;  // within m_pMemory
   int m_nType = 0;

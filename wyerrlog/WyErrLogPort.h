@@ -13,6 +13,8 @@
 
 // Marks what the shared library exports. Everything else is hidden.
 #define WYERRLOG_API __attribute__((visibility("default")))
+// Marks what an exported class keeps to itself.
+#define WYERRLOG_LOCAL __attribute__((visibility("hidden")))
 
 // ---- Critical sections
 // ---------------------------------------------------------------------------

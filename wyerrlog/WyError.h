@@ -71,7 +71,7 @@ class WYERRLOG_API CWyError {
   int GetLastError() const;
 
  private:
-  void TakeOver(const CWyError& other);
+  WYERRLOG_LOCAL void TakeOver(const CWyError& other);
 
   // The source of a copy gives up its chain, so they change in constant objects.
   mutable CWyErrData* m_pHead;

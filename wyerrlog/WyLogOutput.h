@@ -2,8 +2,8 @@
 #define WYERRLOG_WYLOGOUTPUT_H
 
 // Where a logger puts its finished messages: the controlling terminal, a log file, or a function of
-// the host. Hosts make outputs with CWyLogger::NewLogOutput and hand them to the logger, which opens
-// them, writes through them from several threads at once, and closes and deletes them.
+// the host. Hosts make outputs with CWyLogger::NewLogOutput and hand them to the logger, which
+// opens them, writes through them from several threads at once, and closes and deletes them.
 
 #include <atomic>
 #include <ctime>
@@ -45,7 +45,8 @@ class WYERRLOG_API CWyLogOutput {
   int m_iType;
 };
 
-// ---- Console -------------------------------------------------------------------------------------
+// ---- Console
+// -------------------------------------------------------------------------------------
 
 // The process's one handle of the controlling terminal ("/dev/tty"), shared by all console outputs
 // and open while one of them is.
@@ -83,7 +84,8 @@ class WYERRLOG_API CWyConsoleOutput : public CWyLogOutput {
   int m_hConsole;  // -1 when not open
 };
 
-// ---- File ----------------------------------------------------------------------------------------
+// ---- File
+// ----------------------------------------------------------------------------------------
 
 // Appends to a log file, one system call per message. Two modes roll the file over by size: it is
 // moved to a backup beside it, named by local date and time, and a new one is started.
@@ -95,9 +97,9 @@ class WYERRLOG_API CWyConsoleOutput : public CWyLogOutput {
 //   3     appended to                 yes
 //   4     moved to a backup           yes
 //
-// Several threads write at once. Several processes may append to one file; only one may roll it over.
-// A forked child writes through the parent's descriptor. Files are closed in programs that the
-// process executes.
+// Several threads write at once. Several processes may append to one file; only one may roll it
+// over. A forked child writes through the parent's descriptor. Files are closed in programs that
+// the process executes.
 class WYERRLOG_API CWyFileOutput : public CWyLogOutput {
  public:
   CWyFileOutput();
@@ -112,15 +114,16 @@ class WYERRLOG_API CWyFileOutput : public CWyLogOutput {
   void SetHeaders(CWyErrLogMessage& first, CWyErrLogMessage& second) override;
 
   // The path is copied. `maxSizeMB` is the size, in units of 1,048,576 bytes, that a size-limited
-  // file stays below (a longer single message excepted); `maxBackups` the number of backups to keep,
-  // 0 for all. Answers false for a null or empty path, an unknown mode, negative numbers, and a size
-  // of 4096 and more. A second call replaces the first.
+  // file stays below (a longer single message excepted); `maxBackups` the number of backups to
+  // keep, 0 for all. Answers false for a null or empty path, an unknown mode, negative numbers, and
+  // a size of 4096 and more. A second call replaces the first.
   virtual bool SetParams(const char* pszFileName, int iMode, int iMaxSizeMB, int iMaxBackups);
   // Writes one text as it stands. False for a null text, without an open file, and when a due
   // rollover or the write fails; the text is then dropped.
   virtual bool Log(const char* pszText);
 
-  // ---- The steps of Open and Log; the logger's callers need none of them -------------------------
+  // ---- The steps of Open and Log; the logger's callers need none of them
+  // -------------------------
 
   // One write, which a full disk may cut short. False when the system refused it.
   bool LogMessage(const char* pszText);
@@ -136,8 +139,8 @@ class WYERRLOG_API CWyFileOutput : public CWyLogOutput {
   // Moves the log file to a backup, `name_20261116_171613.ext` or, when that is taken,
   // `name_20261116_171613_01.ext` and so on, deletes the oldest backups beyond the number to keep,
   // and starts a new file with the headers. The stamp is local time. Answers true when a file is
-  // open afterwards: the new one, or, when the system does not permit the renaming (EACCES), the old
-  // one; another attempt is due 300 seconds later. Otherwise the output is closed.
+  // open afterwards: the new one, or, when the system does not permit the renaming (EACCES), the
+  // old one; another attempt is due 300 seconds later. Otherwise the output is closed.
   bool Rollover();
 
   // Whether a directory entry's name is a backup of the log file of the given name.
@@ -146,12 +149,12 @@ class WYERRLOG_API CWyFileOutput : public CWyLogOutput {
   void LogHeaders();
 
  private:
-  bool LogWithinLimit(const char* pszText);
-  bool LogAfterRefusal(const char* pszText);
-  bool IsRetryDue() const;
-  bool RolloverClosedFile();
-  bool StartNewFile();
-  bool ContinueOldFile();
+  WYERRLOG_LOCAL bool LogWithinLimit(const char* pszText);
+  WYERRLOG_LOCAL bool LogAfterRefusal(const char* pszText);
+  WYERRLOG_LOCAL bool IsRetryDue() const;
+  WYERRLOG_LOCAL bool RolloverClosedFile();
+  WYERRLOG_LOCAL bool StartNewFile();
+  WYERRLOG_LOCAL bool ContinueOldFile();
 
   CWyErrLogCS m_cs;
   char* m_pszFileName;
@@ -167,7 +170,8 @@ class WYERRLOG_API CWyFileOutput : public CWyLogOutput {
   CWyErrLogMessage m_msgHeader2;
 };
 
-// ---- Callbacks -----------------------------------------------------------------------------------
+// ---- Callbacks
+// -----------------------------------------------------------------------------------
 
 // The host's functions receive the text, ended by a zero byte, and its length in bytes. They run on
 // the thread that logs, several at once, while the logger's output is locked for reading: they must

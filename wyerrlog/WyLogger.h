@@ -165,35 +165,38 @@ class WYERRLOG_API CWyLogger {
  private:
   friend class CWyErrLogMessage;
 
-  void LoadComponents();
-  void ReleaseComponents();
-  CWyErrLogComponent* FindComponent(unsigned int uId) const;
-  void AddComponent(CWyErrLogComponent& component);
-  void AddComponentInfo(unsigned int uId, const char* pszName);
-  void InitDataFieldInfo();
-  void ReleaseKnownInfo();
+  WYERRLOG_LOCAL void LoadComponents();
+  WYERRLOG_LOCAL void ReleaseComponents();
+  WYERRLOG_LOCAL CWyErrLogComponent* FindComponent(unsigned int uId) const;
+  WYERRLOG_LOCAL void AddComponent(CWyErrLogComponent& component);
+  WYERRLOG_LOCAL void AddComponentInfo(unsigned int uId, const char* pszName);
+  WYERRLOG_LOCAL void InitDataFieldInfo();
+  WYERRLOG_LOCAL void ReleaseKnownInfo();
 
   // EnableTrace, step by step; from the second one on under the guard.
-  std::unique_ptr<CWyTraceData> NewTraceConfiguration(int iFormat, const char* pszDelimiter,
-                                                      const char* pszConfigFile,
-                                                      bool bUseLocalTime);
-  bool CanEnableTrace(const CWyLogOutput* pOutput, const CWyLogOutput* pSecondOutput,
-                      bool bOutputOnly) const;
-  bool OpenTraceOutputs(CWyLogOutput* pOutput, CWyLogOutput* pSecondOutput, bool bBuffered);
-  void InstallTraceConfiguration(std::unique_ptr<CWyTraceData> pConfiguration, int iVersion,
-                                 bool bUseLocalTime);
-  void LogTraceHeaders(CWyErrLogMessage& first, CWyErrLogMessage& second, bool bOutputOnly);
+  WYERRLOG_LOCAL std::unique_ptr<CWyTraceData> NewTraceConfiguration(int iFormat,
+                                                                     const char* pszDelimiter,
+                                                                     const char* pszConfigFile,
+                                                                     bool bUseLocalTime);
+  WYERRLOG_LOCAL bool CanEnableTrace(const CWyLogOutput* pOutput, const CWyLogOutput* pSecondOutput,
+                                     bool bOutputOnly) const;
+  WYERRLOG_LOCAL bool OpenTraceOutputs(CWyLogOutput* pOutput, CWyLogOutput* pSecondOutput,
+                                       bool bBuffered);
+  WYERRLOG_LOCAL void InstallTraceConfiguration(std::unique_ptr<CWyTraceData> pConfiguration,
+                                                int iVersion, bool bUseLocalTime);
+  WYERRLOG_LOCAL void LogTraceHeaders(CWyErrLogMessage& first, CWyErrLogMessage& second,
+                                      bool bOutputOnly);
 
-  void RemoveTraceConfiguration();
-  void RemoveTraceOutputs(bool bOutputOnly);
+  WYERRLOG_LOCAL void RemoveTraceConfiguration();
+  WYERRLOG_LOCAL void RemoveTraceOutputs(bool bOutputOnly);
 
-  std::atomic<int>& DecisionCell(unsigned int uId);
-  void ForgetTraceDecisions();
-  bool IsTraceOn() const;
-  bool IsKnownUntraced(unsigned int uId);
-  bool Decide(unsigned int uId);
-  CWyTraceData* RecordOfThisThread();
-  void ReleaseThreadRecords();
+  WYERRLOG_LOCAL std::atomic<int>& DecisionCell(unsigned int uId);
+  WYERRLOG_LOCAL void ForgetTraceDecisions();
+  WYERRLOG_LOCAL bool IsTraceOn() const;
+  WYERRLOG_LOCAL bool IsKnownUntraced(unsigned int uId);
+  WYERRLOG_LOCAL bool Decide(unsigned int uId);
+  WYERRLOG_LOCAL CWyTraceData* RecordOfThisThread();
+  WYERRLOG_LOCAL void ReleaseThreadRecords();
 
   unsigned int m_uThreadKey;
   std::atomic<bool> m_bInitialized;
@@ -228,8 +231,8 @@ class WYERRLOG_API CWyLogger {
   // Open while a message formatter uses a text of a component, which Release then waits for.
   std::unique_ptr<CWyReadSections> m_pLookups;
 
-  static std::atomic<bool> m_bUnloadedComponents;
-  static std::atomic<int> m_iConfigVersion;
+  WYERRLOG_LOCAL static std::atomic<bool> m_bUnloadedComponents;
+  WYERRLOG_LOCAL static std::atomic<int> m_iConfigVersion;
 };
 
 // The process-wide logger, made by the first call. At process exit it is released, and from then on

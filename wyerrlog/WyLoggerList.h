@@ -31,7 +31,7 @@ class WYERRLOG_API CWyLoggerList {
   bool RemoveLogger(const char* pszName);
 
  private:
-  struct cmp_cstr {
+  struct WYERRLOG_LOCAL cmp_cstr {
     bool operator()(const char* pszFirst, const char* pszSecond) const;
   };
   using LoggerMap = std::map<const char*, const CWyLogger*, cmp_cstr>;
@@ -39,8 +39,8 @@ class WYERRLOG_API CWyLoggerList {
   template <typename T>
   friend class CWyProcessObject;
 
-  CWyLogger* Find(const char* pszName) const;
-  void Release();  // releases every logger at process exit
+  WYERRLOG_LOCAL CWyLogger* Find(const char* pszName) const;
+  WYERRLOG_LOCAL void Release();  // releases every logger at process exit
 
   // Made by the first addition; atomic because it is tested before the guard is taken.
   std::atomic<LoggerMap*> m_pMap;

@@ -149,30 +149,31 @@ class WYERRLOG_API CWyTraceData {
 
   // What a configuration owns and its records share. The raw pointers m_pszDelimiter, m_pComponents
   // and pszFilter point into it.
-  struct Shared {
+  struct WYERRLOG_LOCAL Shared {
     std::optional<std::string> delimiter;
     std::vector<WyTraceComponentInfo> components;
     std::array<std::string, FieldCount> filters;
   };
 
-  class ConfigParser;
+  class WYERRLOG_LOCAL ConfigParser;
 
-  void TakeOverFields(const WyTraceDataFieldInfo* pFields);
-  void StopSharing();
-  void PointIntoShared();
-  void SetFilter(WyTraceDataFieldInfo& field, FilterOperator filterOp, std::string_view text);
-  WyTraceComponentInfo* FindComponent(std::string_view name);
-  WyTraceDataFieldInfo* FindField(std::string_view name);
+  WYERRLOG_LOCAL void TakeOverFields(const WyTraceDataFieldInfo* pFields);
+  WYERRLOG_LOCAL void StopSharing();
+  WYERRLOG_LOCAL void PointIntoShared();
+  WYERRLOG_LOCAL void SetFilter(WyTraceDataFieldInfo& field, FilterOperator filterOp,
+                                std::string_view text);
+  WYERRLOG_LOCAL WyTraceComponentInfo* FindComponent(std::string_view name);
+  WYERRLOG_LOCAL WyTraceDataFieldInfo* FindField(std::string_view name);
 
-  char* ValueToSet(unsigned int uId);
-  bool StoreText(unsigned int uId, std::string_view text);
-  bool PassesFilter(unsigned int uId);
-  void ClearValues();
-  void ReplaceLongTraceText(char* pszText);
+  WYERRLOG_LOCAL char* ValueToSet(unsigned int uId);
+  WYERRLOG_LOCAL bool StoreText(unsigned int uId, std::string_view text);
+  WYERRLOG_LOCAL bool PassesFilter(unsigned int uId);
+  WYERRLOG_LOCAL void ClearValues();
+  WYERRLOG_LOCAL void ReplaceLongTraceText(char* pszText);
 
-  void AppendFields(CWyErrLogMessage& msg, int iMode) const;
+  WYERRLOG_LOCAL void AppendFields(CWyErrLogMessage& msg, int iMode) const;
   // Called by the logger when it installs a configuration.
-  void ChooseDateTimeField();
+  WYERRLOG_LOCAL void ChooseDateTimeField();
 
   // Takes over the configuration unless it has it already.
   void RefreshFrom(const CWyTraceData& master) {
