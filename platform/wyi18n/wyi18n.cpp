@@ -2,6 +2,7 @@
 
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -15,6 +16,28 @@ namespace {
 int RefuseNullPath() {
   errno = EFAULT;
   return -1;
+}
+
+int RenameByLink(const char* from, const char* to) {
+  if (::link(from, to) != 0) {
+    return -1;
+  }
+  const int result = ::unlink(from);
+  if (result != 0) {
+    const int reason = errno;
+    ::unlink(to);
+    errno = reason;
+  }
+  return result;
+}
+
+int RenameWhenFree(const char* from, const char* to) {
+  struct stat status;
+  if (::lstat(to, &status) == 0) {
+    errno = EEXIST;
+    return -1;
+  }
+  return errno == ENOENT ? std::rename(from, to) : -1;
 }
 
 const char* ReadEnvironment(const char* pszName) {
@@ -39,7 +62,17 @@ int WyAccess(const char* path, int mode) {
 }
 
 int WyRename(const char* from, const char* to) {
-  return from == nullptr || to == nullptr ? RefuseNullPath() : std::rename(from, to);
+  if (from == nullptr || to == nullptr) {
+    return RefuseNullPath();
+  }
+  int result = ::renameat2(AT_FDCWD, from, AT_FDCWD, to, RENAME_NOREPLACE);
+  if (result != 0 && (errno == EINVAL || errno == ENOSYS)) {
+    result = RenameByLink(from, to);
+  }
+  if (result != 0 && (errno == EPERM || errno == EOPNOTSUPP || errno == EMLINK)) {
+    result = RenameWhenFree(from, to);
+  }
+  return result;
 }
 
 int WyUnlink(const char* path) { return path == nullptr ? RefuseNullPath() : ::unlink(path); }

@@ -22,7 +22,9 @@ WYI18N_EXPORT int WyOpen(const char* path, int flags, int mode);
 // Tests a file like access(): F_OK for existence, or R_OK, W_OK and X_OK combined.
 WYI18N_EXPORT int WyAccess(const char* path, int mode);
 
-// Renames a file like rename(). An existing file of the name `to` is replaced atomically.
+// Renames a file like rename(), but never replaces: an existing file of the name `to` fails with
+// EEXIST. Where the file system offers neither a renaming that does not replace nor hard links, a
+// file that another process creates in the same moment is not noticed.
 WYI18N_EXPORT int WyRename(const char* from, const char* to);
 
 // Removes a file name like unlink().

