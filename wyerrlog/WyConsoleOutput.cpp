@@ -4,8 +4,7 @@
 
 #include "wyerrlog/WyLogOutput.h"
 
-// ---- The shared terminal
-// -------------------------------------------------------------------------
+// ---- The shared terminal ------------------------------------------------------------------------
 
 CWyConsoleManager::CWyConsoleManager() : m_iRefCount(0), m_hConsole(-1) {}
 
@@ -33,8 +32,7 @@ CWyConsoleManager* theConsoleManager() {
   return &tcm;
 }
 
-// ---- The output
-// ----------------------------------------------------------------------------------
+// ---- The output ---------------------------------------------------------------------------------
 
 CWyConsoleOutput::CWyConsoleOutput() : m_hConsole(-1) { SetType(0); }
 

@@ -47,7 +47,7 @@ class SectionLock {
 constinit CWyImmortal<CWyErrLogCriticalSection> s_timeConversion;
 constinit std::atomic<int> nPid{0};
 
-// ---- The gate ----
+// ---- The gate -----------------------------------------------------------------------------------
 
 constinit CWyImmortal<CWyErrLogCriticalSection> s_gate;
 constinit int s_iInsideGate = 0;  // of all threads, changed inside s_gate
@@ -64,7 +64,7 @@ void CloseGate() {
   }
 }
 
-// ---- The handlers ----
+// ---- The handlers -------------------------------------------------------------------------------
 
 void BeforeFork() {
   CloseGate();

@@ -5,8 +5,7 @@
 
 #include "wyerrlog/WyLogger.h"
 
-// ---- Memory
-// --------------------------------------------------------------------------------------
+// ---- Memory -------------------------------------------------------------------------------------
 
 // What the texts of a message are kept in. A thread's messages hand it on from one to the next, so
 // that usually none of them has to allocate.
@@ -56,8 +55,7 @@ void CWyErrLogMessage::Memory::HandOn(std::unique_ptr<Memory> pMemory) {
   s_pSpare = pMemory.release();
 }
 
-// ---- Construction
-// --------------------------------------------------------------------------------
+// ---- Construction -------------------------------------------------------------------------------
 
 CWyErrLogMessage::CWyErrLogMessage() : CWyErrLogMessage(theLogger()->ShouldUseLocalTime()) {}
 
@@ -72,8 +70,7 @@ CWyErrLogMessage::~CWyErrLogMessage() {
   Memory::HandOn(std::unique_ptr<Memory>(m_pMemory));
 }
 
-// ---- The text
-// ------------------------------------------------------------------------------------
+// ---- The text -----------------------------------------------------------------------------------
 
 bool CWyErrLogMessage::CleanUpMessage() {
   m_pBuffer->clear();

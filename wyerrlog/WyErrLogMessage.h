@@ -100,8 +100,7 @@ class WYERRLOG_API CWyErrLogMessage {
   CWyErrLogMessage(const CWyErrLogMessage&) = delete;
   CWyErrLogMessage& operator=(const CWyErrLogMessage&) = delete;
 
-  // ---- The text
-  // ----------------------------------------------------------------------------------
+  // ---- The text ---------------------------------------------------------------------------------
 
   // Empties the text for the next record and sets the type to 0; everything else stays. Always
   // true.
@@ -121,8 +120,7 @@ class WYERRLOG_API CWyErrLogMessage {
   // Replaces the text by a copy; null leaves it as it is.
   void SetFormattedMessage(const char* pszText);
 
-  // ---- Error-log line: prolog
-  // --------------------------------------------------------------------
+  // ---- Error-log line: prolog -------------------------------------------------------------------
 
   // Starts an error-log line afresh: "[pid/tid][Mon Nov 16 2026 17:16:13][file:line]". Only the
   // part of `pszPath` behind its last "/" is shown; it must not be null. A line of 0 or less is
@@ -130,8 +128,7 @@ class WYERRLOG_API CWyErrLogMessage {
   // time cannot be named; the text then ends where the failure was.
   bool FormatLogProlog(const char* pszPath, int iLine, int iType);
 
-  // ---- Error-log line: message
-  // -------------------------------------------------------------------
+  // ---- Error-log line: message ------------------------------------------------------------------
 
   // The printf way: appends "[SEVERITY] ", the component's pattern for the identifier formatted
   // with the arguments (at most 4095 bytes), and a newline. The pattern's conversions must fit the
@@ -169,8 +166,7 @@ class WYERRLOG_API CWyErrLogMessage {
   // PreformatMessage or one of the trace forms looked up.
   const char* GetMsgSeverity() const;
 
-  // ---- Texts for trace records
-  // -------------------------------------------------------------------
+  // ---- Texts for trace records ------------------------------------------------------------------
 
   // Appends a blank and the printf-formatted message; neither severity nor newline. Answers false
   // when there is no such message.
@@ -179,8 +175,7 @@ class WYERRLOG_API CWyErrLogMessage {
   // Replaces the text by "[key] " and the English text of the message.
   const char* FormatMessageForTrace(unsigned int uId);
 
-  // ---- Trace records
-  // -----------------------------------------------------------------------------
+  // ---- Trace records ----------------------------------------------------------------------------
 
   // A record in one of four layouts: begin, one call per field, end. It is appended to the text.
   //   0 bracketed    [11/16/2026][17:16:13][Login accepted]
@@ -195,8 +190,7 @@ class WYERRLOG_API CWyErrLogMessage {
   void FormatTraceField(const char* pszValue, int iWidth);           // layout 1
   void EndTraceFormat();
 
-  // ---- Audit records and free texts
-  // --------------------------------------------------------------
+  // ---- Audit records and free texts -------------------------------------------------------------
 
   // Makes the printf-formatted record the text; it has no prolog, no newline and no limit of length
   // of its own. Use a fresh message for each record: one of 4096 bytes and more is appended to what
@@ -208,8 +202,7 @@ class WYERRLOG_API CWyErrLogMessage {
   static char* FormatTraceMessage(const char* pszFormat, ...);
   static void FreeFormattedMessage(const char* pszText);
 
-  // ---- Helpers
-  // -----------------------------------------------------------------------------------
+  // ---- Helpers ----------------------------------------------------------------------------------
 
   // Each writes a text ended by a zero byte into the caller's buffer of `iSize` bytes. Answers
   // false for a null buffer and a size below the one named.

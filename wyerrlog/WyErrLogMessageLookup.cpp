@@ -52,8 +52,7 @@ void CopyCut(char* pszOut, const char* pszText, unsigned long uSize) {
 
 }  // namespace
 
-// ---- Pieces of a line
-// ----------------------------------------------------------------------------
+// ---- Pieces of a line ---------------------------------------------------------------------------
 
 void CWyErrLogMessage::AppendSeverity(unsigned int uSeverity) {
   static constexpr const char* s_apszWords[] = {"[INVALID MESSAGE TYPE]", "[INFO]", "[WARNING]",
@@ -75,8 +74,7 @@ const char* CWyErrLogMessage::GetMsgSeverity() const {
   return s_apszWords[m_nSeverity];
 }
 
-// ---- The printf way
-// ------------------------------------------------------------------------------
+// ---- The printf way -----------------------------------------------------------------------------
 
 bool CWyErrLogMessage::FormatLogMessage(int iId, ...) {
   va_list args;
@@ -130,8 +128,7 @@ bool CWyErrLogMessage::FormatLogMessageForTrace(int iId, ...) {
   return true;
 }
 
-// ---- The translated way
-// --------------------------------------------------------------------------
+// ---- The translated way -------------------------------------------------------------------------
 
 // The caller has a section of m_pLookups open as long as it uses the key.
 const char* CWyErrLogMessage::Translate(unsigned int uId, const char* pszLocale, char* pszOut,

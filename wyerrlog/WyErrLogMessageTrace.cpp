@@ -14,8 +14,7 @@ std::string_view ViewOf(const char* pszText) { return pszText != nullptr ? pszTe
 
 }  // namespace
 
-// ---- Trace records
-// -------------------------------------------------------------------------------
+// ---- Trace records ------------------------------------------------------------------------------
 
 void CWyErrLogMessage::BeginTraceFormat(int iFormat, bool bUseLocalTime, const char* pszTag) {
   m_nTraceFormat = iFormat;
@@ -60,8 +59,7 @@ void CWyErrLogMessage::EndTraceFormat() {
   m_pBuffer->push_back('\n');
 }
 
-// ---- Audit records and free texts
-// ----------------------------------------------------------------
+// ---- Audit records and free texts ---------------------------------------------------------------
 
 bool CWyErrLogMessage::FormatAuditMessage(const char* pszFormat, ...) {
   if (pszFormat == nullptr || *pszFormat == '\0') return false;

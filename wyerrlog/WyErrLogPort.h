@@ -16,8 +16,7 @@
 // Marks what an exported class keeps to itself.
 #define WYERRLOG_LOCAL __attribute__((visibility("hidden")))
 
-// ---- Critical sections
-// ---------------------------------------------------------------------------
+// ---- Critical sections --------------------------------------------------------------------------
 
 // Plain POSIX mutexes with default attributes, hence not recursive. The system's results are not
 // reported. The caller owns the storage of the mutex.
@@ -26,8 +25,7 @@ void WyErrLogUtilDeleteCriticalSection(pthread_mutex_t* pMutex);
 void WyErrLogUtilEnterCriticalSection(pthread_mutex_t* pMutex);
 void WyErrLogUtilLeaveCriticalSection(pthread_mutex_t* pMutex);
 
-// ---- Counting semaphores
-// -------------------------------------------------------------------------
+// ---- Counting semaphores ------------------------------------------------------------------------
 
 // The only time-out that waits without limit. It is this 32-bit value also where unsigned long has
 // 64 bits; every other value, 0 included, means not waiting at all.
@@ -59,8 +57,7 @@ int WyErrLogUtilCloseHandle(void* hSemaphore);
 // the time of the fork.
 void WyErrLogUtilResetSemaphoreInForkedChild(void* hSemaphore);
 
-// ---- Text and time
-// -------------------------------------------------------------------------------
+// ---- Text and time ------------------------------------------------------------------------------
 
 // vsnprintf with a report of the size needed. Answers the length written when the text fits in
 // `iSize` bytes with its terminator; the size needed, terminator included, when it was cut (then

@@ -5,8 +5,7 @@
 #include <limits>
 #include <new>
 
-// ---- Critical section and semaphore
-// --------------------------------------------------------------
+// ---- Critical section and semaphore -------------------------------------------------------------
 
 CWyErrLogCriticalSection::~CWyErrLogCriticalSection() {
   WyErrLogUtilDeleteCriticalSection(&m_mutex);
@@ -43,8 +42,7 @@ int CWyErrLogSemaphore::Release(long lCount) {
 
 void CWyErrLogSemaphore::ResetInForkedChild() { WyErrLogUtilResetSemaphoreInForkedChild(m_hSem); }
 
-// ---- Reader/writer guard
-// -------------------------------------------------------------------------
+// ---- Reader/writer guard ------------------------------------------------------------------------
 
 CWyGuard::CWyGuard()
     : m_readerSem(0, std::numeric_limits<long>::max(), true),
@@ -110,8 +108,7 @@ void CWyGuard::ResetInForkedChild(int iOwnHolds) {
   m_iActive = iOwnHolds;
 }
 
-// ---- Lookups without a lock
-// ----------------------------------------------------------------------
+// ---- Lookups without a lock ---------------------------------------------------------------------
 
 namespace {
 
@@ -143,8 +140,7 @@ void CWyReadSections::ResetInForkedChild() {
   for (Slot& slot : m_slots) slot.lCount.store(0, std::memory_order_relaxed);
 }
 
-// ---- Thread-specific slots
-// -----------------------------------------------------------------------
+// ---- Thread-specific slots ----------------------------------------------------------------------
 
 CpaTls::CpaTls(void (*pfnDestructor)(void*)) : m_uKey(0) {
   pthread_key_create(&m_uKey, pfnDestructor);

@@ -94,8 +94,7 @@ class CWyGuard {
   int m_iActive;  // readers when positive, -1 for a writer, 0 when free
 };
 
-// ---- Fork
-// ----------------------------------------------------------------------------------------
+// ---- Fork ---------------------------------------------------------------------------------------
 
 // Sections that a fork must not catch half way: the installing and removing of outputs and
 // configurations (every write hold of a guard passes through here by itself) and the first making
@@ -169,8 +168,7 @@ CWyErrLogCriticalSection& WyTimeConversionSection();
 // The id of this process, asked of the system once per process; a forked child has its own.
 int WyProcessId();
 
-// ---- Lookups without a lock
-// ----------------------------------------------------------------------
+// ---- Lookups without a lock ---------------------------------------------------------------------
 
 // Lets many threads read what is nearly never removed, without a lock: a reader holds a section
 // while it uses the data, and the remover, having made the data unreachable, waits until the
@@ -206,8 +204,7 @@ class CWyReadSections {
   std::array<Slot, 16> m_slots;
 };
 
-// ---- Thread-specific slots
-// -----------------------------------------------------------------------
+// ---- Thread-specific slots ----------------------------------------------------------------------
 
 // A thread-specific slot, null in a thread that never set it.
 class CpaTls {

@@ -2,8 +2,7 @@
 
 #include "wyerrlog/WyErrLogPrivUtil.h"
 
-// ---- Critical section
-// ----------------------------------------------------------------------------
+// ---- Critical section ---------------------------------------------------------------------------
 
 CWyErrLogCS::CWyErrLogCS() : m_pCS(new CWyErrLogCriticalSection) { CWyForkRegistry::Add(*m_pCS); }
 
@@ -21,8 +20,7 @@ void CWyErrLogCS::Leave() {
   if (m_pCS != nullptr) m_pCS->Leave();
 }
 
-// ---- Reader/writer guard
-// -------------------------------------------------------------------------
+// ---- Reader/writer guard ------------------------------------------------------------------------
 
 CWyErrLogGuard::CWyErrLogGuard() : m_pGuard(new CWyGuard) {}
 
@@ -47,8 +45,7 @@ bool CWyErrLogGuard::IsHeldByThisThread() const {
   return CWyGuardHold::OfThisThread(m_pGuard) != 0;
 }
 
-// ---- Holds
-// ---------------------------------------------------------------------------------------
+// ---- Holds --------------------------------------------------------------------------------------
 
 namespace {
 

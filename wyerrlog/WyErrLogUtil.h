@@ -10,8 +10,7 @@
 class CWyErrLogCriticalSection;
 class CWyGuard;
 
-// ---- Critical section
-// ----------------------------------------------------------------------------
+// ---- Critical section ---------------------------------------------------------------------------
 
 // Mutual exclusion. A child forked while another thread is inside finds the section free: the fork
 // waits until that thread has left. No host code may run inside.
@@ -41,8 +40,7 @@ class CWyErrLogAutoCS {
   CWyErrLogCS& m_cs;
 };
 
-// ---- Reader/writer guard
-// -------------------------------------------------------------------------
+// ---- Reader/writer guard ------------------------------------------------------------------------
 
 // Many readers or one writer. A new reader waits behind a waiting writer; a guard that becomes free
 // goes to one waiting writer first, otherwise to all waiting readers at once.
@@ -111,8 +109,7 @@ class CWyErrLogAutoWriter {
   CWyGuardHold m_hold;
 };
 
-// ---- Shared libraries
-// ----------------------------------------------------------------------------
+// ---- Shared libraries ---------------------------------------------------------------------------
 
 // Loads a shared library by a name such as "wylogcomponent". Tries, in this order: the name itself;
 // the name with ".so" in place of a missing, ".dll" or ".DLL" ending; that with "lib" before it,

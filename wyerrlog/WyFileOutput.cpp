@@ -70,8 +70,7 @@ bool CWyFileOutput::SetParams(const char* pszFileName, int iMode, int iMaxSizeMB
   return true;
 }
 
-// ---- Opening and closing
-// -------------------------------------------------------------------------
+// ---- Opening and closing ------------------------------------------------------------------------
 
 bool CWyFileOutput::Open() {
   if (!FileExists(m_pszFileName)) return OpenFile(0);
@@ -110,8 +109,7 @@ bool CWyFileOutput::CloseFile() {
   return true;
 }
 
-// ---- Writing
-// -------------------------------------------------------------------------------------
+// ---- Writing ------------------------------------------------------------------------------------
 
 bool CWyFileOutput::Log(CWyErrLogMessage& msg) { return Log(msg.GetBuffer()); }
 
@@ -149,8 +147,7 @@ bool CWyFileOutput::LogMessage(const char* pszText) {
   return write(m_hFile, pszText, strlen(pszText)) >= 0;
 }
 
-// ---- Headers and buffering
-// -----------------------------------------------------------------------
+// ---- Headers and buffering ----------------------------------------------------------------------
 
 void CWyFileOutput::SetHeaders(CWyErrLogMessage& first, CWyErrLogMessage& second) {
   if (first.GetBufferLen() <= 0 || second.GetBufferLen() <= 0) return;

@@ -1,7 +1,6 @@
 #include "wyerrlog/WyLogOutput.h"
 
-// ---- The interface
-// -------------------------------------------------------------------------------
+// ---- The interface ------------------------------------------------------------------------------
 
 CWyLogOutput::CWyLogOutput() : m_iType(-1) {}
 
@@ -19,8 +18,7 @@ void CWyLogOutput::SetHeaders(CWyErrLogMessage& /*first*/, CWyErrLogMessage& /*s
 
 bool CWyLogOutput::IsAsync() { return false; }
 
-// ---- Synchronous callback
-// ------------------------------------------------------------------------
+// ---- Synchronous callback -----------------------------------------------------------------------
 
 CWySyncCallbackOutput::CWySyncCallbackOutput() : m_pfnCallback(nullptr) { SetType(2); }
 
@@ -44,8 +42,7 @@ bool CWySyncCallbackOutput::Close() {
   return true;
 }
 
-// ---- Asynchronous callback
-// -----------------------------------------------------------------------
+// ---- Asynchronous callback ----------------------------------------------------------------------
 
 CWyAsyncCallbackOutput::CWyAsyncCallbackOutput() : m_pfnCallback(nullptr) { SetType(3); }
 
@@ -69,8 +66,7 @@ bool CWyAsyncCallbackOutput::Close() { return true; }
 
 bool CWyAsyncCallbackOutput::IsAsync() { return true; }
 
-// ---- Synchronous callback with a parameter
-// -------------------------------------------------------
+// ---- Synchronous callback with a parameter ------------------------------------------------------
 
 CWySyncParameterizedCallbackOutput::CWySyncParameterizedCallbackOutput()
     : m_pfnCallback(nullptr), m_pParam(nullptr) {
@@ -101,8 +97,7 @@ bool CWySyncParameterizedCallbackOutput::Close() {
   return true;
 }
 
-// ---- Asynchronous callback with a parameter
-// ------------------------------------------------------
+// ---- Asynchronous callback with a parameter -----------------------------------------------------
 
 CWyAsyncParameterizedCallbackOutput::CWyAsyncParameterizedCallbackOutput()
     : m_pfnCallback(nullptr), m_pParam(nullptr) {

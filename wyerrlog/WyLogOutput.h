@@ -45,8 +45,7 @@ class WYERRLOG_API CWyLogOutput {
   int m_iType;
 };
 
-// ---- Console
-// -------------------------------------------------------------------------------------
+// ---- Console ------------------------------------------------------------------------------------
 
 // The process's one handle of the controlling terminal ("/dev/tty"), shared by all console outputs
 // and open while one of them is.
@@ -84,8 +83,7 @@ class WYERRLOG_API CWyConsoleOutput : public CWyLogOutput {
   int m_hConsole;  // -1 when not open
 };
 
-// ---- File
-// ----------------------------------------------------------------------------------------
+// ---- File ---------------------------------------------------------------------------------------
 
 // Appends to a log file, one system call per message. Two modes roll the file over by size: it is
 // moved to a backup beside it, named by local date and time, and a new one is started.
@@ -122,8 +120,7 @@ class WYERRLOG_API CWyFileOutput : public CWyLogOutput {
   // rollover or the write fails; the text is then dropped.
   virtual bool Log(const char* pszText);
 
-  // ---- The steps of Open and Log; the logger's callers need none of them
-  // -------------------------
+  // ---- The steps of Open and Log; the logger's callers need none of them ------------------------
 
   // One write, which a full disk may cut short. False when the system refused it.
   bool LogMessage(const char* pszText);
@@ -170,8 +167,7 @@ class WYERRLOG_API CWyFileOutput : public CWyLogOutput {
   CWyErrLogMessage m_msgHeader2;
 };
 
-// ---- Callbacks
-// -----------------------------------------------------------------------------------
+// ---- Callbacks ----------------------------------------------------------------------------------
 
 // The host's functions receive the text, ended by a zero byte, and its length in bytes. They run on
 // the thread that logs, several at once, while the logger's output is locked for reading: they must

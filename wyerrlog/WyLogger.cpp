@@ -41,8 +41,7 @@ CWyLogOutput* MakeOutput(Parameters... parameters) {
 
 }  // namespace
 
-// ---- Lifecycle
-// -----------------------------------------------------------------------------------
+// ---- Lifecycle ----------------------------------------------------------------------------------
 
 CWyLogger::CWyLogger()
     : m_bInitialized(false),
@@ -107,8 +106,7 @@ void CWyLogger::ReleaseThreadRecords() {
   CWyThreadTracePool::RemoveLogger(*this);
 }
 
-// ---- Outputs
-// -------------------------------------------------------------------------------------
+// ---- Outputs ------------------------------------------------------------------------------------
 
 CWyLogOutput* CWyLogger::NewLogOutput(int /*iType*/) { return MakeOutput<CWyConsoleOutput>(); }
 
@@ -143,8 +141,7 @@ void CWyLogger::DeleteLogOutput(CWyLogOutput* pOutput) {
   if (0 <= iType && iType <= 5) delete pOutput;
 }
 
-// ---- Error log and audit log
-// ---------------------------------------------------------------------
+// ---- Error log and audit log --------------------------------------------------------------------
 
 // A thread that holds a guard already is inside a callback of that log: what it asks for would wait
 // for itself.
@@ -189,8 +186,7 @@ bool CWyLogger::LogAuditMsg(CWyErrLogMessage& msg) {
   return m_pAuditOutput != nullptr && m_pAuditOutput->Log(msg);
 }
 
-// ---- Settings
-// ------------------------------------------------------------------------------------
+// ---- Settings -----------------------------------------------------------------------------------
 
 void CWyLogger::SetExecutionTimeThreshold(int iThreshold) {
   m_iExecutionTimeThreshold.store(iThreshold, std::memory_order_relaxed);

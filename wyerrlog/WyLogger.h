@@ -48,8 +48,7 @@ class WYERRLOG_API CWyLogger {
   void Init();
   void Release();
 
-  // ---- Outputs
-  // -----------------------------------------------------------------------------------
+  // ---- Outputs ----------------------------------------------------------------------------------
 
   // Makes an output; null when its parameters are refused (see the SetParams of its class). It
   // belongs to the caller until an installing call succeeds, then to the logger. The number is not
@@ -68,8 +67,7 @@ class WYERRLOG_API CWyLogger {
   // left alone.
   void DeleteLogOutput(CWyLogOutput* pOutput);
 
-  // ---- Error log
-  // ---------------------------------------------------------------------------------
+  // ---- Error log --------------------------------------------------------------------------------
 
   // Closes and deletes the installed output, then opens and installs the new one. When that cannot
   // be opened, the answer is false, the error log has no output and the new one stays the caller's.
@@ -84,16 +82,14 @@ class WYERRLOG_API CWyLogger {
   // message is not tried again.
   bool LogErrMsg(CWyErrLogMessage& msg);
 
-  // ---- Audit log
-  // ---------------------------------------------------------------------------------
+  // ---- Audit log --------------------------------------------------------------------------------
 
   // As SetLogOutput, DisableLog and LogErrMsg, for the audit log.
   bool EnableAuditLogRollover(CWyLogOutput* pOutput);
   void DisableAuditLog();
   bool LogAuditMsg(CWyErrLogMessage& msg);
 
-  // ---- Trace
-  // -------------------------------------------------------------------------------------
+  // ---- Trace ------------------------------------------------------------------------------------
 
   // Reads the trace configuration file and turns tracing on with it, in the given layout, to one or
   // two outputs; a configuration and outputs installed before are replaced. When there is a second
@@ -132,8 +128,7 @@ class WYERRLOG_API CWyLogger {
   // Writes to every installed trace output. True when there is one and each took the message.
   bool LogTraceMsg(CWyErrLogMessage& msg);
 
-  // ---- Components
-  // --------------------------------------------------------------------------------
+  // ---- Components -------------------------------------------------------------------------------
 
   // The message key (or printf pattern) and the name of the bundle of an identifier's message; null
   // when the logger is released or knows no such component or message. The texts belong to the
@@ -151,8 +146,7 @@ class WYERRLOG_API CWyLogger {
   void UnloadComponent(CWyErrLogComponent* pComponent);
   bool InitKnownInfo();
 
-  // ---- Settings
-  // ----------------------------------------------------------------------------------
+  // ---- Settings ---------------------------------------------------------------------------------
 
   // A number for the host; the library does not use it. Milliseconds, say.
   void SetExecutionTimeThreshold(int iThreshold);
@@ -249,8 +243,7 @@ extern "C" WYERRLOG_API bool WyInitLogger(bool bAppend, bool bUseLocalTime, int 
                                           const char* pszConfigFile, const char* pszTraceFile,
                                           int iBackups);
 
-// ---- The pool of per-thread trace records
-// --------------------------------------------------------
+// ---- The pool of per-thread trace records -------------------------------------------------------
 
 // One record of the pool, lent to one thread for one logger at a time.
 class ThreadTraceData;

@@ -43,8 +43,7 @@ CWyErrLogComponent* ComponentOf(void* hLib) {
 
 }  // namespace
 
-// ---- Loading
-// -------------------------------------------------------------------------------------
+// ---- Loading ------------------------------------------------------------------------------------
 
 CWyErrLogComponent* CWyLogger::LoadComponent(unsigned long /*uId*/, const char* pszLibName) {
   void* const hLib = WyErrLogUtilLoadLibrary(const_cast<char*>(pszLibName));
@@ -92,8 +91,7 @@ void CWyLogger::ReleaseComponents() {
   m_iComponentSlotCount = 0;
 }
 
-// ---- Look-ups
-// ------------------------------------------------------------------------------------
+// ---- Look-ups -----------------------------------------------------------------------------------
 
 CWyErrLogComponent* CWyLogger::FindComponent(unsigned int uId) const {
   if (!m_bInitialized) return nullptr;
@@ -120,8 +118,7 @@ const char* CWyLogger::GetAvailableDataFields() const {
   return m_strAvailableDataFields.empty() ? nullptr : m_strAvailableDataFields.c_str();
 }
 
-// ---- What trace configurations can select
-// --------------------------------------------------------
+// ---- What trace configurations can select -------------------------------------------------------
 
 bool CWyLogger::InitKnownInfo() {
   m_strAvailableComponents.clear();

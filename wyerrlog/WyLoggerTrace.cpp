@@ -9,8 +9,7 @@ enum Decision { Undecided = 0, Traced = 1, NotTraced = -1 };
 
 }  // namespace
 
-// ---- Decisions
-// -----------------------------------------------------------------------------------
+// ---- Decisions ----------------------------------------------------------------------------------
 
 // Most calls end in one of these looks, without a lock. While a configuration is being swapped they
 // may answer for the one before; a trace record may be missing then.
@@ -88,8 +87,7 @@ CWyTraceData* CWyLogger::RecordOfThisThread() {
   return pEntry->Record();
 }
 
-// ---- Routing
-// -------------------------------------------------------------------------------------
+// ---- Routing ------------------------------------------------------------------------------------
 
 bool CWyLogger::LogTraceMsg(CWyErrLogMessage& msg) {
   if (!m_bInitialized || m_traceGuard.IsHeldByThisThread()) return false;

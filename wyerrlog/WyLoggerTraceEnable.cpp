@@ -24,8 +24,7 @@ bool IsEmpty(const char* pszText) { return pszText == nullptr || *pszText == '\0
 
 }  // namespace
 
-// ---- Enabling
-// ------------------------------------------------------------------------------------
+// ---- Enabling -----------------------------------------------------------------------------------
 
 bool CWyLogger::EnableTrace(CWyLogOutput* pOutput, int iFormat, const char* pszDelimiter,
                             const char* pszConfigFile, bool bUseLocalTime, bool bOutputOnly,
@@ -121,8 +120,7 @@ void CWyLogger::LogTraceHeaders(CWyErrLogMessage& first, CWyErrLogMessage& secon
   }
 }
 
-// ---- Disabling
-// -----------------------------------------------------------------------------------
+// ---- Disabling ----------------------------------------------------------------------------------
 
 void CWyLogger::DisableTrace(bool bOutputOnly) {
   if (m_traceGuard.IsHeldByThisThread()) return;
@@ -142,8 +140,7 @@ void CWyLogger::RemoveTraceOutputs(bool bOutputOnly) {
   if (!bOutputOnly) CloseAndDelete(m_pSecondTraceOutput);
 }
 
-// ---- In one call
-// ---------------------------------------------------------------------------------
+// ---- In one call --------------------------------------------------------------------------------
 
 bool WyInitLogger(bool bAppend, bool bUseLocalTime, int iMaxSizeMB, int iFormat,
                   const char* pszDelimiter, const char* pszConfigFile, const char* pszTraceFile,

@@ -166,7 +166,7 @@ void CWyTraceData::ConfigParser::Finish() {
   }
 }
 
-// ---- CWyTraceData ------------------------------------------------------------------------------
+// ---- CWyTraceData -------------------------------------------------------------------------------
 
 bool CWyTraceData::SetConfiguration(int iFormat, const char* pszDelimiter,
                                     const char* pszConfigFile, int iComponentCount,

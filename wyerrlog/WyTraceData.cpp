@@ -99,7 +99,7 @@ void CWyTraceData::TakeOverFields(const WyTraceDataFieldInfo* pFields) {
   for (unsigned int uId = 0; uId < FieldCount; ++uId) CopyAllButValue(m_fields[uId], pFields[uId]);
 }
 
-// ---- Setting values ----------------------------------------------------------------------------
+// ---- Setting values -----------------------------------------------------------------------------
 
 // Where the value of a field goes that has room enough in InlineValueSize bytes; null when there is
 // no such field.
@@ -181,7 +181,7 @@ void CWyTraceData::ClearValues() {
   m_auSet = {};
 }
 
-// ---- Filters -----------------------------------------------------------------------------------
+// ---- Filters ------------------------------------------------------------------------------------
 
 bool CWyTraceData::PassesFilter(unsigned int uId) {
   return !m_fields[uId].bFiltered || TestDataFilter(uId);
@@ -206,7 +206,7 @@ bool CWyTraceData::TestDataFilter(unsigned int uId) {
   }
 }
 
-// ---- Clock -------------------------------------------------------------------------------------
+// ---- Clock --------------------------------------------------------------------------------------
 
 bool CWyTraceData::PopulateDateandTime() {
   tm time;
@@ -227,7 +227,7 @@ void CWyTraceData::ChooseDateTimeField() {
   }
 }
 
-// ---- Formatted texts ---------------------------------------------------------------------------
+// ---- Formatted texts ----------------------------------------------------------------------------
 
 char* CWyTraceData::FormatTraceMessage(const char* pszFormat, ...) {
   va_list args;

@@ -204,7 +204,7 @@ class WYERRLOG_API CWyTraceData {
   std::array<std::uint64_t, 2> m_auSet;
 };
 
-// ---- Per thread --------------------------------------------------------------------------------
+// ---- Per thread ---------------------------------------------------------------------------------
 
 // Switches tracing off for the calling thread while a record is built and written, so that nothing
 // called on the way traces again. It does not count: the end of any holder switches tracing on.
