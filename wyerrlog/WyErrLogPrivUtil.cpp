@@ -45,59 +45,83 @@ void CWyErrLogSemaphore::ResetInForkedChild() { WyErrLogUtilResetSemaphoreInFork
 // ---- Reader/writer guard ------------------------------------------------------------------------
 
 CWyGuard::CWyGuard()
-    : m_readerSem(0, std::numeric_limits<long>::max(), true),
+    : m_uActive(0),
+      m_readerSem(0, std::numeric_limits<long>::max(), true),
       m_writerSem(0, std::numeric_limits<long>::max(), true),
       m_iWaitingReaders(0),
-      m_iWaitingWriters(0),
-      m_iActive(0) {
+      m_iWaitingWriters(0) {
   CWyForkRegistry::Add(*this);
 }
 
 CWyGuard::~CWyGuard() { CWyForkRegistry::Remove(*this); }
 
 void CWyGuard::LockForRead() {
+  unsigned int uActive = m_uActive.load(std::memory_order_relaxed);
+  while ((uActive & Writer) == 0) {
+    if (m_uActive.compare_exchange_weak(uActive, uActive + 1, std::memory_order_acquire,
+                                        std::memory_order_relaxed)) {
+      return;
+    }
+  }
+  WaitForRead();
+}
+
+void CWyGuard::WaitForRead() {
   m_cs.Enter();
-  const bool bMustWait = m_iWaitingWriters != 0 || m_iActive < 0;
-  ++(bMustWait ? m_iWaitingReaders : m_iActive);
+  const bool bMustWait = (m_uActive.load(std::memory_order_relaxed) & Writer) != 0;
+  if (bMustWait) {
+    ++m_iWaitingReaders;
+  } else {
+    m_uActive.fetch_add(1, std::memory_order_acquire);
+  }
   m_cs.Leave();
   if (bMustWait) m_readerSem.Wait(WYERRLOG_INFINITE);
 }
 
 void CWyGuard::LockForWrite() {
   m_cs.Enter();
-  const bool bMustWait = m_iActive != 0;
-  if (bMustWait) {
-    ++m_iWaitingWriters;
-  } else {
-    m_iActive = -1;
-  }
+  const bool bMustWait = m_uActive.fetch_or(Writer, std::memory_order_acquire) != 0;
+  if (bMustWait) ++m_iWaitingWriters;
   m_cs.Leave();
   if (bMustWait) m_writerSem.Wait(WYERRLOG_INFINITE);
   CWyForkGate::Enter();
 }
 
 void CWyGuard::Unlock() {
-  CWyErrLogSemaphore* pAdmitted = nullptr;
-  long lAdmitted = 0;
-  m_cs.Enter();
-  if (m_iActive < 0) CWyForkGate::Leave();
-  m_iActive += m_iActive > 0 ? -1 : 1;
-  if (m_iActive == 0 && m_iWaitingWriters > 0) {
-    m_iActive = -1;
-    --m_iWaitingWriters;
-    pAdmitted = &m_writerSem;
-    lAdmitted = 1;
-  } else if (m_iActive == 0 && m_iWaitingReaders > 0) {
-    m_iActive = m_iWaitingReaders;
-    m_iWaitingReaders = 0;
-    pAdmitted = &m_readerSem;
-    lAdmitted = m_iActive;
+  // With no reader in the word the caller is the writer: readers and a writer never hold the guard
+  // together.
+  if (m_uActive.load(std::memory_order_relaxed) == Writer) {
+    UnlockWriter();
+  } else if (m_uActive.fetch_sub(1, std::memory_order_acq_rel) == (Writer | 1)) {
+    // The last reader has left and a writer waits; nobody else can be admitted in between.
+    AdmitWriter();
   }
-  m_cs.Leave();
-  if (pAdmitted != nullptr) pAdmitted->Release(lAdmitted);
 }
 
-void CWyGuard::ResetInForkedChild(int iOwnHolds) {
+void CWyGuard::AdmitWriter() {
+  m_cs.Enter();
+  --m_iWaitingWriters;
+  m_cs.Leave();
+  m_writerSem.Release(1);
+}
+
+void CWyGuard::UnlockWriter() {
+  CWyForkGate::Leave();
+  m_cs.Enter();
+  const bool bWriterNext = m_iWaitingWriters > 0;
+  const int iReadersNext = bWriterNext ? 0 : m_iWaitingReaders;
+  if (bWriterNext) {
+    --m_iWaitingWriters;
+  } else {
+    m_iWaitingReaders = 0;
+    m_uActive.store(static_cast<unsigned int>(iReadersNext), std::memory_order_release);
+  }
+  m_cs.Leave();
+  if (bWriterNext) m_writerSem.Release(1);
+  if (iReadersNext > 0) m_readerSem.Release(iReadersNext);
+}
+
+void CWyGuard::ResetInForkedChild(int iOwnHold) {
   // The parent's other threads may have been anywhere inside these objects. They start afresh in
   // place: destroying them would wait for threads that do not exist here.
   new (&m_cs) CWyErrLogCriticalSection;
@@ -105,7 +129,7 @@ void CWyGuard::ResetInForkedChild(int iOwnHolds) {
   m_writerSem.ResetInForkedChild();
   m_iWaitingReaders = 0;
   m_iWaitingWriters = 0;
-  m_iActive = iOwnHolds;
+  m_uActive = iOwnHold < 0 ? Writer : static_cast<unsigned int>(iOwnHold);
 }
 
 // ---- Lookups without a lock ---------------------------------------------------------------------

@@ -65,7 +65,8 @@ class CWyErrLogSemaphore : public CWyErrLogSyncBase {
 // The reader/writer lock under CWyErrLogGuard. Writers are preferred: a new reader waits behind a
 // waiting writer; a guard that becomes free goes to one waiting writer first, otherwise to all
 // readers waiting at that moment. Ownership passes inside Unlock, before the admitted threads wake.
-// Not recursive.
+// Not recursive. Readers that meet no writer are counted in one atomic word and enter no critical
+// section.
 //
 // A forked child finds every guard held by its one thread's own holds alone, and free otherwise;
 // no fork happens while another thread holds a guard for writing (see CWyForkGate).
@@ -80,18 +81,27 @@ class CWyGuard {
   void LockForWrite();
   void Unlock();
 
-  // In a forked child: forgets the parent's threads. `iOwnHolds` is what the surviving thread
-  // holds, as m_iActive counts it.
-  void ResetInForkedChild(int iOwnHolds);
+  // In a forked child: forgets the parent's threads. `iOwnHold` is 1 when the surviving thread
+  // holds the guard for reading, -1 for writing, 0 when it does not.
+  void ResetInForkedChild(int iOwnHold);
 
  private:
+  // A writer holds the guard or waits for it: readers must wait.
+  static constexpr unsigned int Writer = 0x80000000u;
+
+  void WaitForRead();
+  void UnlockWriter();
+  void AdmitWriter();
+
+  // The readers that hold the guard, and perhaps Writer, which changes inside m_cs alone. While a
+  // writer holds the guard there are no readers.
+  std::atomic<unsigned int> m_uActive;
   CWyErrLogCriticalSection m_cs;
   CWyErrLogSemaphore m_readerSem;
   CWyErrLogSemaphore m_writerSem;
-  // Read and written only inside m_cs.
+  // Changed inside m_cs.
   int m_iWaitingReaders;
   int m_iWaitingWriters;
-  int m_iActive;  // readers when positive, -1 for a writer, 0 when free
 };
 
 // ---- Fork ---------------------------------------------------------------------------------------
