@@ -1,0 +1,169 @@
+// The trace configuration file: what it selects, and what becomes of texts that are none.
+
+#include <gtest/gtest.h>
+
+#include "test_support/TraceConfiguration.h"
+
+namespace {
+
+using namespace std::string_literals;
+using test_support::Configure;
+using test_support::ConfigureFromFile;
+
+std::string Components(CWyTraceData& data) {
+  std::string strNames;
+  for (const WyTraceComponentInfo& component : test_support::ComponentTable()) {
+    if (data.ComponentSelected(component.uId)) strNames += component.pszName + " "s;
+  }
+  return strNames;
+}
+
+// The fields in their order, each in brackets.
+std::string Fields(CWyTraceData& data) {
+  const std::string strTitles = test_support::Line(data, 1);
+  return strTitles.substr(0, strTitles.find('\n'));
+}
+
+std::string Filters(CWyTraceData& data) {
+  std::string strFilters;
+  for (unsigned int uId = 0; uId < CWyTraceData::FieldCount; ++uId) {
+    if (!data.FieldFiltered(uId)) continue;
+    const WyTraceDataFieldInfo& field = *data.GetDataFieldInfo(uId);
+    strFilters +=
+        field.pszName + " "s + std::to_string(field.uFilterOp) + "<" + field.pszFilter + ">";
+  }
+  return strFilters;
+}
+
+TEST(TraceConfigFile, SelectsComponentsFieldsAndFiltersOfACompleteFile) {
+  CWyTraceData data;
+  ASSERT_TRUE(Configure(data,
+                        "#trace settings for the policy checks\n"
+                        "\n"
+                        "version: 1.1\n"
+                        "components: Login_Logout/Authentication, IsAuthorized\n"
+                        "data: Date, PreciseTime, Tid, Function, Message, User, Resource\n"
+                        "Resource: @@/protected/\n"
+                        "User !=anonymous\n"
+                        "Realm == Finance\n"));
+  EXPECT_EQ(Components(data),
+            "Login_Logout/Authentication IsAuthorized IsAuthorized/Policy "
+            "IsAuthorized/Send_Response IsAuthorized/Receive_Request ");
+  EXPECT_EQ(Fields(data), "[Date][PreciseTime][Tid][Function][Message][User][Resource]");
+  EXPECT_EQ(Filters(data), "User 2<anonymous>Realm 1< Finance>Resource 7</protected/>");
+}
+
+TEST(TraceConfigFile, FollowsVersionAndComponents) {
+  const auto strAlone = "Login_Logout/Authentication "s;
+  const auto strExpanded = strAlone + "Login_Logout/Send_Response Login_Logout/Receive_Request ";
+  const auto strOne = "components Login_Logout/Authentication\n"s;
+  const struct {
+    std::string strText, strComponents;
+  } cases[] = {{"", ""},
+               {"#one\n \t#two\n\n::\n", ""},
+               {"components: Log Unknown, log\n", "Log Log/Legacy "},
+               {"::components:\tLog/Legacy, Log/Legacy", "Log/Legacy "},
+               // A file of an older version selects what had no names of its own then.
+               {strOne, strExpanded},
+               {"version 1.0\n" + strOne, strExpanded},
+               {"version\n" + strOne, strExpanded},
+               {"version 2 1.1\n" + strOne, strExpanded},
+               {"version 1.10\n" + strOne, strAlone},
+               {strOne + "data\nUser ==x\nversion 1.1\nversion 1.0\n", strAlone},
+               {"components IsAuthorized/Policy\n", "IsAuthorized/Policy "},
+               // The carriage return belongs to the last token of its line, zero ends the line.
+               {"version 1.1\r\ncomponents Log/Legacy,IsAuthorized\r\n", "Log/Legacy "},
+               {"components Log\0 IsAuthorized\n"s, "Log Log/Legacy "}};
+  for (const auto& [strText, strComponents] : cases) {
+    CWyTraceData data;
+    EXPECT_TRUE(Configure(data, strText)) << strText;
+    EXPECT_EQ(Components(data), strComponents) << strText;
+  }
+}
+
+TEST(TraceConfigFile, FollowsTheDataAndFilterLines) {
+  std::string strHundreds = "data\n";
+  for (int i = 0; i < 700; ++i) strHundreds += "User ==" + std::to_string(i) + "\n";
+  const struct {
+    std::string strText, strFields, strFilters;
+  } cases[] = {
+      {"", "", ""},
+      {"data: User Date,,User:Tid user Date\n", "[User][Date][Tid]", ""},
+      {"data User #Date Tid # Group", "[User][Tid][Group]", ""},
+      {"data: Date,Time\r\nUser ==a\r\n", "[Date]", "User 1<a\r>"},
+      {"data User\0Date\nUser ==a\0b\n\0\n"s, "[User]", "User 1<a>"},
+      // Verbatim behind the operator, up to the end of the line.
+      {"data\nUser == a, b:c\t \n", "", "User 1< a, b:c\t >"},
+      {"data\nUser:==/x\nGroup:\t !=\nRealm,@@==\n::Rule !@e\nState !@", "",
+       "User 1</x>Group 2<>Realm 7<==>Rule 8<e>State 8<>"},
+      {"data\nUser ==a\nUser !=b\n", "", "User 2<b>"},
+      {strHundreds, "", "User 1<699>"},
+      // No filters: without separator, operator or known field; two separators; one character.
+      {"data\nUser==x\nUser\nUser :==x\nUser \t=\nUser <>x\nuser ==x\nUser x==\nUser =", "", ""}};
+  for (const auto& [strText, strFields, strFilters] : cases) {
+    CWyTraceData data;
+    EXPECT_TRUE(Configure(data, "components: Log\n" + strText)) << strText;
+    EXPECT_EQ(Fields(data), strFields) << strText;
+    EXPECT_EQ(Filters(data), strFilters) << strText;
+  }
+}
+
+TEST(TraceConfigFile, TakesALongLineForLinesOf8092Bytes) {
+  const auto pad = [](std::string strText) {
+    strText.resize(8092, ' ');
+    return strText;
+  };
+  CWyTraceData data;
+  ASSERT_TRUE(Configure(data, pad("components Log") + pad("data User") +
+                                  "User ==" + std::string(100000, 'x') + "\nGroup ==y\n"));
+  EXPECT_EQ(Fields(data), "[User]");
+  EXPECT_EQ(Filters(data), "User 1<" + std::string(8092 - 7, 'x') + ">Group 1<y>");
+}
+
+TEST(TraceConfigFile, RefusesFilesThatDoNotBeginWithComponentsAndData) {
+  for (const char* pszText : {"data: User\n", "Components: Log\n", "version=1.1\ncomponents Log\n",
+                              "components\r\n", "components=Log\n", "\x7f\x45LF\x02\x01\x01",
+                              "components Log\ncomponents Log\n", "components Log\ndata\r\n"}) {
+    CWyTraceData data;
+    EXPECT_FALSE(Configure(data, pszText)) << pszText;
+  }
+  CWyTraceData data;
+  EXPECT_FALSE(Configure(data, "components Log/Legacy\nDATA User\n"));
+  EXPECT_EQ(Components(data), "Log/Legacy ") << "what stood before applies";
+}
+
+TEST(TraceConfigFile, RefusesWhatCannotBeOpenedAndTakesAReadErrorForTheEnd) {
+  CWyTraceData data;
+  EXPECT_FALSE(ConfigureFromFile(data, "/no/such/file"));
+  EXPECT_FALSE(ConfigureFromFile(data, ""));
+  EXPECT_FALSE(ConfigureFromFile(data, nullptr));
+  EXPECT_TRUE(ConfigureFromFile(data, "/")) << "a folder opens, and cannot be read";
+}
+
+TEST(TraceConfigFile, RefusesNullTables) {
+  auto components = test_support::ComponentTable();
+  auto fields = test_support::DataFieldTable();
+  CWyTraceData data;
+  EXPECT_FALSE(data.SetConfiguration(0, "|", "/dev/null", 1, nullptr, fields.data(), true));
+  EXPECT_FALSE(data.SetConfiguration(0, "|", "/dev/null", 1, components.data(), nullptr, true));
+  EXPECT_FALSE(data.MarkComponentTraced(0x01000000)) << "no table";
+}
+
+TEST(TraceConfigFile, FindsEntriesByNumberAndExactName) {
+  CWyTraceData data;
+  EXPECT_EQ(data.GetDataFieldInfo("User"), nullptr) << "no names yet";
+  ASSERT_TRUE(Configure(data, "components Log\ndata Tenant\nUser ==x"));
+  EXPECT_EQ(data.GetDataFieldInfo("Tenant"), data.GetDataFieldInfo(65u));
+  EXPECT_EQ(data.GetComponentInfo("Log/Legacy"), data.GetComponentInfo(0x01010000u));
+  EXPECT_TRUE(data.ComponentSelected(0x01010000));
+  EXPECT_FALSE(data.ComponentSelected(0x01000001)) << "the whole identifier counts";
+  EXPECT_EQ(data.GetDataFieldInfo("tenant"), nullptr);
+  EXPECT_EQ(data.GetDataFieldInfo(66u), nullptr);
+  EXPECT_EQ(data.GetComponentInfo("Log/Leg"), nullptr);
+  const char* pszNull = nullptr;
+  EXPECT_EQ(data.GetComponentInfo(pszNull), nullptr);
+  EXPECT_EQ(data.GetDataFieldInfo(pszNull), nullptr);
+  EXPECT_FALSE(data.FieldTraced(66) || data.FieldFiltered(~0u));
+}
+
+}  // namespace

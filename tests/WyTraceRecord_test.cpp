@@ -1,0 +1,271 @@
+// The trace record: values, filters, the four layouts, and what it shares with its configuration.
+
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <climits>
+#include <clocale>
+#include <ctime>
+#include <thread>
+
+#include "test_support/TraceConfiguration.h"
+#include "wyerrlog/WyLogger.h"
+
+namespace {
+
+using test_support::InMemoryFile;
+using test_support::Line;
+using test_support::NewConfiguration;
+using testing::MatchesRegex;
+
+enum FieldNumber : unsigned int { Message, SrcFile, Pid, Tid, Date, Time, PreciseTime, User = 9 };
+
+std::string Value(CWyTraceData& data, unsigned int uId) {
+  return data.GetDataFieldInfo(uId)->pszValue;
+}
+
+std::string Times(size_t uCount, char c) { return std::string(uCount, c); }
+
+TEST(TraceRecord, WritesRecordsAndTitleLinesInItsLayout) {
+  const std::string strNone = "(refused)";
+  const struct {
+    int iFormat;
+    const char* pszDelimiter;
+    std::string strRecord, strTitles, strUnderline;
+  } cases[] = {
+      {0, "|", "[11/16/2026][17:16:13][Login accepted]\n", "[Date][Time][Message]\n",
+       "[====][====][=======]\n"},
+      {1, nullptr,
+       "11/16/2026" + Times(8, ' ') + "17:16:13  Login accepted" + Times(50, ' ') + "\n",
+       "Date" + Times(14, ' ') + "Time" + Times(6, ' ') + "Message" + Times(57, ' ') + "\n",
+       Times(16, '=') + "  ========  " + Times(64, '=') + "\n"},
+      {2, "|", "11/16/2026|17:16:13|Login accepted\n", "Date|Time|Message\n",
+       "====|====|=======\n"},
+      {2, nullptr, "11/16/202617:16:13Login accepted\n", "DateTimeMessage\n", "===============\n"},
+      {3, "|",
+       "<TraceMessage>\n\t<Date>11/16/2026</Date>\n\t<Time>17:16:13</Time>\n"
+       "\t<Message>Login accepted</Message>\n</TraceMessage>\n",
+       strNone, strNone},
+      {4, "|", "\n", "\n", "\n"}};
+  CWyTraceData record;
+  record.SetFieldValue(Message, "Login accepted");
+  record.SetFieldValue(Time, "17:16:13");
+  record.SetFieldValue(Date, "11/16/2026");
+  record.SetFieldValue(User, "not selected");
+  CWyErrLogMessage msg(false);
+  for (const auto& [iFormat, pszDelimiter, strRecord, strTitles, strUnderline] : cases) {
+    record = *NewConfiguration("components\ndata: Date, Time, Message\n", iFormat, pszDelimiter);
+    EXPECT_TRUE(record.AssembleTraceMessage(&msg, 0));
+    EXPECT_EQ(msg.GetBuffer(), strRecord) << "whatever layout the message had before";
+    msg.CleanUpMessage();
+    EXPECT_EQ(Line(record, 1), strTitles);
+    EXPECT_EQ(Line(record, 3), strUnderline);
+    EXPECT_EQ(Line(record, -7), strUnderline);
+    std::string strDashes = strUnderline;
+    std::replace(strDashes.begin(), strDashes.end(), '=', '-');
+    EXPECT_EQ(Line(record, 2), strDashes);
+  }
+  EXPECT_FALSE(record.AssembleTraceMessage(nullptr, 0));
+  record = *NewConfiguration("components\n", 3);
+  EXPECT_EQ(Line(record, 0), "<TraceMessage>\n</TraceMessage>\n") << "no fields";
+}
+
+TEST(TraceRecord, WritesValuesOfEveryType) {
+  CWyTraceData record;
+  const auto stored = [&record](auto value) {
+    return record.SetFieldValue(User, value) ? Value(record, User) : "(refused)";
+  };
+  EXPECT_EQ(stored(INT_MIN), "-2147483648");
+  EXPECT_EQ(stored(4000000000u), "4000000000");
+  EXPECT_EQ(stored(-0.5), "-0.500000");
+  EXPECT_EQ(stored(1e308).size(), 309u + 7u);
+  EXPECT_EQ(stored(true), "true");
+  EXPECT_EQ(stored(false), "false");
+  EXPECT_EQ(stored("<a&b>"), "<a&b>");
+  EXPECT_EQ(stored(static_cast<const char*>(nullptr)), "");
+
+  EXPECT_TRUE(record.SetFieldValue(Pid, 0) && record.SetFieldValue(Tid, 0));
+  EXPECT_EQ(Value(record, Pid), std::to_string(getpid()));
+  EXPECT_EQ(Value(record, Tid), std::to_string(static_cast<unsigned int>(pthread_self())));
+  EXPECT_TRUE(record.SetFieldValue(Pid, 7u));
+  EXPECT_EQ(Value(record, Pid), "7") << "the int overload alone asks the system";
+  for (const unsigned int uId : {66u, 127u, UINT_MAX}) {
+    EXPECT_FALSE(record.SetFieldValue(uId, 1) || record.SetFieldValue(uId, 1u) ||
+                 record.SetFieldValue(uId, 1.0) || record.SetFieldValue(uId, "x") ||
+                 record.SetFieldValue(uId, true) || record.TestDataFilter(uId));
+  }
+}
+
+TEST(TraceRecord, KeepsLongValuesInMemoryOfTheirOwnUntilItIsEmptied) {
+  CWyTraceData record;
+  record = *NewConfiguration("components\ndata User\n");
+  const WyTraceDataFieldInfo& user = *record.GetDataFieldInfo(User);
+  record.SetFieldValue(User, Times(1023, 'a').c_str());
+  EXPECT_EQ(user.pszValue, user.szValue);
+
+  const std::string strLong = Times(1023, 'b') + "c";
+  record.SetFieldValue(User, strLong.c_str());
+  EXPECT_TRUE(user.bValueAllocated);
+  EXPECT_EQ(Line(record, 0), "[" + strLong + "]\n");
+  record.SetFieldValue(User, user.pszValue);
+  EXPECT_EQ(Value(record, User), strLong) << "set from itself";
+  record.SetFieldValue(User, user.pszValue + 100);
+  EXPECT_EQ(Value(record, User), strLong.substr(100));
+  EXPECT_NE(user.pszValue, user.szValue) << "a buffer that is there is used again";
+  record.SetFieldValue(SrcFile, Times(5000, 's').c_str());
+  EXPECT_EQ(Value(record, SrcFile), Times(1023, 's'));
+
+  EXPECT_TRUE(record.LeaveNoBody());
+  EXPECT_TRUE(!user.bValueAllocated && user.pszValue == user.szValue);
+  EXPECT_EQ(Line(record, 0), "[]\n");
+}
+
+TEST(TraceRecord, ReleasesLongValuesThatWereNeverEmptied) {
+  CWyTraceData record;  // never configured: emptying does nothing, the destructor does
+  record.SetFieldValue(65, Times(5000, 'x').c_str());
+  EXPECT_TRUE(record.CleanUpData());
+  EXPECT_EQ(Value(record, 65), Times(5000, 'x'));
+}
+
+TEST(TraceRecord, FormatsTextsOfAnyLength) {
+  CWyTraceData record;
+  const std::string strBrim = Times(1023, 'x');
+  char* pszBrim = record.FormatTraceMessage("%s", strBrim.c_str());
+  EXPECT_EQ(pszBrim, strBrim);
+  EXPECT_EQ(record.FormatTraceMessage("%s%d", "user ", 5), pszBrim) << "a buffer of the record";
+  EXPECT_EQ(record.FormatTraceMessage("%s1", strBrim.c_str()), strBrim + "1");
+  EXPECT_EQ(record.FormatTraceMessage("%s%5000d", "", 1), Times(4999, ' ') + "1");
+  EXPECT_STREQ(record.FormatTraceMessage(nullptr), "");
+  EXPECT_STREQ(record.FormatTraceMessage(""), "");
+  std::setlocale(LC_ALL, "C");
+  EXPECT_STREQ(record.FormatTraceMessage("a%ls", L"\x1F600"), "") << "cannot be encoded";
+}
+
+TEST(TraceRecord, DropsRecordsWhoseValueDoesNotPassTheFilter) {
+  const struct {
+    const char *pszFilter, *pszValue;
+    bool bPasses;
+  } cases[] = {{"==a", "a", true},    {"==a", "A", false},    {"==a", "ab", false},
+               {"== a", "a", false},  {"==", "", true},       {"==", nullptr, true},
+               {"!=a", "a", false},   {"!=a", nullptr, true}, {"@@in", "wine", true},
+               {"@@in", "ni", false}, {"@@", "any", true},    {"@@", "", true},
+               {"!@in", "ni", true},  {"!@in", "win", false}, {"!@", nullptr, false}};
+  CWyTraceData record;
+  for (const auto& [pszFilter, pszValue, bPasses] : cases) {
+    record = *NewConfiguration("components\ndata\nUser " + std::string(pszFilter));
+    EXPECT_EQ(record.SetFieldValue(User, pszValue), bPasses) << pszFilter;
+    EXPECT_EQ(record.TestDataFilter(User), bPasses) << pszFilter;
+  }
+  record = *NewConfiguration("components\ndata\nUser ==5\nPid ==0");
+  EXPECT_TRUE(record.SetFieldValue(User, 5) && record.SetFieldValue(User, 5u));
+  EXPECT_FALSE(record.SetFieldValue(User, 5.0) || record.SetFieldValue(User, true));
+  EXPECT_FALSE(record.SetFieldValue(Pid, 0));
+  EXPECT_FALSE(record.TestDataFilter(Message)) << "no filter";
+
+  record = *NewConfiguration("components\ndata\nUser ==");
+  record.GetDataFieldInfo(User)->pszValue = nullptr;
+  EXPECT_TRUE(record.TestDataFilter(User)) << "no value counts as an empty one";
+}
+
+// What a logger with the configuration writes of a record whose clock fields are set one after the
+// other, or "(dropped)".
+std::string ClockRecord(std::string_view config, bool bLocal = false) {
+  std::string strText;
+  const auto take = [](const char* pszText, int, void* pText) {
+    *static_cast<std::string*>(pText) = pszText;
+  };
+  const InMemoryFile file(config);
+  CWyLogger logger;
+  CWyLogOutput* pOutput = logger.NewLogOutput(4, take, &strText);
+  CWyTraceData* pData = nullptr;
+  if (!logger.EnableTrace(pOutput, 0, nullptr, file.Path(), bLocal, false, false) ||
+      !logger.ShouldTraceAlloc(0x01000000, &pData)) {
+    return "(not traced)";
+  }
+  bool bWanted = true;
+  for (const unsigned int uId : {Date, Time, PreciseTime}) {
+    bWanted = bWanted && pData->SetFieldValue(uId, 0);
+  }
+  if (!bWanted) return "(dropped)";
+  EXPECT_TRUE(pData->Format() && pData->Log());
+  pData->LeaveNoBody();
+  return strText;
+}
+
+TEST(TraceRecord, ReadsTheClockAtTheHighestTracedClockFieldAndFiltersAllThree) {
+  const std::string strDate = "\\[[0-9][0-9]/[0-9][0-9]/20[0-9][0-9]\\]";
+  const std::string strTime = "\\[[0-9][0-9]:[0-9][0-9]:[0-9][0-9]\\]";
+  EXPECT_THAT(ClockRecord("components Log\ndata Date Time"),
+              MatchesRegex(strDate + strTime + "\n"));
+  EXPECT_THAT(ClockRecord("components Log\ndata Date"), MatchesRegex(strDate + "\n"));
+  EXPECT_EQ(ClockRecord("components Log\ndata User\nTime ==x"), "[]\n") << "none is traced";
+  EXPECT_EQ(ClockRecord("components Log\ndata Date\nTime ==x"), "(dropped)");
+  EXPECT_EQ(ClockRecord("components Log\ndata PreciseTime\nDate !@/20\nTime @@:"), "(dropped)");
+}
+
+TEST(TraceRecord, ShowsOneReadingOfTheClockInItsTimeBase) {
+  ASSERT_EQ(setenv("TZ", "TST-5:30", 1), 0);
+  tzset();
+  for (const bool bLocal : {false, true}) {
+    const std::string strRecord = ClockRecord("components Log\ndata Date Time PreciseTime", bLocal);
+    tm shown{};
+    const char* pszRest = strptime(strRecord.c_str(), "[%m/%d/%Y][%H:%M:%S][", &shown);
+    ASSERT_NE(pszRest, nullptr) << strRecord;
+    EXPECT_NEAR(difftime(timegm(&shown), time(nullptr)), bLocal ? 5.5 * 3600 : 0, 60);
+    EXPECT_THAT(pszRest, MatchesRegex(strRecord.substr(13, 8) + "\\.[0-9][0-9][0-9]\\]\n"));
+  }
+}
+
+TEST(TraceRecord, KeepsItsLoggerWhenItsConfigurationHasNone) {
+  CWyLogger logger;
+  CWyTraceData record;
+  EXPECT_EQ(record.GetLogger(), theLogger());
+  record.SetLogger(&logger);
+  record = *NewConfiguration("components\n");
+  EXPECT_EQ(record.GetLogger(), &logger);
+  EXPECT_FALSE(record.Log()) << "that logger has no trace output";
+}
+
+TEST(TraceRecord, UsesTheTextsOfAConfigurationThatIsGone) {
+  const std::string strFilter = Times(500, 'f');
+  const std::string strDelimiter = Times(500, '|');
+  auto pMaster = NewConfiguration("components Log\ndata User Tenant\nUser ==" + strFilter, 2,
+                                  strDelimiter.c_str());
+  CWyTraceData record;
+  record = *pMaster;
+  std::thread([&record, &strFilter] {
+    EXPECT_TRUE(record.SetFieldValue(User, strFilter.c_str()));
+  }).join();
+  pMaster.reset();
+  EXPECT_FALSE(record.SetFieldValue(User, "x"));
+  EXPECT_EQ(Line(record, 0), "x" + strDelimiter + "\n");
+  EXPECT_TRUE(record.ComponentSelected(0x01010000));
+}
+
+TEST(TraceRecord, TakesOverAConfigurationWithoutItsValuesAndKeepsItsOwn) {
+  auto pMaster = NewConfiguration("components\ndata User Tenant\n");
+  CWyTraceData record;
+  record.SetFieldValue(User, Times(2000, 'x').c_str());
+  pMaster->SetFieldValue(65, "of the master");
+  record = *pMaster;
+  EXPECT_EQ(Line(record, 0), "[" + Times(2000, 'x') + "][]\n");
+  const CWyTraceData& same = record;
+  record = same;
+  EXPECT_EQ(Line(record, 1), "[User][Tenant]\n");
+  record = *NewConfiguration("components\ndata Tenant\n");
+  EXPECT_EQ(Line(record, 1), "[Tenant]\n") << "the shorter list ends where it ends";
+}
+
+TEST(TraceRecord, IsNotChangedByAConfigurationThatReadsAnotherFile) {
+  auto pMaster = NewConfiguration("components Log\ndata User\nUser ==first\n", 2, "|");
+  CWyTraceData record;
+  record = *pMaster;
+  const InMemoryFile other("components IsAuthorized\ndata Tenant\nUser ==" + Times(3000, 'x'));
+  ASSERT_TRUE(pMaster->ReadConfigFile(other.Path()));
+  EXPECT_TRUE(record.SetFieldValue(User, "first"));
+  EXPECT_FALSE(record.ComponentSelected(0x03000000));
+  EXPECT_TRUE(pMaster->ComponentSelected(0x03000000) && pMaster->ComponentSelected(0x01000000));
+  EXPECT_FALSE(pMaster->SetFieldValue(User, "first"));
+}
+
+}  // namespace
