@@ -21,38 +21,41 @@ struct CWyErrLogMessage::Memory {
   static Memory* Take();
   static void HandOn(std::unique_ptr<Memory> pMemory);
 
-  // Plain, so that they are there also for messages that come when the thread's objects are
-  // destroyed already.
-  static thread_local Memory* s_pSpare;
-  static thread_local bool s_bThreadEnds;
+  // The calling thread's. Of plain values, so that it is there also for messages that come when the
+  // thread's objects are destroyed already.
+  struct Spare {
+    Memory* pMemory = nullptr;
+    bool bHasOwner = false;
+    bool bThreadEnds = false;
+  };
+  static thread_local Spare s_spare;
 
   // Frees the spare memory at the end of the thread.
   struct SpareOwner {
-    bool bInUse = false;
+    SpareOwner() { s_spare.bHasOwner = true; }
     ~SpareOwner() {
-      s_bThreadEnds = true;
-      delete std::exchange(s_pSpare, nullptr);
+      s_spare.bThreadEnds = true;
+      delete std::exchange(s_spare.pMemory, nullptr);
     }
   };
-  static thread_local SpareOwner s_owner;
+  static void OwnSpare() { static thread_local const SpareOwner s_owner; }
 };
 
-constinit thread_local CWyErrLogMessage::Memory* CWyErrLogMessage::Memory::s_pSpare = nullptr;
-constinit thread_local bool CWyErrLogMessage::Memory::s_bThreadEnds = false;
-thread_local CWyErrLogMessage::Memory::SpareOwner CWyErrLogMessage::Memory::s_owner;
+constinit thread_local CWyErrLogMessage::Memory::Spare CWyErrLogMessage::Memory::s_spare;
 
 CWyErrLogMessage::Memory* CWyErrLogMessage::Memory::Take() {
-  Memory* const pSpare = std::exchange(s_pSpare, nullptr);
+  Memory* const pSpare = std::exchange(s_spare.pMemory, nullptr);
   return pSpare != nullptr ? pSpare : new Memory;
 }
 
 void CWyErrLogMessage::Memory::HandOn(std::unique_ptr<Memory> pMemory) {
+  Spare& spare = s_spare;
   const bool bLarge = pMemory->strText.capacity() + pMemory->strArguments.capacity() > LargestKept;
-  if (s_pSpare != nullptr || s_bThreadEnds || bLarge) return;
-  s_owner.bInUse = true;
+  if (spare.pMemory != nullptr || spare.bThreadEnds || bLarge) return;
+  if (!spare.bHasOwner) OwnSpare();
   pMemory->strText.clear();
   pMemory->strArguments.clear();
-  s_pSpare = pMemory.release();
+  spare.pMemory = pMemory.release();
 }
 
 // ---- Construction -------------------------------------------------------------------------------

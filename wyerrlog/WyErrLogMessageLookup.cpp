@@ -5,6 +5,7 @@
 #include <cstring>
 #include <iterator>
 #include <memory>
+#include <string_view>
 
 #include "wyerrlog/WyErrLogMessage.h"
 #include "wyerrlog/WyErrLogPrivUtil.h"
@@ -55,9 +56,9 @@ void CopyCut(char* pszOut, const char* pszText, unsigned long uSize) {
 // ---- Pieces of a line ---------------------------------------------------------------------------
 
 void CWyErrLogMessage::AppendSeverity(unsigned int uSeverity) {
-  static constexpr const char* s_apszWords[] = {"[INVALID MESSAGE TYPE]", "[INFO]", "[WARNING]",
-                                                "[ERROR]"};
-  m_pBuffer->append(s_apszWords[uSeverity]);
+  static constexpr std::string_view s_aWords[] = {"[INVALID MESSAGE TYPE]", "[INFO]", "[WARNING]",
+                                                  "[ERROR]"};
+  m_pBuffer->append(s_aWords[uSeverity]);
 }
 
 void CWyErrLogMessage::AppendPrintf(const char* pszPattern, va_list args) {

@@ -4,6 +4,7 @@
 #include <charconv>
 #include <cstdio>
 #include <cstring>
+#include <string_view>
 
 #include "wyerrlog/WyErrLogMessage.h"
 #include "wyerrlog/WyErrLogPrivUtil.h"
@@ -47,27 +48,55 @@ bool WriteDayYearAndTime(char* psz, std::size_t uSize, const tm& time) {
   return true;
 }
 
-// "[pid/tid][", which stays the same as long as the thread is in the same process.
-struct ThreadStamp {
-  int iPid;
-  int iLength;
-  char szText[ScratchSize];
+// What the lines of a thread begin with: "[pid/tid]" and "[date and time][". The first part stays
+// the same as long as the thread is in the same process, the second one for a second.
+class ThreadStamp {
+ public:
+  std::string_view Ids() {
+    if (m_iPid != WyProcessId()) WriteIds();
+    return {m_szText, m_uIdsLength};
+  }
+
+  std::string_view IdsAndTime(const tm& time) {
+    if (m_iPid != WyProcessId()) WriteIds();
+    if (!IsSameSecond(time)) WriteTime(time);
+    return {m_szText, m_uLength};
+  }
+
+ private:
+  void WriteIds() {
+    char szPid[ScratchSize];
+    char szTid[ScratchSize];
+    CWyErrLogMessage::GetPid(szPid, ScratchSize);
+    CWyErrLogMessage::GetTid(szTid, ScratchSize);
+    m_uIdsLength =
+        static_cast<std::size_t>(snprintf(m_szText, sizeof m_szText, "[%s/%s][", szPid, szTid));
+    m_iPid = WyProcessId();
+    m_uLength = 0;
+  }
+
+  bool IsSameSecond(const tm& time) const {
+    return m_uLength != 0 && m_time.tm_sec == time.tm_sec && m_time.tm_min == time.tm_min &&
+           m_time.tm_hour == time.tm_hour && m_time.tm_mday == time.tm_mday &&
+           m_time.tm_mon == time.tm_mon && m_time.tm_year == time.tm_year;
+  }
+
+  void WriteTime(const tm& time) {
+    char* const psz = m_szText + m_uIdsLength;
+    if (!CWyErrLogMessage::GetDateTime(&time, psz, SmallestTimeBuffer)) *psz = '\0';
+    m_uLength = m_uIdsLength + strlen(psz);
+    m_uLength += std::string_view("][").copy(m_szText + m_uLength, 2);
+    m_time = time;
+  }
+
+  int m_iPid = 0;
+  std::size_t m_uIdsLength = 0;
+  std::size_t m_uLength = 0;  // 0: without a time
+  tm m_time{};
+  char m_szText[ScratchSize]{};
 };
 
-void Write(ThreadStamp& stamp) {
-  char szPid[ScratchSize];
-  char szTid[ScratchSize];
-  CWyErrLogMessage::GetPid(szPid, ScratchSize);
-  CWyErrLogMessage::GetTid(szTid, ScratchSize);
-  stamp.iLength = snprintf(stamp.szText, sizeof stamp.szText, "[%s/%s][", szPid, szTid);
-  stamp.iPid = WyProcessId();
-}
-
-const ThreadStamp& StampOfThisThread() {
-  thread_local ThreadStamp t_stamp;
-  if (t_stamp.iPid != WyProcessId()) Write(t_stamp);
-  return t_stamp;
-}
+constinit thread_local ThreadStamp t_stamp;
 
 }  // namespace
 
@@ -119,16 +148,20 @@ const char* CWyErrLogMessage::PathnameFindFilePart(const char* pszPath) {
 bool CWyErrLogMessage::FormatLogProlog(const char* pszPath, int iLine, int iType) {
   m_nType = iType;
   m_pBuffer->clear();
-  const ThreadStamp& stamp = StampOfThisThread();
-  m_pBuffer->append(stamp.szText, static_cast<std::size_t>(stamp.iLength));
-  char szScratch[ScratchSize];
-  if (!GetTime(3, szScratch, m_bUseLocalTime, ScratchSize)) return false;
-  m_pBuffer->append(szScratch).append("][").append(PathnameFindFilePart(pszPath));
-  if (iLine > 0) {
-    szScratch[0] = ':';
-    WriteNumber(szScratch + 1, ScratchSize - 1, iLine);
-    m_pBuffer->append(szScratch);
+  tm time;
+  long lMilliseconds = 0;
+  if (!WyErrLogGetCurrentTime(m_bUseLocalTime, time, lMilliseconds)) {
+    m_pBuffer->append(t_stamp.Ids());
+    return false;
   }
-  m_pBuffer->push_back(']');
+  m_pBuffer->append(t_stamp.IdsAndTime(time)).append(PathnameFindFilePart(pszPath));
+  char szLine[ScratchSize];
+  char* pszEnd = szLine;
+  if (iLine > 0) {
+    *pszEnd++ = ':';
+    pszEnd = std::to_chars(pszEnd, szLine + ScratchSize - 1, iLine).ptr;
+  }
+  *pszEnd++ = ']';
+  m_pBuffer->append(szLine, pszEnd);
   return true;
 }

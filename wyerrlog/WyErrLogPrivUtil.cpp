@@ -138,9 +138,10 @@ namespace {
 
 // Threads take turns at the slots; a thread stays with the one it got.
 std::size_t SlotOfThisThread(std::size_t uSlots) {
-  static std::atomic<std::size_t> s_uNext{0};
-  thread_local const std::size_t t_uSlot = s_uNext.fetch_add(1, std::memory_order_relaxed);
-  return t_uSlot % uSlots;
+  static constinit std::atomic<std::size_t> s_uLast{0};
+  static constinit thread_local std::size_t s_uTurn = 0;
+  if (s_uTurn == 0) s_uTurn = s_uLast.fetch_add(1, std::memory_order_relaxed) + 1;
+  return s_uTurn % uSlots;
 }
 
 }  // namespace
