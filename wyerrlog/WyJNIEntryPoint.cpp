@@ -1,0 +1,366 @@
+// The native methods of the Java class com.orvantis.wyerrlog.WyLogger, whose documentation tells
+// what they do. Each one converts its strings, calls the logger and gives the strings back; when
+// the virtual machine has no memory for one of them, the call fails or logs nothing.
+
+#include <jni.h>
+#include <wyxlate/WyXlate.h>
+
+#include <string>
+
+#include "wyerrlog/WyErrLogMessage.h"
+#include "wyerrlog/WyJavaText.h"
+#include "wyerrlog/WyLogger.h"
+#include "wyerrlog/WyLoggerList.h"
+#include "wyerrlog/WyTextPattern.h"
+#include "wyerrlog/WyTraceData.h"
+
+namespace {
+
+enum Result : jint { NoLogger = -1, Failed = 0, Done = 1 };
+
+// Runs a method's body: no C++ exception may pass through the frames of the virtual machine.
+template <typename Body>
+jint Run(Result onException, Body body) noexcept {
+  try {
+    return body();
+  } catch (...) {
+    return onException;
+  }
+}
+
+CWyLogger* SelectLogger(const CWyJavaText& name) {
+  if (name.IsLost()) return nullptr;
+  return *name.OrEmpty() == '\0' ? theLogger() : getMyLogger(name.OrNull());
+}
+
+// ---- Outputs ------------------------------------------------------------------------------------
+
+struct OutputParameters {
+  jint iType;
+  const char* pszFileName;
+  jint iMode;
+  jint iMaxSizeMB;
+  jint iMaxBackups;
+};
+
+CWyLogOutput* NewOutput(CWyLogger& logger, const OutputParameters& parameters) {
+  if (parameters.iType == 0) return logger.NewLogOutput(parameters.iType);
+  return logger.NewLogOutput(parameters.iType, parameters.pszFileName, parameters.iMode,
+                             parameters.iMaxSizeMB, parameters.iMaxBackups);
+}
+
+// The answer to an attempt to install an output, which belongs to the caller when that failed.
+jint Installed(bool bInstalled, CWyLogger& logger, CWyLogOutput* pOutput) {
+  if (bInstalled) return Done;
+  logger.DeleteLogOutput(pOutput);
+  return Failed;
+}
+
+// ---- Trace records ------------------------------------------------------------------------------
+
+// Numbers of known data fields.
+enum TraceField : unsigned int {
+  Message = 0,
+  SrcFile = 1,
+  Pid = 2,
+  Tid = 3,
+  Date = 4,
+  Time = 5,
+  PreciseTime = 6,
+  Function = 7,
+  TransactionId = 18,
+};
+
+class RecordEmptier {
+ public:
+  explicit RecordEmptier(CWyTraceData& record) : m_record(record) {}
+  ~RecordEmptier() { m_record.LeaveNoBody(); }
+  RecordEmptier(const RecordEmptier&) = delete;
+  RecordEmptier& operator=(const RecordEmptier&) = delete;
+
+ private:
+  CWyTraceData& m_record;
+};
+
+// Writes one record. `decide` answers the record to fill, or null when nothing is to be traced;
+// `fill` sets its fields until a filter rejects one, which drops the record.
+template <typename Decide, typename Fill>
+void WriteRecord(CWyLogger& logger, Decide decide, Fill fill) {
+  if (!logger.TraceEnabled(0)) return;
+  CWyTraceData* const pRecord = decide();
+  if (pRecord == nullptr || !CWyTraceSupresser::isTracing()) return;
+  const CWyTraceSupresser suppresser;
+  const RecordEmptier emptier(*pRecord);
+  if (fill(*pRecord) && pRecord->Format()) pRecord->Log();
+}
+
+// Sets a field that is traced to what `value` answers; false when its filter rejects that.
+template <typename Value>
+bool Set(CWyTraceData& record, TraceField field, Value value) {
+  return !record.FieldTraced(field) || record.SetFieldValue(field, value());
+}
+
+// The record fills these fields in itself.
+bool SetOwnFields(CWyTraceData& record) {
+  for (const TraceField field : {Pid, Tid, Date, Time, PreciseTime}) {
+    if (!Set(record, field, [] { return -1; })) return false;
+  }
+  return true;
+}
+
+// Tells, in the process logger's trace, of a call with more arguments than there may be. `message`
+// makes the text in the record that it is given.
+template <typename MakeMessage>
+void WriteWarning(unsigned int uComponentId, MakeMessage message, int iLine = __builtin_LINE()) {
+  CWyLogger& logger = *theLogger();
+  const auto decide = [&] {
+    CWyTraceData* pRecord = nullptr;
+    return logger.ShouldTraceAlloc(uComponentId, &pRecord) ? pRecord : nullptr;
+  };
+  WriteRecord(logger, decide, [&](CWyTraceData& record) {
+    return Set(record, Function, [] { return "WyJNIEntryPoint::LogMsg"; }) &&
+           Set(record, Message, [&] { return message(record); }) &&
+           Set(record, SrcFile,
+               [&] {
+                 return record.FormatTraceMessage(
+                     "%s:%i", CWyErrLogMessage::PathnameFindFilePart(__FILE__), iLine);
+               }) &&
+           SetOwnFields(record);
+  });
+}
+
+// ---- Log messages -------------------------------------------------------------------------------
+
+template <typename... Texts>
+void WriteLogMessage(CWyLogger& logger, const CWyJavaText& location, jint iMessageId,
+                     const Texts&... texts) {
+  CWyErrLogMessage msg(logger.ShouldUseLocalTime());
+  msg.FormatLogProlog(location.OrEmpty(), 0, 0);
+  msg.FormatMessage(static_cast<unsigned int>(iMessageId), texts...);
+  logger.LogErrMsg(msg);
+}
+
+void WarnOfUnloggedMessage(jint iMessageId) {
+  const unsigned int uComponentId = static_cast<unsigned int>(iMessageId) & ~0xFFFFU;
+  WriteWarning(uComponentId, [=](CWyTraceData& record) {
+    return record.FormatTraceMessage(
+        "WARNING!!! Too many arguments in message.  Message not logged.  Message ID is: %d",
+        iMessageId);
+  });
+}
+
+// ---- Trace messages -----------------------------------------------------------------------------
+
+// The Java arguments of a TraceMsg.
+struct TraceCall {
+  jstring hLoggerName;
+  jstring hSrcFile;
+  jstring hFunction;
+  jint iComponentId;
+  jstring hTransactionId;
+  jstring hMessage;
+  jobjectArray hArguments;
+
+  unsigned int ComponentId() const { return static_cast<unsigned int>(iComponentId); }
+};
+
+struct TraceTexts {
+  TraceTexts(JNIEnv* pEnv, const TraceCall& call)
+      : srcFile(pEnv, call.hSrcFile),
+        function(pEnv, call.hFunction),
+        transactionId(pEnv, call.hTransactionId),
+        message(pEnv, call.hMessage),
+        arguments(pEnv, call.hArguments) {}
+
+  bool AreLost() const {
+    return srcFile.IsLost() || function.IsLost() || transactionId.IsLost() || message.IsLost() ||
+           arguments.AreLost();
+  }
+
+  CWyJavaText srcFile;
+  CWyJavaText function;
+  CWyJavaText transactionId;
+  CWyJavaText message;
+  CWyJavaArguments arguments;
+};
+
+// The message is a pattern when there are arguments for it, and a text otherwise.
+const char* MessageOf(const TraceTexts& texts, CWyTraceData& record) {
+  const CWyJavaArguments& arguments = texts.arguments;
+  if (arguments.Count() == 0 || arguments.AreTooMany()) {
+    return record.FormatTraceMessage("%s", texts.message.OrEmpty());
+  }
+  const std::string strMessage = WyFormatTexts(texts.message.OrEmpty(), arguments.Texts());
+  return record.FormatTraceMessage("%s", strMessage.c_str());
+}
+
+// A function of its own, so that only calls that are traced need the room for a record (about 70
+// KiB) on their stack.
+[[gnu::noinline]] void WriteTraceMessage(CWyLogger& logger, unsigned int uComponentId,
+                                         const TraceTexts& texts) {
+  CWyTraceData ownRecord;
+  ownRecord.SetLogger(&logger);
+  const auto decide = [&] {
+    return logger.ShouldTrace(uComponentId, &ownRecord) ? &ownRecord : nullptr;
+  };
+  const char* const pszSrcFile = CWyErrLogMessage::PathnameFindFilePart(texts.srcFile.OrEmpty());
+  WriteRecord(logger, decide, [&](CWyTraceData& record) {
+    return Set(record, Function, [&] { return texts.function.OrEmpty(); }) &&
+           Set(record, Message, [&] { return MessageOf(texts, record); }) &&
+           Set(record, TransactionId, [&] { return texts.transactionId.OrEmpty(); }) &&
+           Set(record, SrcFile, [&] { return record.FormatTraceMessage("%s", pszSrcFile); }) &&
+           SetOwnFields(record);
+  });
+}
+
+void WarnOfUnformattedMessage(unsigned int uComponentId, const char* pszMessage) {
+  WriteWarning(uComponentId, [=](CWyTraceData& record) {
+    return record.FormatTraceMessage(
+        "WARNING!!! Too many arguments in message - Message not logged.  "
+        "Unformatted message is: %s",
+        pszMessage);
+  });
+}
+
+void Trace(JNIEnv* pEnv, const TraceCall& call) {
+  const CWyJavaText loggerName(pEnv, call.hLoggerName);
+  CWyLogger* const pLogger = SelectLogger(loggerName);
+  if (pLogger == nullptr) return;
+  const bool bWarn = call.hArguments != nullptr &&
+                     pEnv->GetArrayLength(call.hArguments) > CWyJavaArguments::MaxCount;
+  // Most calls are not traced: they end here, before anything else is converted.
+  if (!bWarn && !pLogger->TraceEnabled(call.ComponentId())) return;
+
+  const TraceTexts texts(pEnv, call);
+  if (texts.AreLost()) return;
+  if (bWarn) WarnOfUnformattedMessage(call.ComponentId(), texts.message.OrEmpty());
+  WriteTraceMessage(*pLogger, call.ComponentId(), texts);
+}
+
+}  // namespace
+
+// ---- The native methods -------------------------------------------------------------------------
+
+extern "C" {
+
+JNIEXPORT jint JNICALL Java_com_orvantis_wyerrlog_WyLogger_InitializeLog(
+    JNIEnv* pEnv, jobject, jstring hLoggerName, jint iOutputType, jstring hFileName, jint iMode,
+    jint iMaxSizeMB, jboolean bUseLocalTime, jint iMaxBackups) {
+  return Run(Failed, [=]() -> jint {
+    const CWyJavaText fileName(pEnv, hFileName);
+    const CWyJavaText loggerName(pEnv, hLoggerName);
+    CWyLogger* const pLogger = SelectLogger(loggerName);
+    if (pLogger == nullptr) return NoLogger;
+    if (bUseLocalTime != JNI_FALSE) pLogger->UseLocalTime(true);
+    CWyLogOutput* const pOutput =
+        NewOutput(*pLogger, {iOutputType, fileName.OrNull(), iMode, iMaxSizeMB, iMaxBackups});
+    if (pOutput == nullptr) return Failed;
+    return Installed(pLogger->SetLogOutput(pOutput), *pLogger, pOutput);
+  });
+}
+
+JNIEXPORT jint JNICALL Java_com_orvantis_wyerrlog_WyLogger_SetResourcesDirectory(
+    JNIEnv* pEnv, jobject, jstring hDirectory) {
+  return Run(Failed, [=]() -> jint {
+    const CWyJavaText directory(pEnv, hDirectory);
+    if (*directory.OrEmpty() == '\0') return Failed;
+    return CWyXlate::SetResourceDirectory(directory.OrNull()) ? Done : Failed;
+  });
+}
+
+JNIEXPORT jint JNICALL Java_com_orvantis_wyerrlog_WyLogger_InitializeTrace(
+    JNIEnv* pEnv, jobject, jstring hLoggerName, jint iOutputType, jstring hFileName, jint iMode,
+    jint iMaxSizeMB, jint iFormat, jstring hDelimiter, jstring hConfigFile, jboolean bUseLocalTime,
+    jint iMaxBackups) {
+  return Run(Failed, [=]() -> jint {
+    if (hConfigFile == nullptr) return Failed;
+    const CWyJavaText configFile(pEnv, hConfigFile);
+    const CWyJavaText loggerName(pEnv, hLoggerName);
+    const CWyJavaText fileName(pEnv, hFileName);
+    const CWyJavaText delimiter(pEnv, hDelimiter);
+    CWyLogger* const pLogger = SelectLogger(loggerName);
+    if (pLogger == nullptr || *configFile.OrEmpty() == '\0' || delimiter.IsLost()) return Failed;
+    CWyLogOutput* const pOutput =
+        NewOutput(*pLogger, {iOutputType, fileName.OrNull(), iMode, iMaxSizeMB, iMaxBackups});
+    const bool bEnabled =
+        pLogger->EnableTrace(pOutput, iFormat, delimiter.OrNull(), configFile.OrNull(),
+                             bUseLocalTime != JNI_FALSE, false, false);
+    return Installed(bEnabled, *pLogger, pOutput);
+  });
+}
+
+JNIEXPORT jint JNICALL
+Java_com_orvantis_wyerrlog_WyLogger_LogMsg__Ljava_lang_String_2Ljava_lang_String_2ILjava_lang_String_2(
+    JNIEnv* pEnv, jobject, jstring hLoggerName, jstring hLocation, jint iMessageId,
+    jstring hArgument) {
+  return Run(Done, [=]() -> jint {
+    const CWyJavaText loggerName(pEnv, hLoggerName);
+    const CWyJavaText location(pEnv, hLocation);
+    const CWyJavaText argument(pEnv, hArgument);
+    CWyLogger* const pLogger = SelectLogger(loggerName);
+    if (pLogger == nullptr || location.IsLost() || argument.IsLost()) return Done;
+    WriteLogMessage(*pLogger, location, iMessageId, argument.OrEmpty());
+    return Done;
+  });
+}
+
+JNIEXPORT jint JNICALL
+Java_com_orvantis_wyerrlog_WyLogger_LogMsg__Ljava_lang_String_2Ljava_lang_String_2I_3Ljava_lang_String_2(
+    JNIEnv* pEnv, jobject, jstring hLoggerName, jstring hLocation, jint iMessageId,
+    jobjectArray hArguments) {
+  return Run(Done, [=]() -> jint {
+    const CWyJavaText loggerName(pEnv, hLoggerName);
+    const CWyJavaText location(pEnv, hLocation);
+    CWyLogger* const pLogger = SelectLogger(loggerName);
+    if (pLogger == nullptr || location.IsLost()) return Done;
+    const CWyJavaArguments arguments(pEnv, hArguments);
+    if (arguments.AreTooMany()) {
+      WarnOfUnloggedMessage(iMessageId);
+      return Done;
+    }
+    if (arguments.Count() == 0 || arguments.AreLost()) return Done;
+    const auto& [a1, a2, a3, a4, a5] = arguments.Texts();
+    WriteLogMessage(*pLogger, location, iMessageId, a1, a2, a3, a4, a5);
+    return Done;
+  });
+}
+
+JNIEXPORT jint JNICALL
+Java_com_orvantis_wyerrlog_WyLogger_TraceMsg__Ljava_lang_String_2Ljava_lang_String_2Ljava_lang_String_2ILjava_lang_String_2Ljava_lang_String_2(
+    JNIEnv* pEnv, jobject, jstring hLoggerName, jstring hSrcFile, jstring hFunction,
+    jint iComponentId, jstring hTransactionId, jstring hMessage) {
+  return Run(Done, [=]() -> jint {
+    Trace(pEnv,
+          {hLoggerName, hSrcFile, hFunction, iComponentId, hTransactionId, hMessage, nullptr});
+    return Done;
+  });
+}
+
+JNIEXPORT jint JNICALL
+Java_com_orvantis_wyerrlog_WyLogger_TraceMsg__Ljava_lang_String_2Ljava_lang_String_2Ljava_lang_String_2ILjava_lang_String_2Ljava_lang_String_2_3Ljava_lang_String_2(
+    JNIEnv* pEnv, jobject, jstring hLoggerName, jstring hSrcFile, jstring hFunction,
+    jint iComponentId, jstring hTransactionId, jstring hMessage, jobjectArray hArguments) {
+  return Run(Done, [=]() -> jint {
+    Trace(pEnv,
+          {hLoggerName, hSrcFile, hFunction, iComponentId, hTransactionId, hMessage, hArguments});
+    return Done;
+  });
+}
+
+JNIEXPORT jint JNICALL Java_com_orvantis_wyerrlog_WyLogger_TraceEnabledComponent(
+    JNIEnv* pEnv, jobject, jstring hLoggerName, jint iComponentId) {
+  return Run(Failed, [=]() -> jint {
+    const CWyJavaText loggerName(pEnv, hLoggerName);
+    CWyLogger* const pLogger = SelectLogger(loggerName);
+    if (pLogger == nullptr) return Failed;
+    return pLogger->TraceEnabled(static_cast<unsigned int>(iComponentId)) ? Done : Failed;
+  });
+}
+
+JNIEXPORT jint JNICALL Java_com_orvantis_wyerrlog_WyLogger_TraceEnabled(JNIEnv* pEnv,
+                                                                        jobject hReceiver,
+                                                                        jstring hLoggerName) {
+  return Java_com_orvantis_wyerrlog_WyLogger_TraceEnabledComponent(pEnv, hReceiver, hLoggerName, 0);
+}
+
+}  // extern "C"
