@@ -1,0 +1,320 @@
+#!/usr/bin/env bash
+# Shows the library at work: builds the access agent (examples/access_agent), lets many clients call it
+# at once, and shows and checks what it logs: ./demo.sh [release|debug|asan|tsan]
+# Everything it writes is below build/.
+source "$(dirname "${BASH_SOURCE[0]}")/scripts/common.sh"
+
+preset=${1:-release}
+case "$preset" in
+  release | debug | asan | tsan) ;;
+  *) fail "usage: demo.sh [release|debug|asan|tsan]" ;;
+esac
+build=$(build_directory "$preset")
+samples=examples/access_agent/demo
+work=build/demo
+clients=8
+alice=alice:lookingglass bob=bob:hammer carol=carol:blackboard
+
+# --- The agent -------------------------------------------------------------------------------------
+
+agent=''  # its process id, while it runs
+
+# run_agent LANGUAGE OPTION...: the agent, in the foreground.
+run_agent() {
+  local language=$1
+  shift
+  exec env ORVA_WA_ROOT="$build" LC_ALL="$language" "$build/bin/access_agent" \
+    --root "$work/site" --messages "$build/messages" --log "$log" "$@"
+}
+
+# start_agent NAME LANGUAGE [OPTION...]: starts the agent on a free port, with its logs in a folder of
+# that name; sets `log` (the folder) and `url`.
+start_agent() {
+  log=$work/$1
+  local language=$2
+  shift 2
+  mkdir -p "$log"
+  rm -f "$log/stdout"
+  run_agent "$language" --policy "$samples/policy.conf" "$@" >"$log/stdout" &
+  agent=$!
+  wait_until "the agent listens" grep -q '^listening on ' "$log/stdout"
+  url=$(sed -n 's/^listening on //p' "$log/stdout")
+}
+
+stop_agent() {
+  kill -TERM "$agent"
+  wait "$agent" || fail "the agent ended with exit code $?"
+  agent=''
+}
+
+leave_nothing_running() {
+  mkdir -p "$work" && touch "$work/enough"
+  [[ -z $agent ]] || kill -TERM "$agent" 2>/dev/null || true
+  wait
+}
+trap leave_nothing_running EXIT
+trap 'exit 130' INT TERM
+
+# wait_until WHAT COMMAND...: waits for the command to succeed, for at most 30 seconds.
+wait_until() {
+  local what=$1 deadline=$((SECONDS + 30))
+  shift
+  until "$@" 2>/dev/null; do
+    ((SECONDS < deadline)) || fail "waited in vain until $what"
+    kill -0 "$agent" 2>/dev/null || fail "the agent has ended: $(cat "$log/error.log")"
+    sleep 0.02
+  done
+}
+
+# --- Its clients -----------------------------------------------------------------------------------
+
+# get [OPTION...] URL...: calls the agent; prints the status of each answer, a line each.
+get() { curl --silent --show-error --output /dev/null --write-out '%{http_code}\n' "$@"; }
+
+# one_client I N: client number I sends N requests of every kind, kind after kind. Each client begins
+# with another one.
+one_client() {
+  local kind
+  for kind in {1..6}; do
+    case $((($1 + kind) % 6)) in
+      0) get "$url/public/?[1-$2]" ;;                                # everybody may
+      1) get --user "$alice" "$url/reports/q3.html?[1-$2]" ;;        # alice may
+      2) get --user "$bob" "$url/reports/missing.html?[1-$2]" ;;     # bob may, but it is not there
+      3) get --user "$carol" "$url/reports/q3.html?[1-$2]" ;;        # carol may not
+      4) get --user bob:guess "$url/reports/q3.html?[1-$2]" ;;       # this is not bob
+      5) get "$url/public/%0Aforged%20by%20%22mallory%22?[1-$2]" ;;  # wants a line of its own
+    esac
+  done
+}
+
+# many_clients NAME COMMAND...: runs the command as `clients` clients at once, with the number of the
+# client as its first argument, and collects what they print in the file $work/NAME.
+many_clients() {
+  local name=$1 command=$2 i
+  local -a pids=()
+  shift 2
+  for ((i = 1; i <= clients; i++)); do
+    "$command" "$i" "$@" >"$work/$name.$i" &
+    pids+=($!)
+  done
+  for i in "${pids[@]}"; do wait "$i" || fail "a client could not reach the agent"; done
+  cat "$work/$name".[0-9]* >"$work/$name"
+}
+
+until_enough() { while [[ ! -e $work/enough ]]; do one_client "$1" 5; done; }
+
+# --- What the logs hold ----------------------------------------------------------------------------
+
+lines() { wc -l <"$1"; }
+count() { LC_ALL=C grep -acE -- "$1" "$2" || true; }
+at_least() { (($(lines "$2") >= $1)); }
+
+# show N FILE: its first lines, cut to a screen's width.
+show() { awk -v n="$1" -v w=160 \
+  'NR > n { exit } { print "  " (length($0) > w ? substr($0, 1, w) "..." : $0) }' "$2"; }
+
+date_re='\[[A-Z][a-z]{2} [A-Z][a-z]{2} [0-9]{2} [0-9]{4} [0-9]{2}:[0-9]{2}:[0-9]{2}\]'
+error_re='^\[[0-9]+/[0-9]+\]'$date_re'\[[A-Za-z]+\.cpp:[0-9]+\]\[(INFO|WARNING|ERROR)\]'
+error_re+='\[(login|isauth)-[0-9]{5}\] [^[:cntrl:]]+\.$'
+audit_re='^'$date_re' (allow|deny|unauthenticated|invalid) user="[^"]+" client="[^"]+"'
+audit_re+=' method="[^"]+" resource="[^"]+" rule=[0-9]+ status=[0-9]{3}$'
+refusal_re='\]\[(login-0000[1-4]|isauth-000(07|08|09|10|11|12))\] '
+
+# all_whole REGEX FILE: fails unless every line of the file is a whole record.
+all_whole() {
+  local torn
+  torn=$(LC_ALL=C grep -avE -- "$1" "$2" | head -n 3) || true
+  [[ -z $torn ]] || fail "torn or strange lines in $2: $torn"
+}
+
+# agree WHAT N WHAT N: prints the two numbers; fails unless they are the same.
+agree() {
+  printf '  %-42s %6d   %-36s %6d\n' "$@"
+  (($2 == $4)) || fail "the numbers differ"
+}
+
+# --- Many clients at once --------------------------------------------------------------------------
+
+show_many_clients() {
+  say "$clients clients at once: allowed, denied, wrong password, missing page, a forged log line"
+  start_agent many C.UTF-8
+  many_clients answers one_client 10
+  stop_agent
+
+  echo "error.log begins:"
+  show 9 "$log/error.log"
+  echo "audit.log begins:"
+  show 6 "$log/audit.log"
+
+  say "Counting: every request has one audit record, every refusal and failure one error message"
+  local answers=$work/answers status
+  agree "requests sent and answered" "$(lines "$answers")" "audit records" "$(lines "$log/audit.log")"
+  for status in $(sort -u "$answers"); do
+    agree "  answered with status $status" "$(count "^$status\$" "$answers")" \
+      "audit records with that status" "$(count " status=$status\$" "$log/audit.log")"
+  done
+  agree "refused or failed" "$(count '^[^2]' "$answers")" \
+    "error messages of refusals" "$(count "$refusal_re" "$log/error.log")"
+  all_whole "$audit_re" "$log/audit.log"
+  all_whole "$error_re" "$log/error.log"
+  echo "  No line is torn."
+}
+
+# --- Rollover --------------------------------------------------------------------------------------
+
+# Requests whose records are long, so that a log of a megabyte is soon full.
+one_verbose_client() {
+  local long_name
+  printf -v long_name '%07000d' 0
+  get "$url/public/$long_name?[1-$2]"
+}
+
+show_rollover() {
+  say "Logs rolled over by size, while $clients clients call: --log-size 1"
+  start_agent rollover C.UTF-8 --log-size 1
+  many_clients answers one_verbose_client 60
+  stop_agent
+  cat "$log"/audit*.log >"$work/audit.all"
+  ls -sh1 "$log"/audit*.log | sed 's/^/  /'
+  agree "requests sent and answered" "$(lines "$work/answers")" \
+    "audit records in all files" "$(lines "$work/audit.all")"
+  all_whole "$audit_re" "$work/audit.all"
+  [[ -z $(find "$log" -name '*.log' -size +1024k) ]] || fail "a log is larger than a megabyte"
+
+  echo "The same again, keeping two backups: --log-size 1 --log-backups 2"
+  start_agent rollover C.UTF-8 --log-size 1 --log-backups 2
+  many_clients answers one_verbose_client 60
+  stop_agent
+  ls -sh1 "$log"/audit*.log | sed 's/^/  /'
+  (($(find "$log" -name 'audit_*.log' | wc -l) == 2)) || fail "not two backups"
+}
+
+# --- In two languages ------------------------------------------------------------------------------
+
+# one_of_each LANGUAGE: logs in a folder of that name; prints the messages without their prologs.
+one_of_each() {
+  start_agent "$1" "$1"
+  get --user "$alice" "$url/reports/missing.html" >"$work/answers"
+  get --user "$bob" --request DELETE "$url/drafts/plan.html" >>"$work/answers"
+  get --user bob:guess "$url/reports/" >>"$work/answers"
+  get --user eve:guess "$url/reports/" >>"$work/answers"
+  get "$url/reports/" >>"$work/answers"
+  stop_agent
+  ! run_agent_once "$1" --policy "$work/broken.conf" || fail "a broken policy was accepted"
+  sed -nE 's/^.*(\[(INFO|WARNING|ERROR)\]\[)/\1/p' "$log/error.log" |
+    grep -vE 'isauth-0000[1-4]\]' >"$log/messages"
+}
+run_agent_once() { (run_agent "$@" 2>"$log/stderr"); }
+
+show_languages() {
+  say "The same messages in English and in German (LC_ALL=de_DE.UTF-8)"
+  printf 'user dora\n' >"$work/broken.conf"
+  one_of_each en_US.UTF-8
+  local english=$log/messages
+  one_of_each de_DE.UTF-8
+  show 20 "$english"
+  echo
+  show 20 "$log/messages"
+  diff <(grep -oE '^\S+' "$english") <(grep -oE '^\S+' "$log/messages") ||
+    fail "the messages differ in more than the language"
+  [[ $(sort "$english" "$log/messages" | uniq -d) == '' ]] || fail "a message is not translated"
+}
+
+# --- Tracing ---------------------------------------------------------------------------------------
+
+traced_requests() {
+  get --user "$alice" "$url/reports/q3.html"
+  get --user "$carol" "$url/reports/q3.html"
+  get --user bob:guess "$url/reports/q3.html"
+}
+
+show_layouts() {
+  local names=("brackets" "columns" "delimited" "XML") heads=(6 6 6 12) layout records expected=''
+  for layout in 0 1 2 3; do
+    say "The same requests traced in layout $layout, ${names[layout]}"
+    start_agent "layout$layout" C.UTF-8 --trace --trace-config "$samples/trace.conf" \
+      --trace-layout "$layout" --trace-delimiter ' | '
+    traced_requests >"$work/answers"
+    stop_agent
+    show "${heads[layout]}" "$log/trace.log"
+    records=$(($(lines "$log/trace.log") - 2))
+    ((layout < 3)) || records=$(count '^<TraceMessage>$' "$log/trace.log")
+    ((records == ${expected:=$records} && records > 0)) || fail "$records records, not $expected"
+  done
+}
+
+show_filter() {
+  say "The same requests, traced through a filter: User: ==carol"
+  { cat "$samples/trace.conf" && echo 'User: ==carol'; } >"$work/trace.conf"
+  start_agent filter C.UTF-8 --trace --trace-config "$work/trace.conf"
+  traced_requests >"$work/answers"
+  stop_agent
+  show 20 "$log/trace.log"
+  local records=$(($(lines "$log/trace.log") - 2))
+  ((records > 0 && records == $(count '\[carol\]' "$log/trace.log"))) || fail "the filter leaks"
+}
+
+# switch_tracing SIGNAL KEY: signals the agent and waits for the message that says that it is done.
+switch_tracing() {
+  local before
+  before=$(count "$2" "$log/error.log")
+  kill "-$1" "$agent"
+  wait_until "tracing has been switched" eval "((\$(count '$2' '$log/error.log') > $before))"
+}
+tracing_on() { switch_tracing USR1 isauth-00014; }
+tracing_off() { switch_tracing USR2 isauth-00015; }
+
+# serve_more FILE: waits until a log has grown by fifty lines.
+serve_more() { wait_until "$1 grows" at_least $(($(lines "$1") + 50)) "$1"; }
+
+show_switching() {
+  say "Tracing turned on and off by signals while $clients clients call"
+  cp "$samples/trace.conf" "$work/trace.conf"
+  start_agent switching C.UTF-8 --trace-config "$work/trace.conf"
+  many_clients answers until_enough &
+  local load=$! untraced
+  serve_more "$log/audit.log"
+  [[ ! -e $log/trace.log ]] || fail "traced before it was turned on"
+  echo "  off: no trace file yet, $(lines "$log/audit.log") requests served"
+
+  tracing_on
+  serve_more "$log/trace.log"
+  tracing_off
+  untraced=$(lines "$log/trace.log")
+  echo "  on:  SIGUSR1 ... SIGUSR2, $untraced trace lines"
+  serve_more "$log/audit.log"
+  (($(lines "$log/trace.log") == untraced)) || fail "traced after it was turned off"
+  echo "  off: $(lines "$log/audit.log") requests served, no trace line more"
+
+  printf 'components IsAuthorized\ndata User Action Resource Result\n' >"$work/trace.conf"
+  tracing_on
+  serve_more "$log/trace.log"
+  echo "  on:  SIGUSR1 with another configuration, $(lines "$log/trace.log") trace lines"
+
+  touch "$work/enough"
+  wait "$load"
+  stop_agent
+  echo "The last lines of trace.log:"
+  tail -n 3 "$log/trace.log" | show 3 -
+  agree "requests sent and answered" "$(lines "$work/answers")" \
+    "audit records" "$(lines "$log/audit.log")"
+  all_whole "$audit_re" "$log/audit.log"
+  all_whole '^(\[[^][]*\]){4}$|^(\[[^][]*\]){9}$' "$log/trace.log"
+  echo "  Every trace line is whole and in one of the two shapes."
+}
+
+# --- All of it -------------------------------------------------------------------------------------
+
+scripts/install-deps.sh
+configure_and_build "$preset" access_agent
+rm -rf "$work"
+mkdir -p "$work"
+cp -r "$samples/site" "$work/site"
+
+show_many_clients
+show_rollover
+show_languages
+show_layouts
+show_filter
+show_switching
+say "All as it should be. The logs are in $work, the agent's source in examples/access_agent"

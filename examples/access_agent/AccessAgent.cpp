@@ -1,0 +1,193 @@
+#include "AccessAgent.h"
+
+#include <system_error>
+
+#include "Credentials.h"
+
+namespace {
+
+constexpr char Loopback[] = "127.0.0.1";
+
+AccessRequest MakeRequest(const httplib::Request& httpRequest) {
+  AccessRequest request;
+  request.strClient = httpRequest.remote_addr;
+  request.strMethod = httpRequest.method;
+  request.strResource = httpRequest.path;
+  return request;
+}
+
+bool IsNotThere(const std::error_code& error) {
+  return error == std::errc::no_such_file_or_directory || error == std::errc::not_a_directory ||
+         error == std::errc::filename_too_long;
+}
+
+// Every refusal has a body; an error answer without one is the server's own.
+void Refuse(httplib::Response& response, int iStatus, const char* pszReason) {
+  response.status = iStatus;
+  response.set_content(std::string(pszReason) + "\n", "text/plain");
+}
+
+}  // namespace
+
+AccessAgent::AccessAgent(const Policy& policy, const AgentLog& log, const std::string& root)
+    : m_policy(policy), m_log(log), m_site(root) {}
+
+AccessAgent::~AccessAgent() { Stop(); }
+
+// ---- Serving ------------------------------------------------------------------------------------
+
+bool AccessAgent::Start(int iPort, size_t uThreads) {
+  m_server.new_task_queue = [uThreads] { return new httplib::ThreadPool(uThreads); };
+  // One request for each connection: a body that nobody reads is never taken for the next request.
+  m_server.set_keep_alive_max_count(1);
+  m_server.set_pre_routing_handler(
+      [this](const httplib::Request& request, httplib::Response& response) {
+        Handle(request, response);
+        return httplib::Server::HandlerResponse::Handled;
+      });
+  m_server.set_error_handler([this](const httplib::Request& request, httplib::Response& response) {
+    if (response.body.empty()) HandleRefusedByServer(request, response);
+  });
+
+  if (!Listen(iPort)) return false;
+  m_listener = std::thread([this] { m_server.listen_after_bind(); });
+  // A stop that comes before the server runs would be lost.
+  while (!m_server.is_running()) std::this_thread::yield();
+  return true;
+}
+
+bool AccessAgent::Listen(int iPort) {
+  socket_t socket = INVALID_SOCKET;
+  // Without options of our own the server would share the port with other agents.
+  m_server.set_socket_options([&socket](socket_t created) {
+    const int iYes = 1;
+    setsockopt(created, SOL_SOCKET, SO_REUSEADDR, &iYes, sizeof iYes);
+    socket = created;
+  });
+  m_iPort = iPort;
+  if (iPort == 0) {
+    m_iPort = m_server.bind_to_any_port(Loopback);
+  } else if (!m_server.bind_to_port(Loopback, iPort)) {
+    return false;
+  }
+  // The server lets five clients wait to be accepted; the others would try again a second later.
+  return m_iPort > 0 && listen(socket, SOMAXCONN) == 0;
+}
+
+void AccessAgent::Stop() {
+  if (!m_listener.joinable()) return;
+  m_server.stop();
+  m_listener.join();
+}
+
+std::string AccessAgent::Address() const {
+  return std::string(Loopback) + ":" + std::to_string(m_iPort);
+}
+
+void AccessAgent::Handle(const httplib::Request& httpRequest, httplib::Response& response) {
+  AccessRequest request = MakeRequest(httpRequest);
+  const Decision decision = Decide(request, httpRequest);
+  Answer(request, decision, response);
+  if (response.status == 200 && !httpRequest.ranges.empty()) response.status = 206;
+  if (!m_log.Audit(request, decision, response.status)) {
+    response.headers.clear();
+    Refuse(response, 503, "Service unavailable");
+  }
+}
+
+void AccessAgent::HandleRefusedByServer(const httplib::Request& httpRequest,
+                                        httplib::Response& response) {
+  const AccessRequest request = MakeRequest(httpRequest);
+  m_log.InvalidRequest(request, response.status);
+  m_log.Audit(request, Decision::Invalid, response.status);
+}
+
+// ---- Deciding -----------------------------------------------------------------------------------
+
+Decision AccessAgent::Decide(AccessRequest& request, const httplib::Request& httpRequest) const {
+  if (!IsValidResource(request.strResource)) {
+    m_log.InvalidPath(request);
+    return Decision::Invalid;
+  }
+  const PolicyRule* pRule = m_policy.FindRule(request.strMethod, request.strResource);
+  if (pRule == nullptr) {
+    m_log.NoRule(request);
+    return Decision::Deny;
+  }
+  request.iRule = pRule->iNumber;
+  if (!pRule->bForAnyone) {
+    if (!Authenticate(request, httpRequest.get_header_value("Authorization"))) {
+      return Decision::Unauthenticated;
+    }
+  }
+  return Authorize(request, *pRule);
+}
+
+bool AccessAgent::Authenticate(AccessRequest& request, const std::string& strHeader) const {
+  m_log.TraceLoginRequest(request);
+  const bool bAccepted = CheckLogin(request, strHeader);
+  m_log.TraceLoginResponse(request, bAccepted);
+  return bAccepted;
+}
+
+bool AccessAgent::CheckLogin(AccessRequest& request, const std::string& strHeader) const {
+  if (strHeader.empty()) {
+    m_log.LoginRequired(request);
+    return false;
+  }
+  const std::optional<Credentials> credentials = ReadBasicCredentials(strHeader);
+  if (!credentials) {
+    m_log.UnreadableLogin(request);
+    return false;
+  }
+  request.strUser = credentials->strUser;
+  const LoginResult result = m_policy.CheckLogin(credentials->strUser, credentials->strPassword);
+  m_log.TraceLogin(request, result);
+  if (result == LoginResult::Accepted) return true;
+  m_log.LoginRefused(request, result);
+  return false;
+}
+
+Decision AccessAgent::Authorize(const AccessRequest& request, const PolicyRule& rule) const {
+  m_log.TraceAccessRequest(request);
+  const bool bPermitted = m_policy.Permits(rule, request.strUser);
+  const Decision decision = bPermitted ? Decision::Allow : Decision::Deny;
+  if (!bPermitted) m_log.NotPermitted(request);
+  m_log.TraceAccessResponse(request, decision);
+  return decision;
+}
+
+// ---- Answering ----------------------------------------------------------------------------------
+
+void AccessAgent::Answer(const AccessRequest& request, Decision decision,
+                         httplib::Response& response) const {
+  switch (decision) {
+    case Decision::Allow:
+      return Perform(request, response);
+    case Decision::Deny:
+      return Refuse(response, 403, "Forbidden");
+    case Decision::Unauthenticated:
+      response.set_header("WWW-Authenticate", "Basic realm=\"access agent\"");
+      return Refuse(response, 401, "Please log in");
+    case Decision::Invalid:
+      return Refuse(response, 400, "Bad request");
+  }
+}
+
+void AccessAgent::Perform(const AccessRequest& request, httplib::Response& response) const {
+  std::error_code error;
+  if (request.strMethod == "DELETE") {
+    m_site.Delete(request.strResource, error);
+    response.status = 204;
+  } else {
+    response.set_content(m_site.Read(request.strResource, error), ContentType(request.strResource));
+    response.status = 200;
+  }
+  if (!error) return;
+  if (IsNotThere(error)) {
+    m_log.NotFound(request);
+    return Refuse(response, 404, "Not found");
+  }
+  m_log.ActionFailed(request, error.message());
+  Refuse(response, 500, "Failed");
+}

@@ -1,0 +1,108 @@
+#include "Options.h"
+
+#include <charconv>
+#include <cstdlib>
+#include <cstring>
+#include <iostream>
+#include <map>
+#include <string_view>
+
+namespace {
+
+constexpr char Usage[] =
+    R"(usage: access_agent --root DIR --policy FILE --messages DIR --log DIR [option...]
+
+  --root DIR              the folder to guard
+  --policy FILE           who may do what where
+  --messages DIR          the folder of the message catalogs
+  --log DIR               the folder of error.log, audit.log and trace.log
+  --port N                the port on 127.0.0.1; 0, the default, takes a free one
+  --threads N             worker threads (8)
+  --log-size MB           roll each log over before it reaches this size
+  --log-backups N         keep so many backups of each log (all)
+
+  --trace-config FILE     what to trace
+  --trace-layout N        0 brackets (default), 1 columns, 2 delimited, 3 XML
+  --trace-delimiter TEXT  between the fields of layout 2 (,)
+  --trace-console         trace to the terminal as well
+  --trace                 trace from the start
+
+Signals: USR1 reads the trace configuration and turns tracing on, USR2 turns it off, TERM and INT
+end the agent. The message components are searched in $ORVA_WA_ROOT/bin. Messages are written in the
+language of LC_ALL, LC_MESSAGES or LANG, whichever is set first.
+)";
+
+[[noreturn]] void EndWithHelp() {
+  std::cout << Usage;
+  std::exit(EXIT_SUCCESS);
+}
+
+[[noreturn]] void EndWithError(std::string_view problem, std::string_view word) {
+  std::cerr << "access_agent: " << problem << ": " << word << "\nTry access_agent --help\n";
+  std::exit(EXIT_FAILURE);
+}
+
+struct Number {
+  int* pValue;
+  int iLowest;
+  int iHighest;
+};
+
+void ParseNumber(const char* pszText, const Number& number) {
+  const char* pszEnd = pszText + std::strlen(pszText);
+  const auto [pszStop, error] = std::from_chars(pszText, pszEnd, *number.pValue);
+  if (error != std::errc() || pszStop != pszEnd) EndWithError("not a number", pszText);
+  if (*number.pValue < number.iLowest || *number.pValue > number.iHighest) {
+    EndWithError("out of range", pszText);
+  }
+}
+
+void CheckRequired(const std::map<std::string_view, std::string*>& texts) {
+  for (const char* pszName : {"--root", "--policy", "--messages", "--log"}) {
+    if (texts.at(pszName)->empty()) EndWithError("missing", pszName);
+  }
+}
+
+}  // namespace
+
+Options ParseOptions(int argc, char** argv) {
+  Options options;
+  const std::map<std::string_view, std::string*> texts = {
+      {"--root", &options.strRoot},
+      {"--policy", &options.strPolicy},
+      {"--messages", &options.log.strMessages},
+      {"--log", &options.log.strDirectory},
+      {"--trace-config", &options.log.strTraceConfig},
+      {"--trace-delimiter", &options.log.strTraceDelimiter},
+  };
+  const std::map<std::string_view, Number> numbers = {
+      {"--port", {&options.iPort, 0, 65535}},
+      {"--threads", {&options.iThreads, 1, 1000}},
+      {"--log-size", {&options.log.iMaxSizeMB, 1, 4095}},
+      {"--log-backups", {&options.log.iMaxBackups, 0, 1000000}},
+      {"--trace-layout", {&options.log.iTraceLayout, 0, 3}},
+  };
+  const std::map<std::string_view, bool*> switches = {
+      {"--trace-console", &options.log.bTraceToConsole},
+      {"--trace", &options.bTrace},
+      {"--help", nullptr},
+  };
+
+  for (int i = 1; i < argc; ++i) {
+    const std::string_view name = argv[i];
+    if (const auto it = switches.find(name); it != switches.end()) {
+      if (it->second == nullptr) EndWithHelp();
+      *it->second = true;
+      continue;
+    }
+    if (!texts.contains(name) && !numbers.contains(name)) EndWithError("unknown option", name);
+    if (++i == argc) EndWithError("value missing", name);
+    if (const auto it = texts.find(name); it != texts.end()) {
+      *it->second = argv[i];
+    } else {
+      ParseNumber(argv[i], numbers.at(name));
+    }
+  }
+  CheckRequired(texts);
+  return options;
+}

@@ -1,0 +1,62 @@
+#include "Site.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <fstream>
+#include <iterator>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+std::error_code NotThere() { return std::make_error_code(std::errc::no_such_file_or_directory); }
+
+bool IsBelow(const fs::path& path, const fs::path& folder) {
+  return std::mismatch(folder.begin(), folder.end(), path.begin(), path.end()).first ==
+         folder.end();
+}
+
+}  // namespace
+
+bool IsValidResource(const std::string& strResource) {
+  using namespace std::string_literals;
+  if (!strResource.starts_with('/')) return false;
+  if (strResource.find_first_of("\\\0"s) != std::string::npos) return false;
+  for (size_t uStart = 1; uStart < strResource.size();) {
+    const size_t uEnd = std::min(strResource.find('/', uStart), strResource.size());
+    const std::string strPart = strResource.substr(uStart, uEnd - uStart);
+    if (strPart.empty() || strPart == "." || strPart == "..") return false;
+    uStart = uEnd + 1;
+  }
+  return true;
+}
+
+Site::Site(const fs::path& root) : m_root(fs::weakly_canonical(root)) {}
+
+fs::path Site::Locate(const std::string& strResource, std::error_code& error) const {
+  fs::path path = fs::canonical(m_root / strResource.substr(1), error);
+  std::error_code ignored;
+  if (fs::is_directory(path, ignored)) path = fs::canonical(path / "index.html", error);
+  if (error) return path;
+  if (!IsBelow(path, m_root) || !fs::is_regular_file(path, ignored)) error = NotThere();
+  return path;
+}
+
+std::string Site::Read(const std::string& strResource, std::error_code& error) const {
+  const fs::path path = Locate(strResource, error);
+  if (error) return "";
+  std::ifstream file(path, std::ios::binary);
+  if (!file) error.assign(errno, std::generic_category());
+  return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+}
+
+void Site::Delete(const std::string& strResource, std::error_code& error) const {
+  const fs::path path = Locate(strResource, error);
+  if (!error) fs::remove(path, error);
+}
+
+const char* ContentType(const std::string& strResource) {
+  if (strResource.ends_with('/') || strResource.ends_with(".html")) return "text/html";
+  if (strResource.ends_with(".txt")) return "text/plain";
+  return "application/octet-stream";
+}

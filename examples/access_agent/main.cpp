@@ -1,0 +1,94 @@
+// The access agent: guards a folder by a policy, and logs what it does with libwyerrlog. Its
+// options are told by --help.
+
+#include <pthread.h>
+
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <iostream>
+#include <string>
+#include <system_error>
+
+#include "AccessAgent.h"
+#include "AgentLog.h"
+#include "Options.h"
+#include "Policy.h"
+
+namespace {
+
+// Signals are received by ServeUntilTold alone, as ordinary calls of the main thread: a signal
+// handler could neither log nor take a lock. Threads inherit the mask, so this comes before the
+// first of them.
+sigset_t BlockSignals() {
+  sigset_t signals;
+  sigemptyset(&signals);
+  for (const int iSignal : {SIGTERM, SIGINT, SIGUSR1, SIGUSR2}) sigaddset(&signals, iSignal);
+  pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+  return signals;
+}
+
+void ServeUntilTold(const sigset_t& signals, const AgentLog& log) {
+  for (;;) {
+    int iSignal = 0;
+    sigwait(&signals, &iSignal);
+    if (iSignal == SIGUSR1) {
+      log.TurnTracingOn();
+    } else if (iSignal == SIGUSR2) {
+      log.TurnTracingOff();
+    } else {
+      return;
+    }
+  }
+}
+
+int Fail(const std::string& strReason) {
+  std::cerr << "access_agent: " << strReason << '\n';
+  return EXIT_FAILURE;
+}
+
+bool LoadPolicy(const std::string& strFile, Policy& policy, const AgentLog& log) {
+  PolicyError error;
+  if (!policy.Load(strFile, error)) {
+    log.PolicyRefused(strFile, error);
+    return false;
+  }
+  log.PolicyLoaded(strFile, policy);
+  return true;
+}
+
+int Run(const Options& options, const sigset_t& signals, const AgentLog& log) {
+  const std::string strSeeLog = "; see " + options.log.strDirectory + "/error.log";
+  Policy policy;
+  if (!LoadPolicy(options.strPolicy, policy, log)) return Fail("policy refused" + strSeeLog);
+  if (options.bTrace && !log.TurnTracingOn()) return Fail("cannot trace" + strSeeLog);
+
+  AccessAgent agent(policy, log, options.strRoot);
+  if (!agent.Start(options.iPort, static_cast<size_t>(options.iThreads))) {
+    log.CannotListen(agent.Address(), std::generic_category().message(errno));
+    return Fail("cannot listen" + strSeeLog);
+  }
+  log.Started(agent.Address(), options.strRoot);
+  std::cout << "listening on http://" << agent.Address() << std::endl;
+  ServeUntilTold(signals, log);
+  agent.Stop();
+  log.Stopped(agent.Address());
+  return EXIT_SUCCESS;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  const Options options = ParseOptions(argc, argv);
+  const sigset_t signals = BlockSignals();
+
+  std::error_code error;
+  if (!std::filesystem::is_directory(options.strRoot, error)) {
+    return Fail("no such folder: " + options.strRoot);
+  }
+  AgentLog log(options.log);
+  std::string strReason;
+  if (!log.Open(strReason)) return Fail(strReason);
+  return Run(options, signals, log);
+}
