@@ -31,10 +31,17 @@ bool WriteNumber(char* pszBuffer, int iSize, Number value) {
 
 bool IsBetween(int iValue, int iFirst, int iLast) { return iFirst <= iValue && iValue <= iLast; }
 
+// Whether the pieces have the usual numbers of digits. strftime writes the other ones.
 bool IsConvertedTime(const tm& time) {
   return IsBetween(time.tm_mday, 1, 31) && IsBetween(time.tm_hour, 0, 23) &&
          IsBetween(time.tm_min, 0, 59) && IsBetween(time.tm_sec, 0, 60) &&
-         IsBetween(time.tm_year + 1900, 1000, 9999);
+         IsBetween(time.tm_year, 1000 - 1900, 9999 - 1900);
+}
+
+bool WriteDate(char* psz, std::size_t uSize, const tm& time) {
+  if (!IsConvertedTime(time)) return strftime(psz, uSize, "%m/%d/%Y", &time) != 0;
+  *WyAppendDateText(psz, time) = '\0';
+  return true;
 }
 
 // "16 2026 17:16:13" and the terminator, at `psz` with room for `uSize` bytes.
@@ -83,7 +90,8 @@ class ThreadStamp {
 
   void WriteTime(const tm& time) {
     char* const psz = m_szText + m_uIdsLength;
-    if (!CWyErrLogMessage::GetDateTime(&time, psz, SmallestTimeBuffer)) *psz = '\0';
+    const auto iRoom = static_cast<int>(sizeof m_szText - m_uIdsLength - 2);
+    if (!CWyErrLogMessage::GetDateTime(&time, psz, iRoom)) *psz = '\0';
     m_uLength = m_uIdsLength + strlen(psz);
     m_uLength += std::string_view("][").copy(m_szText + m_uLength, 2);
     m_time = time;
@@ -117,8 +125,7 @@ bool CWyErrLogMessage::GetTime(int iForm, char* pszBuffer, bool bLocal, int iSiz
   if (!WyErrLogGetCurrentTime(bLocal, time, lMilliseconds)) return false;
   switch (iForm) {
     case 0:
-      *WyAppendDateText(pszBuffer, time) = '\0';
-      return true;
+      return WriteDate(pszBuffer, static_cast<std::size_t>(iSize), time);
     case 1:
       *WyAppendTimeText(pszBuffer, time) = '\0';
       return true;

@@ -6,6 +6,7 @@
 // function writes at `psz`, without a terminator, and answers the end of what it wrote. The values
 // must be those of a converted time, as WyErrLogGetCurrentTime gives them.
 
+#include <cstdio>
 #include <ctime>
 
 inline char* WyAppendTwoDigits(char* psz, int iValue) {
@@ -14,9 +15,11 @@ inline char* WyAppendTwoDigits(char* psz, int iValue) {
   return psz;
 }
 
-// "2026", from the years since 1900 that a tm holds.
+// "2026", from the years since 1900 that a tm holds; at most 11 characters.
 inline char* WyAppendYear(char* psz, const tm& time) {
-  const int iYear = time.tm_year + 1900;
+  const long lYear = time.tm_year + 1900L;
+  if (lYear < 0 || lYear > 9999) return psz + std::sprintf(psz, "%04ld", lYear);
+  const int iYear = static_cast<int>(lYear);
   return WyAppendTwoDigits(WyAppendTwoDigits(psz, iYear / 100), iYear % 100);
 }
 
