@@ -9,7 +9,8 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <initializer_list>
+#include <iterator>
+#include <string_view>
 
 namespace {
 
@@ -42,6 +43,13 @@ int RenameWhenFree(const char* from, const char* to) {
 
 const char* ReadEnvironment(const char* pszName) {
   return pszName == nullptr ? nullptr : std::getenv(pszName);
+}
+
+// What follows `assignment` ("NAME=") in an entry of the environment; null in an entry of another
+// variable.
+const char* ValueOf(std::string_view assignment, const char* pszEntry) {
+  const bool bMatches = std::strncmp(pszEntry, assignment.data(), assignment.size()) == 0;
+  return bMatches ? pszEntry + assignment.size() : nullptr;
 }
 
 }  // namespace
@@ -92,11 +100,23 @@ CWyDynamicBufferForI18N::~CWyDynamicBufferForI18N() { std::free(m_pszText); }
 
 CWyGetEnv::CWyGetEnv(const char* name) : m_value(ReadEnvironment(name)) {}
 
+// Asked for every message, so it goes through the environment once for the three variables.
 const char* WyGetAdminLocale() {
-  for (const char* pszVariable : {"LC_ALL", "LC_MESSAGES", "LANG"}) {
-    const char* pszLocale = std::getenv(pszVariable);
-    if (pszLocale != nullptr && *pszLocale != '\0') {
-      return pszLocale;
+  static constexpr std::string_view kVariables[] = {"LC_ALL=", "LC_MESSAGES=", "LANG="};
+  const char* apszValues[std::size(kVariables)] = {};
+  for (char** ppszEntry = environ; ppszEntry != nullptr && *ppszEntry != nullptr; ++ppszEntry) {
+    if (**ppszEntry != 'L') {
+      continue;
+    }
+    for (std::size_t i = 0; i < std::size(kVariables); ++i) {
+      if (apszValues[i] == nullptr) {
+        apszValues[i] = ValueOf(kVariables[i], *ppszEntry);
+      }
+    }
+  }
+  for (const char* pszValue : apszValues) {
+    if (pszValue != nullptr && *pszValue != '\0') {
+      return pszValue;
     }
   }
   return "en";
