@@ -1,9 +1,7 @@
 #include <wyi18n/wyi18n.h>
 #include <wyxlate/WyXlate.h>
 
-#include <algorithm>
 #include <cstring>
-#include <iterator>
 #include <memory>
 #include <string_view>
 
@@ -64,10 +62,8 @@ void CWyErrLogMessage::AppendSeverity(unsigned int uSeverity) {
 void CWyErrLogMessage::AppendPrintf(const char* pszPattern, va_list args) {
   if (*pszPattern == '\0') return;
   char szText[TextSize];
-  const int iLength = VSNPRINTFEX(szText, TextSize, pszPattern, args);
-  if (iLength > 0) {
-    m_pBuffer->append(szText, static_cast<std::size_t>(std::min(iLength, TextSize - 1)));
-  }
+  VSNPRINTFEX(szText, TextSize, pszPattern, args);
+  m_pBuffer->append(szText);
 }
 
 const char* CWyErrLogMessage::GetMsgSeverity() const {

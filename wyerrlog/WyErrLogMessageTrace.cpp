@@ -1,4 +1,4 @@
-#include <cstring>
+#include <memory>
 #include <string>
 #include <string_view>
 
@@ -72,11 +72,10 @@ bool CWyErrLogMessage::FormatAuditMessage(const char* pszFormat, ...) {
   if (iLength <= TextSize) {
     m_pBuffer->assign(szText);
   } else {
-    // VSNPRINTFEX writes the terminator of a std::string's last place again, with the same value.
-    const std::size_t uHeld = m_pBuffer->size();
-    m_pBuffer->resize(uHeld + static_cast<std::size_t>(iLength) - 1);
-    VSNPRINTFEX(m_pBuffer->data() + uHeld, iLength, pszFormat, argsAgain);
-    m_pBuffer->resize(uHeld + strlen(m_pBuffer->data() + uHeld));
+    // In memory of its own: the message's text may be among the arguments.
+    const std::unique_ptr<char[]> pszLong(new char[static_cast<std::size_t>(iLength)]);
+    VSNPRINTFEX(pszLong.get(), iLength, pszFormat, argsAgain);
+    m_pBuffer->append(pszLong.get());
   }
   va_end(argsAgain);
   va_end(args);
