@@ -105,12 +105,13 @@ const char* WyGetAdminLocale() {
   static constexpr std::string_view kVariables[] = {"LC_ALL=", "LC_MESSAGES=", "LANG="};
   const char* apszValues[std::size(kVariables)] = {};
   for (char** ppszEntry = environ; ppszEntry != nullptr && *ppszEntry != nullptr; ++ppszEntry) {
-    if (**ppszEntry != 'L') {
+    const char* const pszEntry = *ppszEntry;
+    if (pszEntry[0] != 'L' || (pszEntry[1] != 'A' && pszEntry[1] != 'C')) {
       continue;
     }
     for (std::size_t i = 0; i < std::size(kVariables); ++i) {
       if (apszValues[i] == nullptr) {
-        apszValues[i] = ValueOf(kVariables[i], *ppszEntry);
+        apszValues[i] = ValueOf(kVariables[i], pszEntry);
       }
     }
   }
