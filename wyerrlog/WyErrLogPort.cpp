@@ -2,6 +2,7 @@
 
 #include <sched.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <memory>
@@ -127,9 +128,10 @@ void WyErrLogUtilResetSemaphoreInForkedChild(void* hSemaphore) {
 }
 
 int VSNPRINTFEX(char* pszBuffer, int iSize, const char* pszFormat, va_list args) {
-  const int iLength = vsnprintf(pszBuffer, static_cast<std::size_t>(iSize), pszFormat, args);
+  const auto uSize = static_cast<std::size_t>(std::max(iSize, 0));
+  const int iLength = vsnprintf(pszBuffer, uSize, pszFormat, args);
   if (iLength < 0) {
-    *pszBuffer = '\0';
+    if (uSize > 0) *pszBuffer = '\0';
     return iLength;
   }
   return iLength < iSize ? iLength : iLength + 1;

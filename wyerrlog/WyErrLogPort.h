@@ -61,7 +61,8 @@ void WyErrLogUtilResetSemaphoreInForkedChild(void* hSemaphore);
 
 // vsnprintf with a report of the size needed. Answers the length written when the text fits in
 // `iSize` bytes with its terminator; the size needed, terminator included, when it was cut (then
-// greater than `iSize`); and a negative value, with an empty buffer, when formatting failed.
+// greater than `iSize`); and a negative value, with an empty buffer, when formatting failed. A size
+// of 0 or less is that of no buffer at all.
 int VSNPRINTFEX(char* pszBuffer, int iSize, const char* pszFormat, va_list args)
     __attribute__((format(printf, 3, 0)));
 
