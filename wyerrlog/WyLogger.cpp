@@ -67,7 +67,15 @@ CWyLogger::CWyLogger()
 
 CWyLogger::~CWyLogger() { Release(); }
 
+// A thread that holds a guard already is inside a callback of that log: what it asks for would wait
+// for itself.
+bool CWyLogger::IsCalledByOutput() const {
+  return m_logGuard.IsHeldByThisThread() || m_traceGuard.IsHeldByThisThread() ||
+         m_auditGuard.IsHeldByThisThread();
+}
+
 void CWyLogger::Init() {
+  if (IsCalledByOutput()) return;
   const CWyErrLogAutoWriter log(m_logGuard);
   const CWyErrLogAutoWriter trace(m_traceGuard);
   const CWyErrLogAutoWriter audit(m_auditGuard);
@@ -81,6 +89,7 @@ void CWyLogger::Init() {
 }
 
 void CWyLogger::Release() {
+  if (IsCalledByOutput()) return;
   const CWyErrLogAutoWriter log(m_logGuard);
   const CWyErrLogAutoWriter trace(m_traceGuard);
   const CWyErrLogAutoWriter audit(m_auditGuard);
@@ -142,9 +151,6 @@ void CWyLogger::DeleteLogOutput(CWyLogOutput* pOutput) {
 }
 
 // ---- Error log and audit log --------------------------------------------------------------------
-
-// A thread that holds a guard already is inside a callback of that log: what it asks for would wait
-// for itself.
 
 bool CWyLogger::SetLogOutput(CWyLogOutput* pOutput) {
   if (m_logGuard.IsHeldByThisThread()) return false;

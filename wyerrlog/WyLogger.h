@@ -24,7 +24,7 @@ class CWyReadSections;
 //
 // A host callback runs inside a log call: what it asks of the same log (logging to it, installing
 // or removing its output, for a trace callback also a trace decision) is refused with false at
-// once.
+// once, and Init and Release do nothing.
 //
 // A process may fork at any time, also while other threads log: the child logs through the outputs
 // it has inherited, under its own process id. (One thing stays the C library's: a child forked
@@ -159,6 +159,7 @@ class WYERRLOG_API CWyLogger {
  private:
   friend class CWyErrLogMessage;
 
+  WYERRLOG_LOCAL bool IsCalledByOutput() const;
   WYERRLOG_LOCAL void LoadComponents();
   WYERRLOG_LOCAL void ReleaseComponents();
   WYERRLOG_LOCAL CWyErrLogComponent* FindComponent(unsigned int uId) const;

@@ -1,0 +1,269 @@
+// The logger's outputs: installing, replacing and removing them, and what messages go where.
+
+#include "wyerrlog/WyLogger.h"
+
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <array>
+#include <list>
+#include <sstream>
+#include <stdexcept>
+
+#include "test_support/HostOutput.h"
+#include "test_support/TempDirectory.h"
+#include "test_support/TestThread.h"
+#include "test_support/Tracing.h"
+
+namespace {
+
+using test_support::Eventually;
+using test_support::HostOutput;
+using test_support::OutputScript;
+using test_support::TestThread;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+// ---- What holds for each of the three logs
+// -------------------------------------------------------
+
+struct LogKind {
+  const char* pszName;
+  bool (*Install)(CWyLogger& logger, CWyLogOutput* pOutput);
+  void (*Remove)(CWyLogger& logger);
+  bool (CWyLogger::*Log)(CWyErrLogMessage& msg);
+};
+
+bool EnableTrace(CWyLogger& logger, CWyLogOutput* pOutput) {
+  return test_support::EnableTrace(logger, pOutput, test_support::LegacyMessages, {.iFormat = 3});
+}
+
+const LogKind ErrorLog{"ErrorLog", [](auto& logger, auto* p) { return logger.SetLogOutput(p); },
+                       [](auto& logger) { logger.DisableLog(); }, &CWyLogger::LogErrMsg};
+const LogKind TraceLog{"TraceLog", EnableTrace, [](auto& logger) { logger.DisableTrace(false); },
+                       &CWyLogger::LogTraceMsg};
+const LogKind AuditLog{"AuditLog",
+                       [](auto& logger, auto* p) { return logger.EnableAuditLogRollover(p); },
+                       [](auto& logger) { logger.DisableAuditLog(); }, &CWyLogger::LogAuditMsg};
+
+class EachLog : public testing::TestWithParam<LogKind> {
+ protected:
+  bool Install(CWyLogOutput* pOutput) { return GetParam().Install(m_logger, pOutput); }
+  void Remove() { GetParam().Remove(m_logger); }
+  bool Log(const char* pszText = "x") {
+    return test_support::Log(m_logger, GetParam().Log, pszText);
+  }
+  std::vector<std::string> Events() {
+    auto events = m_script.Events();
+    std::erase(events, "unbuffered");  // which the trace log says besides
+    return events;
+  }
+
+  OutputScript m_script;  // of all outputs of the test
+  CWyLogger m_logger;
+};
+
+INSTANTIATE_TEST_SUITE_P(Logger, EachLog, testing::Values(ErrorLog, TraceLog, AuditLog),
+                         [](const auto& param) { return param.param.pszName; });
+
+TEST_P(EachLog, ClosesAndDeletesAnOutputBeforeTheNextOneIsOpened) {
+  EXPECT_FALSE(Log("to no output"));
+  EXPECT_TRUE(Install(new HostOutput(m_script)));
+  EXPECT_TRUE(Log("a"));
+  EXPECT_TRUE(Install(new HostOutput(m_script)));
+  m_script.bLogs = false;
+  EXPECT_FALSE(Log("b"));
+  Remove();
+  Remove();
+  EXPECT_FALSE(Log("to no output"));
+  EXPECT_THAT(Events(),
+              ElementsAre("open", "log a", "close", "delete", "open", "log b", "close", "delete"));
+}
+
+TEST_P(EachLog, HasNoOutputWhenTheNewOneCannotBeOpened) {
+  EXPECT_TRUE(Install(new HostOutput(m_script)));
+  m_script.bOpens = false;
+  HostOutput refused(m_script);
+  EXPECT_FALSE(Install(&refused));
+  EXPECT_FALSE(Log("to no output"));
+  EXPECT_THAT(Events(), ElementsAre("open", "close", "delete", "open"));
+  m_script.bOpens = true;
+  EXPECT_TRUE(Install(new HostOutput(m_script)));
+  EXPECT_TRUE(Log());
+}
+
+TEST_P(EachLog, RefusesNoOutputTheInstalledOneAndAnyWhileReleased) {
+  auto* const pInstalled = new HostOutput(m_script);
+  EXPECT_TRUE(Install(pInstalled));
+  EXPECT_FALSE(Install(nullptr));
+  EXPECT_FALSE(Install(pInstalled));
+  EXPECT_TRUE(Log("a"));
+  m_logger.Release();
+  m_logger.Release();
+  OutputScript unused;
+  HostOutput refused(unused);
+  EXPECT_FALSE(Install(&refused));
+  EXPECT_FALSE(Log());
+  EXPECT_THAT(Events(), ElementsAre("open", "log a", "close", "delete"));
+  EXPECT_THAT(unused.Events(), IsEmpty());
+  m_logger.Init();
+  EXPECT_TRUE(Install(new HostOutput(m_script)));
+  m_logger.Init();
+  EXPECT_TRUE(Log()) << "a second Init changes nothing";
+}
+
+TEST_P(EachLog, RefusesAtOnceWhatItsOwnOutputAsksOfIt) {
+  OutputScript unused;
+  HostOutput other(unused);
+  int iAsked = 0;
+  const auto ask = [&] {
+    ++iAsked;
+    EXPECT_FALSE(Log() || Install(&other) || m_logger.TraceEnabled(0));
+    Remove();
+    m_logger.Release();
+    m_logger.Init();
+  };
+  m_script.onOpen = m_script.onLog = m_script.onClose = ask;
+  EXPECT_TRUE(Install(new HostOutput(m_script)));
+  EXPECT_TRUE(Log());
+  Remove();
+  EXPECT_EQ(iAsked, 3);
+
+  // Also while a writer waits, behind which a new reader would.
+  std::unique_ptr<TestThread> pWriter;
+  m_script.onOpen = m_script.onClose = nullptr;
+  m_script.onLog = [&] {
+    pWriter = std::make_unique<TestThread>([&] { Remove(); });
+    EXPECT_TRUE(pWriter->Blocks() && !pWriter->IsDone());
+    ask();
+  };
+  EXPECT_TRUE(Install(new HostOutput(m_script)));
+  EXPECT_TRUE(Log());
+  pWriter.reset();
+  EXPECT_FALSE(Log());
+  EXPECT_THAT(unused.Events(), IsEmpty());
+}
+
+TEST_P(EachLog, StaysUsableWhenAnOutputThrows) {
+  m_script.onLog = m_script.onOpen = [] { throw std::runtime_error("by the host"); };
+  HostOutput refused(m_script);
+  EXPECT_THROW(Install(&refused), std::runtime_error);
+  m_script.onOpen = nullptr;
+  EXPECT_TRUE(Install(new HostOutput(m_script)));
+  EXPECT_THROW(Log(), std::runtime_error);
+  TestThread([&] { EXPECT_THROW(Log(), std::runtime_error); });
+  m_script.onLog = nullptr;
+  EXPECT_TRUE(Log());
+  EXPECT_TRUE(Install(new HostOutput(m_script)));
+}
+
+std::vector<std::string> SortedLines(const TempDirectory& directory) {
+  std::vector<std::string> lines;
+  for (const std::string& strName : directory.Names()) {
+    std::istringstream content(directory.Read(strName));
+    for (std::string strLine; std::getline(content, strLine);) lines.push_back(strLine);
+  }
+  std::sort(lines.begin(), lines.end());
+  return lines;
+}
+
+TEST_P(EachLog, WritesEachAcceptedMessageOnceAndWholeWhileOutputsAreSwapped) {
+  TempDirectory directory;
+  std::array<std::vector<std::string>, 8> accepted;
+  std::atomic<int> iAccepted{0};
+  std::atomic<bool> bStop{false};
+  std::list<TestThread> threads;
+  for (auto& mine : accepted) {
+    threads.emplace_back([&] {
+      const std::string strStart =
+          std::string(100, static_cast<char>('a' + (&mine - &accepted[0])));
+      for (int i = 0; !bStop; ++i) {
+        const std::string strText = strStart + std::to_string(i);
+        if (!Log((strText + '\n').c_str())) continue;
+        mine.push_back(strText);
+        ++iAccepted;
+      }
+    });
+  }
+  for (int i = 0; i < 60; ++i) {
+    const std::string strPath = directory.Path(std::to_string(i % 7));
+    ASSERT_TRUE(Install(m_logger.NewLogOutput(1, strPath.c_str(), 1, 0, 0)));
+    const int iTarget = iAccepted + 30;
+    ASSERT_TRUE(Eventually([&] { return iAccepted >= iTarget; }));
+    if (i % 5 == 0) Remove();
+  }
+  bStop = true;
+  threads.clear();
+  std::vector<std::string> all;
+  for (const auto& mine : accepted) all.insert(all.end(), mine.begin(), mine.end());
+  std::sort(all.begin(), all.end());
+  EXPECT_EQ(SortedLines(directory), all);
+}
+
+// ---- The logger as a whole
+// -----------------------------------------------------------------------
+
+TEST(Logger, SendsEachMessageToTheLogThatTheCallNames) {
+  OutputScript error, trace, second, audit;
+  CWyLogger logger;
+  ASSERT_TRUE(logger.SetLogOutput(new HostOutput(error)));
+  ASSERT_TRUE(test_support::EnableTrace(logger, new HostOutput(trace), test_support::LegacyMessages,
+                                        {.iFormat = 3}, new HostOutput(second)));
+  ASSERT_TRUE(logger.EnableAuditLogRollover(new HostOutput(audit)));
+  for (OutputScript* pScript : {&error, &trace, &second, &audit}) pScript->Forget();
+  EXPECT_TRUE(test_support::Log(logger, ErrorLog.Log, "e"));
+  EXPECT_TRUE(test_support::Log(logger, TraceLog.Log, "t"));
+  EXPECT_TRUE(test_support::Log(logger, AuditLog.Log, "a"));
+  // Both trace outputs are asked, and both must take the message.
+  trace.bLogs = false;
+  EXPECT_FALSE(test_support::Log(logger, TraceLog.Log, "u"));
+  trace.bLogs = true;
+  second.bLogs = false;
+  EXPECT_FALSE(test_support::Log(logger, TraceLog.Log, "v"));
+  logger.Release();
+  EXPECT_THAT(error.Events(), ElementsAre("log e", "close", "delete"));
+  EXPECT_THAT(trace.Events(), ElementsAre("log t", "log u", "log v", "close", "delete"));
+  EXPECT_THAT(second.Events(), ElementsAre("log t", "log u", "log v", "close", "delete"));
+  EXPECT_THAT(audit.Events(), ElementsAre("log a", "close", "delete"));
+}
+
+TEST(Logger, MakesTheOutputThatTheFormOfTheCallNames) {
+  CWyLogger logger;
+  int iParam = 0;
+  CWyLogOutput* const apOutputs[] = {
+      logger.NewLogOutput(7),
+      logger.NewLogOutput(7, "/nowhere/a.log", 1, 0, 0),
+      logger.NewLogOutput(7, [](const char*, int) {}),
+      logger.NewLogOutput(7, [](const char*, int, void (*)(char*)) {}),
+      logger.NewLogOutput(
+          7, [](const char*, int, void*) {}, &iParam),
+      logger.NewLogOutput(
+          7, [](const char*, int, void (*)(char*), void*) {}, &iParam)};
+  int iType = 0;
+  for (CWyLogOutput* pOutput : apOutputs) {
+    ASSERT_NE(pOutput, nullptr);
+    EXPECT_EQ(pOutput->GetType(), iType++);
+    logger.DeleteLogOutput(pOutput);
+  }
+  EXPECT_EQ(logger.NewLogOutput(1, "", 1, 0, 0), nullptr);
+  EXPECT_EQ(logger.NewLogOutput(1, nullptr, 1, 0, 0), nullptr);
+  EXPECT_EQ(logger.NewLogOutput(1, "a.log", 5, 0, 0), nullptr);
+}
+
+TEST(Logger, DeletesOnlyOutputsOfItsOwnKinds) {
+  CWyLogger logger;
+  logger.DeleteLogOutput(nullptr);
+  for (const int iType : {-1, 0, 5, 6, 100}) {
+    OutputScript script;
+    auto* const pOutput = new HostOutput(script, iType);
+    logger.DeleteLogOutput(pOutput);
+    if (iType == 0 || iType == 5) {
+      EXPECT_THAT(script.Events(), ElementsAre("delete")) << "not closed";
+    } else {
+      EXPECT_THAT(script.Events(), IsEmpty());
+      delete pOutput;
+    }
+  }
+}
+
+}  // namespace
