@@ -23,7 +23,8 @@ agent=''  # its process id, while it runs
 run_agent() {
   local language=$1
   shift
-  exec env ORVA_WA_ROOT="$build" LC_ALL="$language" "$build/bin/access_agent" \
+  exec env ORVA_WA_ROOT="$build" LC_ALL="$language" \
+    TSAN_OPTIONS="suppressions=$samples/tsan.supp" "$build/bin/access_agent" \
     --root "$work/site" --messages "$build/messages" --log "$log" "$@"
 }
 

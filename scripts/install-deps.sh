@@ -8,7 +8,7 @@ packages=(
   libgtest-dev libgmock-dev         # the tests
   libbenchmark-dev                  # the benchmarks
   strace                            # tests that watch the system calls
-  libcpp-httplib-dev curl           # the demo's web server, and a client to call it
+  libcpp-httplib-dev pkgconf curl   # the demo's web server, how to link it, a client to call it
 )
 [[ -d java ]] && packages+=(openjdk-17-jdk-headless)  # the Java binding
 

@@ -3,14 +3,12 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <stdlib.h>
 #include <wyerrlog/WyLogger.h>
 #include <wyxlate/WyXlate.h>
 
+#include <cstdlib>
 #include <fstream>
-#include <iterator>
 #include <map>
-#include <regex>
 #include <set>
 #include <string>
 
@@ -25,21 +23,27 @@ using ::testing::IsEmpty;
 using ::testing::Not;
 using ::testing::StrEq;
 
-std::string MessageFolder() { return std::string(getenv("ORVA_WA_ROOT")) + "/messages"; }
+std::string MessageFolder() {
+  const char* pszRoot = getenv("ORVA_WA_ROOT");
+  return std::string(pszRoot != nullptr ? pszRoot : ".") + "/messages";
+}
+
+std::set<std::string> Placeholders(const std::string& strText) {
+  std::set<std::string> placeholders;
+  for (size_t u = strText.find('{'); u != std::string::npos; u = strText.find('{', u + 1)) {
+    placeholders.insert(strText.substr(u, strText.find('}', u) - u + 1));
+  }
+  return placeholders;
+}
 
 // The placeholders of each entry of a catalog, by key.
 std::map<std::string, std::set<std::string>> ReadCatalog(const std::string& strName) {
-  const std::regex entry("^([^#=\\s]+)\\s*=\\s*(.*)$");
-  const std::regex placeholder("\\{[0-9]+\\}");
   std::map<std::string, std::set<std::string>> catalog;
   std::ifstream file(MessageFolder() + "/" + strName);
-  std::smatch match;
   for (std::string strLine; std::getline(file, strLine);) {
-    if (!std::regex_match(strLine, match, entry)) continue;
-    const std::string strText = match[2];
-    auto& placeholders = catalog[match[1]];
-    for (std::sregex_iterator it(strText.begin(), strText.end(), placeholder), end; it != end; ++it)
-      placeholders.insert(it->str());
+    const size_t uSign = strLine.find(" = ");
+    if (strLine.starts_with('#') || uSign == std::string::npos) continue;
+    catalog[strLine.substr(0, uSign)] = Placeholders(strLine.substr(uSign));
   }
   return catalog;
 }

@@ -20,6 +20,7 @@ class TraceRecord {
     Set(TraceField::IPAddr, Printable(request.strClient).c_str());
     Set(TraceField::Resource, Printable(request.strResource).c_str());
     Set(TraceField::Action, Printable(request.strMethod).c_str());
+    Set(TraceField::Rule, request.iRule);
   }
 
   // Empties the thread's record for its next call, whatever became of this one.
@@ -114,16 +115,14 @@ void AgentLog::TraceLoginResponse(const AccessRequest& request, bool bAccepted,
 
 void AgentLog::TraceAccessRequest(const AccessRequest& request, CallSite where) const {
   Trace(IsAuthorized::ReceiveRequest, request, where, [&](TraceRecord& record) {
-    record.Set(TraceField::Rule, request.iRule)
-        .SetMessage("Permission asked by rule %d", request.iRule);
+    record.SetMessage("Asked whether rule %d permits it", request.iRule);
   });
 }
 
 void AgentLog::TraceAccessResponse(const AccessRequest& request, Decision decision,
                                    CallSite where) const {
   Trace(IsAuthorized::SendResponse, request, where, [&](TraceRecord& record) {
-    record.Set(TraceField::Rule, request.iRule)
-        .Set(TraceField::Result, DecisionText(decision))
+    record.Set(TraceField::Result, DecisionText(decision))
         .Set(TraceField::ResponseTime, MillisecondsSince(request.arrival))
         .SetMessage("Decided");
   });
