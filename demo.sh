@@ -70,7 +70,10 @@ wait_until() {
 # --- Its clients -----------------------------------------------------------------------------------
 
 # get [OPTION...] URL...: calls the agent; prints the status of each answer, a line each.
-get() { curl --silent --show-error --output /dev/null --write-out '%{http_code}\n' "$@"; }
+get() {
+  curl --disable --noproxy '*' --silent --show-error --output /dev/null --write-out '%{http_code}\n' \
+    "$@"
+}
 
 # one_client I N: client number I sends N requests of every kind, kind after kind. Each client begins
 # with another one.
