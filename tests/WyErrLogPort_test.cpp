@@ -1,0 +1,195 @@
+// Semaphores by handle, bounded formatting, and the clock.
+
+#include "wyerrlog/WyErrLogPort.h"
+
+#include <gtest/gtest.h>
+#include <sys/time.h>
+
+#include <list>
+#include <tuple>
+
+#include "test_support/TestThread.h"
+#include "wyerrlog/WyErrLogPrivUtil.h"
+
+namespace {
+
+using test_support::Eventually;
+using test_support::TestThread;
+
+// The clock and the conversions of this program, in the place of the C library's.
+struct {
+  timeval now{1000, 0};
+  bool bClockFails = false;
+  bool bConversionFails = false;
+  std::atomic<int> iConversions{0};
+} g_system;
+
+tm* ConvertInto(time_t tSeconds, int iHour, tm* pResult) {
+  ++g_system.iConversions;
+  *pResult = {};
+  pResult->tm_year = 126;
+  pResult->tm_hour = iHour;
+  pResult->tm_sec = static_cast<int>(tSeconds);
+  return g_system.bConversionFails ? nullptr : pResult;
+}
+
+}  // namespace
+
+extern "C" {
+int gettimeofday(timeval* pNow, void*) noexcept {
+  *pNow = g_system.now;
+  return g_system.bClockFails ? -1 : 0;
+}
+tm* localtime_r(const time_t* pSeconds, tm* pTime) noexcept {
+  return ConvertInto(*pSeconds, 13, pTime);
+}
+tm* gmtime_r(const time_t* pSeconds, tm* pTime) noexcept {
+  return ConvertInto(*pSeconds, 12, pTime);
+}
+}
+
+namespace {
+
+// ---- Semaphores ---------------------------------------------------------------------------------
+
+TEST(Semaphore, IsCreatedWithoutAttributesAndWithACountWithinItsMaximum) {
+  int iAttributes = 0;
+  const struct {
+    void* pAttributes;
+    long lInitial, lMaximum;
+    bool bCreated;
+  } rows[] = {{nullptr, 0, 1, true},      {nullptr, 3, 3, true},   {nullptr, 0, 0, true},
+              {nullptr, 2, 1, false},     {nullptr, -1, 1, false}, {nullptr, 0, -1, false},
+              {&iAttributes, 0, 1, false}};
+  for (const auto& row : rows) {
+    void* const hSemaphore =
+        WyErrLogUtilCreateSemaphore(row.pAttributes, row.lInitial, row.lMaximum, nullptr);
+    EXPECT_EQ(hSemaphore != nullptr, row.bCreated) << row.lInitial << " of " << row.lMaximum;
+    EXPECT_EQ(WyErrLogUtilCloseHandle(hSemaphore), row.bCreated ? 1 : 0);
+  }
+}
+
+TEST(Semaphore, RefusesUnitsBeyondItsMaximumAndKeepsItsCount) {
+  void* const hSemaphore = WyErrLogUtilCreateSemaphore(nullptr, 1, 3, nullptr);
+  long lPrevious = 99;
+  for (const long lRefused : {3L, std::numeric_limits<long>::max(), 0L, -1L}) {
+    EXPECT_EQ(WyErrLogUtilReleaseSemaphore(hSemaphore, lRefused, &lPrevious), 0) << lRefused;
+  }
+  EXPECT_EQ(lPrevious, 99);
+  EXPECT_EQ(WyErrLogUtilReleaseSemaphore(hSemaphore, 2, &lPrevious), 1);
+  EXPECT_EQ(lPrevious, 1);
+  for (int i = 0; i < 3; ++i) {
+    EXPECT_EQ(WyErrLogUtilWaitForSingleObject(hSemaphore, 0), WYERRLOG_WAIT_ACQUIRED);
+  }
+  EXPECT_EQ(WyErrLogUtilWaitForSingleObject(hSemaphore, 0), WYERRLOG_WAIT_TIMEOUT);
+  WyErrLogUtilCloseHandle(hSemaphore);
+}
+
+TEST(Semaphore, WaitsForOneTimeoutValueOnly) {
+  CWyErrLogSemaphore semaphore(0, 1, true);
+  CWyErrLogSemaphore withoutHandle(1, 1, false);
+  for (const unsigned long ulTimeout : {0UL, 1UL, 0xFFFFFFFEUL, 0x100000000UL, ~0UL}) {
+    EXPECT_EQ(semaphore.Wait(ulTimeout), 1) << ulTimeout;
+    EXPECT_EQ(semaphore.Release(1), 1);
+    EXPECT_EQ(semaphore.Wait(ulTimeout), 0) << ulTimeout;
+    EXPECT_EQ(withoutHandle.Wait(ulTimeout), -1);
+  }
+  EXPECT_EQ(withoutHandle.Release(1), 0);
+}
+
+TEST(Semaphore, ThreeUnitsLetThreeOfFiveWaitersThroughAndClosingWakesTheOthers) {
+  void* const hSemaphore = WyErrLogUtilCreateSemaphore(nullptr, 0, 9, nullptr);
+  std::atomic<int> aiResults[WYERRLOG_WAIT_ACQUIRED + 1]{};
+  std::list<TestThread> waiters;
+  for (int i = 0; i < 5; ++i) {
+    waiters.emplace_back(
+        [&] { ++aiResults[WyErrLogUtilWaitForSingleObject(hSemaphore, WYERRLOG_INFINITE)]; });
+    EXPECT_TRUE(waiters.back().Blocks());
+  }
+  EXPECT_EQ(WyErrLogUtilReleaseSemaphore(hSemaphore, 3, nullptr), 1);
+  EXPECT_TRUE(Eventually([&] { return aiResults[WYERRLOG_WAIT_ACQUIRED] == 3; }));
+  for (const TestThread& waiter : waiters) EXPECT_TRUE(waiter.IsDone() || waiter.Blocks());
+  EXPECT_EQ(aiResults[WYERRLOG_WAIT_ACQUIRED], 3);
+  EXPECT_EQ(WyErrLogUtilCloseHandle(hSemaphore), 1);
+  waiters.clear();
+  EXPECT_EQ(aiResults[WYERRLOG_WAIT_CLOSING], 2);
+}
+
+// ---- Formatting ---------------------------------------------------------------------------------
+
+__attribute__((format(printf, 3, 4))) int Format(char* pszBuffer, int iSize, const char* pszFormat,
+                                                 ...) {
+  va_list args;
+  va_start(args, pszFormat);
+  const int iResult = VSNPRINTFEX(pszBuffer, iSize, pszFormat, args);
+  va_end(args);
+  return iResult;
+}
+
+TEST(VSNPRINTFEX, ReportsTheSizeNeededAndStaysWithinTheBuffer) {
+  const struct {
+    int iSize;
+    const char* pszText;
+    int iResult;
+    const char* pszBuffer;
+  } rows[] = {{10, "123456789", 9, "123456789"},
+              {10, "1234567890", 11, "123456789"},
+              {10, "123456789abcdef", 16, "123456789"},
+              {1, "ab", 3, ""},
+              {0, "ab", 3, "untouched"},
+              {-1, "ab", 3, "untouched"}};
+  for (const auto& row : rows) {
+    char szBuffer[] = "untouched.........";
+    EXPECT_EQ(Format(szBuffer, row.iSize, "%s", row.pszText), row.iResult);
+    if (row.iSize <= 0) szBuffer[9] = '\0';
+    EXPECT_STREQ(szBuffer, row.pszBuffer);
+  }
+  char szBuffer[] = "untouched";
+  EXPECT_LT(Format(szBuffer, 10, "so far %ls", L"\x7fffffff"), 0) << "no such character";
+  EXPECT_STREQ(szBuffer, "");
+}
+
+// ---- Time ---------------------------------------------------------------------------------------
+
+// Hour, second, year, milliseconds and answer of a call that finds 77 in the milliseconds.
+std::tuple<int, int, int, long, bool> CurrentTime(bool bLocal) {
+  tm time;
+  memset(&time, 0x55, sizeof time);
+  long lMilliseconds = 77;
+  const bool bRead = WyErrLogGetCurrentTime(bLocal, time, lMilliseconds);
+  return {time.tm_hour, time.tm_sec, time.tm_year, lMilliseconds, bRead};
+}
+
+TEST(CurrentTime, IsConvertedOncePerThreadAndSecond) {
+  for (const suseconds_t uMicroseconds : {0, 999, 1000, 999999}) {
+    g_system.now = {1000, uMicroseconds};
+    EXPECT_EQ(CurrentTime(true), std::tuple(13, 1000, 126, uMicroseconds / 1000, true));
+    EXPECT_EQ(CurrentTime(false), std::tuple(12, 1000, 126, uMicroseconds / 1000, true));
+  }
+  EXPECT_EQ(g_system.iConversions, 2);
+  TestThread([] { CurrentTime(true); });
+  EXPECT_EQ(g_system.iConversions, 3);
+  for (const time_t tSecond : {1001, 1000}) {  // the clock may be set back
+    g_system.now = {tSecond, 0};
+    EXPECT_EQ(CurrentTime(true), std::tuple(13, tSecond, 126, 0, true));
+  }
+  EXPECT_EQ(g_system.iConversions, 5);
+}
+
+TEST(CurrentTime, AFailureLeavesAZeroedTimeAndTheMilliseconds) {
+  const std::tuple failure(0, 0, 0, 77, false);
+  const std::tuple success(13, 1000, 126, 0, true);
+  EXPECT_EQ(CurrentTime(true), success);
+  g_system.bClockFails = true;
+  EXPECT_EQ(CurrentTime(true), failure);
+  g_system.bClockFails = false;
+  g_system.bConversionFails = true;
+  EXPECT_EQ(CurrentTime(true), success) << "this second is known";
+  g_system.now = {1001, 0};
+  EXPECT_EQ(CurrentTime(true), failure);
+  EXPECT_EQ(CurrentTime(false), failure);
+  g_system.bConversionFails = false;
+  EXPECT_EQ(CurrentTime(true), std::tuple(13, 1001, 126, 0, true)) << "tried again";
+}
+
+}  // namespace
