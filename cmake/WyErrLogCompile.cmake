@@ -13,10 +13,9 @@ set(CMAKE_CXX_VISIBILITY_PRESET hidden)
 set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
 set(CMAKE_EXPORT_COMPILE_COMMANDS ${PROJECT_IS_TOP_LEVEL})
 
-# Libraries and plug-ins lie together, in the build tree and when installed. Everything searches the
-# directory it lies in, so the libraries find each other there and dlopen finds the plug-ins; programs
-# also search the library directory beside their own. One run path serves both trees: the ones that
-# CMake makes for the build tree alone end in an empty entry, which means the working directory.
+# Programs and plug-ins lie in bin/ and libraries in lib/, in the build tree and when installed; all of
+# them search their own directory and lib/ beside it. One run path serves both trees: those that CMake
+# makes for the build tree alone end in an empty entry, which means the working directory.
 set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/bin")
 set(CMAKE_LIBRARY_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/lib")
 set(CMAKE_ARCHIVE_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/lib")
@@ -37,11 +36,13 @@ add_compile_definitions($<$<CONFIG:Debug>:_GLIBCXX_ASSERTIONS>)
 if(WYERRLOG_SANITIZE)
   add_compile_options(-fsanitize=${WYERRLOG_SANITIZE} -fno-sanitize-recover=all
                       -fno-omit-frame-pointer -O1)
-  # The sanitizers call dlopen from code of their own, whose run path is not ours. The older tag of the
-  # program's run path holds for every library of the process, so the plug-ins are found all the same.
-  add_link_options(-fsanitize=${WYERRLOG_SANITIZE} -Wl,--disable-new-dtags)
+  add_link_options(-fsanitize=${WYERRLOG_SANITIZE})
+  # With a sanitizer's checks in the code, g++ takes parts of the standard library for uninitialised.
+  target_compile_options(wyerrlog_warnings INTERFACE
+    $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)
 else()
   # A symbol that nobody provides is found when the library is linked, not when it is loaded.
   # Sanitized libraries leave the sanitizer's own symbols to the program.
-  add_link_options($<$<IN_LIST:$<TARGET_PROPERTY:TYPE>,SHARED_LIBRARY$<SEMICOLON>MODULE_LIBRARY>:-Wl,--no-undefined>)
+  string(APPEND CMAKE_SHARED_LINKER_FLAGS " -Wl,--no-undefined")
+  string(APPEND CMAKE_MODULE_LINKER_FLAGS " -Wl,--no-undefined")
 endif()
