@@ -65,7 +65,10 @@ CWyLogger::CWyLogger()
   Init();
 }
 
-CWyLogger::~CWyLogger() { Release(); }
+CWyLogger::~CWyLogger() {
+  Release();
+  CWyThreadTracePool::FreeEntriesOf(*this);
+}
 
 // A thread that holds a guard already is inside a callback of that log: what it asks for would wait
 // for itself.

@@ -1,5 +1,6 @@
 #include "wyerrlog/WyThreadTraceData.h"
 
+#include <algorithm>
 #include <new>
 #include <vector>
 
@@ -14,17 +15,19 @@ constexpr int TRACEDATA_SIZE_INC = 30;
 constinit CWyImmortal<CWyErrLogCriticalSection> TTraceDataCS;
 constinit CWyImmortal<std::vector<ThreadTraceData*>> TTraceData;
 constinit int s_iLoggers = 0;
-constinit int s_iProcess = 0;  // the process whose threads have the entries
 
 // Gives entries back that no key does at the end of a thread.
 struct ThreadEnd {
   bool bWatched = false;
-  ~ThreadEnd() { CWyThreadTracePool::FreeLeftEntries(); }
+  ~ThreadEnd() { CWyThreadTracePool::FreeEntriesOfThread(); }
 };
 
 thread_local ThreadEnd t_threadEnd;
 
 std::vector<ThreadTraceData*>& Entries() { return TTraceData.value; }
+
+[[maybe_unused]] const int s_iForkHandler =
+    pthread_atfork(nullptr, nullptr, CWyThreadTracePool::LoseEntriesOfOtherThreads);
 
 }  // namespace
 
@@ -45,17 +48,27 @@ void CWyThreadTracePool::AddLogger() {
 void CWyThreadTracePool::RemoveLogger(const CWyLogger& logger) {
   const Lock lock;
   for (ThreadTraceData* pEntry : Entries()) {
-    if (pEntry->m_pLogger != &logger) continue;
-    pEntry->m_pLogger = nullptr;
+    if (!pEntry->IsOf(logger)) continue;
+    pEntry->m_bLeft = true;
     pEntry->m_bFreedByKey = false;
   }
-  --s_iLoggers;
+  if (--s_iLoggers == 0) KeepFree(0);
+}
+
+void CWyThreadTracePool::FreeEntriesOf(const CWyLogger& logger) {
+  const Lock lock;
+  for (ThreadTraceData* pEntry : Entries()) {
+    if (pEntry->IsOf(logger)) SetFree(*pEntry);
+  }
+  KeepFree(s_iLoggers > 0 ? TRACEDATA_SIZE_INC : 0);
 }
 
 ThreadTraceData* CWyThreadTracePool::Find(const CWyLogger& logger) {
   const Lock lock;
   for (ThreadTraceData* pEntry : Entries()) {
-    if (pEntry->m_pLogger == &logger && pEntry->m_thread == pthread_self()) return pEntry;
+    if (pEntry->IsOf(logger) && !pEntry->m_bLeft && pEntry->m_thread == pthread_self()) {
+      return pEntry;
+    }
   }
   return nullptr;
 }
@@ -63,7 +76,6 @@ ThreadTraceData* CWyThreadTracePool::Find(const CWyLogger& logger) {
 ThreadTraceData* CWyThreadTracePool::Take(const CWyLogger* pLogger, bool bFreedByKey) {
   t_threadEnd.bWatched = true;
   const Lock lock;
-  ReclaimAfterFork();
   ThreadTraceData* pEntry = FindFree();
   if (pEntry == nullptr) {
     const std::size_t uOldCount = Entries().size();
@@ -74,7 +86,10 @@ ThreadTraceData* CWyThreadTracePool::Take(const CWyLogger* pLogger, bool bFreedB
   pEntry->m_bFree = false;
   pEntry->m_thread = pthread_self();
   pEntry->m_pLogger = pLogger;
+  pEntry->m_bLeft = false;
   pEntry->m_bFreedByKey = bFreedByKey;
+  // Its last thread may have ended in the middle of a record.
+  pEntry->m_pRecord->LeaveNoBody();
   return pEntry;
 }
 
@@ -83,9 +98,7 @@ ThreadTraceData* CWyThreadTracePool::Take(const CWyLogger* pLogger, bool bFreedB
 ThreadTraceData* CWyThreadTracePool::FindFree() {
   ThreadTraceData* pFree = nullptr;
   for (ThreadTraceData* pEntry : Entries()) {
-    const bool bLeft = !pEntry->m_bFree && pEntry->m_pLogger == nullptr && !pEntry->m_bFreedByKey &&
-                       pEntry->m_thread == pthread_self();
-    if (bLeft) return pEntry;
+    if (pEntry->m_bLeft && pEntry->m_thread == pthread_self()) return pEntry;
     if (pFree == nullptr && pEntry->m_bFree) pFree = pEntry;
   }
   return pFree;
@@ -100,43 +113,51 @@ void CWyThreadTracePool::Expand() {
   }
 }
 
-// In a forked child the entries of the parent's other threads belong to nobody.
-void CWyThreadTracePool::ReclaimAfterFork() {
-  if (s_iProcess == WyProcessId()) return;
-  s_iProcess = WyProcessId();
-  for (ThreadTraceData* pEntry : Entries()) {
-    if (pEntry->m_thread != pthread_self()) pEntry->m_bFree = true;
-  }
-}
-
-void CWyThreadTracePool::Free(ThreadTraceData& entry) {
-  const Lock lock;
+void CWyThreadTracePool::SetFree(ThreadTraceData& entry) {
   entry.m_pLogger = nullptr;
+  entry.m_bLeft = false;
   entry.m_bFreedByKey = false;
   entry.m_bFree = true;
 }
 
-void CWyThreadTracePool::FreeLeftEntries() {
-  {
-    const Lock lock;
-    for (ThreadTraceData* pEntry : Entries()) {
-      if (pEntry->m_thread != pthread_self() || pEntry->m_bFreedByKey) continue;
-      pEntry->m_pLogger = nullptr;
-      pEntry->m_bFree = true;
-    }
-    if (s_iLoggers > 0) return;
-  }
-  DestroyFreeEntries();
-}
-
-void CWyThreadTracePool::DestroyFreeEntries() {
-  const Lock lock;
-  std::erase_if(Entries(), [](ThreadTraceData* pEntry) {
-    if (!pEntry->m_bFree) return false;
+void CWyThreadTracePool::KeepFree(int iCount) {
+  std::erase_if(Entries(), [&iCount](ThreadTraceData* pEntry) {
+    if (!pEntry->m_bFree || iCount-- > 0) return false;
     delete pEntry;
     return true;
   });
   if (Entries().empty()) Entries().shrink_to_fit();
+}
+
+void CWyThreadTracePool::Free(ThreadTraceData* pEntry) {
+  const Lock lock;
+  // The logger may have been destroyed since the thread came to its end, and the entry with it.
+  if (std::find(Entries().begin(), Entries().end(), pEntry) == Entries().end()) return;
+  if (pEntry->m_pLogger == nullptr || pEntry->m_thread == pthread_self()) SetFree(*pEntry);
+}
+
+void CWyThreadTracePool::FreeEntriesOfThread() {
+  const Lock lock;
+  for (ThreadTraceData* pEntry : Entries()) {
+    if (pEntry->m_thread == pthread_self() && !pEntry->m_bFreedByKey) SetFree(*pEntry);
+  }
+  if (s_iLoggers == 0) KeepFree(0);
+}
+
+void CWyThreadTracePool::DestroyFreeEntries() {
+  const Lock lock;
+  KeepFree(0);
+}
+
+// The threads may have been filling their records at that moment, so nobody uses those again. There
+// is one thread, and the fork has found the pool at rest: no lock.
+void CWyThreadTracePool::LoseEntriesOfOtherThreads() {
+  for (ThreadTraceData* pEntry : Entries()) {
+    if (pEntry->m_bFree || pEntry->m_thread == pthread_self()) continue;
+    SetFree(*pEntry);
+    pEntry->m_bFree = false;
+    pEntry->m_thread = 0;
+  }
 }
 
 ThreadTraceData* GetThreadTraceData() { return CWyThreadTracePool::Take(nullptr, true); }
@@ -144,5 +165,5 @@ ThreadTraceData* GetThreadTraceData() { return CWyThreadTracePool::Take(nullptr,
 void DestroyAllThreadTraceData() { CWyThreadTracePool::DestroyFreeEntries(); }
 
 void FreeThreadTraceData(void* pEntry) {
-  if (pEntry != nullptr) CWyThreadTracePool::Free(*static_cast<ThreadTraceData*>(pEntry));
+  CWyThreadTracePool::Free(static_cast<ThreadTraceData*>(pEntry));
 }

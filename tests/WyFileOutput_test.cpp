@@ -1,0 +1,103 @@
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <string>
+
+#include "test_support/TempDirectory.h"
+#include "wyerrlog/WyLogOutput.h"
+
+namespace {
+
+constexpr off_t MB = 1048576;
+
+void SetHeaders(CWyFileOutput& output, const char* pszFirst, const char* pszSecond) {
+  CWyErrLogMessage first(false), second(false);
+  first.SetFormattedMessage(pszFirst);
+  second.SetFormattedMessage(pszSecond);
+  output.SetHeaders(first, second);
+}
+
+TEST(FileOutput, RefusesParametersOutOfRange) {
+  CWyFileOutput output;
+  EXPECT_FALSE(output.SetParams(nullptr, 0, 1, 1) || output.SetParams("", 0, 1, 1));
+  EXPECT_FALSE(output.SetParams("log", -1, 1, 1) || output.SetParams("log", 5, 1, 1));
+  EXPECT_FALSE(output.SetParams("log", 3, -1, 1) || output.SetParams("log", 3, 4096, 1));
+  EXPECT_FALSE(output.SetParams("log", 3, 1, -1));
+  EXPECT_FALSE(output.Open() || output.Rollover()) << "no path yet";
+  EXPECT_TRUE(output.SetParams("log", 3, 4095, 1));
+}
+
+TEST(FileOutput, TheModeDecidesWhatBecomesOfAnExistingFile) {
+  umask(022);
+  for (int iMode = 0; iMode <= 4; ++iMode) {
+    SCOPED_TRACE(iMode);
+    TempDirectory directory;
+    CWyFileOutput output;
+    ASSERT_TRUE(output.SetParams(directory.Path("a.log").c_str(), iMode, 1, 0));
+    SetHeaders(output, "one\n", "two\n");
+    ASSERT_TRUE(output.Open());
+    struct stat status;
+    ASSERT_EQ(stat(directory.Path("a.log").c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 0777, 0644u);
+    EXPECT_TRUE(output.Log("old\n") && output.Close());
+    EXPECT_EQ(directory.Read("a.log"), "old\n") << "opening writes no headers";
+
+    ASSERT_TRUE(output.Open());
+    CWyErrLogMessage msg(false);
+    msg.SetFormattedMessage("new\n");
+    EXPECT_TRUE(output.Log(msg));
+    const char* const apszContents[] = {"new\n", "old\nnew\n", "one\ntwo\nnew\n", "old\nnew\n",
+                                        "one\ntwo\nnew\n"};
+    EXPECT_EQ(directory.Read("a.log"), apszContents[iMode]);
+    EXPECT_EQ(directory.Names().size(), iMode == 2 || iMode == 4 ? 2u : 1u);
+  }
+}
+
+TEST(FileOutput, RefusesTextsThatItCannotWrite) {
+  TempDirectory directory;
+  for (int iMode : {1, 3}) {
+    CWyFileOutput output;
+    ASSERT_TRUE(output.SetParams(directory.Path("a.log").c_str(), iMode, 1, 0));
+    EXPECT_FALSE(output.Log("not open\n"));
+    ASSERT_TRUE(output.Open());
+    EXPECT_FALSE(output.Log(static_cast<const char*>(nullptr)));
+    EXPECT_TRUE(output.Close());
+    EXPECT_FALSE(output.Log("closed\n"));
+    ASSERT_TRUE(output.SetParams("/dev/full", iMode, 1, 0) && output.Open());
+    EXPECT_FALSE(output.Log("disk full\n"));
+    ASSERT_TRUE(output.SetParams(directory.Path("missing/a.log").c_str(), iMode, 1, 0));
+    EXPECT_FALSE(output.Open());
+  }
+  EXPECT_EQ(directory.Read("a.log"), "");
+}
+
+TEST(FileOutput, RollsOverBeforeTheMessageThatWouldReachTheLimit) {
+  struct Case {
+    off_t iFileSize;
+    int iLimitMB;
+    size_t uTextLength;
+    bool bRollsOver;
+  };
+  for (const Case& c :
+       {Case{1048500, 1, 75, false}, Case{1048500, 1, 76, true}, Case{4096 * MB + 10, 1, 5, true},
+        Case{4095 * MB - 2, 4095, 1, false}, Case{0, 0, 1, true}, Case{10, 1, 2 * MB, true}}) {
+    SCOPED_TRACE(c.iFileSize);
+    TempDirectory directory;
+    directory.Write("a.log", "");
+    ASSERT_EQ(truncate(directory.Path("a.log").c_str(), c.iFileSize), 0);
+    CWyFileOutput output;
+    ASSERT_TRUE(output.SetParams(directory.Path("a.log").c_str(), 3, c.iLimitMB, 0));
+    SetHeaders(output, "one\n", "two\n");
+    SetHeaders(output, "ignored\n", "");
+    ASSERT_TRUE(output.Open());
+    const std::string strText(c.uTextLength, 'x');
+    EXPECT_TRUE(output.Log(strText.c_str()));
+    EXPECT_EQ(directory.Names().size(), c.bRollsOver ? 2u : 1u);
+    if (c.bRollsOver) {
+      EXPECT_EQ(directory.Read("a.log"), "one\ntwo\n" + strText);
+    }
+  }
+}
+
+}  // namespace
