@@ -34,6 +34,9 @@ bool IsDefinedIn(void* hLib, const void* pSymbol) {
          pLibrary == pDefiner;
 }
 
+// What a component leaves out is empty.
+const char* TextOf(const char* pszText) { return pszText != nullptr ? pszText : ""; }
+
 CWyErrLogComponent* ComponentOf(void* hLib) {
   char szEntryPoint[] = "GetComponentPtr";
   void* const pSymbol = WyErrLogUtilGetProcAddress(hLib, szEntryPoint);
@@ -59,6 +62,7 @@ CWyErrLogComponent* CWyLogger::LoadComponent(unsigned long /*uId*/, const char* 
 }
 
 void CWyLogger::UnloadComponent(CWyErrLogComponent* pComponent) {
+  if (pComponent == nullptr) return;
   std::unique_ptr<LibraryHandle> pHandle;
   {
     // The component lives in the library: its note of the handle goes first.
@@ -138,9 +142,9 @@ bool CWyLogger::InitKnownInfo() {
 
 void CWyLogger::AddComponent(CWyErrLogComponent& component) {
   const unsigned int uId = component.GetComponentID();
-  const char* const pszName = component.GetComponentName();
+  const char* const pszName = TextOf(component.GetComponentName());
   std::string& strList = m_strAvailableComponents;
-  strList.append(pszName).append(" ; ").append(component.GetComponentDescription());
+  strList.append(pszName).append(" ; ").append(TextOf(component.GetComponentDescription()));
   AddComponentInfo(uId, pszName);
 
   int iCount = 0;
@@ -149,7 +153,7 @@ void CWyLogger::AddComponent(CWyErrLogComponent& component) {
   if (iCount != 0) strList.append(" : ");
   for (int i = 0; i < iCount; ++i) {
     const std::string strSubName(pList[i].szName, strnlen(pList[i].szName, sizeof pList[i].szName));
-    strList.append(strSubName).append(" ; ").append(pList[i].pszDescription);
+    strList.append(strSubName).append(" ; ").append(TextOf(pList[i].pszDescription));
     if (i + 1 < iCount) strList.append("&");
     m_subComponentNames.push_back(std::string(pszName) + "/" + strSubName);
     AddComponentInfo(static_cast<unsigned int>(i + 1) << 16 | uId,
