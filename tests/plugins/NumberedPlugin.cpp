@@ -1,0 +1,40 @@
+// Component NUMBER, named "C" and the number, with SUB_COMPONENTS sub-components "S1", "S2" and so
+// on, without a description and with message 1 alone.
+
+#include <cstdio>
+#include <vector>
+
+#include "components/MessageId.h"
+#include "wyerrlog/WyLogComponent.h"
+
+#define TEXT_OF_NUMBER(number) #number
+#define NAME_OF(number) "C" TEXT_OF_NUMBER(number)
+
+namespace {
+
+class Component : public CWyErrLogComponent {
+ public:
+  Component()
+      : CWyErrLogComponent(WyComponentId(NUMBER), "bundle", NAME_OF(NUMBER), nullptr),
+        m_subComponents(SUB_COMPONENTS, WyErrSubComponentInfo{"", "", nullptr}) {
+    int i = 0;
+    for (auto& sub : m_subComponents) snprintf(sub.szName, sizeof sub.szName, "S%d", ++i);
+  }
+  void GetSubComponents(int* pCount, const WyErrSubComponentInfo** ppList) override {
+    *pCount = static_cast<int>(m_subComponents.size());
+    *ppList = m_subComponents.data();
+  }
+  const char* FetchMessage(unsigned int uId) override {
+    return WyMessageNumber(uId) == 1 ? NAME_OF(NUMBER) : nullptr;
+  }
+
+ private:
+  std::vector<WyErrSubComponentInfo> m_subComponents;
+};
+
+}  // namespace
+
+extern "C" CWyErrLogComponent* GetComponentPtr() {
+  static Component component;
+  return &component;
+}
