@@ -8,9 +8,9 @@ packages=(
   libgtest-dev libgmock-dev         # the tests
   libbenchmark-dev                  # the benchmarks
   strace                            # tests that watch the system calls
+  openjdk-17-jdk-headless           # the Java binding
   libcpp-httplib-dev pkgconf curl   # the demo's web server, how to link it, a client to call it
 )
-[[ -d java ]] && packages+=(openjdk-17-jdk-headless)  # the Java binding
 
 developer_packages=(
   clang libclang-rt-14-dev          # the second compiler, and its sanitizers

@@ -1,0 +1,137 @@
+package com.orvantis.wyerrlog;
+
+import java.io.PrintWriter;
+import java.io.StringWriter;
+import java.util.HashSet;
+import java.util.Set;
+import java.util.function.Consumer;
+
+/**
+ * Hands records of the platform's logging to the library: messages to the error log, finer ones to the
+ * trace. The levels of {@code java.util.logging} and of {@code System.Logger} have the same numbers.
+ */
+final class Bridge {
+
+  private static final int ERROR = System.Logger.Level.ERROR.getSeverity();
+  private static final int WARNING = System.Logger.Level.WARNING.getSeverity();
+  private static final int DEBUG = System.Logger.Level.DEBUG.getSeverity();
+
+  // Settings whose outputs are installed: doing it twice would reopen, or roll over, their files.
+  private static final Set<BridgeSettings> installed = new HashSet<>();
+
+  // Set while the thread is inside: what logs on the way to the log must not come back here.
+  private static final ThreadLocal<Boolean> inside = new ThreadLocal<>();
+
+  private final BridgeSettings settings;
+
+  private Bridge(BridgeSettings settings) {
+    this.settings = settings;
+  }
+
+  /**
+   * Installs the outputs of the settings, unless that has been done, and answers the bridge to them.
+   *
+   * @param problems receives a text for each output that cannot be installed
+   * @throws LinkageError when the native library cannot be loaded
+   */
+  static Bridge open(BridgeSettings settings, Consumer<String> problems) {
+    WyLogger.TraceEnabled(settings.loggerName()); // loads the library
+    synchronized (installed) {
+      if (installed.add(settings)) {
+        install(settings, problems);
+      }
+    }
+    return new Bridge(settings);
+  }
+
+  private static void install(BridgeSettings settings, Consumer<String> problems) {
+    BridgeSettings.LogFile log = settings.log();
+    if (log.path() != null
+        && WyLogger.InitializeLog(
+                settings.loggerName(), WyLogger.OUTPUT_FILE, log.path(), log.mode(),
+                log.maxSizeMB(), settings.localTime(), log.maxBackups())
+            != WyLogger.RESULT_DONE) {
+      problems.accept("the error log cannot be written to " + log);
+    }
+    BridgeSettings.LogFile trace = settings.trace();
+    if (trace.path() != null
+        && WyLogger.InitializeTrace(
+                settings.loggerName(), WyLogger.OUTPUT_FILE, trace.path(), trace.mode(),
+                trace.maxSizeMB(), settings.traceFormat(), settings.traceDelimiter(),
+                settings.traceConfig(), settings.localTime(), trace.maxBackups())
+            != WyLogger.RESULT_DONE) {
+      problems.accept(
+          "tracing cannot be turned on with " + settings.traceConfig() + " to " + trace);
+    }
+  }
+
+  /** Whether records of this severity are wanted: finer ones are when they are traced. */
+  boolean takes(int severity) {
+    return severity > DEBUG
+        || WyLogger.TraceEnabledComponent(settings.loggerName(), settings.traceComponent()) == 1;
+  }
+
+  /**
+   * Runs the making and the writing of a record; when the thread is doing that already, nothing.
+   *
+   * @return what was thrown, or null
+   */
+  Throwable run(Runnable writing) {
+    if (inside.get() != null) {
+      return null;
+    }
+    inside.set(true);
+    try {
+      writing.run();
+      return null;
+    } catch (Throwable thrown) {
+      // Logging must not be what makes the program fail.
+      return thrown;
+    } finally {
+      inside.remove();
+    }
+  }
+
+  /**
+   * Writes a record.
+   *
+   * @param className where the record was logged
+   * @param methodName likewise; may be null
+   * @param text may have line ends; those at the end do not count
+   */
+  void write(int severity, String className, String methodName, String text) {
+    String lines = String.valueOf(text).stripTrailing();
+    if (severity <= DEBUG) {
+      WyLogger.TraceMsg(
+          settings.loggerName(), className, methodName, settings.traceComponent(), null, lines);
+      return;
+    }
+    int messageId = messageId(severity);
+    for (String part : MessageParts.of(lines)) {
+      WyLogger.LogMsg(settings.loggerName(), className, messageId, part);
+    }
+  }
+
+  private static int messageId(int severity) {
+    if (severity >= ERROR) {
+      return WyLogger.MESSAGE_ERROR;
+    }
+    return severity >= WARNING ? WyLogger.MESSAGE_WARNING : WyLogger.MESSAGE_INFORMATION;
+  }
+
+  /** The text, followed by the stack trace of what was thrown, if anything was. */
+  static String withStackTrace(String text, Throwable thrown) {
+    if (thrown == null) {
+      return text;
+    }
+    StringWriter lines = new StringWriter();
+    PrintWriter writer = new PrintWriter(lines);
+    writer.println(text);
+    try {
+      thrown.printStackTrace(writer);
+    } catch (RuntimeException untellable) {
+      writer.println(thrown.getClass().getName());
+    }
+    return lines.toString();
+  }
+}
