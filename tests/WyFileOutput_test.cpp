@@ -40,14 +40,14 @@ TEST(FileOutput, TheModeDecidesWhatBecomesOfAnExistingFile) {
     struct stat status;
     ASSERT_EQ(stat(directory.Path("a.log").c_str(), &status), 0);
     EXPECT_EQ(status.st_mode & 0777, 0644u);
-    EXPECT_TRUE(output.Log("old\n") && output.Close());
-    EXPECT_EQ(directory.Read("a.log"), "old\n") << "opening writes no headers";
+    EXPECT_TRUE(output.Log("older\n") && output.Close());
+    EXPECT_EQ(directory.Read("a.log"), "older\n") << "opening writes no headers";
 
     ASSERT_TRUE(output.Open());
     CWyErrLogMessage msg(false);
     msg.SetFormattedMessage("new\n");
     EXPECT_TRUE(output.Log(msg));
-    const char* const apszContents[] = {"new\n", "old\nnew\n", "one\ntwo\nnew\n", "old\nnew\n",
+    const char* const apszContents[] = {"new\n", "older\nnew\n", "one\ntwo\nnew\n", "older\nnew\n",
                                         "one\ntwo\nnew\n"};
     EXPECT_EQ(directory.Read("a.log"), apszContents[iMode]);
     EXPECT_EQ(directory.Names().size(), iMode == 2 || iMode == 4 ? 2u : 1u);

@@ -139,7 +139,7 @@ TEST_F(FileRollover, WorksForEveryPathThatTheSystemTakes) {
 TEST_F(FileRollover, DeletesTheOldestBackupsAndNothingElse) {
   const std::vector<std::string> oldestFirst = {
       "t_19990101_000000_100.log", "t_20200101_000000.log",    "t_20200101_000000_5.log",
-      "t_20200101_000000_06.log",  "t_20200101_000000_99.log", "t_20200101_000000_100.log"};
+      "t_20200101_000000_006.log", "t_20200101_000000_99.log", "t_20200101_000000_100.log"};
   const Names foreign = {"t_20000101_000000.txt", "t_20000101_000000.log.1",
                          "t_20000101_000000",     "t_20000101_000000x.log",
                          "t_2000011_000000.log",  "T_20000101_000000.log"};
