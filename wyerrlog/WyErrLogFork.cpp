@@ -98,17 +98,19 @@ void AfterForkInChild() {
 
 }  // namespace
 
-void CWyForkGate::Enter() {
+void CWyForkGate::Move(int iSections) {
   const SectionLock lock(s_gate.value);
-  ++s_iInsideGate;
-  ++t_iInsideGate;
+  s_iInsideGate += iSections;
+  t_iInsideGate += iSections;
 }
 
-void CWyForkGate::Leave() {
-  const SectionLock lock(s_gate.value);
-  --s_iInsideGate;
-  --t_iInsideGate;
-}
+void CWyForkGate::Enter() { Move(1); }
+
+void CWyForkGate::Leave() { Move(-1); }
+
+CWyForkGate::Outside::Outside() : m_iSections(t_iInsideGate) { Move(-m_iSections); }
+
+CWyForkGate::Outside::~Outside() { Move(m_iSections); }
 
 void CWyForkRegistry::Add(CWyErrLogCriticalSection& cs) {
   const SectionLock lock(State().section);

@@ -83,7 +83,11 @@ void CWyGuard::LockForWrite() {
   const bool bMustWait = m_uActive.fetch_or(Writer, std::memory_order_acquire) != 0;
   if (bMustWait) ++m_iWaitingWriters;
   m_cs.Leave();
-  if (bMustWait) m_writerSem.Wait(WYERRLOG_INFINITE);
+  if (bMustWait) {
+    // Who takes several guards has changed nothing under the first before it has the last.
+    const CWyForkGate::Outside outside;
+    m_writerSem.Wait(WYERRLOG_INFINITE);
+  }
   CWyForkGate::Enter();
 }
 

@@ -119,6 +119,22 @@ class CWyForkGate {
 
   static void Enter();
   static void Leave();
+
+  // Takes the calling thread out of its sections for a scope: it waits for a thread that may be in
+  // a host's callback, and fork there. What the sections protect must be whole at that point.
+  class Outside {
+   public:
+    Outside();
+    ~Outside();
+    Outside(const Outside&) = delete;
+    Outside& operator=(const Outside&) = delete;
+
+   private:
+    int m_iSections;
+  };
+
+ private:
+  static void Move(int iSections);
 };
 
 // The one object of its class in this process, made by the first call of Get. At process exit it is
