@@ -26,7 +26,7 @@ function(wyerrlog_test name)
     RUNTIME_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/tests/bin"
     INSTALL_RPATH "$ORIGIN/../../lib")
 
-  gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60)
+  gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60 NO_PRETTY_VALUES)
 
   # Properties that are lists do not survive gtest_discover_tests; CTest reads this file after it.
   set(properties_file "${CMAKE_CURRENT_BINARY_DIR}/${name}_properties.cmake")
