@@ -307,10 +307,49 @@ show_switching() {
   echo "  Every trace line is whole and in one of the two shapes."
 }
 
+# --- Java ------------------------------------------------------------------------------------------
+
+# java_agent REQUEST...: the agent in Java decides the requests, with its logs in the folder $log.
+java_agent() {
+  printf '%s\n' "$@" | env ORVA_WA_ROOT="$build" LC_ALL=C.UTF-8 java \
+    -classpath "$build/lib/java_agent.jar:$build/lib/wyerrlog.jar" \
+    -Dwyerrlog.library="$build/lib/libwyerrlog.so" \
+    -Djava.util.logging.config.file=examples/java_agent/logging.properties \
+    agent.JavaAgent "$samples/policy.conf" "$build/messages" "$log" "$samples/trace.conf"
+}
+
+show_java() {
+  say "An agent in Java beside it: the same policy, catalogs, trace configuration and log files"
+  case "$preset" in
+    asan | tsan)
+      echo "  Left out: a Java virtual machine does not load libraries built for a sanitizer."
+      return
+      ;;
+  esac
+  start_agent java C.UTF-8 --trace --trace-config "$samples/trace.conf"
+  get --user "$carol" "$url/reports/q3.html" >"$work/answers"
+  java_agent 'carol GET /reports/q3.html' 'alice GET /reports/q3.html' >"$work/decisions"
+  get --user "$carol" "$url/reports/q3.html" >>"$work/answers"
+  stop_agent
+  echo "error.log:"
+  show 9 "$log/error.log"
+  echo "trace.log, what Java wrote:"
+  grep -E '\[(decide|findRule)\]' "$log/trace.log" | show 9 -
+
+  local not_permitted='\[WARNING\]\[isauth-00007\] '
+  agree "refused in C++" "$(count "\.cpp:[0-9]+\]$not_permitted" "$log/error.log")" \
+    "by status" "$(count '^403$' "$work/answers")"
+  agree "refused in Java" "$(count "\.java\]$not_permitted" "$log/error.log")" \
+    "by decision" "$(count '^deny ' "$work/decisions")"
+  (($(sed -nE "s/^.*$not_permitted//p" "$log/error.log" | sort -u | wc -l) == 1)) ||
+    fail "the two do not say the same"
+  (($(count '\[(decide|findRule)\]' "$log/trace.log") == 6)) || fail "not all of Java is traced"
+}
+
 # --- All of it -------------------------------------------------------------------------------------
 
 scripts/install-deps.sh
-configure_and_build "$preset" access_agent
+configure_and_build "$preset" access_agent java_agent
 rm -rf "$work"
 mkdir -p "$work"
 cp -r "$samples/site" "$work/site"
@@ -321,4 +360,5 @@ show_languages
 show_layouts
 show_filter
 show_switching
-say "All as it should be. The logs are in $work, the agent's source in examples/access_agent"
+show_java
+say "All as it should be. The logs are in $work, the agents' sources in examples/"

@@ -1,0 +1,78 @@
+package agent;
+
+import java.io.IOException;
+import java.nio.file.Files;
+import java.nio.file.Path;
+import java.util.ArrayList;
+import java.util.HashMap;
+import java.util.HashSet;
+import java.util.List;
+import java.util.Map;
+import java.util.Set;
+import java.util.logging.Level;
+import java.util.logging.Logger;
+
+/**
+ * The rules of a policy file of the access agent, whose comments tell its format. This class logs with
+ * java.util.logging and knows nothing of the library: logging.properties brings its records there.
+ */
+final class Policy {
+
+  private static final Logger logger = Logger.getLogger(Policy.class.getName());
+
+  record Rule(int number, List<String> methods, String path, List<String> subjects) {
+    boolean covers(String method, String resource) {
+      return methods.contains(method)
+          && (path.endsWith("/") ? resource.startsWith(path) : resource.equals(path));
+    }
+  }
+
+  private final Map<String, Set<String>> groupsOfUsers = new HashMap<>();
+  private final List<Rule> rules = new ArrayList<>();
+
+  static Policy read(Path file) throws IOException {
+    Policy policy = new Policy();
+    for (String line : Files.readAllLines(file)) {
+      policy.add(List.of(line.strip().split("\\s+")));
+    }
+    logger.log(
+        Level.INFO, "{0} users and {1} rules read from {2}",
+        new Object[] {policy.groupsOfUsers.size(), policy.rules.size(), file.getFileName()});
+    return policy;
+  }
+
+  private void add(List<String> words) {
+    switch (words.get(0)) {
+      case "user" -> groupsOfUsers.put(words.get(1), new HashSet<>(words.subList(3, words.size())));
+      case "rule" ->
+          rules.add(
+              new Rule(
+                  rules.size() + 1,
+                  List.of(words.get(1).split(",")),
+                  words.get(2),
+                  words.subList(3, words.size())));
+      default -> {} // a comment, or an empty line
+    }
+  }
+
+  /** The first rule that covers the request; null when there is none. */
+  Rule findRule(String method, String resource) {
+    for (Rule rule : rules) {
+      if (rule.covers(method, resource)) {
+        logger.log(Level.FINE, "{0} is covered by rule {1}", new Object[] {resource, rule.number()});
+        return rule;
+      }
+    }
+    return null;
+  }
+
+  boolean permits(Rule rule, String user) {
+    Set<String> groups = groupsOfUsers.getOrDefault(user, Set.of());
+    return rule.subjects().stream()
+        .anyMatch(
+            subject ->
+                subject.equals("*")
+                    || subject.equals(user)
+                    || (subject.startsWith("@") && groups.contains(subject.substring(1))));
+  }
+}
