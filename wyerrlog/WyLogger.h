@@ -223,7 +223,7 @@ class WYERRLOG_API CWyLogger {
   std::deque<std::string> m_subComponentNames;  // those that m_pComponentInfo points at
   // The highest version that a configuration of this logger has had.
   int m_iHighestVersion;
-  // Open while a message formatter uses a text of a component, which Release then waits for.
+  // Open while a text of a component or one of the tables is used, which Release then waits for.
   std::unique_ptr<CWyReadSections> m_pLookups;
 
   WYERRLOG_LOCAL static std::atomic<bool> m_bUnloadedComponents;

@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "wyerrlog/WyErrLogPrivUtil.h"
 #include "wyerrlog/WyLogger.h"
 
 namespace {
@@ -63,13 +64,14 @@ bool CWyLogger::EnableTrace(CWyLogOutput* pOutput, CWyLogOutput* pSecondOutput, 
   return true;
 }
 
-// Reads the file before the guard is taken for writing, so that threads that trace are not held up.
+// Reads the file without the guard, so that nobody is held up. A release waits for the look at the
+// tables to end.
 std::unique_ptr<CWyTraceData> CWyLogger::NewTraceConfiguration(int iFormat,
                                                                const char* pszDelimiter,
                                                                const char* pszConfigFile,
                                                                bool bUseLocalTime) {
   auto pConfiguration = std::make_unique<CWyTraceData>();
-  const CWyErrLogAutoReader reader(m_traceGuard);  // the tables live until the logger is released
+  const CWyReadSections::Scope lookup(*m_pLookups);
   if (!m_bInitialized || !pConfiguration->SetConfiguration(
                              iFormat, pszDelimiter, pszConfigFile, m_iComponentInfoCount,
                              m_pComponentInfo.get(), m_pDataFieldInfo.get(), bUseLocalTime)) {

@@ -178,6 +178,7 @@ bool CWyTraceData::SetConfiguration(int iFormat, const char* pszDelimiter,
     auto pShared = std::make_shared<Shared>();
     if (pszDelimiter != nullptr) pShared->delimiter = pszDelimiter;
     pShared->components.assign(pComponentInfo, pComponentInfo + iComponentCount);
+    pShared->TakeNames();
     m_pShared = std::move(pShared);
   } catch (const std::bad_alloc&) {
     return false;
@@ -210,6 +211,16 @@ bool CWyTraceData::ReadConfigFile(const char* pszConfigFile) {
   } catch (const std::bad_alloc&) {
     return false;
   }
+}
+
+void CWyTraceData::Shared::TakeNames() {
+  auto pOwned = std::make_shared<std::vector<std::string>>();
+  pOwned->reserve(components.size());  // the texts must not move
+  for (WyTraceComponentInfo& component : components) {
+    if (component.pszName != nullptr)
+      component.pszName = pOwned->emplace_back(component.pszName).data();
+  }
+  pNames = std::move(pOwned);
 }
 
 // Records keep what they were given: what changes from here on is this object's own.

@@ -68,8 +68,8 @@ class WYERRLOG_API CWyTraceData {
 
   // Makes this fresh object a configuration. `iFormat` is the layout (see
   // CWyErrLogMessage::BeginTraceFormat), `pszDelimiter` the separator of layout 2 or null. The
-  // component table is copied, its names are not; `pDataFieldInfo` has 66 entries. Answers false
-  // for null tables and for a configuration file that cannot be read or is not one.
+  // component table is copied with its names; `pDataFieldInfo` has 66 entries. Answers false for
+  // null tables and for a configuration file that cannot be read or is not one.
   bool SetConfiguration(int iFormat, const char* pszDelimiter, const char* pszConfigFile,
                         int iComponentCount, WyTraceComponentInfo* pComponentInfo,
                         WyTraceDataFieldInfo* pDataFieldInfo, bool bUseLocalTime);
@@ -152,7 +152,11 @@ class WYERRLOG_API CWyTraceData {
   struct WYERRLOG_LOCAL Shared {
     std::optional<std::string> delimiter;
     std::vector<WyTraceComponentInfo> components;
+    std::shared_ptr<const std::vector<std::string>> pNames;  // that `components` points at
     std::array<std::string, FieldCount> filters;
+
+    // The logger that the components come from may be gone before the last record is.
+    WYERRLOG_LOCAL void TakeNames();
   };
 
   class WYERRLOG_LOCAL ConfigParser;
