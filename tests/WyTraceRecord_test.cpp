@@ -167,9 +167,10 @@ TEST(TraceRecord, DropsRecordsWhoseValueDoesNotPassTheFilter) {
   EXPECT_TRUE(record.TestDataFilter(User)) << "no value counts as an empty one";
 }
 
-// What a logger with the configuration writes of a record whose clock fields are set one after the
-// other, or "(dropped)".
-std::string ClockRecord(std::string_view config, bool bLocal = false) {
+// What a logger with the configuration writes of the second of two records whose fields are set
+// from ints one after the other, or "(dropped)".
+std::string ClockRecord(std::string_view config, bool bLocal = false,
+                        std::vector<unsigned int> fields = {Date, Time, PreciseTime}) {
   std::string strText;
   const auto take = [](const char* pszText, int, void* pText) {
     *static_cast<std::string*>(pText) = pszText;
@@ -182,13 +183,13 @@ std::string ClockRecord(std::string_view config, bool bLocal = false) {
       !logger.ShouldTraceAlloc(0x01000000, &pData)) {
     return "(not traced)";
   }
-  bool bWanted = true;
-  for (const unsigned int uId : {Date, Time, PreciseTime}) {
-    bWanted = bWanted && pData->SetFieldValue(uId, 0);
+  for (int i = 0; i < 2; ++i) {
+    for (const unsigned int uId : fields) {
+      if (!pData->SetFieldValue(uId, 0)) return "(dropped)";
+    }
+    EXPECT_TRUE(pData->Format() && pData->Log());
+    pData->LeaveNoBody();
   }
-  if (!bWanted) return "(dropped)";
-  EXPECT_TRUE(pData->Format() && pData->Log());
-  pData->LeaveNoBody();
   return strText;
 }
 
@@ -198,9 +199,12 @@ TEST(TraceRecord, ReadsTheClockAtTheHighestTracedClockFieldAndFiltersAllThree) {
   EXPECT_THAT(ClockRecord("components Log\ndata Date Time"),
               MatchesRegex(strDate + strTime + "\n"));
   EXPECT_THAT(ClockRecord("components Log\ndata Date"), MatchesRegex(strDate + "\n"));
+  EXPECT_EQ(ClockRecord("components Log\ndata Date PreciseTime", false, {Date, Time}), "[][]\n");
   EXPECT_EQ(ClockRecord("components Log\ndata User\nTime ==x"), "[]\n") << "none is traced";
-  EXPECT_EQ(ClockRecord("components Log\ndata Date\nTime ==x"), "(dropped)");
-  EXPECT_EQ(ClockRecord("components Log\ndata PreciseTime\nDate !@/20\nTime @@:"), "(dropped)");
+  for (const char* pszFilter : {"Date !@/20", "Time ==x", "PreciseTime !@."}) {
+    EXPECT_EQ(ClockRecord("components Log\ndata Date\nTime @@:\n" + std::string(pszFilter)),
+              "(dropped)");
+  }
 }
 
 TEST(TraceRecord, ShowsOneReadingOfTheClockInItsTimeBase) {
