@@ -113,6 +113,10 @@ TEST_F(NativeMethods, FailOrWriteNothingWithoutMemoryForAStringAndGiveBackTheOth
     EXPECT_EQ(m_directory.Read("trace.log"), strTrace) << pszName;
     EXPECT_EQ(m_directory.Read("error.log"), strLog) << pszName;
   }
+  m_jvm.RunOutOfMemoryAt(1);
+  EXPECT_EQ(InitializeLog(), 0) << "without the file's name";
+  m_jvm.RunOutOfMemoryAt(2);
+  EXPECT_EQ(InitializeLog(), -1) << "without the logger's name";
   EXPECT_THAT(m_directory.Read("trace.log"),
               testing::StartsWith(strTitles + "[run][a,  and c][App.java][t1]\n"));
   EXPECT_THAT(m_directory.Read("error.log"), testing::HasSubstr("[App][INFO][wy-log-00000] hello"));
@@ -120,7 +124,7 @@ TEST_F(NativeMethods, FailOrWriteNothingWithoutMemoryForAStringAndGiveBackTheOth
 
 // ---- Stack --------------------------------------------------------------------------------------
 
-#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+#ifdef WYERRLOG_TEST_STACK  // not under a sanitizer, whose code needs more
 
 // The bytes of stack that a new thread uses for a call, with what starting it takes.
 size_t StackOf(std::function<void()> call) {

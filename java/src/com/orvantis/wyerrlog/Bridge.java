@@ -5,6 +5,7 @@ import java.io.StringWriter;
 import java.util.HashSet;
 import java.util.Set;
 import java.util.function.Consumer;
+import java.util.regex.Pattern;
 
 /**
  * Hands records of the platform's logging to the library: messages to the error log, finer ones to the
@@ -15,6 +16,8 @@ final class Bridge {
   private static final int ERROR = System.Logger.Level.ERROR.getSeverity();
   private static final int WARNING = System.Logger.Level.WARNING.getSeverity();
   private static final int DEBUG = System.Logger.Level.DEBUG.getSeverity();
+
+  private static final Pattern LINE_END = Pattern.compile("\\R");
 
   // Settings whose outputs are installed: doing it twice would reopen, or roll over, their files.
   private static final Set<BridgeSettings> installed = new HashSet<>();
@@ -97,10 +100,10 @@ final class Bridge {
    *
    * @param className where the record was logged
    * @param methodName likewise; may be null
-   * @param text may have line ends; those at the end do not count
+   * @param text further lines of it are indented, lest they pass for records of their own
    */
   void write(int severity, String className, String methodName, String text) {
-    String lines = String.valueOf(text).stripTrailing();
+    String lines = LINE_END.matcher(String.valueOf(text).stripTrailing()).replaceAll("\n\t");
     if (severity <= DEBUG) {
       WyLogger.TraceMsg(
           settings.loggerName(), className, methodName, settings.traceComponent(), null, lines);

@@ -45,7 +45,8 @@ import java.util.logging.LogRecord;
  * (default: the message and the stack trace; the library adds time, thread and place) apply as well.
  * Handlers with equal settings, and {@link WyLoggerFinder} with the same, open their files once.
  *
- * <p>Texts of more than 4095 bytes become several messages. Any thread may log at any time. Nothing is
+ * <p>Texts of more than 4095 bytes become several messages. Further lines of a text are indented by a
+ * tab, so that nothing that a program logs can pass for another record. Any thread may log at any time. Nothing is
  * thrown to the code that logs, and what is logged while a record is made on the same thread is
  * dropped; failures are reported to the handler's {@link ErrorManager}.
  */

@@ -42,7 +42,7 @@ package com.orvantis.wyerrlog;
  * Any thread, platform or virtual, may call any method at any time. Records are written on the calling
  * thread; there is no queue. The methods throw nothing: their results are the only report.
  *
- * <p>A call of {@code TraceMsg} that writes a record takes about 80 KiB of the calling thread's native
+ * <p>A call of {@code TraceMsg} that writes a record takes about 76 KiB of the calling thread's native
  * stack, any other call less than 16 KiB. A thread has 1 MiB by default.
  *
  * <h2>The library</h2>

@@ -83,6 +83,17 @@ final class WyLogHandlerTest {
   }
 
   @Test
+  static void noTextCanPassForARecordOfItsOwn() throws IOException {
+    configure("forged", tracing("forged", "Log"));
+    for (Level level : List.of(Level.INFO, Level.FINE)) {
+      Program.logger.log(level, "user {0}", "x\n[1/2][forged]\r\n[1/2][again]\u2028[1/2][and again]\n");
+    }
+    List<String> further = List.of("\t[1/2][forged]", "\t[1/2][again]", "\t[1/2][and again]");
+    checkEqual(further, lines("forged.log").stream().skip(1).toList());
+    checkEqual("\t[1/2][and again]]", records("forged.trace").get(3));
+  }
+
+  @Test
   static void whatIsNotTracedIsNotFormatted() throws IOException {
     configure("untraced", tracing("untraced", "Log/Legacy"));
     Object parameter =

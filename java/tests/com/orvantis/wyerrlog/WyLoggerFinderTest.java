@@ -61,7 +61,7 @@ final class WyLoggerFinderTest {
             location + "[INFO][wy-log-00000] hello bob",
             location + "[INFO][wy-log-00000] {unknown"),
         messages);
-    checkEqual("java.lang.Exception: reason", lines("system.log").get(1));
+    checkEqual("\tjava.lang.Exception: reason", lines("system.log").get(1));
     String method = "recordsGoToTheErrorLogAndTheTraceByTheirLevels";
     checkEqual(
         List.of(location + "[" + method + "][looking at x]"), records("system.trace"));
