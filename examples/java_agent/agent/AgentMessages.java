@@ -2,7 +2,6 @@ package agent;
 
 /** Identifiers of the component IsAuthorized, the same as in its header for C++. */
 final class AgentMessages {
-
   static final int RECEIVE_REQUEST = 0x04010000;
   static final int SEND_RESPONSE = 0x04020000;
 

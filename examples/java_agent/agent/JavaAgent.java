@@ -8,18 +8,18 @@ import java.nio.charset.StandardCharsets;
 import java.nio.file.Path;
 
 /**
- * An agent in Java, beside the one in C++ (examples/access_agent): it shares that one's logs, message
- * catalogs, trace configuration and policy. It reads access requests from its standard input, a line
- * each ("alice GET /reports/q3.html"), and prints its decisions.
+ * An agent in Java, beside the one in C++ (examples/access_agent): it shares that one's logs,
+ * message catalogs, trace configuration and policy. It reads access requests from its standard
+ * input, a line each ("alice GET /reports/q3.html"), and prints its decisions.
  *
  * <pre>
- * ORVA_WA_ROOT=&lt;build&gt; java -cp java_agent.jar:wyerrlog.jar -Dwyerrlog.library=libwyerrlog.so \
+ * ORVA_WA_ROOT=BUILD java -cp java_agent.jar:wyerrlog.jar \
+ *     -Dwyerrlog.library=BUILD/lib/libwyerrlog.so \
  *     -Djava.util.logging.config.file=logging.properties \
  *     agent.JavaAgent POLICY MESSAGES LOG-FOLDER TRACE-CONFIG
  * </pre>
  */
 public final class JavaAgent {
-
   private static final String SOURCE = "JavaAgent.java";
 
   private final Policy policy;
@@ -39,16 +39,14 @@ public final class JavaAgent {
   }
 
   private static void openLogs(String messages, Path folder, String traceConfig) {
-    boolean opened =
-        WyLogger.SetResourcesDirectory(messages) == WyLogger.RESULT_DONE
-            && WyLogger.InitializeLog(
-                    null, WyLogger.OUTPUT_FILE, folder.resolve("error.log").toString(),
-                    WyLogger.MODE_APPEND, 0, true, 0)
-                == WyLogger.RESULT_DONE
-            && WyLogger.InitializeTrace(
-                    null, WyLogger.OUTPUT_FILE, folder.resolve("trace.log").toString(),
-                    WyLogger.MODE_APPEND, 0, WyLogger.FORMAT_BRACKETED, null, traceConfig, true, 0)
-                == WyLogger.RESULT_DONE;
+    boolean opened = WyLogger.SetResourcesDirectory(messages) == WyLogger.RESULT_DONE
+        && WyLogger.InitializeLog(null, WyLogger.OUTPUT_FILE,
+               folder.resolve("error.log").toString(), WyLogger.MODE_APPEND, 0, true, 0)
+            == WyLogger.RESULT_DONE
+        && WyLogger.InitializeTrace(null, WyLogger.OUTPUT_FILE,
+               folder.resolve("trace.log").toString(), WyLogger.MODE_APPEND, 0,
+               WyLogger.FORMAT_BRACKETED, null, traceConfig, true, 0)
+            == WyLogger.RESULT_DONE;
     if (!opened) {
       System.err.println("the logs cannot be opened");
       System.exit(1);
@@ -57,7 +55,7 @@ public final class JavaAgent {
 
   private void serve(BufferedReader requests) throws IOException {
     int number = 0;
-    for (String line; (line = requests.readLine()) != null; ) {
+    for (String line; (line = requests.readLine()) != null;) {
       String[] words = line.split(" ", 3);
       if (words.length == 3) {
         boolean permitted = decide("request-" + ++number, words[0], words[1], words[2]);

@@ -5,7 +5,6 @@ import java.nio.file.Files;
 import java.nio.file.Path;
 import java.util.ArrayList;
 import java.util.HashMap;
-import java.util.HashSet;
 import java.util.List;
 import java.util.Map;
 import java.util.Set;
@@ -13,11 +12,11 @@ import java.util.logging.Level;
 import java.util.logging.Logger;
 
 /**
- * The rules of a policy file of the access agent, whose comments tell its format. This class logs with
- * java.util.logging and knows nothing of the library: logging.properties brings its records there.
+ * The rules of a policy file of the access agent, whose comments tell its format. This class logs
+ * with java.util.logging and knows nothing of the library: logging.properties brings its records
+ * there.
  */
 final class Policy {
-
   private static final Logger logger = Logger.getLogger(Policy.class.getName());
 
   record Rule(int number, List<String> methods, String path, List<String> subjects) {
@@ -35,23 +34,18 @@ final class Policy {
     for (String line : Files.readAllLines(file)) {
       policy.add(List.of(line.strip().split("\\s+")));
     }
-    logger.log(
-        Level.INFO, "{0} users and {1} rules read from {2}",
+    logger.log(Level.INFO, "{0} users and {1} rules read from {2}",
         new Object[] {policy.groupsOfUsers.size(), policy.rules.size(), file.getFileName()});
     return policy;
   }
 
   private void add(List<String> words) {
-    switch (words.get(0)) {
-      case "user" -> groupsOfUsers.put(words.get(1), new HashSet<>(words.subList(3, words.size())));
-      case "rule" ->
-          rules.add(
-              new Rule(
-                  rules.size() + 1,
-                  List.of(words.get(1).split(",")),
-                  words.get(2),
-                  words.subList(3, words.size())));
-      default -> {} // a comment, or an empty line
+    List<String> others = words.subList(Math.min(3, words.size()), words.size());
+    if (words.get(0).equals("user")) {
+      groupsOfUsers.put(words.get(1), Set.copyOf(others));
+    } else if (words.get(0).equals("rule")) {
+      List<String> methods = List.of(words.get(1).split(","));
+      rules.add(new Rule(rules.size() + 1, methods, words.get(2), others));
     }
   }
 
@@ -59,7 +53,8 @@ final class Policy {
   Rule findRule(String method, String resource) {
     for (Rule rule : rules) {
       if (rule.covers(method, resource)) {
-        logger.log(Level.FINE, "{0} is covered by rule {1}", new Object[] {resource, rule.number()});
+        logger.log(
+            Level.FINE, "{0} is covered by rule {1}", new Object[] {resource, rule.number()});
         return rule;
       }
     }
@@ -68,11 +63,8 @@ final class Policy {
 
   boolean permits(Rule rule, String user) {
     Set<String> groups = groupsOfUsers.getOrDefault(user, Set.of());
-    return rule.subjects().stream()
-        .anyMatch(
-            subject ->
-                subject.equals("*")
-                    || subject.equals(user)
-                    || (subject.startsWith("@") && groups.contains(subject.substring(1))));
+    return rule.subjects().stream().anyMatch(subject
+        -> subject.equals("*") || subject.equals(user)
+            || (subject.startsWith("@") && groups.contains(subject.substring(1))));
   }
 }

@@ -8,11 +8,11 @@ import java.util.function.Consumer;
 import java.util.regex.Pattern;
 
 /**
- * Hands records of the platform's logging to the library: messages to the error log, finer ones to the
- * trace. The levels of {@code java.util.logging} and of {@code System.Logger} have the same numbers.
+ * Hands records of the platform's logging to the library: messages to the error log, finer ones to
+ * the trace. The levels of {@code java.util.logging} and of {@code System.Logger} have the same
+ * numbers.
  */
 final class Bridge {
-
   private static final int ERROR = System.Logger.Level.ERROR.getSeverity();
   private static final int WARNING = System.Logger.Level.WARNING.getSeverity();
   private static final int DEBUG = System.Logger.Level.DEBUG.getSeverity();
@@ -32,7 +32,8 @@ final class Bridge {
   }
 
   /**
-   * Installs the outputs of the settings, unless that has been done, and answers the bridge to them.
+   * Installs the outputs of the settings, unless that has been done, and answers the bridge to
+   * them.
    *
    * @param problems receives a text for each output that cannot be installed
    * @throws LinkageError when the native library cannot be loaded
@@ -50,18 +51,16 @@ final class Bridge {
   private static void install(BridgeSettings settings, Consumer<String> problems) {
     BridgeSettings.LogFile log = settings.log();
     if (log.path() != null
-        && WyLogger.InitializeLog(
-                settings.loggerName(), WyLogger.OUTPUT_FILE, log.path(), log.mode(),
-                log.maxSizeMB(), settings.localTime(), log.maxBackups())
+        && WyLogger.InitializeLog(settings.loggerName(), WyLogger.OUTPUT_FILE, log.path(),
+               log.mode(), log.maxSizeMB(), settings.localTime(), log.maxBackups())
             != WyLogger.RESULT_DONE) {
       problems.accept("the error log cannot be written to " + log);
     }
     BridgeSettings.LogFile trace = settings.trace();
     if (trace.path() != null
-        && WyLogger.InitializeTrace(
-                settings.loggerName(), WyLogger.OUTPUT_FILE, trace.path(), trace.mode(),
-                trace.maxSizeMB(), settings.traceFormat(), settings.traceDelimiter(),
-                settings.traceConfig(), settings.localTime(), trace.maxBackups())
+        && WyLogger.InitializeTrace(settings.loggerName(), WyLogger.OUTPUT_FILE, trace.path(),
+               trace.mode(), trace.maxSizeMB(), settings.traceFormat(), settings.traceDelimiter(),
+               settings.traceConfig(), settings.localTime(), trace.maxBackups())
             != WyLogger.RESULT_DONE) {
       problems.accept(
           "tracing cannot be turned on with " + settings.traceConfig() + " to " + trace);

@@ -9,7 +9,6 @@ import java.util.function.Supplier;
 
 /** A logger of the platform whose records go over the bridge. */
 final class BridgeLogger implements System.Logger {
-
   // The code between a program and this class.
   private static final List<String> PLATFORM =
       List.of("java.lang.System$Logger", "jdk.internal.logger.", "sun.util.logging.");
@@ -31,8 +30,7 @@ final class BridgeLogger implements System.Logger {
 
   @Override
   public boolean isLoggable(Level level) {
-    return level != Level.OFF
-        && level.getSeverity() >= lowest.getSeverity()
+    return level != Level.OFF && level.getSeverity() >= lowest.getSeverity()
         && bridge.takes(level.getSeverity());
   }
 
@@ -50,15 +48,11 @@ final class BridgeLogger implements System.Logger {
     if (!isLoggable(level)) {
       return;
     }
-    bridge.run(
-        () -> {
-          StackWalker.StackFrame caller = caller();
-          bridge.write(
-              level.getSeverity(),
-              caller != null ? caller.getClassName() : name,
-              caller != null ? caller.getMethodName() : null,
-              text.get());
-        });
+    bridge.run(() -> {
+      StackWalker.StackFrame caller = caller();
+      bridge.write(level.getSeverity(), caller != null ? caller.getClassName() : name,
+          caller != null ? caller.getMethodName() : null, text.get());
+    });
   }
 
   private static String localized(ResourceBundle bundle, String text) {
@@ -84,8 +78,8 @@ final class BridgeLogger implements System.Logger {
   }
 
   private static StackWalker.StackFrame caller() {
-    return StackWalker.getInstance()
-        .walk(frames -> frames.filter(BridgeLogger::isOfProgram).findFirst().orElse(null));
+    return StackWalker.getInstance().walk(
+        frames -> frames.filter(BridgeLogger::isOfProgram).findFirst().orElse(null));
   }
 
   private static boolean isOfProgram(StackWalker.StackFrame frame) {

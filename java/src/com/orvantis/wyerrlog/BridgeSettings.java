@@ -4,19 +4,11 @@ import java.util.function.Consumer;
 import java.util.function.UnaryOperator;
 
 /**
- * Which of the library's loggers the platform's log records go to, and the outputs to install for it.
- * A file of null is none: what the host has installed stays.
+ * Which of the library's loggers the platform's log records go to, and the outputs to install for
+ * it. A file of null is none: what the host has installed stays.
  */
-record BridgeSettings(
-    String loggerName,
-    boolean localTime,
-    LogFile log,
-    LogFile trace,
-    String traceConfig,
-    int traceFormat,
-    String traceDelimiter,
-    int traceComponent) {
-
+record BridgeSettings(String loggerName, boolean localTime, LogFile log, LogFile trace,
+    String traceConfig, int traceFormat, String traceDelimiter, int traceComponent) {
   record LogFile(String path, int mode, int maxSizeMB, int maxBackups) {}
 
   /** Prefix of the system properties. */
@@ -35,24 +27,18 @@ record BridgeSettings(
    */
   static BridgeSettings read(UnaryOperator<String> properties, Consumer<String> problems) {
     Reader reader = new Reader(properties, problems);
-    return new BridgeSettings(
-        properties.apply("logger"),
-        Boolean.parseBoolean(properties.apply("localTime")),
-        reader.file("log."),
-        reader.file("trace."),
-        properties.apply("trace.config"),
+    return new BridgeSettings(properties.apply("logger"),
+        Boolean.parseBoolean(properties.apply("localTime")), reader.file("log."),
+        reader.file("trace."), properties.apply("trace.config"),
         reader.number("trace.format", WyLogger.FORMAT_BRACKETED),
         properties.apply("trace.delimiter"),
         reader.number("trace.component", WyLogger.COMPONENT_LOG));
   }
 
   private record Reader(UnaryOperator<String> properties, Consumer<String> problems) {
-
     LogFile file(String prefix) {
-      return new LogFile(
-          properties.apply(prefix + "file"),
-          number(prefix + "mode", WyLogger.MODE_APPEND),
-          number(prefix + "maxSizeMB", 0),
+      return new LogFile(properties.apply(prefix + "file"),
+          number(prefix + "mode", WyLogger.MODE_APPEND), number(prefix + "maxSizeMB", 0),
           number(prefix + "maxBackups", 0));
     }
 

@@ -3,9 +3,8 @@ package com.orvantis.wyerrlog;
 import java.util.ArrayList;
 import java.util.List;
 
-/** Divides texts that are longer than a message may be, so that nothing of a stack trace is lost. */
+/** Divides texts longer than a message may be, so that nothing of a stack trace is lost. */
 final class MessageParts {
-
   /** The most bytes that a message of the library holds. */
   static final int MAX_BYTES = 4095;
 

@@ -5,7 +5,6 @@ import java.nio.file.Path;
 
 /** Finds and loads the native library. */
 final class NativeLibrary {
-
   private static final String NAME = "wyerrlog";
 
   private NativeLibrary() {}
@@ -28,9 +27,9 @@ final class NativeLibrary {
     try {
       System.load(Path.of(path).toAbsolutePath().toString());
     } catch (InvalidPathException | UnsatisfiedLinkError error) {
-      throw unsatisfied(
-          "Cannot load \"" + path + "\", which the system property " + WyLogger.LIBRARY_PROPERTY
-              + " names", error);
+      throw unsatisfied("Cannot load \"" + path + "\", which the system property "
+              + WyLogger.LIBRARY_PROPERTY + " names",
+          error);
     }
   }
 
@@ -38,10 +37,10 @@ final class NativeLibrary {
     try {
       System.loadLibrary(NAME);
     } catch (UnsatisfiedLinkError error) {
-      throw unsatisfied(
-          "Cannot load " + System.mapLibraryName(NAME) + " from java.library.path ("
+      throw unsatisfied("Cannot load " + System.mapLibraryName(NAME) + " from java.library.path ("
               + System.getProperty("java.library.path") + "); the system property "
-              + WyLogger.LIBRARY_PROPERTY + " can name the file", error);
+              + WyLogger.LIBRARY_PROPERTY + " can name the file",
+          error);
     }
   }
 

@@ -20,38 +20,38 @@ import java.util.logging.LogRecord;
  * .level = ALL
  * </pre>
  *
- * Records above {@code FINE} go to the error log, as messages of the library's own component: an error
- * from {@code SEVERE} on, a warning from {@code WARNING} on, else an information. Records of {@code
- * FINE} and below go to the trace, when the trace configuration selects the handler's component. The
- * location is the name of the source class, or of the logger when that is not known.
+ * Records above {@code FINE} go to the error log, as messages of the library's own component: an
+ * error from {@code SEVERE} on, a warning from {@code WARNING} on, else an information. Records of
+ * {@code FINE} and below go to the trace, when the trace configuration selects the handler's
+ * component. The location is the name of the source class, or of the logger when that is not known.
  *
  * <p>Each property is looked up as {@code com.orvantis.wyerrlog.WyLogHandler.<key>} in the logging
  * configuration, then as the system property {@code wyerrlog.<key>}:
  *
  * <ul>
  *   <li>{@code logger}: name of the library's logger. Default: the process's logger.
- *   <li>{@code log.file}, {@code log.mode}, {@code log.maxSizeMB}, {@code log.maxBackups}: the error
- *       log, with the parameters of {@link WyLogger#InitializeLog}. Default: no file, which leaves the
- *       error log to what else the process installs; mode 1, size 0, backups 0.
+ *   <li>{@code log.file}, {@code log.mode}, {@code log.maxSizeMB}, {@code log.maxBackups}: the
+ *       error log, with the parameters of {@link WyLogger#InitializeLog}. Default: no file, which
+ *       leaves the error log to what else the process installs; mode 1, size 0, backups 0.
  *   <li>{@code trace.file}, {@code trace.mode}, {@code trace.maxSizeMB}, {@code trace.maxBackups}:
- *       likewise the trace; {@code trace.config}, {@code trace.format}, {@code trace.delimiter} as in
- *       {@link WyLogger#InitializeTrace}.
- *   <li>{@code trace.component}: identifier of the component that records are traced under. Default:
- *       {@link WyLogger#COMPONENT_LOG}.
+ *       likewise the trace; {@code trace.config}, {@code trace.format}, {@code trace.delimiter} as
+ *       in {@link WyLogger#InitializeTrace}.
+ *   <li>{@code trace.component}: identifier of the component that records are traced under.
+ *       Default: {@link WyLogger#COMPONENT_LOG}.
  *   <li>{@code localTime}: true for local time. Default: UTC.
  * </ul>
  *
  * The standard properties {@code level} (default {@code ALL}), {@code filter} and {@code formatter}
- * (default: the message and the stack trace; the library adds time, thread and place) apply as well.
- * Handlers with equal settings, and {@link WyLoggerFinder} with the same, open their files once.
+ * (default: the message and the stack trace; the library adds time, thread and place) apply as
+ * well. Handlers with equal settings, and {@link WyLoggerFinder} with the same, open their files
+ * once.
  *
- * <p>Texts of more than 4095 bytes become several messages. Further lines of a text are indented by a
- * tab, so that nothing that a program logs can pass for another record. Any thread may log at any time. Nothing is
- * thrown to the code that logs, and what is logged while a record is made on the same thread is
- * dropped; failures are reported to the handler's {@link ErrorManager}.
+ * <p>Texts of more than 4095 bytes become several messages. Further lines of a text are indented by
+ * a tab, so that nothing that a program logs can pass for another record. Any thread may log at any
+ * time. Nothing is thrown to the code that logs, and what is logged while a record is made on the
+ * same thread is dropped; failures are reported to the handler's {@link ErrorManager}.
  */
 public final class WyLogHandler extends Handler {
-
   private static final String PREFIX = WyLogHandler.class.getName() + ".";
 
   private final Bridge bridge; // null: the library cannot be loaded
@@ -96,11 +96,8 @@ public final class WyLogHandler extends Handler {
       return;
     }
     String className = record.getSourceClassName();
-    bridge.write(
-        severity,
-        className != null ? className : record.getLoggerName(),
-        record.getSourceMethodName(),
-        getFormatter().format(record));
+    bridge.write(severity, className != null ? className : record.getLoggerName(),
+        record.getSourceMethodName(), getFormatter().format(record));
   }
 
   /** Does nothing: records are written when they are published. */

@@ -1,9 +1,9 @@
 package com.orvantis.wyerrlog;
 
 /**
- * The error log and the trace of {@code libwyerrlog}, for Java code: what it logs and traces goes to
- * the same outputs, through the same message catalogs and under the same trace configuration as what
- * the C++ code of the process writes.
+ * The error log and the trace of {@code libwyerrlog}, for Java code: what it logs and traces goes
+ * to the same outputs, through the same message catalogs and under the same trace configuration as
+ * what the C++ code of the process writes.
  *
  * <pre>{@code
  * WyLogger.SetResourcesDirectory("/opt/agent/messages");
@@ -24,35 +24,36 @@ package com.orvantis.wyerrlog;
  *
  * <h2>Identifiers</h2>
  *
- * Messages and trace components are named by 32-bit identifiers: the component's number in bits 24 to
- * 31, for tracing the sub-component's number in bits 16 to 23, for messages the severity in bits 14
- * and 15 (1 information, 2 warning, 3 error) and the message's number in bits 0 to 13. Component 1 is
- * the library's own; its messages ({@link #MESSAGE_INFORMATION} and so on) show their first argument.
+ * Messages and trace components are named by 32-bit identifiers: the component's number in bits 24
+ * to 31, for tracing the sub-component's number in bits 16 to 23, for messages the severity in bits
+ * 14 and 15 (1 information, 2 warning, 3 error) and the message's number in bits 0 to 13. Component
+ * 1 is the library's own; its messages ({@link #MESSAGE_INFORMATION} and so on) show their first
+ * argument.
  *
  * <h2>Texts</h2>
  *
  * Texts reach the log as the bytes that the virtual machine supplies to native code. That is UTF-8,
  * but for the character U+0000, which becomes two bytes, and characters beyond U+FFFF, which become
  * six. A null text counts as an empty one, except for the names of loggers, files and directories,
- * where null means that there is none. When the virtual machine has no memory to convert a text, the
- * call fails, or logs nothing.
+ * where null means that there is none. When the virtual machine has no memory to convert a text,
+ * the call fails, or logs nothing.
  *
  * <h2>Threads and failures</h2>
  *
- * Any thread, platform or virtual, may call any method at any time. Records are written on the calling
- * thread; there is no queue. The methods throw nothing: their results are the only report.
+ * Any thread, platform or virtual, may call any method at any time. Records are written on the
+ * calling thread; there is no queue. The methods throw nothing: their results are the only report.
  *
- * <p>A call of {@code TraceMsg} that writes a record takes about 76 KiB of the calling thread's native
- * stack, any other call less than 16 KiB. A thread has 1 MiB by default.
+ * <p>A call of {@code TraceMsg} that writes a record takes about 76 KiB of the calling thread's
+ * native stack, any other call less than 16 KiB. A thread has 1 MiB by default.
  *
  * <h2>The library</h2>
  *
- * The first use of this class loads the native library, once: the file that the system property {@value
- * #LIBRARY_PROPERTY} names, or {@code libwyerrlog.so} in {@code java.library.path}. When that is not
- * possible, the first use throws an {@link UnsatisfiedLinkError} that tells what was tried.
+ * The first use of this class loads the native library, once: the file that the system property
+ * {@value #LIBRARY_PROPERTY} names, or {@code libwyerrlog.so} in {@code java.library.path}. When
+ * that is not possible, the first use throws an {@link UnsatisfiedLinkError} that tells what was
+ * tried.
  */
 public final class WyLogger {
-
   /** System property: the path of {@code libwyerrlog.so}. */
   public static final String LIBRARY_PROPERTY = "wyerrlog.library";
 
@@ -84,10 +85,10 @@ public final class WyLogger {
   /** File mode: a file that exists is renamed to a backup when it is opened. */
   public static final int MODE_ROLL_AT_OPEN = 2;
 
-  /** File mode: as {@link #MODE_APPEND}; a file that would reach its limit becomes a backup. */
+  /** File mode: as {@link #MODE_APPEND}; a file that would reach its limit is backed up. */
   public static final int MODE_APPEND_ROLL_BY_SIZE = 3;
 
-  /** File mode: as {@link #MODE_ROLL_AT_OPEN}; a file that would reach its limit becomes a backup. */
+  /** File mode: as {@link #MODE_ROLL_AT_OPEN}; a file that would reach its limit is backed up. */
   public static final int MODE_ROLL_AT_OPEN_AND_BY_SIZE = 4;
 
   // ---- Trace layouts ----------------------------------------------------------------------------
@@ -142,24 +143,18 @@ public final class WyLogger {
    *     stays, which is UTC at first
    * @param maxBackups backups to keep; 0 keeps all
    * @return {@link #RESULT_DONE}; {@link #RESULT_NO_LOGGER}; {@link #RESULT_FAILED} when the
-   *     parameters of the file are refused (what was installed before stays) or the output cannot be
-   *     opened (the error log has no output then)
+   *     parameters of the file are refused (what was installed before stays) or the output cannot
+   *     be opened (the error log has no output then)
    */
-  public static native int InitializeLog(
-      String loggerName,
-      int outputType,
-      String fileName,
-      int mode,
-      int maxSizeMB,
-      boolean useLocalTime,
-      int maxBackups);
+  public static native int InitializeLog(String loggerName, int outputType, String fileName,
+      int mode, int maxSizeMB, boolean useLocalTime, int maxBackups);
 
   /**
    * Names the directory of the message catalogs, for the whole process.
    *
    * @param directory path of a directory
-   * @return {@link #RESULT_DONE}; {@link #RESULT_FAILED} when {@code directory} is null, empty or no
-   *     directory that can be read, and nothing has changed
+   * @return {@link #RESULT_DONE}; {@link #RESULT_FAILED} when {@code directory} is null, empty or
+   *     no directory that can be read, and nothing has changed
    */
   public static native int SetResourcesDirectory(String directory);
 
@@ -180,17 +175,9 @@ public final class WyLogger {
    *     file is null, empty or not one that can be read, or the parameters of the file are refused
    *     (tracing stays as it was), or when the output cannot be opened (tracing is off then)
    */
-  public static native int InitializeTrace(
-      String loggerName,
-      int outputType,
-      String fileName,
-      int mode,
-      int maxSizeMB,
-      int format,
-      String delimiter,
-      String configFile,
-      boolean useLocalTime,
-      int maxBackups);
+  public static native int InitializeTrace(String loggerName, int outputType, String fileName,
+      int mode, int maxSizeMB, int format, String delimiter, String configFile,
+      boolean useLocalTime, int maxBackups);
 
   // ---- Error log --------------------------------------------------------------------------------
 
@@ -207,9 +194,9 @@ public final class WyLogger {
   public static native int LogMsg(String loggerName, String location, int messageId, String arg);
 
   /**
-   * Logs a message with one to {@link #MAX_ARGUMENTS} arguments; for a null or empty array nothing is
-   * logged. With more arguments the message is not logged either; where its component is traced, the
-   * process logger's trace tells so.
+   * Logs a message with one to {@link #MAX_ARGUMENTS} arguments; for a null or empty array nothing
+   * is logged. With more arguments the message is not logged either; where its component is traced,
+   * the process logger's trace tells so.
    *
    * @param loggerName as in {@code InitializeLog}
    * @param location as in {@code LogMsg} with one argument
@@ -233,26 +220,21 @@ public final class WyLogger {
    * @param message field Message, as it is
    * @return always {@link #RESULT_DONE}, whether or not something was written
    */
-  public static native int TraceMsg(
-      String loggerName,
-      String srcFile,
-      String function,
-      int componentId,
-      String transactionId,
-      String message);
+  public static native int TraceMsg(String loggerName, String srcFile, String function,
+      int componentId, String transactionId, String message);
 
   /**
    * Writes a trace record whose message is a pattern, when the component is traced.
    *
    * <p>Each "%s" in the pattern takes the next argument, and "%%" is one "%". Flags, a width (which
-   * counts as 4096 when it is larger) and a precision in digits may stand between "%" and "s", as in
-   * "%-20s" or "%.8s"; they count bytes. Everything else appears as it stands: other conversions, and
-   * "%s" without an argument left. With fewer than {@link #MAX_ARGUMENTS} arguments the remaining ones
-   * are empty texts.
+   * counts as 4096 when it is larger) and a precision in digits may stand between "%" and "s", as
+   * in "%-20s" or "%.8s"; they count bytes. Everything else appears as it stands: other
+   * conversions, and "%s" without an argument left. With fewer than {@link #MAX_ARGUMENTS}
+   * arguments the remaining ones are empty texts.
    *
-   * <p>With a null or empty array the message appears as it is. With more than {@link #MAX_ARGUMENTS}
-   * arguments it does so too, and where the component is traced, the process logger's trace tells
-   * of it.
+   * <p>With a null or empty array the message appears as it is. With more than
+   * {@link #MAX_ARGUMENTS} arguments it does so too, and where the component is traced, the process
+   * logger's trace tells of it.
    *
    * @param loggerName as in {@code InitializeLog}
    * @param srcFile field SrcFile, of which the part behind the last "/" counts
@@ -263,14 +245,8 @@ public final class WyLogger {
    * @param args the arguments of the pattern
    * @return always {@link #RESULT_DONE}, whether or not something was written
    */
-  public static native int TraceMsg(
-      String loggerName,
-      String srcFile,
-      String function,
-      int componentId,
-      String transactionId,
-      String message,
-      String[] args);
+  public static native int TraceMsg(String loggerName, String srcFile, String function,
+      int componentId, String transactionId, String message, String[] args);
 
   /**
    * Tells whether tracing is on.

@@ -1,9 +1,9 @@
 package com.orvantis.wyerrlog;
 
 /**
- * Makes {@code System.Logger} log and trace through the library. The virtual machine finds this class
- * by itself when {@code wyerrlog.jar} is on the class path; an unchanged program needs no more than
- * system properties:
+ * Makes {@code System.Logger} log and trace through the library. The virtual machine finds this
+ * class by itself when {@code wyerrlog.jar} is on the class path; an unchanged program needs no
+ * more than system properties:
  *
  * <pre>
  * java -cp agent.jar:wyerrlog.jar -Dwyerrlog.log.file=/var/log/agent/error.log ...
@@ -20,7 +20,6 @@ package com.orvantis.wyerrlog;
  * System.Logger} works as if this class were not there, and says so.
  */
 public final class WyLoggerFinder extends System.LoggerFinder {
-
   private final Bridge bridge;
   private final System.Logger.Level level;
 
@@ -31,7 +30,8 @@ public final class WyLoggerFinder extends System.LoggerFinder {
    *     uses its own loggers
    */
   public WyLoggerFinder() {
-    bridge = Bridge.open(BridgeSettings.ofSystemProperties(WyLoggerFinder::tell), WyLoggerFinder::tell);
+    bridge =
+        Bridge.open(BridgeSettings.ofSystemProperties(WyLoggerFinder::tell), WyLoggerFinder::tell);
     level = levelOf(System.getProperty(BridgeSettings.PREFIX + "level"));
   }
 

@@ -1,6 +1,6 @@
 package com.orvantis.wyerrlog;
 
-import static com.orvantis.wyerrlog.Tests.check;
+import static com.orvantis.wyerrlog.Tests.*;
 
 import java.io.ByteArrayOutputStream;
 import java.io.PrintStream;
@@ -9,7 +9,6 @@ import java.util.logging.LogRecord;
 
 /** Programs that cannot load the native library. */
 final class MissingLibraryTest {
-
   private static final String LIBRARY = "/no/such/libwyerrlog.so";
 
   public static void main(String[] arguments) throws ReflectiveOperationException {
@@ -57,8 +56,7 @@ final class MissingLibraryTest {
       NativeLibrary.load();
     } catch (UnsatisfiedLinkError error) {
       String text = error.getMessage();
-      check(
-          text.startsWith("Cannot load libwyerrlog.so from java.library.path (")
+      check(text.startsWith("Cannot load libwyerrlog.so from java.library.path (")
               && text.contains("wyerrlog.library can name the file"),
           text);
     }

@@ -11,11 +11,11 @@ import java.util.Objects;
 import java.util.regex.Pattern;
 
 /**
- * Runs the tests of a class, each of which uses a logger of its own name, and prints those that fail.
- * When all is well, nothing is printed: neither by the tests nor by the virtual machine's own checks.
+ * Runs the tests of a class, each of which uses a logger of its own name, and prints those that
+ * fail. When all is well, nothing is printed: neither by the tests nor by the virtual machine's own
+ * checks.
  */
 final class Tests {
-
   private Tests() {}
 
   static void run(Class<?> tests) throws ReflectiveOperationException {
@@ -61,7 +61,8 @@ final class Tests {
 
   private static void remove(Path path) {
     try (var files = Files.walk(path)) {
-      files.sorted((first, second) -> second.compareTo(first)).forEach(file -> file.toFile().delete());
+      files.sorted((first, second) -> second.compareTo(first))
+          .forEach(file -> file.toFile().delete());
     } catch (IOException problem) {
       problem.printStackTrace();
     }
@@ -93,9 +94,8 @@ final class Tests {
   // ---- Records ----------------------------------------------------------------------------------
 
   /** "[pid/tid][date]" at the beginning of a line of the error log. */
-  static final String PROLOG =
-      "\\[" + ProcessHandle.current().pid() + "/\\d+\\]"
-          + "\\[[A-Z][a-z]{2} [A-Z][a-z]{2} \\d{2} \\d{4} [\\d:]{8}\\]";
+  static final String PROLOG = "\\[" + ProcessHandle.current().pid() + "/\\d+\\]"
+      + "\\[[A-Z][a-z]{2} [A-Z][a-z]{2} \\d{2} \\d{4} [\\d:]{8}\\]";
 
   private static final Pattern prolog = Pattern.compile("^" + PROLOG);
 
@@ -110,8 +110,7 @@ final class Tests {
   }
 
   static void openLog(String logger, String file) {
-    checkEqual(
-        1,
+    checkEqual(1,
         WyLogger.InitializeLog(
             logger, WyLogger.OUTPUT_FILE, path(file), WyLogger.MODE_APPEND, 0, false, 0));
   }
@@ -120,10 +119,8 @@ final class Tests {
   static void openTrace(String logger, String file, String fields) {
     String config =
         write(file + ".conf", "version 1.1", "components Log Login_Logout/Authentication", fields);
-    checkEqual(
-        1,
-        WyLogger.InitializeTrace(
-            logger, WyLogger.OUTPUT_FILE, path(file), WyLogger.MODE_APPEND, 0,
+    checkEqual(1,
+        WyLogger.InitializeTrace(logger, WyLogger.OUTPUT_FILE, path(file), WyLogger.MODE_APPEND, 0,
             WyLogger.FORMAT_BRACKETED, null, config, false, 0));
   }
 }

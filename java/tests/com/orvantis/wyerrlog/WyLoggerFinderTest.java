@@ -1,12 +1,6 @@
 package com.orvantis.wyerrlog;
 
-import static com.orvantis.wyerrlog.Tests.check;
-import static com.orvantis.wyerrlog.Tests.checkEqual;
-import static com.orvantis.wyerrlog.Tests.lines;
-import static com.orvantis.wyerrlog.Tests.messages;
-import static com.orvantis.wyerrlog.Tests.path;
-import static com.orvantis.wyerrlog.Tests.records;
-import static com.orvantis.wyerrlog.Tests.write;
+import static com.orvantis.wyerrlog.Tests.*;
 
 import java.lang.System.Logger.Level;
 import java.util.List;
@@ -15,12 +9,10 @@ import java.util.ResourceBundle;
 
 /** A program that logs with System.Logger, and what its system properties make of it. */
 final class WyLoggerFinderTest {
-
   public static void main(String[] arguments) throws ReflectiveOperationException {
     System.setProperty("wyerrlog.log.file", path("system.log"));
     System.setProperty("wyerrlog.trace.file", path("system.trace"));
-    System.setProperty(
-        "wyerrlog.trace.config",
+    System.setProperty("wyerrlog.trace.config",
         write("system.conf", "components Login_Logout", "data SrcFile Function Message"));
     System.setProperty("wyerrlog.trace.component", "0x03010000");
     System.setProperty("wyerrlog.level", "DEBUG");
@@ -54,16 +46,13 @@ final class WyLoggerFinderTest {
     List<String> messages =
         messages("system.log").stream().filter(line -> line.startsWith("[")).toList();
     checkEqual(
-        List.of(
-            location + "[ERROR][wy-log-00000] it failed",
+        List.of(location + "[ERROR][wy-log-00000] it failed",
             location + "[WARNING][wy-log-00000] 1 of two",
-            location + "[INFO][wy-log-00000] supplied",
-            location + "[INFO][wy-log-00000] hello bob",
+            location + "[INFO][wy-log-00000] supplied", location + "[INFO][wy-log-00000] hello bob",
             location + "[INFO][wy-log-00000] {unknown"),
         messages);
     checkEqual("\tjava.lang.Exception: reason", lines("system.log").get(1));
     String method = "recordsGoToTheErrorLogAndTheTraceByTheirLevels";
-    checkEqual(
-        List.of(location + "[" + method + "][looking at x]"), records("system.trace"));
+    checkEqual(List.of(location + "[" + method + "][looking at x]"), records("system.trace"));
   }
 }

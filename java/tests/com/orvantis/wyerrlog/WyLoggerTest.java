@@ -1,15 +1,6 @@
 package com.orvantis.wyerrlog;
 
-import static com.orvantis.wyerrlog.Tests.PROLOG;
-import static com.orvantis.wyerrlog.Tests.check;
-import static com.orvantis.wyerrlog.Tests.checkEqual;
-import static com.orvantis.wyerrlog.Tests.lines;
-import static com.orvantis.wyerrlog.Tests.messages;
-import static com.orvantis.wyerrlog.Tests.openLog;
-import static com.orvantis.wyerrlog.Tests.openTrace;
-import static com.orvantis.wyerrlog.Tests.path;
-import static com.orvantis.wyerrlog.Tests.records;
-import static com.orvantis.wyerrlog.Tests.write;
+import static com.orvantis.wyerrlog.Tests.*;
 
 import java.nio.file.Files;
 import java.nio.file.Path;
@@ -21,10 +12,9 @@ import java.util.Locale;
 
 /** The native methods. */
 final class WyLoggerTest {
-
   private static final int AUTHENTICATION = 0x03010000;
-  private static final int WRONG_PASSWORD = 0x03008004; // "login-00004": user, client
-  private static final int NOT_PERMITTED = 0x04008007; // "isauth-00007": user, action, resource, rule
+  private static final int WRONG_PASSWORD = 0x03008004; // user, client
+  private static final int NOT_PERMITTED = 0x04008007; // user, action, resource, rule
 
   public static void main(String[] arguments) throws ReflectiveOperationException {
     Tests.run(WyLoggerTest.class);
@@ -51,16 +41,6 @@ final class WyLoggerTest {
     WyLogger.InitializeLog(
         "tty", WyLogger.OUTPUT_CONSOLE, path("tty"), WyLogger.MODE_APPEND, 0, false, 0);
     check(!Files.exists(Path.of(path("tty"))), "a file was made");
-  }
-
-  @Test
-  static void modesSayWhatBecomesOfAFileThatExists() {
-    write("mode.log", "old");
-    openLog("mode", "mode.log");
-    checkEqual(List.of("old"), lines("mode.log"));
-    checkEqual(
-        1, WyLogger.InitializeLog("mode", 1, path("mode.log"), WyLogger.MODE_OVERWRITE, 0, false, 0));
-    checkEqual(List.of(), lines("mode.log"));
   }
 
   @Test
@@ -91,8 +71,7 @@ final class WyLoggerTest {
     WyLogger.LogMsg("catalog", "Login", WRONG_PASSWORD, new String[] {"bob", "10.0.0.7"});
     WyLogger.LogMsg("catalog", "Access", NOT_PERMITTED, new String[] {"bob", null, "/x", "4"});
     checkEqual(
-        List.of(
-            "[Login][WARNING][login-00004] Login of bob from 10.0.0.7 refused: wrong password.",
+        List.of("[Login][WARNING][login-00004] Login of bob from 10.0.0.7 refused: wrong password.",
             "[Access][WARNING][isauth-00007] bob may not  /x: rule 4 does not name this user."),
         messages("catalog.log"));
   }
@@ -102,19 +81,20 @@ final class WyLoggerTest {
     String config = write("on.conf", "components Log", "data Message");
     String file = path("on.log");
     checkEqual(0, WyLogger.TraceEnabled("on"));
-    for (String refused : new String[] {null, "", path("no-such.conf"), write("bad.conf", "data")}) {
+    for (String refused :
+        new String[] {null, "", path("no-such.conf"), write("bad.conf", "data")}) {
       checkEqual(0, WyLogger.InitializeTrace("on", 1, file, 1, 0, 0, null, refused, false, 0));
     }
     checkEqual(0, WyLogger.InitializeTrace("on", 1, null, 1, 0, 0, null, config, false, 0));
     checkEqual(0, WyLogger.TraceEnabled("on"));
-    checkEqual(
-        1,
+    checkEqual(1,
         WyLogger.InitializeTrace(
             "on", 1, file, 1, 0, WyLogger.FORMAT_DELIMITED, "|", config, false, 0));
     checkEqual(1, WyLogger.TraceEnabled("on"));
     checkEqual(1, WyLogger.TraceEnabledComponent("on", WyLogger.COMPONENT_LOG));
     checkEqual(0, WyLogger.TraceEnabledComponent("on", AUTHENTICATION));
-    checkEqual(0, WyLogger.InitializeTrace("on", 1, path("no/dir"), 1, 0, 0, null, config, false, 0));
+    checkEqual(
+        0, WyLogger.InitializeTrace("on", 1, path("no/dir"), 1, 0, 0, null, config, false, 0));
     checkEqual(0, WyLogger.TraceEnabled("on"));
   }
 
@@ -123,14 +103,12 @@ final class WyLoggerTest {
   @Test
   static void logMsgWritesOneLineWithoutALineNumber() {
     openLog("log", "log.log");
-    checkEqual(1, WyLogger.LogMsg("log", "src/Servlet", WyLogger.MESSAGE_INFORMATION, "a {0} %s b"));
+    checkEqual(
+        1, WyLogger.LogMsg("log", "src/Servlet", WyLogger.MESSAGE_INFORMATION, "a {0} %s b"));
     checkEqual(1, WyLogger.LogMsg("log", null, WyLogger.MESSAGE_WARNING, (String) null));
     checkEqual(1, WyLogger.LogMsg("log", "x", 0x7F00C001, "no such component"));
-    checkEqual(
-        List.of(
-            "[Servlet][INFO][wy-log-00000] a {0} %s b",
-            "[][WARNING][wy-log-00000] ",
-            "[x][ERROR][wy-log-00001] missing component library"),
+    checkEqual(List.of("[Servlet][INFO][wy-log-00000] a {0} %s b", "[][WARNING][wy-log-00000] ",
+                   "[x][ERROR][wy-log-00001] missing component library"),
         messages("log.log"));
     check(lines("log.log").get(0).matches(PROLOG + ".*"), "prolog: " + lines("log.log").get(0));
   }
@@ -170,18 +148,17 @@ final class WyLoggerTest {
 
   @Test
   static void traceMsgFillsItsFields() {
-    openTrace(
-        "trace", "trace.log",
+    openTrace("trace", "trace.log",
         "data Function Message TransactionID SrcFile Pid Tid Date Time PreciseTime User");
     WyLogger.TraceMsg("trace", "src/App.java", "run", AUTHENTICATION, "t1", "100%s %d %%");
     WyLogger.TraceMsg("trace", null, null, AUTHENTICATION, null, null);
     WyLogger.TraceMsg("trace", "x", "x", 0x03020000, "x", "of a sub-component that is not traced");
-    String own = "\\[" + ProcessHandle.current().pid() + "\\]\\[\\d+\\]\\[[\\d/]{10}\\]\\[[\\d:]{8}\\]"
-            + "\\[[\\d:]{8}\\.\\d{3}\\]\\[\\]";
+    String own = "\\[" + ProcessHandle.current().pid()
+        + "\\]\\[\\d+\\]\\[[\\d/]{10}\\]\\[[\\d:]{8}\\]"
+        + "\\[[\\d:]{8}\\.\\d{3}\\]\\[\\]";
     List<String> records = records("trace.log");
     checkEqual(2, records.size());
-    check(
-        records.get(0).matches("\\[run\\]\\[100%s %d %%\\]\\[t1\\]\\[App\\.java\\]" + own),
+    check(records.get(0).matches("\\[run\\]\\[100%s %d %%\\]\\[t1\\]\\[App\\.java\\]" + own),
         records.get(0));
     check(records.get(1).matches("\\[\\]\\[\\]\\[\\]\\[\\]" + own), records.get(1));
   }
@@ -199,26 +176,17 @@ final class WyLoggerTest {
   static void traceMsgFormatsItsMessageForOneToFiveArguments() {
     openTrace("format", "format.log", "data Message");
     String[] five = {"bob", null, "/x", "d", "e"};
-    String[][] calls = {
-      null, {}, {"1"}, five, new String[5],
-    };
-    for (String[] arguments : calls) {
-      checkEqual(
-          1,
-          WyLogger.TraceMsg("format", "", "", AUTHENTICATION, "", "%s|%s|%3s|%d%n%*s%5$s%", arguments));
+    for (String[] arguments : new String[][] {null, {}, {"1"}, five, new String[5]}) {
+      checkEqual(1,
+          WyLogger.TraceMsg(
+              "format", "", "", AUTHENTICATION, "", "%s|%s|%3s|%d%n%*s%5$s%", arguments));
     }
     WyLogger.TraceMsg("format", "", "", AUTHENTICATION, "", "%s%s%s%s%s%s", five);
     WyLogger.TraceMsg("format", "", "", AUTHENTICATION, "", "%999999999s", new String[] {"wide"});
     String rest = "|%d%n%*s%5$s%]";
-    checkEqual(
-        List.of(
-            "[%s|%s|%3s" + rest,
-            "[%s|%s|%3s" + rest,
-            "[1||   " + rest,
-            "[bob|| /x" + rest,
-            "[||   " + rest,
-            "[bob/xde%s]",
-            "[" + " ".repeat(4092) + "wide]"),
+    String wide = " ".repeat(4092) + "wide";
+    checkEqual(List.of("[%s|%s|%3s" + rest, "[%s|%s|%3s" + rest, "[1||   " + rest,
+                   "[bob|| /x" + rest, "[||   " + rest, "[bob/xde%s]", "[" + wide + "]"),
         records("format.log"));
   }
 
@@ -245,13 +213,13 @@ final class WyLoggerTest {
     }
     String messageWarning =
         "[WyJNIEntryPoint::LogMsg][WARNING!!! Too many arguments in message.  Message not logged."
-            + "  Message ID is: " + messageId + "][WyJNIEntryPoint.cpp:<line>]";
+        + "  Message ID is: " + messageId + "][WyJNIEntryPoint.cpp:<line>]";
     String traceWarning =
         "[WyJNIEntryPoint::LogMsg][WARNING!!! Too many arguments in message - Message not logged."
-            + "  Unformatted message is: %s %d][WyJNIEntryPoint.cpp:<line>]";
-    checkEqual(
-        List.of(messageWarning, traceWarning, traceWarning),
-        records("warning.log").stream()
+        + "  Unformatted message is: %s %d][WyJNIEntryPoint.cpp:<line>]";
+    checkEqual(List.of(messageWarning, traceWarning, traceWarning),
+        records("warning.log")
+            .stream()
             .map(record -> record.replaceFirst(":[1-9]\\d*\\]$", ":<line>]"))
             .toList());
     checkEqual(Collections.nCopies(2, "[%s %d]"), records("warned.log"));
@@ -263,15 +231,13 @@ final class WyLoggerTest {
   static void traceMsgWorksWhereTheStackIsNearlyUsedUp() throws InterruptedException {
     openTrace("deep", "deep.log", "data Message");
     int[] calls = new int[1];
-    Thread thread =
-        new Thread(
-            () -> {
-              try {
-                traceDeeperAndDeeper(calls);
-              } catch (StackOverflowError expected) {
-                WyLogger.TraceMsg("deep", "", "", AUTHENTICATION, "", "and out again");
-              }
-            });
+    Thread thread = new Thread(() -> {
+      try {
+        traceDeeperAndDeeper(calls);
+      } catch (StackOverflowError expected) {
+        WyLogger.TraceMsg("deep", "", "", AUTHENTICATION, "", "and out again");
+      }
+    });
     thread.start();
     thread.join();
     List<String> records = records("deep.log");

@@ -1,12 +1,6 @@
 package com.orvantis.wyerrlog;
 
-import static com.orvantis.wyerrlog.Tests.PROLOG;
-import static com.orvantis.wyerrlog.Tests.check;
-import static com.orvantis.wyerrlog.Tests.checkEqual;
-import static com.orvantis.wyerrlog.Tests.lines;
-import static com.orvantis.wyerrlog.Tests.openLog;
-import static com.orvantis.wyerrlog.Tests.openTrace;
-import static com.orvantis.wyerrlog.Tests.records;
+import static com.orvantis.wyerrlog.Tests.*;
 
 import java.util.ArrayList;
 import java.util.List;
@@ -18,7 +12,6 @@ import java.util.concurrent.Future;
 
 /** The native methods, called by many threads. */
 final class WyLoggerThreadsTest {
-
   private static final int THREADS = 16;
   private static final int ROUNDS = 500;
 
@@ -54,7 +47,8 @@ final class WyLoggerThreadsTest {
     checkAll(messages, PROLOG + "\\[thread\\d+\\]\\[INFO\\]\\[wy-log-00000\\] round \\d+");
     List<String> records = both("trace");
     checkAll(records, "\\[(Message|=======|round \\d+ of thread\\d+)\\]");
-    check(records.size() > 2 * changes, "traced between " + changes + " changes: " + records.size());
+    check(
+        records.size() > 2 * changes, "traced between " + changes + " changes: " + records.size());
   }
 
   private static Void logAndTrace(String name, CyclicBarrier start) throws Exception {
@@ -82,11 +76,12 @@ final class WyLoggerThreadsTest {
 
   /** Where the virtual machine has virtual threads. */
   @Test
-  static void virtualThreadsLogAndTrace() throws ReflectiveOperationException, InterruptedException {
+  static void virtualThreadsLogAndTrace()
+      throws ReflectiveOperationException, InterruptedException {
     ExecutorService threads;
     try {
-      threads =
-          (ExecutorService) Executors.class.getMethod("newVirtualThreadPerTaskExecutor").invoke(null);
+      threads = (ExecutorService) Executors.class.getMethod("newVirtualThreadPerTaskExecutor")
+                    .invoke(null);
     } catch (NoSuchMethodException tooOld) {
       return;
     }
@@ -94,12 +89,10 @@ final class WyLoggerThreadsTest {
     openTrace("virtual", "virtual.trace", "data Message");
     List<Future<?>> calls = new ArrayList<>();
     for (int i = 0; i < 1000; i++) {
-      calls.add(
-          threads.submit(
-              () -> {
-                WyLogger.LogMsg("virtual", "", WyLogger.MESSAGE_INFORMATION, "x");
-                WyLogger.TraceMsg("virtual", "", "", WyLogger.COMPONENT_LOG, "", "x");
-              }));
+      calls.add(threads.submit(() -> {
+        WyLogger.LogMsg("virtual", "", WyLogger.MESSAGE_INFORMATION, "x");
+        WyLogger.TraceMsg("virtual", "", "", WyLogger.COMPONENT_LOG, "", "x");
+      }));
     }
     for (Future<?> call : calls) {
       try {
