@@ -185,12 +185,61 @@ show_rollover() {
   all_whole "$audit_re" "$work/audit.all"
   [[ -z $(find "$log" -name '*.log' -size +1024k) ]] || fail "a log is larger than a megabyte"
 
-  echo "The same again, keeping two backups: --log-size 1 --log-backups 2"
-  start_agent rollover C.UTF-8 --log-size 1 --log-backups 2
+  echo "The same again, keeping three backups of each log: --log-size 1 --log-backups 3"
+  start_agent rollover C.UTF-8 --log-size 1 --log-backups 3
   many_clients answers one_verbose_client 60
   stop_agent
-  ls -sh1 "$log"/audit*.log | sed 's/^/  /'
-  (($(find "$log" -name 'audit_*.log' | wc -l) == 2)) || fail "not two backups"
+  ls -sh1 "$log"/*.log | sed 's/^/  /'
+  local name
+  for name in audit error; do
+    (($(find "$log" -name "${name}_*.log" | wc -l) == 3)) || fail "not three backups"
+  done
+}
+
+# --- Tenants ---------------------------------------------------------------------------------------
+
+# one_tenants_client I N: N requests to every host, as one_client does; the page tells whose they are.
+one_tenants_client() {
+  local turn
+  for turn in {1..5}; do
+    case $((($1 + turn) % 5)) in
+      0) get --header 'Host: red.example' "$url/public/red/[1-$2]" ;;
+      1) get --header 'Host: Blue.Example:8080' "$url/public/blue/[1-$2]" ;;
+      2) get --header 'Host: green.example' "$url/public/others/[1-$2]" ;;   # is no tenant
+      3) get --header 'Host: ../red.example' "$url/public/others/[1-$2]" ;;  # wants a path of its own
+      4) get --header 'Host:' "$url/public/others/[1-$2]" ;;                 # tells no host
+    esac
+  done
+}
+
+# has_its_own_requests FOLDER TENANT PAGES N: checks that the logs in the folder hold the N requests for
+# these pages (each was not found, and was traced twice), and no others.
+has_its_own_requests() {
+  local page="/public/$3/[0-9]+"
+  agree "requests to /public/$3/" "$4" "audit records there" "$(lines "$1/audit.log")"
+  (($(count " resource=\"$page\" " "$1/audit.log") == $4)) || fail "strange audit records in $1"
+  (($(count '\[isauth-00011\] ' "$1/error.log") == $4 &&
+    $(count "\[isauth-00011\] .*$page" "$1/error.log") == $4)) || fail "strange messages in $1"
+  (($(count "^\[$2\]\[$page\]" "$1/trace.log") == 2 * $4 &&
+    $(lines "$1/trace.log") == 2 * $4 + 2)) || fail "strange trace records in $1"
+  all_whole "$audit_re" "$1/audit.log"
+}
+
+show_tenants() {
+  say "Tenants, by the host that $clients clients ask: --tenant red.example --tenant blue.example"
+  printf 'components IsAuthorized\ndata Tenant Resource Result Message\n' >"$work/trace.conf"
+  start_agent tenants C.UTF-8 --tenant red.example --tenant blue.example \
+    --trace --trace-config "$work/trace.conf"
+  many_clients answers one_tenants_client 10
+  stop_agent
+  (cd "$log" && find . -name '*.log' | sort | xargs wc -l | sed 's/^/  /')
+  echo "trace.log of red.example:"
+  show 6 "$log/red.example/trace.log"
+  has_its_own_requests "$log/red.example" red.example red $((clients * 10))
+  has_its_own_requests "$log/blue.example" blue.example blue $((clients * 10))
+  has_its_own_requests "$log" - others $((clients * 30))
+  [[ $(find "$log" -mindepth 1 -type d | sort) == "$log/blue.example"$'\n'"$log/red.example" ]] ||
+    fail "folders of other tenants"
 }
 
 # --- In two languages ------------------------------------------------------------------------------
@@ -356,6 +405,7 @@ cp -r "$samples/site" "$work/site"
 
 show_many_clients
 show_rollover
+show_tenants
 show_languages
 show_layouts
 show_filter

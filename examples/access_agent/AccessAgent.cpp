@@ -8,8 +8,19 @@ namespace {
 
 constexpr char Loopback[] = "127.0.0.1";
 
-AccessRequest MakeRequest(const httplib::Request& httpRequest) {
+// The host name in the value of a "Host" header, in lower case: that of "Example.org:8080" is
+// "example.org".
+std::string HostName(const std::string& strHeader) {
+  std::string strName = strHeader.substr(0, strHeader.find(':'));
+  for (char& c : strName) {
+    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+  }
+  return strName;
+}
+
+AccessRequest MakeRequest(const httplib::Request& httpRequest, const AgentLog& log) {
   AccessRequest request;
+  request.strTenant = log.TenantOf(HostName(httpRequest.get_header_value("Host")));
   request.strClient = httpRequest.remote_addr;
   request.strMethod = httpRequest.method;
   request.strResource = httpRequest.path;
@@ -85,7 +96,7 @@ std::string AccessAgent::Address() const {
 }
 
 void AccessAgent::Handle(const httplib::Request& httpRequest, httplib::Response& response) {
-  AccessRequest request = MakeRequest(httpRequest);
+  AccessRequest request = MakeRequest(httpRequest, m_log);
   const Decision decision = Decide(request, httpRequest);
   Answer(request, decision, response);
   if (response.status == 200 && !httpRequest.ranges.empty()) response.status = 206;
@@ -97,7 +108,7 @@ void AccessAgent::Handle(const httplib::Request& httpRequest, httplib::Response&
 
 void AccessAgent::HandleRefusedByServer(const httplib::Request& httpRequest,
                                         httplib::Response& response) {
-  const AccessRequest request = MakeRequest(httpRequest);
+  const AccessRequest request = MakeRequest(httpRequest, m_log);
   m_log.InvalidRequest(request, response.status);
   m_log.Audit(request, Decision::Invalid, response.status);
 }

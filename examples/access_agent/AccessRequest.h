@@ -7,6 +7,7 @@
 // One request while the agent serves it. Client, user and resource are what the network sent, hence
 // any bytes.
 struct AccessRequest {
+  std::string strTenant;    // one that the agent serves, empty for the default tenant
   std::string strClient;    // address
   std::string strMethod;    // "GET"
   std::string strResource;  // path, decoded

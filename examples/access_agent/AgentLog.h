@@ -6,38 +6,50 @@
 //
 // Texts from the network go into records with their control characters, quotes and backslashes
 // escaped ("\x0a"), so that no client can forge or break a line.
+//
+// Each tenant has a logger of its own, with an error log, an audit log and a trace of its own. The
+// default tenant has the process logger, which also tells of the agent itself.
 
+#include <map>
+#include <set>
 #include <string>
 
 #include "AccessRequest.h"
 #include "CallSite.h"
 #include "Policy.h"
 
+class CWyLogger;
 class CWyLogOutput;
 
 struct AgentLogOptions {
-  std::string strDirectory;  // of error.log, audit.log and trace.log
-  std::string strMessages;   // folder of the message catalogs
-  int iMaxSizeMB = 0;        // a log is rolled over before it reaches this size; 0: never
-  int iMaxBackups = 0;       // of each log; 0: all are kept
+  std::string strDirectory;       // of error.log, audit.log and trace.log
+  std::set<std::string> tenants;  // host names; the logs of each are in a folder of its name there
+  std::string strMessages;        // folder of the message catalogs
+  int iMaxSizeMB = 0;             // a log is rolled over before it reaches this size; 0: never
+  int iMaxBackups = 0;            // of each log; 0: all are kept
   std::string strTraceConfig;
   int iTraceLayout = 0;  // 0 brackets, 1 columns, 2 delimited, 3 XML
   std::string strTraceDelimiter = ",";
   bool bTraceToConsole = false;  // to the terminal as well
 };
 
-// One object for the process, since it sets up the process logger. Its operations may be called by
-// any thread; those that open, close or switch are for the main thread.
+// One object for the process, since it sets up the process logger and the named loggers. Its
+// operations may be called by any thread; those that open, close or switch are for the main thread.
+// What concerns a request goes into the logs of the request's tenant.
 class AgentLog {
  public:
   explicit AgentLog(AgentLogOptions options);
-  ~AgentLog();  // removes the outputs
+  ~AgentLog();  // removes the outputs and the tenants' loggers; no request is under way any more
   AgentLog(const AgentLog&) = delete;
   AgentLog& operator=(const AgentLog&) = delete;
 
-  // Installs the error log and the audit log. On failure answers false and leaves the reason in
-  // `strReason`.
+  // Installs every tenant's error log and audit log; makes their folders. On failure answers false
+  // and leaves the reason in `strReason`.
   bool Open(std::string& strReason);
+
+  // The tenant of requests to a host, whatever its name: the tenant of that name, else the default
+  // tenant (""). So no client can choose the name of a logger or a folder.
+  std::string TenantOf(const std::string& strHost) const;
 
   // ---- Error log: the agent ---------------------------------------------------------------------
 
@@ -75,8 +87,9 @@ class AgentLog {
 
   // ---- Trace ------------------------------------------------------------------------------------
 
-  // Reads the trace configuration file, afresh each time, and traces by it until TurnTracingOff.
-  // False when there is none or the library refuses it; the error log then says so.
+  // Reads the trace configuration file, afresh each time, and traces every tenant's requests by it
+  // until TurnTracingOff. False when there is none or the library refuses it for a tenant, whose
+  // error log then says so.
   bool TurnTracingOn(CallSite where = CallSite::Here()) const;
   void TurnTracingOff(CallSite where = CallSite::Here()) const;
 
@@ -90,10 +103,18 @@ class AgentLog {
                            CallSite where = CallSite::Here()) const;
 
  private:
-  CWyLogOutput* NewFileOutput(const char* pszName) const;
-  std::string PathOf(const char* pszName) const;
+  struct Tenant {
+    CWyLogger* pLogger;  // the library's
+    std::string strDirectory;
+  };
+
+  CWyLogger& LoggerOf(const AccessRequest& request) const;
+  bool OpenLogs(const Tenant& tenant) const;
+  bool TurnTracingOn(const Tenant& tenant, const CallSite& where) const;
+  CWyLogOutput* NewFileOutput(const Tenant& tenant, const char* pszName) const;
 
   AgentLogOptions m_options;
+  std::map<std::string, Tenant> m_tenants;  // by name
 };
 
 // "allow", "deny", "unauthenticated" or "invalid".

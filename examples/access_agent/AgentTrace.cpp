@@ -16,6 +16,7 @@ class TraceRecord {
       : m_data(data) {
     Set(TraceField::SrcFile, CWyErrLogMessage::PathnameFindFilePart(where.pszFile));
     Set(TraceField::Function, where.pszFunction);
+    Set(TraceField::Tenant, Printable(request.strTenant).c_str());
     Set(TraceField::User, Printable(request.strUser).c_str());
     Set(TraceField::IPAddr, Printable(request.strClient).c_str());
     Set(TraceField::Resource, Printable(request.strResource).c_str());
@@ -69,11 +70,11 @@ class TraceRecord {
 // Fills and writes the record of a trace call, when its component is traced. `fill` sets the fields
 // of its own; it is not called otherwise, so a call that is not traced costs next to nothing.
 template <typename Fill>
-void Trace(unsigned int uComponent, const AccessRequest& request, const CallSite& where,
-           Fill&& fill) {
+void Trace(CWyLogger& logger, unsigned int uComponent, const AccessRequest& request,
+           const CallSite& where, Fill&& fill) {
   CWyTraceData* pData = nullptr;
   if (!CWyTraceSupresser::isTracing()) return;
-  if (!theLogger()->ShouldTraceAlloc(uComponent, &pData)) return;
+  if (!logger.ShouldTraceAlloc(uComponent, &pData)) return;
   TraceRecord record(*pData, request, where);
   fill(record);
   record.Write();
@@ -92,21 +93,22 @@ const char* LoginText(LoginResult result) {
 }  // namespace
 
 void AgentLog::TraceLoginRequest(const AccessRequest& request, CallSite where) const {
-  Trace(LoginLogout::ReceiveRequest, request, where,
+  Trace(LoggerOf(request), LoginLogout::ReceiveRequest, request, where,
         [](TraceRecord& record) { record.SetMessage("Login requested"); });
 }
 
 void AgentLog::TraceLogin(const AccessRequest& request, LoginResult result, CallSite where) const {
-  Trace(LoginLogout::Authentication, request, where, [result](TraceRecord& record) {
-    record.Set(TraceField::AuthScheme, "Basic")
-        .Set(TraceField::AuthReason, LoginText(result))
-        .SetMessage("Name and password checked: %s", LoginText(result));
-  });
+  Trace(LoggerOf(request), LoginLogout::Authentication, request, where,
+        [result](TraceRecord& record) {
+          record.Set(TraceField::AuthScheme, "Basic")
+              .Set(TraceField::AuthReason, LoginText(result))
+              .SetMessage("Name and password checked: %s", LoginText(result));
+        });
 }
 
 void AgentLog::TraceLoginResponse(const AccessRequest& request, bool bAccepted,
                                   CallSite where) const {
-  Trace(LoginLogout::SendResponse, request, where, [&](TraceRecord& record) {
+  Trace(LoggerOf(request), LoginLogout::SendResponse, request, where, [&](TraceRecord& record) {
     record.Set(TraceField::Result, bAccepted ? "accepted" : "refused")
         .Set(TraceField::ResponseTime, MillisecondsSince(request.arrival))
         .SetMessage("Login answered");
@@ -114,14 +116,14 @@ void AgentLog::TraceLoginResponse(const AccessRequest& request, bool bAccepted,
 }
 
 void AgentLog::TraceAccessRequest(const AccessRequest& request, CallSite where) const {
-  Trace(IsAuthorized::ReceiveRequest, request, where, [&](TraceRecord& record) {
+  Trace(LoggerOf(request), IsAuthorized::ReceiveRequest, request, where, [&](TraceRecord& record) {
     record.SetMessage("Asked whether rule %d permits it", request.iRule);
   });
 }
 
 void AgentLog::TraceAccessResponse(const AccessRequest& request, Decision decision,
                                    CallSite where) const {
-  Trace(IsAuthorized::SendResponse, request, where, [&](TraceRecord& record) {
+  Trace(LoggerOf(request), IsAuthorized::SendResponse, request, where, [&](TraceRecord& record) {
     record.Set(TraceField::Result, DecisionText(decision))
         .Set(TraceField::ResponseTime, MillisecondsSince(request.arrival))
         .SetMessage("Decided");

@@ -16,6 +16,8 @@ constexpr char Usage[] =
   --policy FILE           who may do what where
   --messages DIR          the folder of the message catalogs
   --log DIR               the folder of error.log, audit.log and trace.log
+  --tenant HOST           a tenant, again for each: requests to this host name (in lower case) have
+                          logs of their own, in the folder of this name below the log folder
   --port N                the port on 127.0.0.1; 0, the default, takes a free one
   --threads N             worker threads (8)
   --log-size MB           roll each log over before it reaches this size
@@ -42,6 +44,16 @@ language of LC_ALL, LC_MESSAGES or LANG, whichever is set first.
   std::exit(EXIT_FAILURE);
 }
 
+// A host name as a tenant's, which also names a folder.
+void AddTenant(std::string_view name, std::set<std::string>& tenants) {
+  constexpr std::string_view Permitted = "abcdefghijklmnopqrstuvwxyz0123456789-.";
+  if (name.empty() || name.front() == '.' || name.front() == '-' ||
+      name.find_first_not_of(Permitted) != std::string_view::npos) {
+    EndWithError("not a host name in lower case", name);
+  }
+  tenants.emplace(name);
+}
+
 struct Number {
   int* pValue;
   int iLowest;
@@ -66,6 +78,7 @@ void CheckRequired(const std::map<std::string_view, std::string*>& texts) {
 }  // namespace
 
 Options ParseOptions(int argc, char** argv) {
+  constexpr std::string_view Tenant = "--tenant";
   Options options;
   const std::map<std::string_view, std::string*> texts = {
       {"--root", &options.strRoot},
@@ -95,9 +108,13 @@ Options ParseOptions(int argc, char** argv) {
       *it->second = true;
       continue;
     }
-    if (!texts.contains(name) && !numbers.contains(name)) EndWithError("unknown option", name);
+    if (name != Tenant && !texts.contains(name) && !numbers.contains(name)) {
+      EndWithError("unknown option", name);
+    }
     if (++i == argc) EndWithError("value missing", name);
-    if (const auto it = texts.find(name); it != texts.end()) {
+    if (name == Tenant) {
+      AddTenant(argv[i], options.log.tenants);
+    } else if (const auto it = texts.find(name); it != texts.end()) {
       *it->second = argv[i];
     } else {
       ParseNumber(argv[i], numbers.at(name));

@@ -24,6 +24,7 @@ enum Number : unsigned int {
   Action = 39,
   ResponseTime = 46,
   Result = 60,
+  Tenant = 65,
 };
 
 }  // namespace TraceField
