@@ -23,10 +23,10 @@ namespace {
 
 TEST(WyFileOperations, KeepTheContractsOfTheirPosixCallsForUtf8Names) {
   const TestDirectory directory;
-  const std::string log = directory.File(
+  const std::string log = directory.Path(
       "pr\xC3\xBC"
       "fung.log");
-  const std::string backup = directory.File(
+  const std::string backup = directory.Path(
       "pr\xC3\xBC"
       "fung_1.log");
   directory.Write(
@@ -96,7 +96,7 @@ bool WaitUntilAsleep(pid_t tid) {
 
 TEST(WyOpenTest, GoesOnAfterASignalHandlerInterruptedIt) {
   const TestDirectory directory;
-  const std::string pipe = directory.File("pipe");
+  const std::string pipe = directory.Path("pipe");
   ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
   struct sigaction action = {};
   action.sa_handler = [](int) { ++g_nSignals; };  // no SA_RESTART

@@ -14,7 +14,7 @@ namespace {
 // A directory with the files that the test writes, set as the resource directory.
 class BundleTest : public testing::Test {
  protected:
-  void SetDirectory() { ASSERT_TRUE(CWyXlate::SetResourceDirectory(m_directory.Path())); }
+  void SetDirectory() { ASSERT_TRUE(CWyXlate::SetResourceDirectory(m_directory.Name())); }
 
   // A bundle with one key, "file", in files of these suffixes; its value is the suffix.
   void WriteFiles(const std::string& bundle, std::initializer_list<const char*> suffixes) {
@@ -85,6 +85,7 @@ TEST_F(BundleTest, LocalesThatNameNoLanguageMeanEnglish) {
 
 TEST_F(BundleTest, WhatIsNoLocaleHasTheBaseFileAlone) {
   // Were the name put into a path as it is, "/trap" would find the second file.
+  std::filesystem::create_directory(m_directory.Path("agent_"));
   m_directory.Write("agent_/trap.properties", "file=trap");
   WriteFiles("agent", {"_de", ""});
   for (const char* locale : {"/trap", "..", "../..", "de/../x", "de_DE.UTF-8/..", "d", "de__DE",
@@ -95,12 +96,13 @@ TEST_F(BundleTest, WhatIsNoLocaleHasTheBaseFileAlone) {
 }
 
 TEST_F(BundleTest, BundleNamesDoNotLeaveTheDirectory) {
+  std::filesystem::create_directory(m_directory.Path("sub"));
   m_directory.Write("sub/agent.properties", "file=inside");
   m_directory.Write("agent.properties", "file=outside");
   m_directory.Write("sub/.hidden.properties", "file=hidden");
   m_directory.Write("sub/a..b.properties", "file=dots");
-  ASSERT_TRUE(CWyXlate::SetResourceDirectory(m_directory.File("sub").c_str()));
-  const std::string absolute = m_directory.File("agent");
+  ASSERT_TRUE(CWyXlate::SetResourceDirectory(m_directory.Path("sub").c_str()));
+  const std::string absolute = m_directory.Path("agent");
   for (const char* bundle : {"../agent", "./agent", ".hidden", "a..b", "", absolute.c_str()}) {
     EXPECT_EQ(BundleText(bundle, "en", "file"), "no bundle") << bundle;
   }
@@ -110,9 +112,9 @@ TEST_F(BundleTest, BundleNamesDoNotLeaveTheDirectory) {
 
 TEST_F(BundleTest, FilesThatCannotBeReadCountAsMissing) {
   WriteFiles("agent", {"", "_de"});
-  std::filesystem::create_directory(m_directory.File("agent_fr.properties"));
-  ASSERT_EQ(::mkfifo(m_directory.File("pipe.properties").c_str(), 0644), 0);
-  ASSERT_EQ(::chmod(m_directory.File("agent_de.properties").c_str(), 0), 0);
+  std::filesystem::create_directory(m_directory.Path("agent_fr.properties"));
+  ASSERT_EQ(::mkfifo(m_directory.Path("pipe.properties").c_str(), 0644), 0);
+  ASSERT_EQ(::chmod(m_directory.Path("agent_de.properties").c_str(), 0), 0);
   const WithoutPrivileges asNobody;
   EXPECT_EQ(FileOf("fr"), "");
   EXPECT_EQ(BundleText("pipe", "en", "file"), "no bundle") << "and no waiting for its writer";
@@ -121,7 +123,7 @@ TEST_F(BundleTest, FilesThatCannotBeReadCountAsMissing) {
 
 TEST_F(BundleTest, KnowsNoBundleBeforeADirectoryIsSet) {
   m_directory.Write("agent.properties", "file=working directory");
-  ASSERT_EQ(::chdir(m_directory.Path()), 0);
+  ASSERT_EQ(::chdir(m_directory.Name()), 0);
   EXPECT_EQ(FileOf("en"), "no bundle");
 }
 
@@ -143,23 +145,24 @@ TEST_F(BundleTest, RefusedDirectoriesChangeNothing) {
   WriteFiles("agent", {""});
   EXPECT_EQ(FileOf("en"), "");
   m_directory.Write("agent.properties", "file=changed");
-  std::filesystem::create_directory(m_directory.File("closed"));
-  std::filesystem::create_directory(m_directory.File("unlisted"));
-  ASSERT_EQ(::chmod(m_directory.File("agent.properties").c_str(), 0755), 0);
-  ASSERT_EQ(::chmod(m_directory.File("closed").c_str(), 0644), 0);
-  ASSERT_EQ(::chmod(m_directory.File("unlisted").c_str(), 0711), 0);
+  std::filesystem::create_directory(m_directory.Path("closed"));
+  std::filesystem::create_directory(m_directory.Path("unlisted"));
+  ASSERT_EQ(::chmod(m_directory.Path("agent.properties").c_str(), 0755), 0);
+  ASSERT_EQ(::chmod(m_directory.Path("closed").c_str(), 0644), 0);
+  ASSERT_EQ(::chmod(m_directory.Path("unlisted").c_str(), 0711), 0);
   const WithoutPrivileges asNobody;
   EXPECT_FALSE(CWyXlate::SetResourceDirectory(nullptr));
   for (const char* name : {"agent.properties", "missing", "closed", "unlisted"}) {
-    EXPECT_FALSE(CWyXlate::SetResourceDirectory(m_directory.File(name).c_str())) << name;
+    EXPECT_FALSE(CWyXlate::SetResourceDirectory(m_directory.Path(name).c_str())) << name;
   }
   EXPECT_FALSE(CWyXlate::SetResourceDirectory(""));
   EXPECT_EQ(FileOf("en"), "") << "still the bundle that was loaded";
 }
 
 TEST_F(BundleTest, RelativeDirectoryStaysWhereItWas) {
+  std::filesystem::create_directory(m_directory.Path("messages"));
   m_directory.Write("messages/agent.properties", "file=here");
-  ASSERT_EQ(::chdir(m_directory.Path()), 0);
+  ASSERT_EQ(::chdir(m_directory.Name()), 0);
   ASSERT_TRUE(CWyXlate::SetResourceDirectory("messages"));
   ASSERT_EQ(::chdir("/"), 0);
   EXPECT_EQ(FileOf("en"), "here");
@@ -177,7 +180,7 @@ TEST_F(BundleTest, HeldBundleOutlivesItsDirectoryAndCrowdedCache) {
   m_directory.Write("agent.properties", "a=second");
   SetDirectory();
   EXPECT_EQ(BundleText("agent", "en", "a"), "second");
-  std::filesystem::remove_all(m_directory.File("agent.properties"));
+  std::filesystem::remove_all(m_directory.Path("agent.properties"));
   EXPECT_STREQ(pszText, "first");
   EXPECT_EQ(pHeld->Lookup("a"), pszText);
   pHeld->Release();

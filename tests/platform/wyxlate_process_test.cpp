@@ -69,7 +69,7 @@ class BusyThreads {
 TEST(WyXlateProcess, AMessageAllocatesNothingOnceItsBundleIsKnown) {
   const TestDirectory directory;
   directory.Write("agent.properties", "agent-00001=Server {0} started on port {1}");
-  ASSERT_TRUE(CWyXlate::SetResourceDirectory(directory.Path()));
+  ASSERT_TRUE(CWyXlate::SetResourceDirectory(directory.Name()));
   const auto format = [](char(&szText)[100]) {
     const char* arguments[] = {"one", "8080"};
     EXPECT_EQ(CWyXlate::GetBundle("missing", "de_DE.UTF-8"), nullptr);
@@ -90,9 +90,9 @@ TEST(WyXlateProcess, AMessageAllocatesNothingOnceItsBundleIsKnown) {
 TEST(WyXlateProcess, ThreadsFindTheBundlesOfTheDirectoryThatIsSet) {
   const TestDirectory directories[2];
   for (const TestDirectory& directory : directories) {
-    directory.Write("agent.properties", std::string("where=") + directory.Path());
+    directory.Write("agent.properties", std::string("where=") + directory.Name());
   }
-  ASSERT_TRUE(CWyXlate::SetResourceDirectory(directories[0].Path()));
+  ASSERT_TRUE(CWyXlate::SetResourceDirectory(directories[0].Name()));
   // Odd while the directory changes; then half of it tells which one is set.
   std::atomic<unsigned> uChange{0};
   std::atomic<long> nWrong{0};
@@ -100,14 +100,14 @@ TEST(WyXlateProcess, ThreadsFindTheBundlesOfTheDirectoryThatIsSet) {
     const unsigned uBefore = uChange;
     const std::string where = BundleText("agent", LocaleName(i).c_str(), "where");
     if (uBefore % 2 == 0 && uBefore == uChange) {
-      nWrong += where != directories[uBefore / 2 % 2].Path();
+      nWrong += where != directories[uBefore / 2 % 2].Name();
     }
   });
   for (unsigned u = 1; u <= 150; ++u) {
     // Few steps: the change falls among threads that read files. Many: what they kept is looked up.
     threads.WaitForSteps(u % 2 == 0 ? 5 : 200);
     ++uChange;
-    ASSERT_TRUE(CWyXlate::SetResourceDirectory(directories[u % 2].Path()));
+    ASSERT_TRUE(CWyXlate::SetResourceDirectory(directories[u % 2].Name()));
     ++uChange;
   }
   EXPECT_EQ(nWrong, 0);
@@ -129,7 +129,7 @@ TEST(WyXlateProcess, ChildForkedInTheMidstOfOtherThreadsCallsCanUseIt) {
   }
   const TestDirectory directory;
   directory.Write("agent.properties", "key=value");
-  ASSERT_TRUE(CWyXlate::SetResourceDirectory(directory.Path()));
+  ASSERT_TRUE(CWyXlate::SetResourceDirectory(directory.Name()));
   const BusyThreads threads([&](int i) {
     // Every look-up of a new name takes the cache for writing.
     BundleText(("missing" + std::to_string(i)).c_str(), "en", "key");
@@ -140,7 +140,7 @@ TEST(WyXlateProcess, ChildForkedInTheMidstOfOtherThreadsCallsCanUseIt) {
     const pid_t child = ::fork();
     ASSERT_GE(child, 0);
     if (child == 0) {
-      ::_exit(UseLibraryInChild(directory.Path()));
+      ::_exit(UseLibraryInChild(directory.Name()));
     }
     int iStatus = 0;
     ASSERT_EQ(::waitpid(child, &iStatus, 0), child);
@@ -163,9 +163,9 @@ __attribute__((section(".preinit_array"),
 TEST(WyXlateProcess, ServesThreadsThatOutliveTheLibrarysDestructors) {
   const TestDirectory directory;
   directory.Write("agent.properties", "key=value");
-  ASSERT_TRUE(CWyXlate::SetResourceDirectory(directory.Path()));
+  ASSERT_TRUE(CWyXlate::SetResourceDirectory(directory.Name()));
   ASSERT_EQ(BundleText("agent", "en", "key"), "value");
-  ::setenv("WYXLATE_TEST_AT_EXIT", directory.Path(), 1);
+  ::setenv("WYXLATE_TEST_AT_EXIT", directory.Name(), 1);
   EXPECT_EXIT(std::exit(0), testing::ExitedWithCode(42), "");
   ::unsetenv("WYXLATE_TEST_AT_EXIT");
 }

@@ -13,7 +13,7 @@ class PropertiesTest : public testing::Test {
  protected:
   void Load(const std::string& content) {
     m_directory.Write("file.properties", content);
-    ASSERT_TRUE(CWyXlate::SetResourceDirectory(m_directory.Path()));
+    ASSERT_TRUE(CWyXlate::SetResourceDirectory(m_directory.Name()));
   }
   std::string Value(const char* key) { return BundleText("file", "en", key); }
 
