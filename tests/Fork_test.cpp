@@ -1,0 +1,216 @@
+// A process forks while its other threads use the library: the child can use it too.
+
+#include <gtest/gtest.h>
+#include <sys/time.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <wyxlate/WyXlate.h>
+
+#include <array>
+#include <cstdio>
+#include <functional>
+#include <list>
+#include <map>
+#include <optional>
+#include <sstream>
+#include <string>
+
+#include "components/wytestcomponent/TestMessages.h"
+#include "test_support/Sanitizer.h"
+#include "test_support/TempDirectory.h"
+#include "test_support/TestThread.h"
+#include "wyerrlog/WyLogger.h"
+#include "wyerrlog/WyLoggerList.h"
+
+// A clock that shows a new second at every look: each time has to be converted.
+extern "C" __attribute__((visibility("default"))) int gettimeofday(timeval* pNow, void*) noexcept {
+  static std::atomic<time_t> s_tSeconds{1700000000};
+  *pNow = {++s_tSeconds, 0};
+  return 0;
+}
+
+// The leak sanitizer asks this at the end. In a child it takes what the threads of the parent own
+// for lost.
+static const pid_t s_parent = getpid();
+extern "C" __attribute__((visibility("default"))) int __lsan_is_turned_off();
+extern "C" int __lsan_is_turned_off() { return getpid() != s_parent; }
+
+namespace {
+
+using test_support::TestThread;
+
+// The thread sanitizer's own allocator may hang in the child of several threads; there, children
+// end at once.
+constexpr bool ChildrenRun = !test_support::UnderThreadSanitizer;
+
+// Forks; the child has five seconds for the body and ends with what it answers.
+template <typename Body>
+pid_t StartChild(Body body) {
+  const pid_t pid = fork();
+  if (pid != 0) return pid;
+  alarm(5);
+  _exit(!ChildrenRun || body() ? 0 : 1);
+}
+
+bool EndedWell(pid_t pid) {
+  int iStatus = -1;
+  return waitpid(pid, &iStatus, 0) == pid && iStatus == 0;
+}
+
+// Threads that repeat a step until the object is gone.
+class BusyThreads {
+ public:
+  BusyThreads(int iThreads, std::function<void(int)> step) {
+    for (int iThread = 0; iThread < iThreads; ++iThread) {
+      m_threads.emplace_back([this, step, iThread] {
+        for (int i = iThread; !m_bStop; ++i) step(i);
+      });
+    }
+  }
+  ~BusyThreads() { m_bStop = true; }
+
+ private:
+  std::atomic<bool> m_bStop{false};
+  std::list<TestThread> m_threads;
+};
+
+constexpr int Children = ChildrenRun ? 200 : 50;
+
+constexpr std::array<const char*, 2> Texts = {"[INFO][wytest-00001] Server started on port 8080.",
+                                              "[WARNING] Copying a to b failed: c"};
+
+// A line of the error log in one of four ways: either text, in local time or UTC.
+bool LogLine(int iWay) {
+  CWyErrLogMessage msg(iWay % 2 == 0);
+  msg.FormatLogProlog("agent.cpp", 1, 0);
+  if (iWay % 4 < 2) {
+    msg.FormatMessage(TestComponent::ServerStarted, "8080");
+  } else {
+    msg.FormatLogMessage(TestComponent::CopyFailed, "a", "b", "c");
+  }
+  return theLogger()->LogErrMsg(msg);
+}
+
+bool LogAllWays() { return LogLine(0) && LogLine(1) && LogLine(2) && LogLine(3); }
+
+void SetMessageDirectory() {
+  const std::string strRoot = getenv("ORVA_WA_ROOT");
+  EXPECT_TRUE(CWyXlate::SetResourceDirectory((strRoot + "/messages").c_str()));
+}
+
+bool SetLogFile(const std::string& strPath) {
+  CWyLogOutput* const pOutput = theLogger()->NewLogOutput(1, strPath.c_str(), 1, 0, 0);
+  return theLogger()->SetLogOutput(pOutput);
+}
+
+// The number of lines by process id; other than whole lines count for process 0.
+std::map<int, int> LinesByProcess(const std::string& strLog) {
+  std::map<int, int> lines;
+  std::istringstream log(strLog);
+  for (std::string strLine; std::getline(log, strLine);) {
+    int iPid = 0, iEnd = 0;
+    sscanf(strLine.c_str(), "[%d/%*u][%*3s %*3s %*2d %*4d %*2d:%*2d:%*2d][agent.cpp:1]%n", &iPid,
+           &iEnd);
+    const bool bWhole = strLine.substr(static_cast<std::size_t>(iEnd)) == Texts[0] ||
+                        strLine.substr(static_cast<std::size_t>(iEnd)) == Texts[1];
+    ++lines[bWhole ? iPid : 0];
+  }
+  return lines;
+}
+
+TEST(Fork, ChildrenOfABusyLoggingProcessLogUnderTheirOwnIds) {
+  const TempDirectory directory;
+  ASSERT_TRUE(SetLogFile(directory.Path("log")));
+  ASSERT_TRUE(
+      CWyXlate::SetResourceDirectory((getenv("ORVA_WA_ROOT") + std::string("/messages")).c_str()));
+  std::map<int, int> children;
+  {
+    const BusyThreads threads(8, [](int i) {
+      char szTime[32];
+      for (int iTime = 0; iTime < 50; ++iTime) CWyErrLogMessage::GetTime(3, szTime, i % 2 == 0, 32);
+      LogLine(i);
+      std::this_thread::sleep_for(std::chrono::microseconds(50));  // lets the children run
+    });
+    for (int i = 0; i < Children; ++i) {
+      const pid_t pid = StartChild([i] {
+        if (!LogAllWays()) return false;
+        if (i % 2 == 0) exit(0);
+        return true;
+      });
+      if (ChildrenRun) children[pid] = 4;
+      ASSERT_TRUE(EndedWell(pid)) << i;
+    }
+  }
+  std::map<int, int> lines = LinesByProcess(directory.Read("log"));
+  EXPECT_GT(lines[getpid()], Children);
+  lines.erase(getpid());
+  EXPECT_EQ(lines, children);
+}
+
+TEST(Fork, ChildrenFindOutputsAndLoggersWholeWhileTheyAreReplaced) {
+  const TempDirectory directory;
+  SetMessageDirectory();
+  const BusyThreads threads(2, [&](int i) {
+    SetLogFile(directory.Path("log"));
+    if (i % 3 == 0) theLogger()->DisableLog();
+    if (i % 20 == 0) getMyLogger("tenant");
+    if (i % 20 == 10) removeMyLogger("tenant");
+    LogLine(i);
+  });
+  for (int i = 0; i < Children / 4; ++i) {
+    ASSERT_TRUE(EndedWell(StartChild([&] {
+      return SetLogFile(directory.Path("child")) && LogAllWays() && getMyLogger("child") != nullptr;
+    }))) << i;
+  }
+  EXPECT_EQ(LinesByProcess(directory.Read("log") + directory.Read("child")).count(0), 0u);
+}
+
+thread_local std::function<void()> t_duringNextCall;
+void HostCallback(const char*, int) {
+  if (const auto body = std::exchange(t_duringNextCall, nullptr)) body();
+}
+
+bool LogAudit() {
+  CWyErrLogMessage msg(false);
+  return msg.FormatAuditMessage("audit\n") && theLogger()->LogAuditMsg(msg);
+}
+
+TEST(Fork, ChildrenForkedInsideACallbackLogAndLeaveTheCallback) {
+  const TempDirectory directory;
+  CWyLogger& logger = *theLogger();
+  ASSERT_TRUE(logger.SetLogOutput(logger.NewLogOutput(2, HostCallback)));
+  ASSERT_TRUE(logger.EnableAuditLogRollover(
+      logger.NewLogOutput(1, directory.Path("audit").c_str(), 0, 0, 0)));
+  const BusyThreads threads(4, LogLine);
+  for (int i = 0; i < Children / 4; ++i) {
+    pid_t pid = -1;
+    bool bLogged = false;
+    t_duringNextCall = [&] {
+      pid = fork();
+      if (pid != 0) return;
+      if (!ChildrenRun) _exit(0);
+      alarm(5);
+      bLogged = LogAudit() && !LogLine(0);
+    };
+    const bool bReturned = LogLine(0);
+    if (pid == 0) _exit(bReturned && bLogged && LogLine(0) ? 0 : 1);
+    ASSERT_TRUE(EndedWell(pid)) << i;
+  }
+  EXPECT_EQ(directory.Read("audit").size(), ChildrenRun ? Children / 4 * strlen("audit\n") : 0);
+}
+
+TEST(Fork, InsideACallbackDoesNotWaitForAReleaseThatWaitsForTheCallback) {
+  CWyLogger& logger = *theLogger();
+  ASSERT_TRUE(logger.EnableAuditLogRollover(logger.NewLogOutput(2, HostCallback)));
+  std::optional<TestThread> releasing;
+  t_duringNextCall = [&] {
+    releasing.emplace([&] { logger.Release(); });
+    ASSERT_TRUE(releasing->Blocks());
+    EXPECT_TRUE(EndedWell(StartChild([] { return !LogLine(0); })));
+  };
+  EXPECT_TRUE(LogAudit());
+  releasing.reset();
+  EXPECT_FALSE(LogAudit());
+}
+
+}  // namespace
