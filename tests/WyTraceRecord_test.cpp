@@ -170,7 +170,7 @@ TEST(TraceRecord, DropsRecordsWhoseValueDoesNotPassTheFilter) {
 // What a logger with the configuration writes of the second of two records whose fields are set
 // from ints one after the other, or "(dropped)".
 std::string ClockRecord(std::string_view config, bool bLocal = false,
-                        std::vector<unsigned int> fields = {Date, Time, PreciseTime}) {
+                        const std::vector<unsigned int>& fields = {Date, Time, PreciseTime}) {
   std::string strText;
   const auto take = [](const char* pszText, int, void* pText) {
     *static_cast<std::string*>(pText) = pszText;

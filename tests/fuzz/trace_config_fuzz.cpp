@@ -93,7 +93,10 @@ std::string Expected(int iFormat, const std::string& strDelimiter,
       strLine += (bFirst ? "" : "  ") + strColumn;
     }
     if (iFormat == 2) strLine += (bFirst ? "" : strDelimiter) + strValue;
-    if (iFormat == 3) strLine += "\t<" + strName + ">" + strValue + "</" + strName + ">\n";
+    if (iFormat == 3) {
+      strLine.append("\t<").append(strName).append(">").append(strValue);
+      strLine.append("</").append(strName).append(">\n");
+    }
   }
   return strLine + (iFormat == 3 ? "</TraceMessage>\n" : "\n");
 }
