@@ -4,14 +4,12 @@
 
 #include <dlfcn.h>
 #include <gmock/gmock.h>
-#include <pthread.h>
 #include <sys/time.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <array>
 #include <climits>
-#include <cstdlib>
-#include <cstring>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -20,8 +18,6 @@
 #include "wyerrlog/WyLogger.h"
 
 namespace {
-
-using testing::StrEq;
 
 std::optional<timeval> fixed_time;  // what the clock says; the real time without
 bool is_clock_broken = false;
@@ -33,8 +29,8 @@ constexpr timeval Afternoon{1794849373, 5000};  // 2026-11-16, a Monday, 17:16:1
 // In the place of the system's, also for the library.
 extern "C" __attribute__((visibility("default"))) int gettimeofday(timeval* pNow,
                                                                    void* pZone) noexcept {
-  static const auto pfnReal =
-      reinterpret_cast<int (*)(timeval*, void*)>(dlsym(RTLD_NEXT, "gettimeofday"));
+  using Function = int(timeval*, void*);
+  static auto* const pfnReal = reinterpret_cast<Function*>(dlsym(RTLD_NEXT, "gettimeofday"));
   if (is_clock_broken) return -1;
   if (!fixed_time) return pfnReal(pNow, pZone);
   *pNow = *fixed_time;
@@ -47,58 +43,25 @@ std::string ThreadId() { return std::to_string(static_cast<unsigned int>(pthread
 
 std::string Ids() { return "[" + std::to_string(getpid()) + "/" + ThreadId() + "]"; }
 
-std::string Prolog(bool bLocal = false) {
+std::string Prolog(const char* pszPath = "b.cpp", int iLine = 7, bool bLocal = false) {
   CWyErrLogMessage msg(bLocal);
-  return msg.FormatLogProlog("a/b.cpp", 7, 0) ? msg.GetBuffer() : "(failed)";
+  msg.SetFormattedMessage("gone");
+  return msg.FormatLogProlog(pszPath, iLine, 0) ? msg.GetBuffer() : "(failed)";
 }
-
-// ---- Prolog
-// --------------------------------------------------------------------------------------
 
 TEST(Prolog, NamesProcessThreadTimeAndSource) {
   fixed_time = Afternoon;
-  const struct {
-    const char* pszPath;
-    int iLine;
-    const char* pszShown;
-  } cases[] = {{"/opt/x/lib/request.src", 412, "request.src:412"},
-               {"request.src", 0, "request.src"},
-               {"dir/", -5, ""},
-               {"C:\\dir\\a.cpp", INT_MAX, "C:\\dir\\a.cpp:2147483647"},
-               {"", 1, ":1"}};
-  CWyErrLogMessage msg(false);
-  for (const auto& [pszPath, iLine, pszShown] : cases) {
-    EXPECT_TRUE(msg.FormatLogProlog(pszPath, iLine, 0)) << "starts the text afresh";
-    EXPECT_EQ(msg.GetBuffer(), Ids() + "[Mon Nov 16 2026 17:16:13][" + pszShown + "]");
-    EXPECT_EQ(msg.GetBufferLen(), static_cast<int>(strlen(msg.GetBuffer())));
-    EXPECT_EQ(msg.GetStringLen(), msg.GetBufferLen());
-  }
-}
-
-TEST(Prolog, NamesTheThreadAndTheForkedProcessThatItIsMadeIn) {
-  fixed_time = Afternoon;
-  const std::string strEnd = "[Mon Nov 16 2026 17:16:13][b.cpp:7]";
-  EXPECT_EQ(Prolog(), Ids() + strEnd);
-  std::thread([&] { EXPECT_EQ(Prolog(), Ids() + strEnd); }).join();
+  const std::string strTime = "[Mon Nov 16 2026 17:16:13]";
+  EXPECT_EQ(Prolog("/opt/x/lib/request.src", 412), Ids() + strTime + "[request.src:412]");
+  EXPECT_EQ(Prolog("request.src", 0), Ids() + strTime + "[request.src]");
+  EXPECT_EQ(Prolog("dir/", -5), Ids() + strTime + "[]");
+  EXPECT_EQ(Prolog("C:\\a.cpp", INT_MAX), Ids() + strTime + "[C:\\a.cpp:2147483647]");
+  std::thread([&] { EXPECT_EQ(Prolog(), Ids() + strTime + "[b.cpp:7]"); }).join();
   const pid_t pid = fork();
-  if (pid == 0) _exit(Prolog() == Ids() + strEnd ? 0 : 1);
+  if (pid == 0) _exit(Prolog() == Ids() + strTime + "[b.cpp:7]" ? 0 : 1);
   int iStatus = -1;
   EXPECT_EQ(waitpid(pid, &iStatus, 0), pid);
-  EXPECT_EQ(iStatus, 0);
-}
-
-TEST(Prolog, EndsAtTheTimeWhenThatCannotBeRead) {
-  for (const time_t tBroken : {time_t{0}, time_t{LONG_MAX}}) {  // a year that no tm holds
-    is_clock_broken = tBroken == 0;
-    fixed_time = timeval{tBroken, 0};
-    CWyErrLogMessage msg(false);
-    EXPECT_FALSE(msg.FormatLogProlog("a.cpp", 1, 0));
-    EXPECT_EQ(msg.GetBuffer(), Ids() + "[");
-    char szTime[100];
-    for (const int iForm : {0, 1, 2, 3}) {
-      EXPECT_FALSE(CWyErrLogMessage::GetTime(iForm, szTime, false, sizeof szTime));
-    }
-  }
+  EXPECT_EQ(iStatus, 0) << "a forked child's own id";
 }
 
 TEST(Prolog, ShowsTheTimeBaseOfTheProcessLoggerOrTheOneGiven) {
@@ -107,102 +70,84 @@ TEST(Prolog, ShowsTheTimeBaseOfTheProcessLoggerOrTheOneGiven) {
   fixed_time = Afternoon;
   theLogger()->UseLocalTime(true);
   CWyErrLogMessage byLogger;
-  EXPECT_TRUE(byLogger.FormatLogProlog("b.cpp", 7, 0) && byLogger.CleanUpMessage());
-  EXPECT_THAT(byLogger.GetBuffer(), StrEq(""));
-  EXPECT_TRUE(byLogger.FormatLogProlog("b.cpp", 7, 0));
+  EXPECT_TRUE(byLogger.CleanUpMessage() && byLogger.FormatLogProlog("b.cpp", 7, 0));
   EXPECT_EQ(byLogger.GetBuffer(), Ids() + "[Mon Nov 16 2026 22:46:13][b.cpp:7]");
-  EXPECT_EQ(Prolog(true), byLogger.GetBuffer());
-  EXPECT_EQ(Prolog(false), Ids() + "[Mon Nov 16 2026 17:16:13][b.cpp:7]");
+  EXPECT_EQ(Prolog("b.cpp", 7, true), byLogger.GetBuffer());
+  EXPECT_EQ(Prolog("b.cpp", 7, false), Ids() + "[Mon Nov 16 2026 17:16:13][b.cpp:7]");
 }
 
 // ---- Ids and times
 // -------------------------------------------------------------------------------
 
-// Calls a helper with a heap buffer of that size, which nothing may be written behind (or, when it
-// fails, into).
-std::string Written(const std::function<bool(char*, int)>& write, int iSize) {
+using Helper = std::function<bool(char*, int)>;
+
+// What a helper writes into a heap buffer of that size, behind which nothing may be written.
+std::string Written(const Helper& helper, int iSize) {
   const auto pszBuffer = std::make_unique<char[]>(static_cast<size_t>(iSize));
-  memset(pszBuffer.get(), '#', static_cast<size_t>(iSize));
-  if (write(pszBuffer.get(), iSize)) return pszBuffer.get();
-  return std::string(pszBuffer.get(), static_cast<size_t>(iSize)).find_first_not_of('#') ==
-                 std::string::npos
-             ? "(refused)"
-             : "(failed half way)";
+  return helper(pszBuffer.get(), iSize) ? pszBuffer.get() : "(refused)";
 }
 
-auto GetTime(int iForm) {
+Helper Time(int iForm) {
   return [=](char* psz, int iSize) { return CWyErrLogMessage::GetTime(iForm, psz, false, iSize); };
+}
+
+// Of seconds, minutes, hours, day, month, year and weekday.
+Helper DateTime(const std::array<int, 7>& a) {
+  const tm time{a[0], a[1], a[2], a[3], a[4], a[5], a[6], 0, 0, 0, nullptr};
+  return [=](char* psz, int iSize) { return CWyErrLogMessage::GetDateTime(&time, psz, iSize); };
 }
 
 TEST(MessageHelpers, RefuseBuffersBelowTheirMinimum) {
   fixed_time = Afternoon;
-  const tm leapSecond{60, 59, 23, 31, 11, 110, 5, 364, 0, 0, nullptr};
-  const struct {
-    std::function<bool(char*, int)> write;
-    int iMinimum;
-    std::string strText;
-  } cases[] = {
-      {CWyErrLogMessage::GetPid, 10, std::to_string(getpid())},
-      {CWyErrLogMessage::GetTid, 15, ThreadId()},
-      {GetTime(0), 25, "11/16/2026"},
-      {GetTime(1), 25, "17:16:13"},
-      {GetTime(2), 25, "17:16:13.005"},
-      {GetTime(3), 25, "Mon Nov 16 2026 17:16:13"},
-      {GetTime(-7), 25, "Mon Nov 16 2026 17:16:13"},
-      {[&](char* psz, int i) { return CWyErrLogMessage::GetDateTime(&leapSecond, psz, i); }, 25,
-       "Fri Dec 31 2010 23:59:60"},
+  const auto expectMinimum = [](const Helper& helper, int iMinimum, const std::string& strText) {
+    EXPECT_EQ(Written(helper, iMinimum), strText);
+    char acUntouched[100] = "#";
+    EXPECT_FALSE(helper(acUntouched, iMinimum - 1) || helper(acUntouched, INT_MIN)) << strText;
+    EXPECT_STREQ(acUntouched, "#");
+    EXPECT_FALSE(helper(nullptr, 100)) << strText;
   };
-  for (const auto& [write, iMinimum, strText] : cases) {
-    EXPECT_EQ(Written(write, iMinimum), strText);
-    EXPECT_EQ(Written(write, iMinimum - 1), "(refused)") << strText;
-    EXPECT_FALSE(write(nullptr, 100)) << strText;
-    char cUntouched = '#';
-    EXPECT_FALSE(write(&cUntouched, INT_MIN)) << strText;
-    EXPECT_EQ(cUntouched, '#');
-  }
+  expectMinimum(CWyErrLogMessage::GetPid, 10, std::to_string(getpid()));
+  expectMinimum(CWyErrLogMessage::GetTid, 15, ThreadId());
+  expectMinimum(Time(0), 25, "11/16/2026");
+  expectMinimum(Time(1), 25, "17:16:13");
+  expectMinimum(Time(2), 25, "17:16:13.005");
+  expectMinimum(Time(3), 25, "Mon Nov 16 2026 17:16:13");
+  expectMinimum(Time(-7), 25, "Mon Nov 16 2026 17:16:13");
+  expectMinimum(DateTime({60, 59, 23, 1, 0, 110, 5}), 25, "Fri Jan 01 2010 23:59:60");
 }
 
-TEST(MessageHelpers, ShowOddClocksAsStrftimeDoes) {
+TEST(MessageHelpers, ShowOddClocksAsStrftimeDoesAndRefuseBrokenOnes) {
   // The years 33658, 10000, 999, 5 and -9; and milliseconds that are negative.
   for (const time_t tNow :
        {1000000000000, 253402300800, -30610224001, -62000000000, -62450000000}) {
     fixed_time = timeval{tNow, -5000};
-    tm time;
-    gmtime_r(&tNow, &time);
     const auto shown = [&](const char* pszFormat) {
+      tm time;
       char szText[100];
-      return std::string(szText, strftime(szText, sizeof szText, pszFormat, &time));
+      return std::string(szText, strftime(szText, 100, pszFormat, gmtime_r(&tNow, &time)));
     };
-    EXPECT_EQ(Written(GetTime(0), 25), shown("%m/%d/%Y"));
-    EXPECT_EQ(Written(GetTime(2), 25), shown("%H:%M:%S.000"));
-    EXPECT_EQ(Written(GetTime(3), 100), shown("%a %b %d %Y %H:%M:%S"));
+    EXPECT_EQ(Written(Time(0), 25), shown("%m/%d/%Y"));
+    EXPECT_EQ(Written(Time(2), 25), shown("%H:%M:%S.000"));
     EXPECT_EQ(Prolog(), Ids() + "[" + shown("%a %b %d %Y %H:%M:%S") + "][b.cpp:7]");
+  }
+  for (const time_t tNow : {0L, LONG_MAX}) {  // the clock fails; no tm holds the year
+    is_clock_broken = tNow == 0;
+    fixed_time = timeval{tNow, 0};
+    CWyErrLogMessage msg(false);
+    EXPECT_FALSE(msg.FormatLogProlog("a.cpp", 1, 0));
+    EXPECT_EQ(msg.GetBuffer(), Ids() + "[");
+    EXPECT_EQ(Written(Time(2), 25), "(refused)");
   }
 }
 
 TEST(MessageHelpers, RefuseTimesThatDoNotExistAndTextsThatDoNotFit) {
-  const auto text = [](tm time, int iSize) {
-    return Written([&](char* psz, int i) { return CWyErrLogMessage::GetDateTime(&time, psz, i); },
-                   iSize);
-  };
   for (const int iBeyond : {INT_MIN, -1, 12, INT_MAX}) {
-    tm time{};
-    time.tm_mon = iBeyond;
-    EXPECT_EQ(text(time, 25), "(refused)");
-    time = {};
-    time.tm_wday = iBeyond;
-    EXPECT_EQ(text(time, 25), "(refused)");
+    EXPECT_EQ(Written(DateTime({0, 0, 0, 1, iBeyond, 0, 0}), 25), "(refused)");
+    EXPECT_EQ(Written(DateTime({0, 0, 0, 1, 0, 0, iBeyond}), 25), "(refused)");
+    Written(DateTime({iBeyond, iBeyond, iBeyond, iBeyond, 0, iBeyond, 0}), 25);
   }
-  tm time{};
-  time.tm_wday = 6;
-  time.tm_mon = 11;
-  time.tm_mday = 31;
-  time.tm_year = 8100;
-  EXPECT_EQ(text(time, 26), "Sat Dec 31 10000 00:00:00");
-  EXPECT_NE(text(time, 25), "Sat Dec 31 10000 00:00:00");
-  time.tm_year = INT_MAX;
-  time.tm_hour = INT_MIN;
-  text(time, 25);
+  EXPECT_EQ(Written(DateTime({0, 0, 0, 31, 11, 8100, 6}), 26), "Sat Dec 31 10000 00:00:00");
+  EXPECT_EQ(Written(DateTime({0, 0, 0, 31, 11, 8100, 6}), 25), "(refused)");
   char szText[25];
   EXPECT_FALSE(CWyErrLogMessage::GetDateTime(nullptr, szText, sizeof szText));
 }
@@ -212,82 +157,65 @@ TEST(MessageHelpers, RefuseTimesThatDoNotExistAndTextsThatDoNotFit) {
 
 TEST(Message, ReplacesItsTextUnlessByNull) {
   CWyErrLogMessage msg(false);
-  EXPECT_THAT(msg.GetBuffer(), StrEq(""));
-  EXPECT_EQ(msg.GetStringLen(), 0);
+  EXPECT_STREQ(msg.GetBuffer(), "");
   msg.SetFormattedMessage("one % of all");
   msg.SetFormattedMessage(nullptr);
-  EXPECT_THAT(msg.ReleaseBuffer(), StrEq("one % of all"));
+  EXPECT_STREQ(msg.ReleaseBuffer(), "one % of all");
   msg.SetFormattedMessage(msg.GetBuffer() + 4);
   CWyErrLogMessage::FreeBuffer(const_cast<char*>(msg.ReleaseBuffer()));
-  EXPECT_THAT(msg.GetBuffer(), StrEq("% of all"));
+  EXPECT_STREQ(msg.GetBuffer(), "% of all");
+  EXPECT_EQ(msg.GetBufferLen(), 8);
+  EXPECT_EQ(msg.GetStringLen(), 8);
 }
 
-// Leaves texts and arguments behind in memory that later messages may be given.
+// Leaves text and arguments behind in memory that later messages may be given.
 void UseMessages(size_t uLength) {
-  const std::string strText(uLength, 's');
-  CWyErrLogMessage first(false);
-  CWyErrLogMessage second(false);
+  CWyErrLogMessage first(false), second(false);
   for (CWyErrLogMessage* pMessage : {&first, &second}) {
-    pMessage->SetFormattedMessage(strText.c_str());
-    pMessage->FormatMessage(0x01000000, strText.c_str(), "argument");
+    EXPECT_STREQ(pMessage->GetBuffer(), "");
+    EXPECT_STREQ(pMessage->FormatMessage(0x01004000), "[INFO][wy-log-00000] {0}\n")
+        << "no argument of an earlier message";
+    pMessage->FormatMessage(0x01000000, std::string(uLength, 's').c_str(), "argument");
   }
-}
-
-void ExpectEmptyMessages() {
-  CWyErrLogMessage first(false);
-  CWyErrLogMessage second(false);
-  first.SetFormattedMessage("of the first");
-  EXPECT_THAT(second.GetBuffer(), StrEq(""));
-  EXPECT_THAT(second.FormatMessage(0x01004000), StrEq("[INFO][wy-log-00000] {0}\n"))
-      << "no argument of an earlier message";
-  EXPECT_THAT(first.GetBuffer(), StrEq("of the first"));
 }
 
 TEST(Message, ShowsNothingOfTheMessagesBeforeIt) {
-  for (const size_t uLength : {1u, 300u, 70000u, 1u}) {
-    UseMessages(uLength);
-    ExpectEmptyMessages();
-  }
+  for (const size_t uLength : {1u, 300u, 70000u, 1u}) UseMessages(uLength);
 }
 
-int s_iAtThreadEnd = 0;
-
-void UseMessagesAtThreadEnd(void* pKey) {
-  UseMessages(300);
-  ExpectEmptyMessages();
-  // Once more, after the other objects of the thread.
-  if (++s_iAtThreadEnd < 3) pthread_setspecific(*static_cast<pthread_key_t*>(pKey), pKey);
-}
+pthread_key_t s_key;
+int s_iThreadEnds = 0;
 
 TEST(Message, IsThereForAThreadThatEnds) {
-  pthread_key_t key;
-  ASSERT_EQ(pthread_key_create(&key, UseMessagesAtThreadEnd), 0);
-  std::thread([&] {
+  const auto useAtEnd = [](void* pValue) {
     UseMessages(300);
-    pthread_setspecific(key, &key);
+    if (++s_iThreadEnds < 3) pthread_setspecific(s_key, pValue);
+  };
+  ASSERT_EQ(pthread_key_create(&s_key, useAtEnd), 0);
+  std::thread([] {
+    UseMessages(300);
+    pthread_setspecific(s_key, &s_key);
   }).join();
-  EXPECT_EQ(s_iAtThreadEnd, 3);
+  EXPECT_EQ(s_iThreadEnds, 3);
 }
 
-// Made before the process logger, so destroyed after it was released.
+// Made before the process logger, so destroyed after that was released.
 struct LateMessage {
   ~LateMessage() {
     UseMessages(300);
     CWyErrLogMessage msg;
-    const bool bFormatted = msg.FormatLogProlog("late.cpp", 1, 0);
-    _exit(bFormatted && !theLogger()->LogErrMsg(msg) ? 7 : 8);
+    _exit(msg.FormatLogProlog("late.cpp", 1, 0) && !theLogger()->LogErrMsg(msg) ? 7 : 8);
   }
 };
 
 TEST(Message, IsThereAfterTheProcessLoggerIsReleased) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");
-  EXPECT_EXIT(
-      {
-        static const LateMessage late;
-        theLogger()->SetLogOutput(theLogger()->NewLogOutput(2, [](const char*, int) { _exit(9); }));
-        std::exit(0);
-      },
-      testing::ExitedWithCode(7), "");
+  const auto exitWithLogger = [] {
+    static const LateMessage late;
+    theLogger()->SetLogOutput(theLogger()->NewLogOutput(2, [](const char*, int) { _exit(9); }));
+    std::exit(0);
+  };
+  EXPECT_EXIT(exitWithLogger(), testing::ExitedWithCode(7), "");
 }
 
 }  // namespace
