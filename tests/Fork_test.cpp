@@ -39,9 +39,7 @@ namespace {
 
 using test_support::TestThread;
 
-// The thread sanitizer's own allocator may hang in the child of several threads; there, children
-// end at once.
-constexpr bool ChildrenRun = !test_support::UnderThreadSanitizer;
+constexpr bool ChildrenRun = !test_support::IsSanitized;  // else they end at once
 
 // Forks; the child has five seconds for the body and ends with what it answers.
 template <typename Body>

@@ -13,18 +13,11 @@
 #include "platform/AllocationCounter.h"
 #include "platform/BundleText.h"
 #include "platform/TestDirectory.h"
+#include "test_support/Sanitizer.h"
 
 namespace {
 
 constexpr int kThreads = 4;
-
-#if defined(__SANITIZE_THREAD__)
-constexpr bool kThreadSanitizer = true;
-#elif defined(__has_feature)
-constexpr bool kThreadSanitizer = __has_feature(thread_sanitizer);
-#else
-constexpr bool kThreadSanitizer = false;
-#endif
 
 // One of many locales.
 std::string LocaleName(int i) {
@@ -124,7 +117,7 @@ int UseLibraryInChild(const char* directory) {
 }
 
 TEST(WyXlateProcess, ChildForkedInTheMidstOfOtherThreadsCallsCanUseIt) {
-  if (kThreadSanitizer) {
+  if (test_support::IsSanitized) {
     GTEST_SKIP() << "the sanitizer's own allocator may hang in the child of several threads";
   }
   const TestDirectory directory;

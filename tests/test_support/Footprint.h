@@ -9,16 +9,9 @@
 #include <filesystem>
 #include <iterator>
 
-namespace test_support {
+#include "test_support/Sanitizer.h"
 
-#if defined(__SANITIZE_THREAD__) || defined(__SANITIZE_ADDRESS__)
-inline constexpr bool IsSanitized = true;
-#elif defined(__has_feature)
-inline constexpr bool IsSanitized =
-    __has_feature(thread_sanitizer) || __has_feature(address_sanitizer);
-#else
-inline constexpr bool IsSanitized = false;
-#endif
+namespace test_support {
 
 // Bytes of memory in use; 0 in a sanitized program, whose memory is the sanitizer's.
 inline std::size_t MemoryInUse() {
