@@ -44,6 +44,18 @@ class SectionLock {
   CWyErrLogCriticalSection& m_section;
 };
 
+template <typename T>
+void Insert(std::unordered_set<T*> ForkState::*pSet, T& member) {
+  const SectionLock lock(State().section);
+  (State().*pSet).insert(&member);
+}
+
+template <typename T>
+void Erase(std::unordered_set<T*> ForkState::*pSet, T& member) {
+  const SectionLock lock(State().section);
+  (State().*pSet).erase(&member);
+}
+
 constinit CWyImmortal<CWyErrLogCriticalSection> s_timeConversion;
 constinit std::atomic<int> nPid{0};
 
@@ -112,34 +124,15 @@ CWyForkGate::Outside::Outside() : m_iSections(t_iInsideGate) { Move(-m_iSections
 
 CWyForkGate::Outside::~Outside() { Move(m_iSections); }
 
-void CWyForkRegistry::Add(CWyErrLogCriticalSection& cs) {
-  const SectionLock lock(State().section);
-  State().sections.insert(&cs);
-}
+void CWyForkRegistry::Add(CWyErrLogCriticalSection& cs) { Insert(&ForkState::sections, cs); }
+void CWyForkRegistry::Remove(CWyErrLogCriticalSection& cs) { Erase(&ForkState::sections, cs); }
 
-void CWyForkRegistry::Remove(CWyErrLogCriticalSection& cs) {
-  const SectionLock lock(State().section);
-  State().sections.erase(&cs);
-}
+void CWyForkRegistry::Add(CWyGuard& guard) { Insert(&ForkState::guards, guard); }
+void CWyForkRegistry::Remove(CWyGuard& guard) { Erase(&ForkState::guards, guard); }
 
-void CWyForkRegistry::Add(CWyGuard& guard) {
-  const SectionLock lock(State().section);
-  State().guards.insert(&guard);
-}
-
-void CWyForkRegistry::Remove(CWyGuard& guard) {
-  const SectionLock lock(State().section);
-  State().guards.erase(&guard);
-}
-
-void CWyForkRegistry::Add(CWyReadSections& sections) {
-  const SectionLock lock(State().section);
-  State().readSections.insert(&sections);
-}
-
+void CWyForkRegistry::Add(CWyReadSections& sections) { Insert(&ForkState::readSections, sections); }
 void CWyForkRegistry::Remove(CWyReadSections& sections) {
-  const SectionLock lock(State().section);
-  State().readSections.erase(&sections);
+  Erase(&ForkState::readSections, sections);
 }
 
 CWyErrLogCriticalSection& WyTimeConversionSection() { return s_timeConversion.value; }

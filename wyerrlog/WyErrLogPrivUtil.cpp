@@ -2,6 +2,7 @@
 
 #include <sched.h>
 
+#include <climits>
 #include <limits>
 #include <new>
 
@@ -172,7 +173,8 @@ void CWyReadSections::ResetInForkedChild() {
 // ---- Thread-specific slots ----------------------------------------------------------------------
 
 CpaTls::CpaTls(void (*pfnDestructor)(void*)) : m_uKey(0) {
-  pthread_key_create(&m_uKey, pfnDestructor);
+  // Without a key there is never a value; 0 may be the key of somebody else.
+  if (pthread_key_create(&m_uKey, pfnDestructor) != 0) m_uKey = PTHREAD_KEYS_MAX;
 }
 
 CpaTls::~CpaTls() { pthread_key_delete(m_uKey); }
