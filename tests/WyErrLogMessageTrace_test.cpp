@@ -14,16 +14,12 @@ struct Column {
 
 std::string Record(int iLayout, const char* pszTag, const std::vector<Column>& columns) {
   CWyErrLogMessage msg(false);
-  msg.SetFormattedMessage(">");
-  for (int i = 0; i < 2; ++i) {
-    msg.CleanUpMessage();
-    msg.BeginTraceFormat(iLayout, false, pszTag);
-    for (const auto& [pszName, pszValue, iWidth] : columns) {
-      msg.FormatTraceField(pszValue, pszName);  // without effect in layout 1
-      if (iLayout == 1) msg.FormatTraceField(pszValue, iWidth);
-    }
-    msg.EndTraceFormat();
+  msg.BeginTraceFormat(iLayout, false, pszTag);
+  for (const auto& [pszName, pszValue, iWidth] : columns) {
+    msg.FormatTraceField(pszValue, pszName);  // without effect in layout 1
+    if (iLayout == 1) msg.FormatTraceField(pszValue, iWidth);
   }
+  msg.EndTraceFormat();
   return msg.GetBuffer();
 }
 

@@ -6,10 +6,9 @@
 #include <pthread.h>
 #include <wyi18n/wyi18n.h>
 
+#include <algorithm>
 #include <array>
-#include <atomic>
 #include <barrier>
-#include <functional>
 #include <list>
 
 #include "test_support/Footprint.h"
@@ -51,74 +50,60 @@ TEST(LoggerList, FindsLoggersByTheBytesOfTheirNames) {
 }
 
 TEST(LoggerList, AddsANameOnceWhoeverAsksAtTheSameTime) {
-  CWyLoggerList list;
-  for (int i = 0; i < 20; ++i) {
-    const std::string strName = std::to_string(i);
-    std::array<CWyLogger*, 4> apLoggers{};
-    std::barrier start(4);
-    {
-      std::list<TestThread> threads;
-      for (CWyLogger*& pLogger : apLoggers) {
-        threads.emplace_back([&] {
-          start.arrive_and_wait();
-          pLogger = list.AddLogger(strName.c_str());
-        });
-      }
-    }
-    EXPECT_NE(apLoggers[0], nullptr);
-    EXPECT_THAT(apLoggers, testing::Each(list.GetLogger(strName.c_str())));
+  std::array<CWyLogger*, 4> apLoggers{};
+  std::barrier start(4);
+  std::list<TestThread> threads;
+  for (CWyLogger*& pLogger : apLoggers) {
+    threads.emplace_back([&] {
+      start.arrive_and_wait();
+      pLogger = getMyLogger("A");
+    });
   }
+  threads.clear();
+  EXPECT_NE(apLoggers[0], nullptr);
+  EXPECT_THAT(apLoggers, testing::Each(theLoggerList()->GetLogger("A")));
 }
 
-// Threads that live on and do, all together, what they are told.
-class Workers {
+std::string Name(int i) { return "tenant " + std::to_string(i); }
+
+// Loggers by the number, which threads that live on use together.
+class Tenants {
  public:
-  Workers() {
-    for (int i = 0; i < Count; ++i) {
+  static constexpr int Threads = 3;
+
+  Tenants() {
+    for (int i = 0; i < Threads; ++i) {
       m_threads.emplace_back([this] {
-        for (m_barrier.arrive_and_wait(); m_work; m_barrier.arrive_and_wait()) {
-          m_work();
+        for (m_barrier.arrive_and_wait(); m_iCount > 0; m_barrier.arrive_and_wait()) {
+          for (int iName = 0; iName < m_iCount; ++iName) Use(*getMyLogger(Name(iName).c_str()));
           m_barrier.arrive_and_wait();
         }
       });
     }
   }
-  ~Workers() { m_barrier.arrive_and_wait(); }
-
-  void Do(const std::function<void()>& work) {
-    m_work = work;
+  ~Tenants() {
+    m_iCount = 0;
     m_barrier.arrive_and_wait();
-    m_barrier.arrive_and_wait();
-    m_work = nullptr;
   }
 
-  static constexpr int Count = 3;
-
- private:
-  std::function<void()> m_work;
-  std::barrier<> m_barrier{Count + 1};
-  std::list<TestThread> m_threads;
-};
-
-std::string Name(int i) { return "tenant " + std::to_string(i); }
-
-// Makes the loggers of these numbers, uses each for its three logs and removes them.
-class Tenants {
- public:
-  void UseTogether(int iCount) {
+  // Makes so many loggers, has each thread use each for its three logs, and removes them.
+  void Run(int iCount) {
     for (int i = 0; i < iCount; ++i) SetUp(*getMyLogger(Name(i).c_str()));
-    m_workers.Do([iCount] {
-      for (int i = 0; i < iCount; ++i) UseOne(*theLoggerList()->GetLogger(Name(i).c_str()));
-    });
+    m_iCount = iCount;
+    m_barrier.arrive_and_wait();
+    m_barrier.arrive_and_wait();
     for (int i = 0; i < iCount; ++i) EXPECT_TRUE(removeMyLogger(Name(i).c_str()));
+    m_iUses += iCount * Threads;
   }
 
-  // How often a line stands in the logs.
-  long Count(const std::string& strFile, const std::string& strLine) const {
-    const std::string strContent = m_directory.Read(strFile);
-    long lCount = 0;
-    for (size_t u = 0; (u = strContent.find(strLine, u)) != std::string::npos; ++u) ++lCount;
-    return lCount;
+  // Whether every use has left a line in every log.
+  void ExpectAllLogged() {
+    const auto lines = [](const std::string& strText) {
+      return std::count(strText.begin(), strText.end(), '\n');
+    };
+    EXPECT_EQ(lines(m_directory.Read("error")), m_iUses);
+    EXPECT_EQ(lines(m_directory.Read("audit")), m_iUses);
+    EXPECT_EQ(lines(m_directory.Read("trace")), m_iUses * 3);
   }
 
  private:
@@ -128,47 +113,44 @@ class Tenants {
     };
     EXPECT_TRUE(logger.SetLogOutput(output("error")));
     EXPECT_TRUE(logger.EnableAuditLogRollover(output("audit")));
-    EXPECT_TRUE(EnableTrace(logger, output("trace"), LegacyMessages));
+    EXPECT_TRUE(EnableTrace(logger, output("trace"), LegacyMessages, {.iFormat = 3}));
   }
 
-  static void UseOne(CWyLogger& logger) {
+  static void Use(CWyLogger& logger) {
     CWyErrLogMessage msg(false);
     msg.SetFormattedMessage("line\n");
     EXPECT_TRUE(logger.LogErrMsg(msg) && logger.LogAuditMsg(msg) && Trace(logger, "line"));
-    CWyTraceData* pData = nullptr;
-    EXPECT_TRUE(logger.ShouldTraceAlloc(LegacyId, &pData));
-    EXPECT_EQ(pData->GetLogger(), &logger);
   }
 
   TempDirectory m_directory;
-  Workers m_workers;
+  std::barrier<> m_barrier{Threads + 1};
+  int m_iCount = 0;
+  int m_iUses = 0;
+  std::list<TestThread> m_threads;
 };
 
 TEST(LoggerList, LeavesMemoryAndDescriptorsFlatThroughTwoThousandLoggers) {
-  constexpr int Loggers = IsSanitized ? 200 : 2000;
   Tenants tenants;
-  tenants.UseTogether(10);
+  tenants.Run(10);
   const size_t uMemory = MemoryInUse();
   const long lDescriptors = OpenDescriptors();
-  for (int i = 0; i < Loggers / 50; ++i) tenants.UseTogether(50);
+  for (int i = 0; i < (IsSanitized ? 4 : 40); ++i) tenants.Run(50);
   EXPECT_LE(MemoryInUse(), uMemory + 500000);
   EXPECT_EQ(OpenDescriptors(), lDescriptors);
-  EXPECT_EQ(tenants.Count("error", "line\n"), (Loggers + 10) * Workers::Count);
-  EXPECT_EQ(tenants.Count("audit", "line\n"), (Loggers + 10) * Workers::Count);
-  EXPECT_EQ(tenants.Count("trace", "[line]\n"), (Loggers + 10) * Workers::Count);
+  tenants.ExpectAllLogged();
 }
 
 TEST(LoggerList, TracesWithLoggersForWhichTheSystemHasNoThreadKeyLeft) {
   Tenants tenants;
-  tenants.UseTogether(1);
+  tenants.Run(1);
   std::vector<pthread_key_t> keys;
   for (pthread_key_t key; pthread_key_create(&key, nullptr) == 0;) keys.push_back(key);
-  for (int i = 0; i < 10; ++i) pthread_key_delete(keys[static_cast<size_t>(i)]);
-  tenants.UseTogether(40);
+  for (size_t i = 0; i < 10; ++i) pthread_key_delete(keys[i]);
+  tenants.Run(40);
   const size_t uMemory = MemoryInUse();
-  for (int i = 0; i < 5; ++i) tenants.UseTogether(40);
+  for (int i = 0; i < 5; ++i) tenants.Run(40);
   EXPECT_LE(MemoryInUse(), uMemory + 500000);
-  EXPECT_EQ(tenants.Count("trace", "[line]\n"), (1 + 6 * 40) * Workers::Count);
+  tenants.ExpectAllLogged();
 }
 
 }  // namespace
