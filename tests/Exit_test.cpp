@@ -1,0 +1,141 @@
+// The end of a process: whoever still logs is refused or served, and never brings it down.
+
+#include <gtest/gtest.h>
+#include <pty.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <wyxlate/WyXlate.h>
+
+#include <cstdlib>
+#include <memory>
+#include <string>
+#include <thread>
+
+#include "components/wytestcomponent/TestMessages.h"
+#include "test_support/Sanitizer.h"
+#include "test_support/TestThread.h"
+#include "test_support/Tracing.h"
+#include "wyerrlog/WyLoggerList.h"
+
+// The thread sanitizer lets threads that are left run on for this time, a second if not told.
+extern "C" __attribute__((visibility("default"))) const char* __tsan_default_options();
+extern "C" const char* __tsan_default_options() { return "atexit_sleep_ms=20"; }
+
+namespace {
+
+constexpr int Runs = test_support::IsSanitized ? 20 : 200;
+
+// Runs the body in a process of its own on a terminal of its own, up to the end of exit(0), for
+// which it has ten seconds. Answers whether it came to that.
+template <typename Body>
+bool ExitsWell(Body body) {
+  int hTerminal = -1;
+  const pid_t pid = forkpty(&hTerminal, nullptr, nullptr, nullptr);
+  if (pid == 0) {
+    alarm(10);
+    body();
+    exit(0);
+  }
+  std::string strShown;
+  char acPiece[4096];
+  for (ssize_t n; (n = read(hTerminal, acPiece, sizeof acPiece)) > 0;) {
+    if (strShown.size() < 10000) strShown.append(acPiece, static_cast<std::size_t>(n));
+  }
+  close(hTerminal);
+  int iStatus = -1;
+  if (waitpid(pid, &iStatus, 0) == pid && iStatus == 0) return true;
+  ADD_FAILURE() << "status " << iStatus << " after " << strShown;
+  return false;
+}
+
+// A translated message of a plug-in.
+bool LogError(CWyLogger& logger = *theLogger()) {
+  CWyErrLogMessage msg;
+  msg.FormatLogProlog("exit.cpp", 1, 0);
+  msg.FormatMessage(TestComponent::ServerStarted, "8080");
+  return logger.LogErrMsg(msg);
+}
+
+// All three logs, and a named logger's.
+void SetUpLogging() {
+  CWyXlate::SetResourceDirectory((getenv("ORVA_WA_ROOT") + std::string("/messages")).c_str());
+  CWyLogger& logger = *theLogger();
+  EXPECT_TRUE(logger.SetLogOutput(logger.NewLogOutput(0)));
+  EXPECT_TRUE(test_support::EnableTrace(logger, logger.NewLogOutput(1, "/dev/null", 1, 0, 0),
+                                        test_support::LegacyMessages));
+  CWyLogger& tenant = *getMyLogger("tenant");
+  EXPECT_TRUE(tenant.SetLogOutput(tenant.NewLogOutput(0)));
+}
+
+std::string g_strAnswers;
+void NoteAnswer() { g_strAnswers += LogError() ? '1' : '0'; }
+
+struct NotesAtItsEnd {
+  ~NotesAtItsEnd() { NoteAnswer(); }
+};
+
+template <int iExpected>
+void CheckAnswersAtTheEnd() {
+  NoteAnswer();
+  EXPECT_FALSE(test_support::Trace(*theLogger(), "too late"));
+  EXPECT_FALSE(LogError(*getMyLogger("tenant")));
+  EXPECT_FALSE(LogError(*getMyLogger("made too late")));
+  EXPECT_EQ(std::make_unique<CWyLogger>()->GetMsgBundle(TestComponent::Component), nullptr);
+  EXPECT_EQ(std::stoi(g_strAnswers, nullptr, 2), iExpected);
+  _exit(testing::Test::HasFailure() ? 1 : 0);
+}
+
+// What is made or registered before the logger runs after it is released.
+TEST(Exit, HandlersAndDestructorsAreServedUntilTheLoggerIsReleasedAndThenRefused) {
+  EXPECT_TRUE(ExitsWell([] {
+    atexit(CheckAnswersAtTheEnd<0b11000>);
+    static const NotesAtItsEnd s_beforeTheLogger;
+    atexit(NoteAnswer);
+    SetUpLogging();
+    atexit(NoteAnswer);
+    static const NotesAtItsEnd s_afterTheLogger;
+  }));
+}
+
+// The components that were loaded again are gone before the handlers registered before them run.
+TEST(Exit, HandlersRegisteredBeforeTheLoggerWasInitialisedAgainAreRefused) {
+  EXPECT_TRUE(ExitsWell([] {
+    atexit(CheckAnswersAtTheEnd<0b100>);
+    theLogger()->Release();
+    atexit(NoteAnswer);
+    theLogger()->Init();
+    SetUpLogging();
+    atexit(NoteAnswer);
+  }));
+}
+
+TEST(Exit, ThreadsMayGoOnLoggingThroughTheEnd) {
+  for (int i = 0; i < Runs; ++i) {
+    ASSERT_TRUE(ExitsWell([] {
+      SetUpLogging();
+      static std::atomic<int> s_iRounds{0};
+      for (int iThread = 0; iThread < 3; ++iThread) {
+        std::thread([] {
+          for (;; ++s_iRounds) {
+            LogError();
+            test_support::Trace(*theLogger(), "still here");
+            getMyLogger("tenant")->TraceEnabled(0);
+          }
+        }).detach();
+      }
+      EXPECT_TRUE(test_support::Eventually([] { return s_iRounds > 20; }));
+    })) << i;
+  }
+}
+
+void ExitInCallback(const char*, int) { exit(0); }
+
+TEST(Exit, CanBeCalledInsideACallback) {
+  EXPECT_TRUE(ExitsWell([] {
+    theLogger()->SetLogOutput(theLogger()->NewLogOutput(2, ExitInCallback));
+    LogError();
+    _exit(1);
+  }));
+}
+
+}  // namespace
