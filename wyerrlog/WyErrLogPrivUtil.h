@@ -151,6 +151,15 @@ class CWyProcessObject {
     return Storage();
   }
 
+  // Releases the object for good, if it has been made: at process exit, when the components that it
+  // uses are about to be destroyed.
+  static void End() {
+    if (s_pMade.load() == nullptr) return;
+    s_bEnded.store(true);
+    Storage()->Release();
+  }
+  static bool HasEnded() { return s_bEnded.load(); }
+
   CWyProcessObject(const CWyProcessObject&) = delete;
   CWyProcessObject& operator=(const CWyProcessObject&) = delete;
 
@@ -160,11 +169,12 @@ class CWyProcessObject {
     s_pMade.store(new (s_storage) T, std::memory_order_release);
     s_bMaking = false;
   }
-  ~CWyProcessObject() { Storage()->Release(); }
+  ~CWyProcessObject() { End(); }
 
   static T* Storage() { return std::launder(reinterpret_cast<T*>(s_storage)); }
 
   static inline constinit std::atomic<T*> s_pMade{nullptr};
+  static inline constinit std::atomic<bool> s_bEnded{false};
   static inline constinit thread_local bool s_bMaking = false;
   alignas(T) static inline unsigned char s_storage[sizeof(T)];
 };

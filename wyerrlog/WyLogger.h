@@ -232,8 +232,8 @@ class WYERRLOG_API CWyLogger {
 
 // The process-wide logger, made by the first call. At process exit it is released, and from then on
 // its log calls answer false; threads that still run may go on calling it until the process is
-// gone. The library is not unloaded before that: a module that is unloaded first removes the outputs
-// that call its functions.
+// gone. The library is not unloaded before that: a module that is unloaded removes the outputs that
+// call its functions first.
 WYERRLOG_API CWyLogger* theLogger();
 
 // Tracing to a file on the process logger in one call: rolled over by size when `iMaxSizeMB` is

@@ -2,11 +2,14 @@
 #include <link.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <cstring>
 #include <mutex>
 #include <utility>
 
+#include "wyerrlog/WyErrLogPrivUtil.h"
 #include "wyerrlog/WyLogger.h"
+#include "wyerrlog/WyLoggerList.h"
 
 namespace {
 
@@ -44,6 +47,15 @@ CWyErrLogComponent* ComponentOf(void* hLib) {
   return reinterpret_cast<CWyErrLogComponent* (*)()>(pSymbol)();
 }
 
+// At process exit what was made last goes first. Components are older than the process's loggers,
+// unless they have been unloaded and loaded again.
+void EndLoggersBeforeComponents() {
+  [[maybe_unused]] static const int s_iRegistered = std::atexit([] {
+    CWyProcessObject<CWyLoggerList>::End();
+    CWyProcessObject<CWyLogger>::End();
+  });
+}
+
 }  // namespace
 
 // ---- Loading ------------------------------------------------------------------------------------
@@ -76,11 +88,14 @@ void CWyLogger::UnloadComponent(CWyErrLogComponent* pComponent) {
 void CWyLogger::LoadComponents() {
   const char** ppszNames = nullptr;
   GetKnownComponentLibs(&m_iComponentSlotCount, &ppszNames);
-  m_ppComponents = new CWyErrLogComponent*[static_cast<std::size_t>(m_iComponentSlotCount)];
+  m_ppComponents = new CWyErrLogComponent*[static_cast<std::size_t>(m_iComponentSlotCount)]();
   m_ppComponents[0] = new CWyLogComponent;
+  // Libraries that are loaded still have no components any more.
+  if (CWyProcessObject<CWyLogger>::HasEnded()) return;
   for (int i = 1; i < m_iComponentSlotCount; ++i) {
     m_ppComponents[i] = LoadComponent(static_cast<unsigned long>(i + 1) << 24, ppszNames[i]);
   }
+  if (m_bUnloadedComponents) EndLoggersBeforeComponents();
 }
 
 void CWyLogger::ReleaseComponents() {

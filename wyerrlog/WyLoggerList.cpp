@@ -41,6 +41,7 @@ CWyLogger* CWyLoggerList::AddLogger(const char* pszName) {
   const CWyErrLogAutoWriter writer(m_guard);
   if (m_pMap == nullptr) m_pMap = new LoggerMap;
   if (CWyLogger* pLogger = Find(pszName)) return pLogger;
+  if (CWyProcessObject<CWyLoggerList>::HasEnded()) return theLogger();
   auto pLogger = std::make_unique<CWyLogger>();
   const std::size_t uSize = strlen(pszName) + 1;
   std::unique_ptr<char[]> pszCopy(new char[uSize]);

@@ -48,7 +48,7 @@ class WYERRLOG_API CWyLoggerList {
 };
 
 // The process's registry, made by the first call. Its loggers are released at process exit, before
-// the process logger is.
+// the process logger is; what is asked for afterwards and is not there is the process logger.
 WYERRLOG_API CWyLoggerList* theLoggerList();
 
 // The logger of that name in the process's registry, made when there is none; null for a null or
