@@ -29,12 +29,6 @@ extern "C" __attribute__((visibility("default"))) int gettimeofday(timeval* pNow
   return 0;
 }
 
-// The leak sanitizer asks this at the end. In a child it takes what the threads of the parent own
-// for lost.
-static const pid_t s_parent = getpid();
-extern "C" __attribute__((visibility("default"))) int __lsan_is_turned_off();
-extern "C" int __lsan_is_turned_off() { return getpid() != s_parent; }
-
 namespace {
 
 using test_support::TestThread;
