@@ -23,7 +23,7 @@ extern "C" const char* __tsan_default_options() { return "atexit_sleep_ms=20"; }
 
 namespace {
 
-constexpr int Runs = test_support::IsSanitized ? 20 : 150;
+constexpr int Runs = test_support::IsSanitized ? 20 : 100;
 
 // Runs the body in a process of its own on a terminal of its own, up to the end of exit(0), for
 // which it has ten seconds. Answers whether it came to that.
