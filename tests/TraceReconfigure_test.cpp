@@ -163,13 +163,16 @@ TEST(TraceReconfigure, LeavesMemoryFlatThroughTenThousandLoggersWhileThreadsLive
   }
   const auto useLoggers = [&](int iCount) {
     for (int i = 0; i < iCount; ++i) {
-      pLogger = std::make_unique<CWyLogger>();
+      if (i < iCount / 2) {
+        pLogger = std::make_unique<CWyLogger>();
+      } else {
+        pLogger->Release();
+        pLogger->Init();
+      }
       EXPECT_TRUE(EnableTrace(*pLogger, pLogger->NewLogOutput(4, Arrive, &arrivals),
                               Shapes[0].pszConfiguration));
       barrier.arrive_and_wait();
       barrier.arrive_and_wait();
-      if (i % 2 == 0) pLogger->Release();
-      pLogger.reset();
     }
   };
   theLogger();  // which keeps the pool

@@ -10,6 +10,8 @@
 #include <array>
 #include <barrier>
 #include <list>
+#include <mutex>
+#include <set>
 
 #include "test_support/Footprint.h"
 #include "test_support/TempDirectory.h"
@@ -90,9 +92,11 @@ class Tenants {
   void Run(int iCount) {
     for (int i = 0; i < iCount; ++i) SetUp(*getMyLogger(Name(i).c_str()));
     m_iCount = iCount;
+    m_records.clear();
     m_barrier.arrive_and_wait();
     m_barrier.arrive_and_wait();
     for (int i = 0; i < iCount; ++i) EXPECT_TRUE(removeMyLogger(Name(i).c_str()));
+    EXPECT_EQ(m_records.size(), static_cast<size_t>(iCount * Threads)) << "none shared";
     m_iUses += iCount * Threads;
   }
 
@@ -116,13 +120,19 @@ class Tenants {
     EXPECT_TRUE(EnableTrace(logger, output("trace"), LegacyMessages, {.iFormat = 3}));
   }
 
-  static void Use(CWyLogger& logger) {
+  void Use(CWyLogger& logger) {
     CWyErrLogMessage msg(false);
     msg.SetFormattedMessage("line\n");
     EXPECT_TRUE(logger.LogErrMsg(msg) && logger.LogAuditMsg(msg) && Trace(logger, "line"));
+    CWyTraceData* pData = nullptr;
+    EXPECT_TRUE(logger.ShouldTraceAlloc(LegacyId, &pData));
+    const std::lock_guard lock(m_mutex);
+    m_records.insert(pData);
   }
 
   TempDirectory m_directory;
+  std::mutex m_mutex;
+  std::set<CWyTraceData*> m_records;
   std::barrier<> m_barrier{Threads + 1};
   int m_iCount = 0;
   int m_iUses = 0;
