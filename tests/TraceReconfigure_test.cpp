@@ -19,8 +19,7 @@ namespace {
 
 using namespace test_support;
 
-// ---- What threads write, and what may arrive
-// -----------------------------------------------------
+// ---- What threads write, and what may arrive ----------------------------------------------------
 
 // A record shows its number in each of its fields, one of them a long one.
 const std::string Filler(1500, '.');
@@ -117,8 +116,7 @@ void Reconfigure(CWyLogger& logger, Arrivals& arrivals, int iRound) {
   logger.DeleteLogOutput(pRefused);
 }
 
-// ---- Tests
-// ---------------------------------------------------------------------------------------
+// ---- Tests --------------------------------------------------------------------------------------
 
 TEST(TraceReconfigure, LeavesEveryRecordWholeInOneOfTheShapes) {
   constexpr int Rounds = IsSanitized ? 200 : 2000;

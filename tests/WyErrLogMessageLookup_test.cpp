@@ -93,8 +93,7 @@ TEST(MessageSeverity, IsThatOfTheLastTranslatedOrTraceMessage) {
   }
 }
 
-// ---- The translated way
-// --------------------------------------------------------------------------
+// ---- The translated way -------------------------------------------------------------------------
 
 class TranslatedMessage : public testing::Test {
  protected:

@@ -78,8 +78,7 @@ TEST(Prolog, ShowsTheTimeBaseOfTheProcessLoggerOrTheOneGiven) {
   EXPECT_EQ(Prolog("b.cpp", 7, false), Ids() + "[Mon Nov 16 2026 17:16:13][b.cpp:7]");
 }
 
-// ---- Ids and times
-// -------------------------------------------------------------------------------
+// ---- Ids and times ------------------------------------------------------------------------------
 
 using Helper = std::function<bool(char*, int)>;
 
@@ -154,8 +153,7 @@ TEST(MessageHelpers, RefuseTimesThatDoNotExistAndTextsThatDoNotFit) {
   EXPECT_FALSE(CWyErrLogMessage::GetDateTime(nullptr, szText, sizeof szText));
 }
 
-// ---- Text and memory
-// -----------------------------------------------------------------------------
+// ---- Text and memory ----------------------------------------------------------------------------
 
 // Leaves text and arguments behind in memory that later messages may be given.
 void UseMessages(size_t uLength) {

@@ -24,8 +24,7 @@ using test_support::TestThread;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-// ---- What holds for each of the three logs
-// -------------------------------------------------------
+// ---- What holds for each of the three logs ------------------------------------------------------
 
 struct LogKind {
   const char* pszName;
@@ -193,8 +192,7 @@ TEST_P(EachLog, WritesEachAcceptedMessageOnceAndWholeWhileOutputsAreSwapped) {
   EXPECT_EQ(SortedLines(directory), all);
 }
 
-// ---- The logger as a whole
-// -----------------------------------------------------------------------
+// ---- The logger as a whole ----------------------------------------------------------------------
 
 TEST(Logger, SendsEachMessageToTheLogThatTheCallNames) {
   OutputScript error, trace, second, audit;
