@@ -153,7 +153,9 @@ TEST(TraceReconfigure, LeavesMemoryFlatThroughTenThousandLoggersWhileThreadsLive
   for (int iThread = 0; iThread < Threads; ++iThread) {
     threads.emplace_back([&] {
       const auto pOwn = std::make_unique<CWyTraceData>();
-      for (barrier.arrive_and_wait(); !bStop; barrier.arrive_and_wait()) {
+      while (true) {
+        barrier.arrive_and_wait();
+        if (bStop) return;
         WriteRecords(*pLogger, *pOwn, "1");
         barrier.arrive_and_wait();
       }

@@ -87,7 +87,7 @@ TEST(MessageSeverity, IsThatOfTheLastTranslatedOrTraceMessage) {
     CWyErrLogMessage other(false);
     msg.FormatMessage(0xFF000001 | u << 14);
     other.FormatLogMessageForTrace(static_cast<int>(u << 14));
-    msg.FormatLogMessage(BuiltIn | (3 - u) << 14, "does not count");
+    msg.FormatLogMessage(static_cast<int>(BuiltIn | (3 - u) << 14), "does not count");
     EXPECT_STREQ(msg.GetMsgSeverity(), apszWords[u]);
     EXPECT_STREQ(other.GetMsgSeverity(), apszWords[u]);
   }

@@ -46,7 +46,7 @@ TEST(TraceLayout, TakesOddLayoutsTagsAndValues) {
 }
 
 TEST(AuditMessage, IsWholeHoweverLong) {
-  for (const size_t uLength : {1, 4095, 4096, 4097, 5 << 20}) {
+  for (const size_t uLength : {1u, 4095u, 4096u, 4097u, 5u << 20}) {
     const std::string strText(uLength, 'x');
     CWyErrLogMessage msg(false);
     EXPECT_TRUE(msg.FormatAuditMessage("%s", strText.c_str()));
