@@ -52,7 +52,7 @@ bool EndedWell(pid_t pid) {
 // Threads that repeat a step until the object is gone.
 class BusyThreads {
  public:
-  BusyThreads(int iThreads, std::function<void(int)> step) {
+  BusyThreads(int iThreads, const std::function<void(int)>& step) {
     for (int iThread = 0; iThread < iThreads; ++iThread) {
       m_threads.emplace_back([this, step, iThread] {
         for (int i = iThread; !m_bStop; ++i) step(i);
@@ -86,8 +86,9 @@ bool LogLine(int iWay) {
 bool LogAllWays() { return LogLine(0) && LogLine(1) && LogLine(2) && LogLine(3); }
 
 void SetMessageDirectory() {
-  const std::string strRoot = getenv("ORVA_WA_ROOT");
-  EXPECT_TRUE(CWyXlate::SetResourceDirectory((strRoot + "/messages").c_str()));
+  const char* const pszRoot = getenv("ORVA_WA_ROOT");
+  ASSERT_NE(pszRoot, nullptr);
+  EXPECT_TRUE(CWyXlate::SetResourceDirectory((pszRoot + std::string("/messages")).c_str()));
 }
 
 bool SetLogFile(const std::string& strPath) {

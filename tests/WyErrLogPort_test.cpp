@@ -149,7 +149,9 @@ TEST(CurrentTime, IsConvertedOncePerThreadAndSecond) {
     EXPECT_EQ(CurrentTime(false), std::tuple(12, 1000, 126, uMicroseconds / 1000, true));
   }
   EXPECT_EQ(g_system.iConversions, 2);
-  TestThread([] { CurrentTime(true); });
+  {
+    const TestThread other([] { CurrentTime(true); });
+  }
   EXPECT_EQ(g_system.iConversions, 3);
   for (const time_t tSecond : {1001, 1000}) {  // the clock may be set back
     g_system.now = {tSecond, 0};
