@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <array>
+#include <latch>
 #include <list>
 #include <sstream>
 #include <stdexcept>
@@ -216,6 +217,32 @@ TEST(Logger, SendsEachMessageToTheLogThatTheCallNames) {
   EXPECT_THAT(trace.Events(), ElementsAre("log t", "log u", "log v", "close", "delete"));
   EXPECT_THAT(second.Events(), ElementsAre("log t", "log u", "log v", "close", "delete"));
   EXPECT_THAT(audit.Events(), ElementsAre("log a", "close", "delete"));
+}
+
+TEST(Logger, IsReleasedWhileACallbackOfOneLogWritesToAnother) {
+  CWyLogger logger;
+  OutputScript errors, audits;
+  ASSERT_TRUE(logger.SetLogOutput(new HostOutput(errors)));
+  ASSERT_TRUE(logger.EnableAuditLogRollover(new HostOutput(audits)));
+  std::latch inCallback(1), goOn(1);
+  bool bLogged = true;
+  audits.onLog = [&] {
+    inCallback.count_down();
+    goOn.wait();
+    CWyErrLogMessage msg(false);
+    bLogged = logger.LogErrMsg(msg);
+  };
+  {
+    const TestThread writer([&] {
+      CWyErrLogMessage msg(false);
+      logger.LogAuditMsg(msg);
+    });
+    inCallback.wait();
+    const TestThread releaser([&] { logger.Release(); });
+    EXPECT_TRUE(releaser.Blocks());
+    goOn.count_down();
+  }
+  EXPECT_FALSE(bLogged);
 }
 
 TEST(Logger, MakesTheOutputThatTheFormOfTheCallNames) {

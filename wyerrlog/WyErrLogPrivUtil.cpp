@@ -85,7 +85,8 @@ void CWyGuard::LockForWrite() {
   if (bMustWait) ++m_iWaitingWriters;
   m_cs.Leave();
   if (bMustWait) {
-    // Who takes several guards has changed nothing under the first before it has the last.
+    // What a guard that is held already protects is whole here: one that initialises a logger has
+    // changed nothing yet, and one that releases it has emptied the log of each guard it had.
     const CWyForkGate::Outside outside;
     m_writerSem.Wait(WYERRLOG_INFINITE);
   }

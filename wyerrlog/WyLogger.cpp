@@ -70,15 +70,16 @@ CWyLogger::~CWyLogger() {
   CWyThreadTracePool::FreeEntriesOf(*this);
 }
 
-// A thread that holds a guard already is inside a callback of that log: what it asks for would wait
-// for itself.
+// A thread that holds a guard already is inside a callback of that log, or of a component that is
+// being loaded: what it asks for would wait for itself.
 bool CWyLogger::IsCalledByOutput() const {
-  return m_logGuard.IsHeldByThisThread() || m_traceGuard.IsHeldByThisThread() ||
-         m_auditGuard.IsHeldByThisThread();
+  return m_lifecycleGuard.IsHeldByThisThread() || m_logGuard.IsHeldByThisThread() ||
+         m_traceGuard.IsHeldByThisThread() || m_auditGuard.IsHeldByThisThread();
 }
 
 void CWyLogger::Init() {
   if (IsCalledByOutput()) return;
+  const CWyErrLogAutoWriter lifecycle(m_lifecycleGuard);
   const CWyErrLogAutoWriter log(m_logGuard);
   const CWyErrLogAutoWriter trace(m_traceGuard);
   const CWyErrLogAutoWriter audit(m_auditGuard);
@@ -91,22 +92,33 @@ void CWyLogger::Init() {
   m_bInitialized = true;
 }
 
+// The logs are emptied one after another, each under its own guard alone: a callback of one of them
+// may be on its way into another one, and would wait for a guard that is held here until it is
+// over.
 void CWyLogger::Release() {
   if (IsCalledByOutput()) return;
-  const CWyErrLogAutoWriter log(m_logGuard);
-  const CWyErrLogAutoWriter trace(m_traceGuard);
-  const CWyErrLogAutoWriter audit(m_auditGuard);
+  const CWyErrLogAutoWriter lifecycle(m_lifecycleGuard);
   if (!m_bInitialized) return;
-  // Look-ups take no guard: they are turned away first, then those under way are waited for.
+  // From here on nothing is installed any more. Look-ups take no guard: they are turned away, then
+  // those under way are waited for.
   m_bInitialized = false;
   m_pLookups->WaitForReaders();
   ReleaseComponents();
-  Remove(m_pLogOutput);
-  RemoveTraceOutputs(false);
-  Remove(m_pAuditOutput);
+  {
+    const CWyErrLogAutoWriter log(m_logGuard);
+    Remove(m_pLogOutput);
+  }
+  {
+    const CWyErrLogAutoWriter trace(m_traceGuard);
+    RemoveTraceOutputs(false);
+    RemoveTraceConfiguration();
+    ReleaseThreadRecords();
+  }
+  {
+    const CWyErrLogAutoWriter audit(m_auditGuard);
+    Remove(m_pAuditOutput);
+  }
   ReleaseKnownInfo();
-  RemoveTraceConfiguration();
-  ReleaseThreadRecords();
 }
 
 void CWyLogger::ReleaseThreadRecords() {

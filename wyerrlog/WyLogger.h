@@ -225,6 +225,8 @@ class WYERRLOG_API CWyLogger {
   int m_iHighestVersion;
   // Open while a text of a component or one of the tables is used, which Release then waits for.
   std::unique_ptr<CWyReadSections> m_pLookups;
+  // Held by Init and Release, before any of the other guards.
+  CWyErrLogGuard m_lifecycleGuard;
 
   WYERRLOG_LOCAL static std::atomic<bool> m_bUnloadedComponents;
   WYERRLOG_LOCAL static std::atomic<int> m_iConfigVersion;
