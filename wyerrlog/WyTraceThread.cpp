@@ -11,8 +11,8 @@ namespace {
 constexpr std::intptr_t falseValueInteger = 1717;
 
 // Made before and destroyed after every other object of the library, so that whatever is used while
-// others are made or destroyed finds them. When they are gone, at process exit or when the library
-// is unloaded, the system refuses their keys: threads that still run trace, and have no context.
+// others are made or destroyed finds them. When they are gone, at the end of the process, the
+// system refuses their keys: threads that still run trace, and have no context.
 [[gnu::init_priority(101)]] CpaTls s_isTracing(nullptr);
 [[gnu::init_priority(101)]] CpaTls RequestContextTLS(nullptr);
 
