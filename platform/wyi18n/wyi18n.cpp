@@ -45,12 +45,31 @@ const char* ReadEnvironment(const char* pszName) {
   return pszName == nullptr ? nullptr : std::getenv(pszName);
 }
 
+// The administrator's locale is the first of these that is not empty.
+constexpr std::string_view kLocaleVariables[] = {"LC_ALL=", "LC_MESSAGES=", "LANG="};
+
 // What follows `assignment` ("NAME=") in an entry of the environment; null in an entry of another
 // variable.
 const char* ValueOf(std::string_view assignment, const char* pszEntry) {
-  const bool bMatches = std::strncmp(pszEntry, assignment.data(), assignment.size()) == 0;
-  return bMatches ? pszEntry + assignment.size() : nullptr;
+  for (const char c : assignment) {
+    if (*pszEntry++ != c) {
+      return nullptr;
+    }
+  }
+  return pszEntry;
 }
+
+struct LocaleValues {
+  const char* apszValues[std::size(kLocaleVariables)] = {};
+
+  void Note(const char* pszEntry) {
+    for (std::size_t i = 0; i < std::size(kLocaleVariables); ++i) {
+      if (apszValues[i] == nullptr) {
+        apszValues[i] = ValueOf(kLocaleVariables[i], pszEntry);
+      }
+    }
+  }
+};
 
 }  // namespace
 
@@ -100,22 +119,20 @@ CWyDynamicBufferForI18N::~CWyDynamicBufferForI18N() { std::free(m_pszText); }
 
 CWyGetEnv::CWyGetEnv(const char* name) : m_value(ReadEnvironment(name)) {}
 
-// Asked for every message, so it goes through the environment once for the three variables.
+// Asked for every message, so it goes through the environment once for the three variables, and
+// past nearly all of it by one look at an entry.
 const char* WyGetAdminLocale() {
-  static constexpr std::string_view kVariables[] = {"LC_ALL=", "LC_MESSAGES=", "LANG="};
-  const char* apszValues[std::size(kVariables)] = {};
+  LocaleValues found;
   for (char** ppszEntry = environ; ppszEntry != nullptr && *ppszEntry != nullptr; ++ppszEntry) {
     const char* const pszEntry = *ppszEntry;
-    if (pszEntry[0] != 'L' || (pszEntry[1] != 'A' && pszEntry[1] != 'C')) {
+    if (pszEntry[0] != 'L') {
       continue;
     }
-    for (std::size_t i = 0; i < std::size(kVariables); ++i) {
-      if (apszValues[i] == nullptr) {
-        apszValues[i] = ValueOf(kVariables[i], pszEntry);
-      }
+    if (pszEntry[1] == 'A' || pszEntry[1] == 'C') {
+      found.Note(pszEntry);
     }
   }
-  for (const char* pszValue : apszValues) {
+  for (const char* pszValue : found.apszValues) {
     if (pszValue != nullptr && *pszValue != '\0') {
       return pszValue;
     }

@@ -11,6 +11,7 @@
 #include <system_error>
 #include <utility>
 
+#include "wyxlate/BundleMemo.h"
 #include "wyxlate/LocaleName.h"
 
 namespace {
@@ -61,15 +62,26 @@ bool CWyBundleCache::SetDirectory(const char* pszDirectory) {
   BundleMap discarded;  // outlives the lock
   const std::unique_lock<CWyForkableLock> lock(m_lock);
   m_origin.strDirectory.swap(strDirectory);
-  ++m_origin.uGeneration;
   m_bundles.swap(discarded);
+  m_uGeneration.store(++m_origin.uGeneration, std::memory_order_release);
   return true;
 }
 
-BundleRef CWyBundleCache::Get(std::string_view bundle, std::string_view locale) {
-  const KeyView key(bundle, locale.empty() ? kDefaultLocale : locale);
+// The number is read before the bundle: one that comes from a later directory is kept under a
+// number that nobody asks for any more.
+BundleRef CWyBundleCache::Get(const char* pszBundle, const char* pszLocale) {
+  const unsigned long uGeneration = m_uGeneration.load(std::memory_order_acquire);
+  CWyBundleMemo& memo = CWyBundleMemo::OfThisThread();
+  if (const BundleRef* pKnown = memo.Find(pszBundle, pszLocale, uGeneration)) {
+    return Share(*pKnown);
+  }
+  const KeyView key(pszBundle, *pszLocale == '\0' ? kDefaultLocale : pszLocale);
   std::optional<BundleRef> known = Find(key);
-  return known ? *std::move(known) : Load(key);
+  if (!known) {
+    return Load(key);
+  }
+  memo.Keep(pszBundle, pszLocale, uGeneration, *known);
+  return *std::move(known);
 }
 
 std::optional<BundleRef> CWyBundleCache::Find(const KeyView& key) {

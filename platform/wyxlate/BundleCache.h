@@ -1,6 +1,7 @@
 #ifndef WYXLATE_BUNDLECACHE_H
 #define WYXLATE_BUNDLECACHE_H
 
+#include <atomic>
 #include <cstddef>
 #include <optional>
 #include <string>
@@ -22,8 +23,9 @@ class CWyBundleCache {
   // See CWyXlate::SetResourceDirectory. Throws std::bad_alloc.
   bool SetDirectory(const char* pszDirectory);
 
-  // See CWyXlate::GetBundle. Throws std::bad_alloc, and only when the bundle is not yet known.
-  BundleRef Get(std::string_view bundle, std::string_view locale);
+  // See CWyXlate::GetBundle; neither name is null. Throws std::bad_alloc, and only when the bundle
+  // is not yet known.
+  BundleRef Get(const char* pszBundle, const char* pszLocale);
 
   // Around fork(), called on the forking thread: no other thread is within the cache at the fork.
   void PrepareFork() { m_lock.lock(); }
@@ -67,6 +69,8 @@ class CWyBundleCache {
   BundleRef Load(const KeyView& key);
   void Remember(const Origin& origin, const KeyView& key, const BundleRef& bundle);
 
+  // m_origin's; a change is complete when it is here.
+  std::atomic<unsigned long> m_uGeneration{0};
   CWyForkableLock m_lock;  // guards all that follows
   Origin m_origin{{}, 0};  // no directory at first
   BundleMap m_bundles;     // null: there are no files

@@ -8,20 +8,17 @@
 #include <string>
 #include <string_view>
 
-#include "wyxlate/PropertiesFile.h"
+#include "wyxlate/PatternTable.h"
 
 // A bundle in one locale, merged from all its files. Immutable, and shared by reference counting:
 // it is deleted when the cache and every caller have released it, on the thread that comes last.
 class CWyLoadedBundle final : public CWyXlateBundle {
  public:
   // The creator holds the first reference.
-  explicit CWyLoadedBundle(PropertyTable table) : m_table(std::move(table)) {}
+  explicit CWyLoadedBundle(PropertyTable properties) : m_patterns(std::move(properties)) {}
 
   // The text of the key, valid as long as the bundle; null when there is none.
-  const char* Find(std::string_view key) const {
-    const auto entry = m_table.find(key);
-    return entry == m_table.end() ? nullptr : entry->second.c_str();
-  }
+  const char* Find(std::string_view key) const { return m_patterns.Find(key); }
 
   void AddReference() { m_nReferences.fetch_add(1, std::memory_order_relaxed); }
   void DropReference() {
@@ -33,7 +30,7 @@ class CWyLoadedBundle final : public CWyXlateBundle {
  private:
   ~CWyLoadedBundle() = default;
 
-  const PropertyTable m_table;
+  const CWyPatternTable m_patterns;
   std::atomic<int> m_nReferences{1};
 };
 

@@ -18,9 +18,8 @@ class CWyBoundedWriter {
 
   bool IsFull() const { return m_pNext == m_pEnd; }
 
-  void Append(const char* pText, std::size_t nLength) {
-    const std::size_t nRoom = static_cast<std::size_t>(m_pEnd - m_pNext);
-    const std::size_t nCopied = std::min(nLength, nRoom);
+  void Append(const char* pText, const char* pTextEnd) {
+    const auto nCopied = static_cast<std::size_t>(std::min(pTextEnd - pText, m_pEnd - m_pNext));
     std::memcpy(m_pNext, pText, nCopied);
     m_pNext += nCopied;
   }
@@ -70,27 +69,49 @@ class CWyPatternFormatter {
         m_ppArguments(ppArguments) {}
 
   void Format(const char* p) {
-    bool bQuoted = false;
-    while (true) {
-      const std::size_t nRun = std::strcspn(p, bQuoted ? "'" : "'{");
-      m_writer.Append(p, nRun);
-      p += nRun;
-      if (*p == '\0' || m_writer.IsFull()) {
+    const char* pQuote = EndOfRun(p);
+    while (!m_writer.IsFull()) {
+      const char* const pBrace = FindBrace(p, pQuote);
+      m_writer.Append(p, pBrace);
+      if (pBrace != pQuote) {
+        p = FormatBraces(pBrace);
+        if (p <= pQuote) continue;  // quotes in braces are copied with them
+      } else if (*pQuote != '\0') {
+        p = FormatQuote(pQuote);
+      } else {
         return;
       }
-      if (*p == '{') {
-        p = FormatBraces(p);
-      } else if (p[1] == '\'') {
-        m_writer.Append(p, 1);
-        p += 2;
-      } else {
-        bQuoted = !bQuoted;
-        ++p;
-      }
+      pQuote = EndOfRun(p);
     }
   }
 
  private:
+  // The next single quote, or the end of the pattern.
+  static const char* EndOfRun(const char* p) { return ::strchrnul(p, '\''); }
+
+  // The next opening brace, or `pEnd`.
+  static const char* FindBrace(const char* p, const char* pEnd) {
+    const void* const pBrace = std::memchr(p, '{', static_cast<std::size_t>(pEnd - p));
+    return pBrace != nullptr ? static_cast<const char*>(pBrace) : pEnd;
+  }
+
+  // Writes what the single quote at `pQuote` begins: one quote for two of them, otherwise the run
+  // up to the next single one, or to the end. Returns where the pattern goes on.
+  const char* FormatQuote(const char* pQuote) {
+    if (pQuote[1] == '\'') {
+      m_writer.Append(pQuote, pQuote + 1);
+      return pQuote + 2;
+    }
+    for (const char* p = pQuote + 1;;) {
+      const char* const pNext = EndOfRun(p);
+      m_writer.Append(p, pNext);
+      if (*pNext == '\0') return pNext;
+      if (pNext[1] != '\'') return pNext + 1;
+      m_writer.Append(pNext, pNext + 1);
+      p = pNext + 2;
+    }
+  }
+
   // Writes what the opening brace at `pBrace` stands for; returns where the pattern goes on.
   const char* FormatBraces(const char* pBrace) {
     const std::optional<Placeholder> placeholder = ParsePlaceholder(pBrace);
@@ -99,13 +120,13 @@ class CWyPatternFormatter {
       return placeholder->pEnd;
     }
     const char* pEnd = placeholder ? placeholder->pEnd : EndOfBraces(pBrace);
-    m_writer.Append(pBrace, static_cast<std::size_t>(pEnd - pBrace));
+    m_writer.Append(pBrace, pEnd);
     return pEnd;
   }
 
   void AppendArgument(const char* pszArgument) {
     if (pszArgument != nullptr) {
-      m_writer.Append(pszArgument, std::strlen(pszArgument));
+      m_writer.Append(pszArgument, pszArgument + std::strlen(pszArgument));
     }
   }
 

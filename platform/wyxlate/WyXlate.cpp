@@ -1,7 +1,6 @@
 #include <wyxlate/WyXlate.h>
 
 #include <exception>
-#include <string_view>
 
 #include "wyxlate/BundleCache.h"
 
@@ -17,9 +16,8 @@ CWyXlateBundle* CWyXlate::GetBundle(const char* bundle, const char* locale) {
   if (bundle == nullptr) {
     return nullptr;
   }
-  const std::string_view localeName = locale != nullptr ? locale : "";
   try {
-    return theBundleCache().Get(bundle, localeName).release();
+    return theBundleCache().Get(bundle, locale != nullptr ? locale : "").release();
   } catch (const std::exception&) {
     return nullptr;
   }
