@@ -1,0 +1,88 @@
+#ifndef BENCH_COMPARE_CONTESTANT_H
+#define BENCH_COMPARE_CONTESTANT_H
+
+// One way to write log records, to be compared with others. Each is a program of its own, made of
+// main.cpp and the contestant's source, which defines NewContestant.
+//
+// The record of all is the line
+//
+//   [12345/12346][Mon Nov 16 2026 17:16:13][Agent.cpp:41][WARNING] [agent-00001] User ... may not
+//   ...
+//
+// of about 125 bytes: process, thread, date and time, file and line, severity, and a text with
+// three arguments that vary. It has been handed to the system when the call is over.
+
+#include <array>
+#include <cstddef>
+#include <memory>
+#include <string>
+
+namespace compare {
+
+struct Record {
+  const char* pszUser;
+  const char* pszAction;
+  const char* pszResource;
+};
+
+// So many records, one after another, whose arguments come round again after a while. The arguments
+// have the same length in every record.
+class Records {
+ public:
+  class Iterator {
+   public:
+    explicit Iterator(std::size_t nAt) : m_nAt(nAt) {}
+    const Record& operator*() const { return s_table[m_nAt % s_table.size()]; }
+    Iterator& operator++() {
+      ++m_nAt;
+      return *this;
+    }
+    bool operator==(const Iterator&) const = default;
+
+   private:
+    std::size_t m_nAt;
+  };
+
+  explicit Records(std::size_t nCount) : m_nCount(nCount) {}
+  Iterator begin() const { return Iterator(0); }
+  Iterator end() const { return Iterator(m_nCount); }
+
+ private:
+  static constexpr std::array<Record, 8> s_table = {{
+      {"alice01", "write", "/reports/2026/q1"},
+      {"berta02", "fetch", "/reports/2026/q2"},
+      {"carol03", "write", "/reports/2026/q3"},
+      {"david04", "erase", "/reports/2026/q4"},
+      {"emily05", "fetch", "/accounts/000117"},
+      {"frank06", "write", "/accounts/000228"},
+      {"gerda07", "erase", "/accounts/000339"},
+      {"henry08", "fetch", "/accounts/000440"},
+  }};
+
+  std::size_t m_nCount;
+};
+
+// How the file is limited.
+enum class FileKind { Plain = 1, LimitedAppend = 3, LimitedBackup = 4 };
+// Megabytes: never reached.
+inline constexpr int SizeLimit = 2000;
+
+struct Workload {
+  std::string strCase;  // what is logged; see run.py
+  FileKind fileKind;
+  std::string strPath;
+};
+
+class Contestant {
+ public:
+  virtual ~Contestant() = default;
+  // Called by several threads at once.
+  virtual void Log(const Records& records) = 0;
+};
+
+// Opens the file for appending. Null when the contestant has no such case or kind of file.
+std::unique_ptr<Contestant> NewContestant(const Workload& workload);
+
+}  // namespace compare
+
+#endif

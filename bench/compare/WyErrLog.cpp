@@ -1,0 +1,143 @@
+// This library.
+
+#include <map>
+
+#include "bench/compare/Contestant.h"
+#include "bench/support/AgentHost.h"
+
+namespace compare {
+
+namespace {
+
+using bench::Check;
+
+CWyLogOutput* NewFile(const Workload& workload) {
+  constexpr int FileOutput = 1, MaxBackups = 5;
+  return theLogger()->NewLogOutput(FileOutput, workload.strPath.c_str(),
+                                   static_cast<int>(workload.fileKind), SizeLimit, MaxBackups);
+}
+
+// Each record answers false when it was not written.
+template <typename LogOne>
+void LogEach(const Records& records, LogOne logOne) {
+  for (const Record& record : records) {
+    if (!logOne(record)) throw std::runtime_error("a record was not written");
+  }
+}
+
+class ErrorLog : public Contestant {
+ public:
+  explicit ErrorLog(const Workload& workload) {
+    Check(theLogger()->SetLogOutput(NewFile(workload)), "no error log");
+  }
+};
+
+class Translated : public ErrorLog {
+ public:
+  using ErrorLog::ErrorLog;
+  void Log(const Records& records) override {
+    LogEach(records, [](const Record& record) {
+      CWyErrLogMessage msg;
+      msg.FormatLogProlog(__FILE__, __LINE__, 0);
+      msg.FormatMessage(Agent::Refused, record.pszUser, record.pszAction, record.pszResource);
+      return theLogger()->LogErrMsg(msg);
+    });
+  }
+};
+
+class Printf : public ErrorLog {
+ public:
+  using ErrorLog::ErrorLog;
+  void Log(const Records& records) override {
+    LogEach(records, [](const Record& record) {
+      CWyErrLogMessage msg;
+      msg.FormatLogProlog(__FILE__, __LINE__, 0);
+      msg.FormatLogMessage(Agent::RefusedPrintf, record.pszUser, record.pszAction,
+                           record.pszResource);
+      return theLogger()->LogErrMsg(msg);
+    });
+  }
+};
+
+class Audit : public Contestant {
+ public:
+  explicit Audit(const Workload& workload) {
+    Check(theLogger()->EnableAuditLogRollover(NewFile(workload)), "no audit log");
+  }
+  void Log(const Records& records) override {
+    LogEach(records, [](const Record& record) {
+      char szTime[32];
+      CWyErrLogMessage::GetTime(3, szTime, false, sizeof szTime);
+      CWyErrLogMessage msg;
+      msg.FormatAuditMessage(
+          "[%s] decision=deny client=\"192.0.2.117\" user=\"%s\" action=\"%s\" resource=\"%s\" "
+          "rule=%d\n",
+          szTime, record.pszUser, record.pszAction, record.pszResource, 41);
+      return theLogger()->LogAuditMsg(msg);
+    });
+  }
+};
+
+// ---- Trace --------------------------------------------------------------------------------------
+
+class Trace : public Contestant {
+ public:
+  Trace(const Workload& workload, int iLayout, const char* pszConfiguration) {
+    Check(test_support::EnableTrace(*theLogger(), NewFile(workload), pszConfiguration,
+                                    {.iFormat = iLayout, .pszDelimiter = ";"}),
+          "no tracing");
+  }
+  void Log(const Records& records) override {
+    LogEach(records, [](const Record& record) {
+      return bench::TraceRefusal(*theLogger(),
+                                 {record.pszUser, record.pszAction, record.pszResource});
+    });
+  }
+};
+
+class Filtered : public Trace {
+ public:
+  explicit Filtered(const Workload& workload) : Trace(workload, 0, bench::SevenFieldsOfNobody) {}
+  void Log(const Records& records) override {
+    LogEach(records, [](const Record& record) {
+      return !bench::TraceRefusal(*theLogger(),
+                                  {record.pszUser, record.pszAction, record.pszResource});
+    });
+  }
+};
+
+void AskWhetherTraced(const Records& records) {
+  CWyLogger& logger = *theLogger();
+  LogEach(records, [&logger](const Record&) { return !logger.TraceEnabled(Agent::NotTraced); });
+}
+
+class TracingOff : public Contestant {
+ public:
+  void Log(const Records& records) override { AskWhetherTraced(records); }
+};
+
+class TracingOfOthers : public Trace {
+ public:
+  explicit TracingOfOthers(const Workload& workload) : Trace(workload, 0, bench::SevenFields) {}
+  void Log(const Records& records) override { AskWhetherTraced(records); }
+};
+
+}  // namespace
+
+std::unique_ptr<Contestant> NewContestant(const Workload& workload) {
+  bench::ProvideComponent();
+  const std::string& strCase = workload.strCase;
+  if (strCase == "translated") return std::make_unique<Translated>(workload);
+  if (strCase == "printf") return std::make_unique<Printf>(workload);
+  if (strCase == "audit") return std::make_unique<Audit>(workload);
+  if (strCase == "filtered") return std::make_unique<Filtered>(workload);
+  if (strCase == "tracing-off") return std::make_unique<TracingOff>();
+  if (strCase == "tracing-of-others") return std::make_unique<TracingOfOthers>(workload);
+  if (strCase.size() == 6 && strCase.starts_with("trace") && strCase[5] >= '0' &&
+      strCase[5] <= '3') {
+    return std::make_unique<Trace>(workload, strCase[5] - '0', bench::SevenFields);
+  }
+  return nullptr;
+}
+
+}  // namespace compare

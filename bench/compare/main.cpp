@@ -1,0 +1,67 @@
+// compare_<contestant> CASE FILE_KIND FILE RECORDS THREADS WARM_UP
+//
+// Writes WARM_UP and then RECORDS records to FILE on each of THREADS threads, and prints how long
+// the latter took: nanoseconds of wall-clock time divided by the number of records of all threads.
+// Exit code 2 says that the contestant has no such case.
+
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <exception>
+#include <latch>
+#include <thread>
+#include <vector>
+
+#include "bench/compare/Contestant.h"
+
+namespace {
+
+using compare::Contestant;
+using compare::Records;
+using Clock = std::chrono::steady_clock;
+
+// The threads are never the main one: with a single thread in the process, parts of the C++ library
+// do without atomic operations, which a server never sees.
+Clock::duration Measure(Contestant& contestant, int iThreads, const Records& warmUp,
+                        const Records& records) {
+  std::latch ready(iThreads);
+  std::latch start(1);
+  std::vector<std::thread> threads;
+  for (int i = 0; i < iThreads; ++i) {
+    threads.emplace_back([&] {
+      contestant.Log(warmUp);
+      ready.count_down();
+      start.wait();
+      contestant.Log(records);
+    });
+  }
+  ready.wait();
+  const Clock::time_point begin = Clock::now();
+  start.count_down();
+  for (std::thread& thread : threads) thread.join();
+  return Clock::now() - begin;
+}
+
+int Run(char** ppszArguments) {
+  const auto number = [&](int i) { return std::strtoul(ppszArguments[i], nullptr, 10); };
+  const std::unique_ptr<Contestant> pContestant = compare::NewContestant(
+      {ppszArguments[1], static_cast<compare::FileKind>(number(2)), ppszArguments[3]});
+  if (pContestant == nullptr) return 2;
+
+  const auto iThreads = static_cast<int>(number(5));
+  const auto elapsed = Measure(*pContestant, iThreads, Records(number(6)), Records(number(4)));
+  const std::chrono::duration<double, std::nano> nanoseconds = elapsed;
+  std::printf("%.2f\n", nanoseconds.count() / (static_cast<double>(number(4)) * iThreads));
+  return 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) try {
+  if (argc == 7) return Run(argv);
+  std::fprintf(stderr, "usage: %s CASE FILE_KIND FILE RECORDS THREADS WARM_UP\n", argv[0]);
+  return 1;
+} catch (const std::exception& error) {
+  std::fprintf(stderr, "%s: %s\n", argv[0], error.what());
+  return 1;
+}

@@ -1,0 +1,25 @@
+#ifndef BENCH_COMPONENT_AGENTMESSAGES_H
+#define BENCH_COMPONENT_AGENTMESSAGES_H
+
+// Messages and sub-components of the benchmarks' component, "Web_Agent": one text in two forms,
+// which make the same line.
+
+#include "components/MessageId.h"
+
+namespace Agent {
+
+enum ComponentId : unsigned int {
+  Component = WyComponentId(6),
+  Traced = WyComponentId(6, 1),
+  NotTraced = WyComponentId(6, 2),
+};
+
+enum Message : unsigned int {
+  // The arguments of both: user, action, resource.
+  Refused = WyMessageId(Component, WySeverity::Warning, 1),
+  RefusedPrintf = WyMessageId(Component, WySeverity::Warning, 2),
+};
+
+}  // namespace Agent
+
+#endif

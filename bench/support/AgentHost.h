@@ -1,0 +1,82 @@
+#ifndef BENCH_SUPPORT_AGENTHOST_H
+#define BENCH_SUPPORT_AGENTHOST_H
+
+// What the benchmarks have in common: the component whose messages they log, and trace records of
+// seven fields.
+
+#include <cstdlib>
+#include <stdexcept>
+#include <string>
+
+#include "bench/component/AgentMessages.h"
+#include "test_support/Tracing.h"
+#include "wyerrlog/WyLogger.h"
+#include "wyxlate/WyXlate.h"
+
+namespace bench {
+
+enum TraceField : unsigned int {
+  Message = 0,
+  SrcFile = 1,
+  Pid = 2,
+  Tid = 3,
+  Date = 4,
+  PreciseTime = 6,
+  Function = 7,
+  User = 9,
+};
+
+// Seven fields of the sub-component that is traced.
+inline constexpr const char* SevenFields =
+    "version: 1.1\ncomponents: Web_Agent/Traced\n"
+    "data: Date, PreciseTime, Pid, Tid, SrcFile, Function, Message\n";
+// The same records, all of them refused by the field that is set first.
+inline constexpr const char* SevenFieldsOfNobody =
+    "version: 1.1\ncomponents: Web_Agent/Traced\n"
+    "data: Date, PreciseTime, Pid, Tid, SrcFile, Function, Message\nUser: ==nobody\n";
+
+inline void Check(bool bDone, const char* pszWhat) {
+  if (!bDone) throw std::runtime_error(pszWhat);
+}
+
+// Before the process's first logger: lets it find the component, whose catalog is English.
+inline void ProvideComponent() {
+  setenv("ORVA_WA_ROOT", BENCH_ROOT, 1);
+  setenv("LC_ALL", "C", 1);
+  Check(CWyXlate::SetResourceDirectory(BENCH_ROOT "/messages"), "no message catalogs");
+}
+
+// The arguments of a record's text.
+struct Refusal {
+  const char* pszUser;
+  const char* pszAction;
+  const char* pszResource;
+};
+
+// One trace call: seven fields, and the user when a filter asks for it. Answers whether a record
+// was written.
+inline bool TraceRefusal(CWyLogger& logger, const Refusal& refusal) {
+  CWyTraceData* pData = nullptr;
+  if (!logger.TraceEnabled(Agent::Traced) || !logger.ShouldTraceAlloc(Agent::Traced, &pData)) {
+    return false;
+  }
+  const CWyTraceSupresser suppress;
+  CWyTraceData& data = *pData;
+  const auto hasMessage = [&] {
+    return data.SetFieldValue(Message,
+                              data.FormatTraceMessage("User %s may not %s %s.", refusal.pszUser,
+                                                      refusal.pszAction, refusal.pszResource));
+  };
+  const bool bWritten =
+      (!data.FieldFiltered(User) || data.SetFieldValue(User, refusal.pszUser)) &&
+      data.SetFieldValue(SrcFile, CWyErrLogMessage::PathnameFindFilePart(__FILE__)) &&
+      data.SetFieldValue(Function, "TraceRefusal") && data.SetFieldValue(Pid, 0) &&
+      data.SetFieldValue(Tid, 0) && data.SetFieldValue(Date, 0) &&
+      data.SetFieldValue(PreciseTime, 0) && hasMessage() && data.Format() && data.Log();
+  data.LeaveNoBody();
+  return bWritten;
+}
+
+}  // namespace bench
+
+#endif
