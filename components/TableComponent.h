@@ -16,8 +16,8 @@
 
 #include <span>
 
-#include "components/MessageId.h"
 #include "wyerrlog/WyLogComponent.h"
+#include "wyerrlog/WyMessageId.h"
 
 // One message: its identifier, and its key or printf pattern.
 struct WyMessageRow {

@@ -8,10 +8,10 @@
 #include <memory>
 #include <string>
 
-#include "components/MessageId.h"
 #include "test_support/HostOutput.h"
 #include "test_support/TestThread.h"
 #include "test_support/Tracing.h"
+#include "wyerrlog/WyMessageId.h"
 
 namespace {
 

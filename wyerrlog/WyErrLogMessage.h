@@ -17,6 +17,7 @@
 
 #include <cstdarg>
 #include <string>
+#include <string_view>
 #include <type_traits>
 
 #include "wyerrlog/WyErrLogPort.h"
@@ -41,6 +42,7 @@ class CpaStream {
   const char* c_str() const { return m_strBytes.c_str(); }
 
  private:
+  friend class CpaArgList;
   friend class CWyErrLogMessage;
 
   std::string m_strBytes;
@@ -55,8 +57,13 @@ class CpaArgList {
   template <typename T>
   CpaArgList& add(const T& argument) {
     static_assert(std::is_convertible_v<const T&, const char*>, "message arguments are texts");
+    const char* const pszText = argument;
+    return add(std::string_view(pszText != nullptr ? pszText : "<null>"));
+  }
+  // The same with a text up to its first zero byte.
+  CpaArgList& add(std::string_view argument) {
     if (m_uCount >= MaxArguments) return *this;
-    m_stream << static_cast<const char*>(argument) << '\0';
+    m_stream.m_strBytes.append(argument.substr(0, argument.find('\0'))).push_back('\0');
     ++m_uCount;
     return *this;
   }
@@ -195,11 +202,13 @@ class WYERRLOG_API CWyErrLogMessage {
   // Makes the printf-formatted record the text; it has no prolog, no newline and no limit of length
   // of its own. Use a fresh message for each record: one of 4096 bytes and more is appended to what
   // the message holds. Answers false, and changes nothing, for a null or empty format.
-  bool FormatAuditMessage(const char* pszFormat, ...);
+  bool FormatAuditMessage(const char* pszFormat, ...) __attribute__((format(printf, 2, 3)));
+  bool FormatAuditMessageVA(const char* pszFormat, va_list args)
+      __attribute__((format(printf, 2, 0)));
 
   // A printf-formatted text of at most 4095 bytes in memory of its own, which the caller gives to
   // FreeFormattedMessage; null for a null or empty format.
-  static char* FormatTraceMessage(const char* pszFormat, ...);
+  static char* FormatTraceMessage(const char* pszFormat, ...) __attribute__((format(printf, 1, 2)));
   static void FreeFormattedMessage(const char* pszText);
 
   // ---- Helpers ----------------------------------------------------------------------------------

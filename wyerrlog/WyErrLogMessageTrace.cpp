@@ -62,23 +62,28 @@ void CWyErrLogMessage::EndTraceFormat() {
 // ---- Audit records and free texts ---------------------------------------------------------------
 
 bool CWyErrLogMessage::FormatAuditMessage(const char* pszFormat, ...) {
-  if (pszFormat == nullptr || *pszFormat == '\0') return false;
   va_list args;
   va_start(args, pszFormat);
-  va_list argsAgain;
-  va_copy(argsAgain, args);
+  const bool bFormatted = FormatAuditMessageVA(pszFormat, args);
+  va_end(args);
+  return bFormatted;
+}
+
+bool CWyErrLogMessage::FormatAuditMessageVA(const char* pszFormat, va_list args) {
+  if (pszFormat == nullptr || *pszFormat == '\0') return false;
+  va_list argsCopy;
+  va_copy(argsCopy, args);
   char szText[TextSize];
-  const int iLength = VSNPRINTFEX(szText, TextSize, pszFormat, args);
+  const int iLength = VSNPRINTFEX(szText, TextSize, pszFormat, argsCopy);
+  va_end(argsCopy);
   if (iLength <= TextSize) {
     m_pBuffer->assign(szText);
-  } else {
-    // In memory of its own: the message's text may be among the arguments.
-    const std::unique_ptr<char[]> pszLong(new char[static_cast<std::size_t>(iLength)]);
-    VSNPRINTFEX(pszLong.get(), iLength, pszFormat, argsAgain);
-    m_pBuffer->append(pszLong.get());
+    return true;
   }
-  va_end(argsAgain);
-  va_end(args);
+  // In memory of its own: the message's text may be among the arguments.
+  const std::unique_ptr<char[]> pszLong(new char[static_cast<std::size_t>(iLength)]);
+  VSNPRINTFEX(pszLong.get(), iLength, pszFormat, args);
+  m_pBuffer->append(pszLong.get());
   return true;
 }
 

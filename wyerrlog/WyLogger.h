@@ -112,6 +112,14 @@ class WYERRLOG_API CWyLogger {
   // Removes configuration and outputs, or the primary output alone.
   void DisableTrace(bool bOutputOnly);
 
+  // The question to ask first, which the compiler answers at the place of the call with two loads:
+  // false when nothing at all is traced or the component is known not to be; true when one of the
+  // questions below must be asked. A component becomes known by the first of those.
+  bool MayTrace(unsigned int uId) const {
+    return m_pTraceData.load(std::memory_order_relaxed) != nullptr &&
+           m_aiTraceDecision[uId >> 24][(uId >> 16) & 0xFF].load(std::memory_order_relaxed) >= 0;
+  }
+
   // Whether tracing is on and the component of the identifier (bits 16 to 31) is traced; for 0,
   // whether tracing is on. The usual answer, false, takes no lock.
   bool TraceEnabled(unsigned int uId);

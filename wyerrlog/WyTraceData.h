@@ -119,8 +119,9 @@ class WYERRLOG_API CWyTraceData {
   // A printf-formatted text of any length in memory of the record, valid until the next such call
   // or until the record is emptied. Empty for a null format and when formatting fails; cut to 1023
   // bytes when memory is lacking.
-  char* FormatTraceMessage(const char* pszFormat, ...);
-  char* FormatTraceMessageVA(const char* pszFormat, va_list args);
+  char* FormatTraceMessage(const char* pszFormat, ...) __attribute__((format(printf, 2, 3)));
+  char* FormatTraceMessageVA(const char* pszFormat, va_list args)
+      __attribute__((format(printf, 2, 0)));
 
   // ---- The record -------------------------------------------------------------------------------
 

@@ -4,7 +4,7 @@
 // Messages and sub-components of "IsAuthorized": what a user may do, and the agent that asks. The
 // texts are in the catalogs of the bundle "isauth"; the comments here name their arguments.
 
-#include "components/MessageId.h"
+#include "wyerrlog/WyMessageId.h"
 
 namespace IsAuthorized {
 

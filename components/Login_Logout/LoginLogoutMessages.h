@@ -4,7 +4,7 @@
 // Messages and sub-components of "Login_Logout": who a user is. The texts are in the catalogs of
 // the bundle "login"; the comments here name their arguments.
 
-#include "components/MessageId.h"
+#include "wyerrlog/WyMessageId.h"
 
 namespace LoginLogout {
 

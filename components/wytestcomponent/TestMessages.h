@@ -4,7 +4,7 @@
 // Messages and sub-components of "wytestcomponent", which tests load: translated messages with and
 // without their entries in the catalogs (bundle "wytest"), and printf-style ones.
 
-#include "components/MessageId.h"
+#include "wyerrlog/WyMessageId.h"
 
 namespace TestComponent {
 

@@ -4,8 +4,8 @@
 #include <cstdio>
 #include <vector>
 
-#include "components/MessageId.h"
 #include "wyerrlog/WyLogComponent.h"
+#include "wyerrlog/WyMessageId.h"
 
 #define TEXT_OF_NUMBER(number) #number
 #define NAME_OF(number) "C" TEXT_OF_NUMBER(number)

@@ -1,0 +1,369 @@
+#ifndef WYERRLOG_WYLOG_H
+#define WYERRLOG_WYLOG_H
+
+// Logging in one statement each:
+//
+//   WyLog(Login::WrongPassword, strUser, strClient);                    // a message by identifier
+//   WyAudit("deny user=\"%s\" rule=%d\n", strUser.c_str(), iRule);      // an audit record
+//   WY_TRACE(Login::Authentication).Message("rule %d names it", iRule)  // a trace record
+//       .Set(WyField::User, strUser)
+//       .Set(WyField::ResponseTime, dMilliseconds);
+//
+// They use the process logger; another one is named first: WyLog(logger, ...), WyAudit(logger,
+// ...), WY_TRACE(logger, ...). The places of the calls are filled in: file and line of a message,
+// file, line and function of a trace record.
+//
+// The header works on the public classes alone, and keeps to their order of calls. Any thread may
+// log; a call belongs to its thread, and what it borrows it gives back when it ends, also by an
+// exception from an argument or from a callback of the host. It allocates nothing itself. What
+// fails is dropped, and answered by false where there is an answer. A child that was forked logs
+// on.
+
+#include <atomic>
+#include <bitset>
+#include <charconv>
+#include <string_view>
+#include <type_traits>
+#include <utility>
+
+#include "wyerrlog/WyLogField.h"
+#include "wyerrlog/WyLogger.h"
+#include "wyerrlog/WyMessageId.h"
+
+// ---- The place of a call ------------------------------------------------------------------------
+
+// A place in the source. As the last parameter of an operation, with the default
+// WyCallSite::Here(), it is the place of the operation's caller; so that a function that logs for
+// others can name them:
+//
+//   void Refuse(const Request& request, WyCallSite where = WyCallSite::Here()) {
+//     WyLog({Login::Refused, where}, request.strUser);
+//   }
+//
+// The texts are not copied; those of the compiler live for ever.
+struct WyCallSite {
+  constexpr WyCallSite(const char* pszPath, int iLineOfCall, const char* pszNameOfFunction)
+      : pszFile(pszPath), iLine(iLineOfCall), pszFunction(pszNameOfFunction) {}
+
+  // From a std::source_location, for those whose compiler has it. It is not needed for Here(),
+  // which is the same in C++17 and C++20: sources of both may meet in one program.
+  template <typename Location, typename = decltype(std::declval<const Location&>().file_name())>
+  constexpr WyCallSite(const Location& where)
+      : WyCallSite(where.file_name(), static_cast<int>(where.line()), where.function_name()) {}
+
+  static constexpr WyCallSite Here(const char* pszFile = __builtin_FILE(),
+                                   int iLine = __builtin_LINE(),
+                                   const char* pszFunction = __builtin_FUNCTION()) {
+    return {pszFile, iLine, pszFunction};
+  }
+
+  const char* pszFile;  // path; records show what is behind its last "/"
+  int iLine;            // from 1; 0 for none
+  const char* pszFunction;
+};
+
+// The same as a macro, for compilers that do not know the place of a caller: WyLog({Id, WY_HERE}).
+#define WY_HERE WyCallSite(__FILE__, __LINE__, static_cast<const char*>(__func__))
+
+// A message's identifier, and the place that logs it. Made from the identifier alone, at the call.
+struct WyMessageAt {
+  constexpr WyMessageAt(unsigned int uMessageId, const WyCallSite& place = WyCallSite::Here())
+      : uId(uMessageId), where(place) {}
+
+  unsigned int uId;
+  WyCallSite where;
+};
+
+// ---- Arguments ----------------------------------------------------------------------------------
+
+namespace WyLogDetail {
+
+// One character, or the decimal text of a number, which for a floating one is the shortest that
+// reads back as the same.
+class CpaShortText {
+ public:
+  explicit CpaShortText(char c) : m_szText{c} {}
+  template <typename Number>
+  explicit CpaShortText(Number number) {
+    *std::to_chars(m_szText, m_szText + sizeof m_szText - 1, number).ptr = '\0';
+  }
+  operator const char*() const { return m_szText; }
+
+ private:
+  char m_szText[48];  // enough for every standard type
+};
+
+template <typename T, typename = void>
+struct HasText : std::false_type {};
+template <typename T>
+struct HasText<T, std::enable_if_t<std::is_convertible_v<decltype(std::declval<const T&>().c_str()),
+                                                         const char*>>> : std::true_type {};
+
+template <typename>
+inline constexpr bool IsUnknown = false;
+
+// A value as a text that lives as long as the value and the answer do.
+template <typename T>
+auto ToText(const T& value) {
+  if constexpr (std::is_same_v<T, bool>) {
+    return value ? "true" : "false";
+  } else if constexpr (std::is_arithmetic_v<T>) {
+    return CpaShortText(value);
+  } else if constexpr (std::is_convertible_v<const T&, const char*>) {
+    return static_cast<const char*>(value);
+  } else if constexpr (HasText<T>::value) {
+    return static_cast<const char*>(value.c_str());
+  } else if constexpr (std::is_convertible_v<const T&, std::string_view>) {
+    return static_cast<std::string_view>(value);
+  } else {
+    static_assert(IsUnknown<T>, "arguments are texts, numbers, characters and bool");
+  }
+}
+
+}  // namespace WyLogDetail
+
+// ---- Messages -----------------------------------------------------------------------------------
+
+// Logs a message of a component in the administrator's language: one line of the logger's error
+// log, "[pid/tid][date][file:line][SEVERITY][key] text". The arguments, at most 13, replace "{0}",
+// "{1}", ... in the text, which is cut to 4095 bytes. They are texts (a text ends with its first
+// zero byte; a null pointer is "<null>"; anything that has c_str() or converts to std::string_view
+// is one), numbers, characters and bool. What is not found is shown as
+// CWyErrLogMessage::FormatMessage tells.
+//
+// True when the logger's output has taken the line; false also without an output.
+template <typename... Arguments>
+bool WyLog(CWyLogger& logger, const WyMessageAt& message, const Arguments&... arguments) {
+  static_assert(sizeof...(arguments) <= CpaArgList::MaxArguments, "a message has 13 arguments");
+  CWyErrLogMessage line(logger.ShouldUseLocalTime());
+  line.FormatLogProlog(message.where.pszFile, message.where.iLine, 0);
+  line.FormatMessage(message.uId, WyLogDetail::ToText(arguments)...);
+  return logger.LogErrMsg(line);
+}
+template <typename... Arguments>
+bool WyLog(const WyMessageAt& message, const Arguments&... arguments) {
+  CWyLogger* const pLogger = theLogger();
+  return pLogger != nullptr && WyLog(*pLogger, message, arguments...);
+}
+
+// The same for a message whose component has a printf pattern in the place of a key: a line "[pid/
+// tid][date][file:line][SEVERITY] text". The pattern comes from the component at run time, so the
+// compiler does not check that its conversions fit the arguments. False also when there is no such
+// message; nothing is logged then.
+template <typename... Arguments>
+bool WyLogPrintf(CWyLogger& logger, const WyMessageAt& message, Arguments... arguments) {
+  static_assert((... && std::is_scalar_v<Arguments>), "printf takes numbers and pointers to texts");
+  CWyErrLogMessage line(logger.ShouldUseLocalTime());
+  line.FormatLogProlog(message.where.pszFile, message.where.iLine, 0);
+  return line.FormatLogMessage(static_cast<int>(message.uId), arguments...) &&
+         logger.LogErrMsg(line);
+}
+template <typename... Arguments>
+bool WyLogPrintf(const WyMessageAt& message, Arguments... arguments) {
+  CWyLogger* const pLogger = theLogger();
+  return pLogger != nullptr && WyLogPrintf(*pLogger, message, arguments...);
+}
+
+// ---- Audit records ------------------------------------------------------------------------------
+
+// Writes a printf-formatted record of any length to the logger's audit log. The record is what the
+// format makes, without a prolog: in a file of lines it ends with "\n".
+//
+// True when the logger's output has taken the record: a host that must not act without an audit
+// record looks at the answer. False also without an output and for a null or empty format.
+inline bool WyAuditVA(CWyLogger& logger, const char* pszFormat, va_list args)
+    __attribute__((format(printf, 2, 0)));
+inline bool WyAudit(CWyLogger& logger, const char* pszFormat, ...)
+    __attribute__((format(printf, 2, 3)));
+inline bool WyAudit(const char* pszFormat, ...) __attribute__((format(printf, 1, 2)));
+
+inline bool WyAuditVA(CWyLogger& logger, const char* pszFormat, va_list args) {
+  CWyErrLogMessage record(logger.ShouldUseLocalTime());
+  return record.FormatAuditMessageVA(pszFormat, args) && logger.LogAuditMsg(record);
+}
+inline bool WyAudit(CWyLogger& logger, const char* pszFormat, ...) {
+  va_list args;
+  va_start(args, pszFormat);
+  const bool bLogged = WyAuditVA(logger, pszFormat, args);
+  va_end(args);
+  return bLogged;
+}
+inline bool WyAudit(const char* pszFormat, ...) {
+  CWyLogger* const pLogger = theLogger();
+  if (pLogger == nullptr) return false;
+  va_list args;
+  va_start(args, pszFormat);
+  const bool bLogged = WyAuditVA(*pLogger, pszFormat, args);
+  va_end(args);
+  return bLogged;
+}
+
+// ---- Trace records ------------------------------------------------------------------------------
+
+// WY_TRACE(component) and WY_TRACE(logger, component) begin a statement that writes one trace
+// record, of the component or sub-component with that identifier; what follows sets its fields:
+//
+//   WY_TRACE(Login::Authentication).Set(WyField::User, strUser).Message("checked in %d ms", iTime);
+//
+// When the component is not traced nothing that follows is evaluated, and the statement costs a few
+// instructions. Otherwise the fields are set in the order in which they stand. The first that its
+// filter rejects drops the record. While the statement runs, its thread traces nothing else: what
+// the arguments call, or the outputs, cannot trace again. When an argument throws there is no
+// record.
+#define WY_TRACE(...)                                                       \
+  for (CWyTraceData* wyTraceData = WyLogDetail::TakeTraceData(__VA_ARGS__); \
+       wyTraceData != nullptr; wyTraceData = nullptr)                       \
+  WyLogDetail::CWyTraceWriter() & CWyTraceRecord(*wyTraceData).At(WY_HERE)
+
+// One trace record while it is filled, for its thread alone. It borrows the thread's CWyTraceData,
+// and empties it at its end. The fields Function, SrcFile ("agent.cpp:41"), Pid, Tid, Date, Time
+// and PreciseTime, as far as the call has not set them, are filled in when the record is written.
+class CWyTraceRecord {
+ public:
+  // `data` is the calling thread's, which is not tracing already: see WY_TRACE, which sees to that.
+  explicit CWyTraceRecord(CWyTraceData& data) : m_data(data) {}
+  ~CWyTraceRecord() { m_data.LeaveNoBody(); }
+  CWyTraceRecord(const CWyTraceRecord&) = delete;
+  CWyTraceRecord& operator=(const CWyTraceRecord&) = delete;
+
+  // The place that the record tells.
+  CWyTraceRecord& At(const WyCallSite& where) {
+    m_where = where;
+    return *this;
+  }
+
+  // Sets a field when it is among those that the trace configuration shows. The value is copied; it
+  // is what WyLog takes as an argument (a floating number gets six decimals, a null text is an
+  // empty one), or a function without parameters that answers such a value, and which is called
+  // only when the field is shown.
+  template <typename Value>
+  CWyTraceRecord& Set(WyField::Number field, const Value& value) {
+    if (IsWanted(field)) m_bWanted = Store(field, value);
+    return *this;
+  }
+
+  // Sets the field Message to a printf-formatted text of any length; formatted only when it is
+  // shown.
+  CWyTraceRecord& Message(const char* pszFormat, ...) __attribute__((format(printf, 2, 3)));
+
+  // Lets a function set what several records have in common: fill(*this).
+  template <typename Fill>
+  CWyTraceRecord& With(const Fill& fill) {
+    fill(*this);
+    return *this;
+  }
+
+  // Whether it is worth while to find out the value of a field: it is shown, and no filter has
+  // dropped the record yet.
+  bool IsWanted(WyField::Number field) const { return m_bWanted && m_data.FieldTraced(field); }
+
+  // Writes the record, unless a filter has dropped it: the end of WY_TRACE. True when each of the
+  // logger's trace outputs has taken it.
+  bool Write();
+
+ private:
+  template <typename Value>
+  bool Store(WyField::Number field, const Value& value);
+  bool StoreView(WyField::Number field, std::string_view text);
+  template <typename Value>
+  void FillIn(WyField::Number field, const Value& value);
+
+  CWyTraceData& m_data;
+  CWyTraceSupresser m_suppresser;
+  WyCallSite m_where{"", 0, ""};
+  std::bitset<WyField::Count> m_set;
+  bool m_bWanted = true;
+};
+
+template <typename Value>
+bool CWyTraceRecord::Store(WyField::Number field, const Value& value) {
+  m_set.set(field);
+  if constexpr (std::is_invocable_v<const Value&>) {
+    return Store(field, value());
+  } else if constexpr (std::is_floating_point_v<Value>) {
+    return m_data.SetFieldValue(field, static_cast<double>(value));
+  } else {
+    const auto text = WyLogDetail::ToText(value);
+    if constexpr (std::is_same_v<decltype(text), const std::string_view>) {
+      return StoreView(field, text);
+    } else {
+      return m_data.SetFieldValue(field, static_cast<const char*>(text));
+    }
+  }
+}
+
+// A field's value ends with a zero byte, which a view does not have.
+inline bool CWyTraceRecord::StoreView(WyField::Number field, std::string_view text) {
+  constexpr std::size_t LongestValue = 0x7FFFFFFE;
+  const auto iLength = static_cast<int>(text.size() < LongestValue ? text.size() : LongestValue);
+  if (iLength == 0) return m_data.SetFieldValue(field, "");
+  return m_data.SetFieldValue(field, m_data.FormatTraceMessage("%.*s", iLength, text.data()));
+}
+
+[[gnu::noinline]] inline CWyTraceRecord& CWyTraceRecord::Message(const char* pszFormat, ...) {
+  if (!IsWanted(WyField::Message)) return *this;
+  va_list args;
+  va_start(args, pszFormat);
+  const char* const pszText = m_data.FormatTraceMessageVA(pszFormat, args);
+  va_end(args);
+  return Set(WyField::Message, pszText);
+}
+
+template <typename Value>
+void CWyTraceRecord::FillIn(WyField::Number field, const Value& value) {
+  if (!m_set[field]) Set(field, value);
+}
+
+[[gnu::noinline]] inline bool CWyTraceRecord::Write() {
+  FillIn(WyField::Function, m_where.pszFunction);
+  FillIn(WyField::SrcFile, [this] {
+    const char* const pszFile = CWyErrLogMessage::PathnameFindFilePart(m_where.pszFile);
+    return m_data.FormatTraceMessage(m_where.iLine > 0 ? "%s:%i" : "%s", pszFile, m_where.iLine);
+  });
+  for (const WyField::Number field :
+       {WyField::Pid, WyField::Tid, WyField::Date, WyField::Time, WyField::PreciseTime}) {
+    constexpr int Ignored = 0;  // these five know their values
+    if (IsWanted(field) && !m_set[field]) m_bWanted = m_data.SetFieldValue(field, Ignored);
+  }
+  return m_bWanted && m_data.Format() && m_data.Log();
+}
+
+namespace WyLogDetail {
+
+// The process logger, which never moves: its address is asked for once. Each module has its own
+// note of it, which does not keep the module from being unloaded.
+WYERRLOG_LOCAL inline CWyLogger* ProcessLogger() {
+  static std::atomic<CWyLogger*> s_pLogger{nullptr};
+  CWyLogger* pLogger = s_pLogger.load(std::memory_order_acquire);
+  if (__builtin_expect(pLogger == nullptr, false)) {
+    pLogger = theLogger();
+    s_pLogger.store(pLogger, std::memory_order_release);
+  }
+  return pLogger;
+}
+
+// The second look, for the few calls that pass the first one.
+[[gnu::noinline]] inline CWyTraceData* TakeTraceDataIfTraced(CWyLogger& logger, unsigned int uId) {
+  CWyTraceData* pData = nullptr;
+  const bool bTraced = CWyTraceSupresser::isTracing() && logger.ShouldTraceAlloc(uId, &pData);
+  return bTraced ? pData : nullptr;
+}
+
+// The calling thread's CWyTraceData; null when there is nothing to trace.
+inline CWyTraceData* TakeTraceData(CWyLogger& logger, unsigned int uId) {
+  return __builtin_expect(logger.MayTrace(uId), false) ? TakeTraceDataIfTraced(logger, uId)
+                                                       : nullptr;
+}
+inline CWyTraceData* TakeTraceData(unsigned int uId) {
+  CWyLogger* const pLogger = ProcessLogger();
+  return pLogger != nullptr ? TakeTraceData(*pLogger, uId) : nullptr;
+}
+
+// Comes last in a statement, and writes when nothing before it has thrown.
+struct CWyTraceWriter {
+  void operator&(CWyTraceRecord& record) const { record.Write(); }
+};
+
+}  // namespace WyLogDetail
+
+#endif

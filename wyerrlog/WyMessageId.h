@@ -1,0 +1,41 @@
+#ifndef WYERRLOG_WYMESSAGEID_H
+#define WYERRLOG_WYMESSAGEID_H
+
+// Identifiers of messages and of traced components, put together and taken apart, so that every
+// component names its own in one header and nobody shifts bits:
+//
+//   bits 24 to 31  component number, the component's row in the known component table + 1
+//   bits 16 to 23  sub-component number, from 1; 0 for the component itself
+//   bits 14 and 15 severity of a message
+//   bits 0 to 13   message number within the component, from 1
+//
+// A component's header then reads
+//
+//   enum ComponentId : unsigned int { Component = WyComponentId(3), Parser = WyComponentId(3, 1) };
+//   enum Message : unsigned int {
+//     FileRefused = WyMessageId(Component, WySeverity::Warning, 1),  // {0} file, {1} reason
+//   };
+//
+// All of it is constant expressions: any thread, any time, no state.
+
+enum class WySeverity : unsigned int { Invalid, Information, Warning, Error };
+
+// A component by its number, 1 to 255, or its sub-component of that number.
+constexpr unsigned int WyComponentId(unsigned int uComponent, unsigned int uSubComponent = 0) {
+  return (uComponent << 24) | (uSubComponent << 16);
+}
+
+// A message of the component with the identifier `uComponentId`, by its number, 1 to 16383.
+constexpr unsigned int WyMessageId(unsigned int uComponentId, WySeverity severity,
+                                   unsigned int uNumber) {
+  return uComponentId | (static_cast<unsigned int>(severity) << 14) | uNumber;
+}
+
+constexpr unsigned int WyComponentNumber(unsigned int uId) { return uId >> 24; }
+constexpr unsigned int WySubComponentNumber(unsigned int uId) { return (uId >> 16) & 0xFF; }
+constexpr WySeverity WyMessageSeverity(unsigned int uMessageId) {
+  return static_cast<WySeverity>((uMessageId >> 14) & 3);
+}
+constexpr unsigned int WyMessageNumber(unsigned int uMessageId) { return uMessageId & 0x3FFF; }
+
+#endif
