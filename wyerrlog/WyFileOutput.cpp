@@ -17,6 +17,24 @@ constexpr time_t RetrySeconds = 300;
 
 bool IsSizeLimited(int iMode) { return iMode == 3 || iMode == 4; }
 
+// Bytes that a thread is about to write, counted for a scope.
+class CWyReservation {
+ public:
+  CWyReservation(std::atomic<uint64_t>& uReserved, uint64_t uBytes)
+      : m_uReserved(uReserved), m_uBytes(uBytes), m_uTotal(uReserved.fetch_add(uBytes) + uBytes) {}
+  ~CWyReservation() { m_uReserved.fetch_sub(m_uBytes); }
+  CWyReservation(const CWyReservation&) = delete;
+  CWyReservation& operator=(const CWyReservation&) = delete;
+
+  // With what others had reserved before.
+  uint64_t Total() const { return m_uTotal; }
+
+ private:
+  std::atomic<uint64_t>& m_uReserved;
+  uint64_t m_uBytes;
+  uint64_t m_uTotal;
+};
+
 // The flags of the ways to open a log file, 0 to 2; -1 for any other.
 int OpenFlags(int iHow) {
   switch (iHow) {
@@ -35,13 +53,16 @@ int OpenFlags(int iHow) {
 
 // The headers are given their texts ready made, so their time base has no effect.
 CWyFileOutput::CWyFileOutput()
-    : m_pszFileName(nullptr),
+    : m_uReserved(0),
+      m_pszFileName(nullptr),
       m_hFile(-1),
       m_iMaxBackups(0),
       m_uMaxFileSize(0),
       m_iMode(0),
+      m_bRegularFile(false),
       m_bRolloverRetry(false),
       m_tRolloverFailed(0),
+      m_bTornLine(false),
       m_msgHeader1(false),
       m_msgHeader2(false) {
   SetType(1);
@@ -63,6 +84,8 @@ bool CWyFileOutput::SetParams(const char* pszFileName, int iMode, int iMaxSizeMB
   memcpy(pszCopy, pszFileName, uSize);
   delete[] m_pszFileName;
   m_pszFileName = pszCopy;
+
+  m_bTornLine = false;
 
   m_iMode = iMode;
   m_uMaxFileSize = static_cast<unsigned int>(iMaxSizeMB) << 20;
@@ -97,8 +120,24 @@ bool CWyFileOutput::OpenFile(int iHow) {
   const int iFlags = OpenFlags(iHow);
   if (iFlags == -1) return false;
   CloseFile();
-  m_hFile = WyOpen(m_pszFileName, iFlags, 0644);
-  return m_hFile != -1;
+  // O_NONBLOCK: a pipe that nobody reads, or a terminal line, must not keep the host waiting.
+  m_hFile = WyOpen(m_pszFileName, iFlags | O_NONBLOCK | O_NOCTTY, 0644);
+  if (m_hFile == -1) return false;
+  if (!AcceptFile(iFlags)) {
+    CloseFile();
+    return false;
+  }
+  if ((iFlags & O_TRUNC) != 0) m_bTornLine = false;
+  return true;
+}
+
+// The writes that follow may wait: O_NONBLOCK was for the opening alone.
+bool CWyFileOutput::AcceptFile(int iFlags) {
+  struct stat status;
+  if (fstat(m_hFile, &status) != 0) return false;
+  m_bRegularFile = S_ISREG(status.st_mode);
+  return (m_bRegularFile || S_ISCHR(status.st_mode)) &&
+         fcntl(m_hFile, F_SETFL, iFlags & O_APPEND) == 0;
 }
 
 bool CWyFileOutput::CloseFile() {
@@ -115,36 +154,82 @@ bool CWyFileOutput::Log(CWyErrLogMessage& msg) { return Log(msg.GetBuffer()); }
 
 bool CWyFileOutput::Log(const char* pszText) {
   if (pszText == nullptr) return false;
-  if (IsSizeLimited(m_iMode)) return LogWithinLimit(pszText);
-  // Pairs with the release in Rollover: who finds the flag cleared sees the new descriptor.
-  if (m_bRolloverRetry.load(std::memory_order_acquire)) return LogAfterRefusal(pszText);
-  return LogMessage(pszText);
+  const std::string_view strText(pszText);
+  // Pairs with the release in StartNewFile: who finds the flag cleared sees the new descriptor.
+  if (!IsSizeLimited(m_iMode) && !m_bRolloverRetry.load(std::memory_order_acquire) &&
+      !m_bTornLine.load(std::memory_order_relaxed)) {
+    return Write(strText);
+  }
+  {
+    const CWyErrLogAutoReader others(m_guard);
+    const CWyReservation reservation(m_uReserved, strText.size());
+    if (MayWriteBesideOthers(reservation.Total())) return Write(strText);
+  }
+  const CWyErrLogAutoWriter alone(m_guard);
+  m_uReserved = 0;  // a forked child has none of the threads that it was forked beside
+  return LogAlone(strText);
 }
 
-bool CWyFileOutput::LogWithinLimit(const char* pszText) {
-  CWyErrLogAutoCS lock(m_cs);
-  struct stat status;
-  if (m_hFile < 0 || fstat(m_hFile, &status) != 0) return false;
-  const uint64_t uNewSize = static_cast<uint64_t>(status.st_size) + strlen(pszText);
-  const bool bDue =
-      m_bRolloverRetry.load(std::memory_order_relaxed) ? IsRetryDue() : uNewSize >= m_uMaxFileSize;
-  if (bDue && !Rollover()) return false;
-  return LogMessage(pszText);
+// Whoever writes between the look at the size and the write has reserved its bytes before, or finds
+// ours reserved: the last one of them to reserve has counted all others.
+bool CWyFileOutput::MayWriteBesideOthers(uint64_t uBytes) const {
+  if (m_bTornLine.load(std::memory_order_relaxed)) return false;
+  if (m_bRolloverRetry.load(std::memory_order_relaxed)) return !IsRetryDue();
+  if (!IsSizeLimited(m_iMode)) return true;
+  const int64_t iSize = FileSize();
+  return iSize >= 0 && static_cast<uint64_t>(iSize) + uBytes < m_uMaxFileSize;
 }
 
-bool CWyFileOutput::LogAfterRefusal(const char* pszText) {
-  CWyErrLogAutoCS lock(m_cs);
+bool CWyFileOutput::LogAlone(std::string_view strText) {
   // A retry must not open again what was closed.
   if (m_hFile < 0) return false;
-  const bool bDue = m_bRolloverRetry.load(std::memory_order_relaxed) && IsRetryDue();
-  if (bDue && !Rollover()) return false;
-  return LogMessage(pszText);
+  return RollOverIfDue(strText.size()) && EndTornLine() && Write(strText);
+}
+
+// False when a rollover failed, and when the file cannot tell whether one is due.
+bool CWyFileOutput::RollOverIfDue(size_t uLength) {
+  if (m_bRolloverRetry.load(std::memory_order_relaxed)) return !IsRetryDue() || Rollover();
+  if (!IsSizeLimited(m_iMode)) return true;
+  const int64_t iSize = FileSize();
+  if (iSize < 0) return false;
+  if (m_bTornLine.load(std::memory_order_relaxed)) ++uLength;
+  return static_cast<uint64_t>(iSize) + uLength < m_uMaxFileSize || Rollover();
 }
 
 bool CWyFileOutput::IsRetryDue() const { return time(nullptr) > m_tRolloverFailed + RetrySeconds; }
 
-bool CWyFileOutput::LogMessage(const char* pszText) {
-  return write(m_hFile, pszText, strlen(pszText)) >= 0;
+// The end of a regular file is much cheaper to ask for than its status, and counts the writes of
+// other processes too.
+int64_t CWyFileOutput::FileSize() const {
+  if (m_bRegularFile) return lseek(m_hFile, 0, SEEK_END);
+  struct stat status;
+  return fstat(m_hFile, &status) == 0 ? status.st_size : -1;
+}
+
+bool CWyFileOutput::LogMessage(const char* pszText) { return Write(pszText); }
+
+bool CWyFileOutput::Write(std::string_view strText) {
+  std::string_view strRest = strText;
+  for (;;) {
+    const ssize_t lWritten = write(m_hFile, strRest.data(), strRest.size());
+    if (lWritten == static_cast<ssize_t>(strRest.size())) return true;
+    if (lWritten < 0 && errno == EINTR) continue;
+    if (lWritten <= 0) break;
+    strRest.remove_prefix(static_cast<size_t>(lWritten));
+  }
+  const bool bTorn = strRest.size() < strText.size() && strText.back() == '\n';
+  if (bTorn) m_bTornLine.store(true, std::memory_order_relaxed);
+  return false;
+}
+
+// What is left of a line that the system cut gets the newline that it lost, and nothing else: a
+// record without one is no line, and its reader expects none. What an earlier process left behind
+// is not looked at.
+bool CWyFileOutput::EndTornLine() {
+  if (!m_bTornLine.load(std::memory_order_relaxed)) return true;
+  if (!Write("\n")) return false;
+  m_bTornLine.store(false, std::memory_order_relaxed);
+  return true;
 }
 
 // ---- Headers and buffering ----------------------------------------------------------------------

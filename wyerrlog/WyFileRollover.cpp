@@ -1,4 +1,5 @@
 #include <dirent.h>
+#include <sys/stat.h>
 #include <unistd.h>
 #include <wyi18n/wyi18n.h>
 
@@ -20,6 +21,16 @@ namespace {
 struct DirectoryCloser {
   void operator()(DIR* pDirectory) const { closedir(pDirectory); }
 };
+
+using DirectoryPtr = std::unique_ptr<DIR, DirectoryCloser>;
+
+DirectoryPtr OpenDirectory(const std::string& strPath) {
+  DIR* pDirectory;
+  do {
+    pDirectory = opendir(strPath.c_str());
+  } while (pDirectory == nullptr && errno == EINTR);
+  return DirectoryPtr(pDirectory);
+}
 
 // The backups of one log file, and the directory they lie in.
 class CWyBackups {
@@ -48,7 +59,7 @@ class CWyBackups {
 };
 
 bool CWyBackups::Read() {
-  const std::unique_ptr<DIR, DirectoryCloser> pDirectory(opendir(m_strDirectory.c_str()));
+  const DirectoryPtr pDirectory = OpenDirectory(m_strDirectory);
   if (!pDirectory) return false;
   while (const dirent* pEntry = readdir(pDirectory.get())) {
     if (m_naming.Matches(pEntry->d_name)) m_names.emplace_back(pEntry->d_name);
@@ -109,12 +120,19 @@ bool CWyFileOutput::IsBackedUpFile(const char* pszName, const char* pszBaseName)
 
 bool CWyFileOutput::Rollover() {
   CloseFile();
-  if (m_pszFileName == nullptr) return false;
+  if (m_pszFileName == nullptr || !IsMovable()) return false;
   try {
     return RolloverClosedFile();
   } catch (const std::bad_alloc&) {
     return false;
   }
+}
+
+// Directories, pipes and devices stay where they are. What cannot be looked at is left to the
+// renaming to judge.
+bool CWyFileOutput::IsMovable() const {
+  struct stat status;
+  return stat(m_pszFileName, &status) != 0 || S_ISREG(status.st_mode);
 }
 
 bool CWyFileOutput::RolloverClosedFile() {

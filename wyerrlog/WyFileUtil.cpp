@@ -4,6 +4,8 @@
 #include <unistd.h>
 #include <wyi18n/wyi18n.h>
 
+#include <cerrno>
+
 CWyFile::CWyFile() : m_fd(-1) {}
 
 CWyFile::~CWyFile() { CloseFile(); }
@@ -24,8 +26,10 @@ bool CWyFile::OpenFile(const char* pszPath, int iMode) {
     default:
       return false;
   }
-  m_fd = WyOpen(pszPath, iFlags, 0644);
-  return m_fd != -1;
+  m_fd = WyOpen(pszPath, iFlags | O_NONBLOCK | O_NOCTTY, 0644);
+  if (m_fd == -1) return false;
+  fcntl(m_fd, F_SETFL, iFlags & O_APPEND);  // reads may wait
+  return true;
 }
 
 void CWyFile::CloseFile() {
@@ -40,6 +44,7 @@ int CWyFile::ReadLine(void* pBuffer, int iSize) {
   int iLength = 0;
   while (iLength < iSize) {
     const ssize_t lRead = read(m_fd, pszLine + iLength, 1);
+    if (lRead < 0 && errno == EINTR) continue;
     if (lRead == 0) break;
     if (lRead != 1) return -1;
     if (pszLine[iLength++] == '\n') break;

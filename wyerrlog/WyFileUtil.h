@@ -14,7 +14,8 @@ class CWyFile {
   CWyFile& operator=(const CWyFile&) = delete;
 
   // Answers whether the file is open now; false for a mode that is none. A file that is open
-  // already is not closed first. Created files get the permissions 0644 less the umask.
+  // already is not closed first. Created files get the permissions 0644 less the umask. The opening
+  // never waits: a pipe without a writer is an empty file, one without a reader cannot be opened.
   bool OpenFile(const char* pszPath, int iMode);
   void CloseFile();
 

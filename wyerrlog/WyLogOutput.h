@@ -6,7 +6,9 @@
 // opens them, writes through them from several threads at once, and closes and deletes them.
 
 #include <atomic>
+#include <cstdint>
 #include <ctime>
+#include <string_view>
 
 #include "wyerrlog/WyErrLogMessage.h"
 #include "wyerrlog/WyErrLogUtil.h"
@@ -85,8 +87,8 @@ class WYERRLOG_API CWyConsoleOutput : public CWyLogOutput {
 
 // ---- File ---------------------------------------------------------------------------------------
 
-// Appends to a log file, one system call per message. Two modes roll the file over by size: it is
-// moved to a backup beside it, named by local date and time, and a new one is started.
+// Appends to a log file, one `write` per message. Two modes roll the file over by size: it is moved
+// to a backup beside it, named by local date and time, and a new one is started.
 //
 //   mode  an existing file is ...     rollover by size
 //   0     overwritten                 no
@@ -95,9 +97,18 @@ class WYERRLOG_API CWyConsoleOutput : public CWyLogOutput {
 //   3     appended to                 yes
 //   4     moved to a backup           yes
 //
-// Several threads write at once. Several processes may append to one file; only one may roll it
-// over. A forked child writes through the parent's descriptor. Files are closed in programs that
-// the process executes.
+// Several threads write at once; the system appends their messages one after another. Several
+// processes may append to one file; only one may roll it over. A forked child writes through the
+// parent's descriptor. Files are closed in programs that the process executes.
+//
+// The path must lead to a regular file or a character device, or to nothing yet; anything else is
+// refused, without waiting for the other end of a pipe. Only regular files are rolled over.
+//
+// When Log has answered true, the whole message is with the system. A write that the system cuts
+// short is continued at once. When the rest is refused, as on a full disk, Log answers false and a
+// part of the message stays in the file; if the message was a line, the next one that is written
+// begins on a line of its own. No failed write closes the file: a disk with room again is written
+// to again.
 class WYERRLOG_API CWyFileOutput : public CWyLogOutput {
  public:
   CWyFileOutput();
@@ -122,14 +133,14 @@ class WYERRLOG_API CWyFileOutput : public CWyLogOutput {
 
   // ---- The steps of Open and Log; the logger's callers need none of them ------------------------
 
-  // One write, which a full disk may cut short. False when the system refused it.
+  // Writes the whole text. False when the system refused all or the rest of it.
   bool LogMessage(const char* pszText);
 
   // False only when the system says that nothing bears the name.
   bool FileExists(const char* pszPath) const;
 
   // Opens the log file: 0 as a new file, 1 overwriting what it holds, 2 appending to it. Created
-  // files get the permissions 0644 less the umask.
+  // files get the permissions 0644 less the umask. Never waits.
   bool OpenFile(int iHow);
   bool CloseFile();  // always true
 
@@ -146,23 +157,34 @@ class WYERRLOG_API CWyFileOutput : public CWyLogOutput {
   void LogHeaders();
 
  private:
-  WYERRLOG_LOCAL bool LogWithinLimit(const char* pszText);
-  WYERRLOG_LOCAL bool LogAfterRefusal(const char* pszText);
+  WYERRLOG_LOCAL bool MayWriteBesideOthers(uint64_t uBytes) const;
+  WYERRLOG_LOCAL bool LogAlone(std::string_view strText);
+  WYERRLOG_LOCAL bool RollOverIfDue(size_t uLength);
   WYERRLOG_LOCAL bool IsRetryDue() const;
+  WYERRLOG_LOCAL int64_t FileSize() const;
+  WYERRLOG_LOCAL bool Write(std::string_view strText);
+  WYERRLOG_LOCAL bool EndTornLine();
+  WYERRLOG_LOCAL bool AcceptFile(int iFlags);
+  WYERRLOG_LOCAL bool IsMovable() const;
   WYERRLOG_LOCAL bool RolloverClosedFile();
   WYERRLOG_LOCAL bool StartNewFile();
   WYERRLOG_LOCAL bool ContinueOldFile();
 
-  CWyErrLogCS m_cs;
+  // Held for reading by those who write to the file as it is, for writing by the one who may roll
+  // it over. Writers of modes 0 to 2 need it only while one of the two flags below is set.
+  CWyErrLogGuard m_guard;
+  // What the holders for reading are about to write, in bytes: counted before they look at the
+  // file's size, so that together they stay below the limit.
+  std::atomic<uint64_t> m_uReserved;
   char* m_pszFileName;
   int m_hFile;  // -1 when closed
   int m_iMaxBackups;
   unsigned int m_uMaxFileSize;  // bytes
   int m_iMode;
-  // Set by a refused rename. While it is set, writers of every mode come one after another, because
-  // one of them will close and reopen the file.
-  std::atomic<bool> m_bRolloverRetry;
+  bool m_bRegularFile;                 // not a device
+  std::atomic<bool> m_bRolloverRetry;  // a rename was refused: another attempt will be made
   time_t m_tRolloverFailed;
+  std::atomic<bool> m_bTornLine;  // the file's last line has lost its end
   CWyErrLogMessage m_msgHeader1;
   CWyErrLogMessage m_msgHeader2;
 };

@@ -19,26 +19,39 @@ int RefuseNullPath() {
   return -1;
 }
 
-int RenameByLink(const char* from, const char* to) {
-  if (::link(from, to) != 0) {
-    return -1;
-  }
-  const int result = ::unlink(from);
-  if (result != 0) {
-    const int reason = errno;
-    ::unlink(to);
-    errno = reason;
-  }
+// Repeats a system call that a signal handler interrupts.
+template <typename Call>
+int Uninterrupted(Call call) {
+  int result;
+  do {
+    result = call();
+  } while (result < 0 && errno == EINTR);
   return result;
 }
 
-int RenameWhenFree(const char* from, const char* to) {
+// Not one with contents: a remote file system may have renamed although it reports a failure.
+void RemoveEmptyFile(const char* path) {
   struct stat status;
-  if (::lstat(to, &status) == 0) {
-    errno = EEXIST;
+  if (::lstat(path, &status) == 0 && status.st_size == 0) {
+    ::unlink(path);
+  }
+}
+
+// An empty file takes the name, and only that one is replaced. A process that is killed in between
+// leaves it behind, but never two names of one file.
+int RenameOntoPlaceholder(const char* from, const char* to) {
+  const int fd = WyOpen(to, O_WRONLY | O_CREAT | O_EXCL, 0644);
+  if (fd < 0) {
     return -1;
   }
-  return errno == ENOENT ? std::rename(from, to) : -1;
+  ::close(fd);
+  const int result = std::rename(from, to);
+  if (result != 0) {
+    const int reason = errno;
+    RemoveEmptyFile(to);
+    errno = reason;
+  }
+  return result;
 }
 
 const char* ReadEnvironment(const char* pszName) {
@@ -77,11 +90,7 @@ int WyOpen(const char* path, int flags, int mode) {
   if (path == nullptr) {
     return RefuseNullPath();
   }
-  int fd;
-  do {
-    fd = ::open(path, flags | O_CLOEXEC, static_cast<mode_t>(mode));
-  } while (fd < 0 && errno == EINTR);
-  return fd;
+  return Uninterrupted([=] { return ::open(path, flags | O_CLOEXEC, static_cast<mode_t>(mode)); });
 }
 
 int WyAccess(const char* path, int mode) {
@@ -92,17 +101,15 @@ int WyRename(const char* from, const char* to) {
   if (from == nullptr || to == nullptr) {
     return RefuseNullPath();
   }
-  int result = ::renameat2(AT_FDCWD, from, AT_FDCWD, to, RENAME_NOREPLACE);
-  if (result != 0 && (errno == EINVAL || errno == ENOSYS)) {
-    result = RenameByLink(from, to);
-  }
-  if (result != 0 && (errno == EPERM || errno == EOPNOTSUPP || errno == EMLINK)) {
-    result = RenameWhenFree(from, to);
-  }
-  return result;
+  const int result =
+      Uninterrupted([=] { return ::renameat2(AT_FDCWD, from, AT_FDCWD, to, RENAME_NOREPLACE); });
+  const bool offered = result == 0 || (errno != EINVAL && errno != ENOSYS);
+  return offered ? result : RenameOntoPlaceholder(from, to);
 }
 
-int WyUnlink(const char* path) { return path == nullptr ? RefuseNullPath() : ::unlink(path); }
+int WyUnlink(const char* path) {
+  return path == nullptr ? RefuseNullPath() : Uninterrupted([=] { return ::unlink(path); });
+}
 
 void* WyLoadLibrary(const char* name) {
   // dlopen answers both with the program itself.

@@ -11,20 +11,20 @@
 
 // --- Files --------------------------------------------------------------------------------------
 // Each call has the contract of the POSIX call of the same meaning: a negative result reports
-// failure, with the reason in errno. A null path name fails with EFAULT.
+// failure, with the reason in errno. A null path name fails with EFAULT. A call that a signal
+// handler interrupts is repeated.
 
 // Opens a file like open(). `mode` holds the permission bits of a file that the call creates and is
-// ignored when it creates none. Two things are added: a call that a signal handler interrupts is
-// repeated, and the descriptor is always close-on-exec, so that programs which the process starts
-// do not inherit it. The caller owns the descriptor and closes it with close().
+// ignored when it creates none. The descriptor is always close-on-exec, so that programs which the
+// process starts do not inherit it. The caller owns it and closes it with close().
 WYI18N_EXPORT int WyOpen(const char* path, int flags, int mode);
 
 // Tests a file like access(): F_OK for existence, or R_OK, W_OK and X_OK combined.
 WYI18N_EXPORT int WyAccess(const char* path, int mode);
 
 // Renames a file like rename(), but never replaces: an existing file of the name `to` fails with
-// EEXIST. Where the file system offers neither a renaming that does not replace nor hard links, a
-// file that another process creates in the same moment is not noticed.
+// EEXIST. Where the file system cannot rename so by itself, an empty file takes the name first; it
+// stays when the process is killed in between. Directories cannot be renamed there.
 WYI18N_EXPORT int WyRename(const char* from, const char* to);
 
 // Removes a file name like unlink().
