@@ -2,6 +2,7 @@
 #include <unistd.h>
 #include <wyi18n/wyi18n.h>
 
+#include "wyerrlog/WyErrLogPrivUtil.h"
 #include "wyerrlog/WyLogOutput.h"
 
 // ---- The shared terminal ------------------------------------------------------------------------
@@ -28,6 +29,7 @@ void CWyConsoleManager::ReleaseConsoleHandle() {
 }
 
 CWyConsoleManager* theConsoleManager() {
+  const CWyForkGate gate;  // a forked child must not find the making half done
   static CWyConsoleManager tcm;
   return &tcm;
 }

@@ -1,8 +1,6 @@
 #include <sched.h>
 #include <unistd.h>
 
-#include <unordered_set>
-
 #include "wyerrlog/WyErrLogPrivUtil.h"
 #include "wyerrlog/WyErrLogUtil.h"
 
@@ -15,21 +13,44 @@
 //   child    guards forget the holds and the waiting of the threads that do not exist there.
 //
 // Readers of a guard are not waited for: they change nothing that a guard protects, and they may be
-// inside a host's callback for as long as it likes.
+// inside a host's callback for as long as it likes. Neither are threads that fork as well, from
+// inside a host's Open or Close.
 
 namespace {
 
-struct ForkState {
-  CWyErrLogCriticalSection section;  // protects the sets
-  std::unordered_set<CWyErrLogCriticalSection*> sections;
-  std::unordered_set<CWyGuard*> guards;
-  std::unordered_set<CWyReadSections*> readSections;
+// The members of one kind. A ring through the list itself.
+template <typename T>
+class ForkList {
+ public:
+  void Add(T& member) {
+    if (member.m_pNext != nullptr) return;
+    member.m_pNext = &m_ends;
+    member.m_pPrevious = m_ends.m_pPrevious;
+    m_ends.m_pPrevious->m_pNext = &member;
+    m_ends.m_pPrevious = &member;
+  }
+
+  void Remove(T& member) {
+    if (member.m_pNext == nullptr) return;
+    member.m_pNext->m_pPrevious = member.m_pPrevious;
+    member.m_pPrevious->m_pNext = member.m_pNext;
+    member.m_pNext = member.m_pPrevious = nullptr;
+  }
+
+  template <typename Step>
+  void ForEach(Step step) {
+    for (CWyForkLink* p = m_ends.m_pNext; p != &m_ends; p = p->m_pNext) step(static_cast<T&>(*p));
+  }
+
+ private:
+  CWyForkLink m_ends{&m_ends, &m_ends};
 };
 
-ForkState& State() {
-  static ForkState& state = *new ForkState;  // used by threads that outlive main
-  return state;
-}
+// Used by threads that outlive main.
+constinit CWyImmortal<CWyErrLogCriticalSection> s_listSection;  // protects the lists
+constinit CWyImmortal<ForkList<CWyErrLogCriticalSection>> s_sections;
+constinit CWyImmortal<ForkList<CWyGuard>> s_guards;
+constinit CWyImmortal<ForkList<CWyReadSections>> s_readSections;
 
 class SectionLock {
  public:
@@ -45,15 +66,15 @@ class SectionLock {
 };
 
 template <typename T>
-void Insert(std::unordered_set<T*> ForkState::*pSet, T& member) {
-  const SectionLock lock(State().section);
-  (State().*pSet).insert(&member);
+void Insert(CWyImmortal<ForkList<T>>& list, T& member) {
+  const SectionLock lock(s_listSection.value);
+  list.value.Add(member);
 }
 
 template <typename T>
-void Erase(std::unordered_set<T*> ForkState::*pSet, T& member) {
-  const SectionLock lock(State().section);
-  (State().*pSet).erase(&member);
+void Erase(CWyImmortal<ForkList<T>>& list, T& member) {
+  const SectionLock lock(s_listSection.value);
+  list.value.Remove(member);
 }
 
 constinit CWyImmortal<CWyErrLogCriticalSection> s_timeConversion;
@@ -62,14 +83,17 @@ constinit std::atomic<int> nPid{0};
 // ---- The gate -----------------------------------------------------------------------------------
 
 constinit CWyImmortal<CWyErrLogCriticalSection> s_gate;
-constinit int s_iInsideGate = 0;  // of all threads, changed inside s_gate
+constinit int s_iInsideGate = 0;  // sections of all threads, changed inside s_gate
+constinit int s_iForking = 0;     // those of threads that fork from inside them; as well
 thread_local int t_iInsideGate = 0;
 
 // Leaves s_gate entered. Between two looks others may come and go: one that is inside may be
-// waiting for another one that has yet to come.
+// waiting for another one that has yet to come. Those that fork as well are where what the sections
+// protect is whole, and go on when this fork is over.
 void CloseGate() {
   s_gate.value.Enter();
-  while (s_iInsideGate != t_iInsideGate) {
+  s_iForking += t_iInsideGate;
+  while (s_iInsideGate != s_iForking) {
     s_gate.value.Leave();
     sched_yield();
     s_gate.value.Enter();
@@ -80,33 +104,30 @@ void CloseGate() {
 
 void BeforeFork() {
   CloseGate();
-  ForkState& state = State();
-  state.section.Enter();
-  for (CWyErrLogCriticalSection* pSection : state.sections) pSection->Enter();
+  s_listSection.value.Enter();
+  s_sections.value.ForEach([](CWyErrLogCriticalSection& section) { section.Enter(); });
   s_timeConversion.value.Enter();
 }
 
 void AfterFork() {
-  ForkState& state = State();
   s_timeConversion.value.Leave();
-  for (CWyErrLogCriticalSection* pSection : state.sections) pSection->Leave();
-  state.section.Leave();
+  s_sections.value.ForEach([](CWyErrLogCriticalSection& section) { section.Leave(); });
+  s_listSection.value.Leave();
+  s_iForking -= t_iInsideGate;
   s_gate.value.Leave();
 }
 
 void AfterForkInChild() {
-  ForkState& state = State();
   nPid.store(getpid(), std::memory_order_relaxed);
-  for (CWyGuard* pGuard : state.guards) {
-    pGuard->ResetInForkedChild(CWyGuardHold::OfThisThread(pGuard));
-  }
-  for (CWyReadSections* pSections : state.readSections) pSections->ResetInForkedChild();
+  s_guards.value.ForEach(
+      [](CWyGuard& guard) { guard.ResetInForkedChild(CWyGuardHold::OfThisThread(&guard)); });
+  s_readSections.value.ForEach([](CWyReadSections& sections) { sections.ResetInForkedChild(); });
+  s_iInsideGate = s_iForking = t_iInsideGate;
   AfterFork();
 }
 
 // When the library is loaded, so that no fork can come before.
-[[maybe_unused]] const int s_iInstalled =
-    (State(), pthread_atfork(BeforeFork, AfterFork, AfterForkInChild));
+[[maybe_unused]] const int s_iInstalled = pthread_atfork(BeforeFork, AfterFork, AfterForkInChild);
 
 }  // namespace
 
@@ -124,16 +145,14 @@ CWyForkGate::Outside::Outside() : m_iSections(t_iInsideGate) { Move(-m_iSections
 
 CWyForkGate::Outside::~Outside() { Move(m_iSections); }
 
-void CWyForkRegistry::Add(CWyErrLogCriticalSection& cs) { Insert(&ForkState::sections, cs); }
-void CWyForkRegistry::Remove(CWyErrLogCriticalSection& cs) { Erase(&ForkState::sections, cs); }
+void CWyForkRegistry::Add(CWyErrLogCriticalSection& cs) { Insert(s_sections, cs); }
+void CWyForkRegistry::Remove(CWyErrLogCriticalSection& cs) { Erase(s_sections, cs); }
 
-void CWyForkRegistry::Add(CWyGuard& guard) { Insert(&ForkState::guards, guard); }
-void CWyForkRegistry::Remove(CWyGuard& guard) { Erase(&ForkState::guards, guard); }
+void CWyForkRegistry::Add(CWyGuard& guard) { Insert(s_guards, guard); }
+void CWyForkRegistry::Remove(CWyGuard& guard) { Erase(s_guards, guard); }
 
-void CWyForkRegistry::Add(CWyReadSections& sections) { Insert(&ForkState::readSections, sections); }
-void CWyForkRegistry::Remove(CWyReadSections& sections) {
-  Erase(&ForkState::readSections, sections);
-}
+void CWyForkRegistry::Add(CWyReadSections& sections) { Insert(s_readSections, sections); }
+void CWyForkRegistry::Remove(CWyReadSections& sections) { Erase(s_readSections, sections); }
 
 CWyErrLogCriticalSection& WyTimeConversionSection() { return s_timeConversion.value; }
 

@@ -51,20 +51,36 @@ CWyGuard::CWyGuard()
       m_writerSem(0, std::numeric_limits<long>::max(), true),
       m_iWaitingReaders(0),
       m_iWaitingWriters(0) {
+  if (!m_readerSem.IsMade() || !m_writerSem.IsMade()) throw std::bad_alloc();
   CWyForkRegistry::Add(*this);
 }
 
 CWyGuard::~CWyGuard() { CWyForkRegistry::Remove(*this); }
 
-void CWyGuard::LockForRead() {
+bool CWyGuard::TryLockForRead() {
   unsigned int uActive = m_uActive.load(std::memory_order_relaxed);
   while ((uActive & Writer) == 0) {
     if (m_uActive.compare_exchange_weak(uActive, uActive + 1, std::memory_order_acquire,
                                         std::memory_order_relaxed)) {
-      return;
+      return true;
     }
   }
-  WaitForRead();
+  return false;
+}
+
+bool CWyGuard::JoinReaders() {
+  unsigned int uActive = m_uActive.load(std::memory_order_relaxed);
+  while ((uActive & ~Writer) != 0) {
+    if (m_uActive.compare_exchange_weak(uActive, uActive + 1, std::memory_order_acquire,
+                                        std::memory_order_relaxed)) {
+      return true;
+    }
+  }
+  return false;
+}
+
+void CWyGuard::LockForRead() {
+  if (!TryLockForRead()) WaitForRead();
 }
 
 void CWyGuard::WaitForRead() {
@@ -76,7 +92,9 @@ void CWyGuard::WaitForRead() {
     m_uActive.fetch_add(1, std::memory_order_acquire);
   }
   m_cs.Leave();
-  if (bMustWait) m_readerSem.Wait(WYERRLOG_INFINITE);
+  if (!bMustWait) return;
+  const CWyForkGate::Outside outside;  // see LockForWrite
+  m_readerSem.Wait(WYERRLOG_INFINITE);
 }
 
 void CWyGuard::LockForWrite() {

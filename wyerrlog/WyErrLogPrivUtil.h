@@ -6,9 +6,22 @@
 
 #include <array>
 #include <atomic>
+#include <exception>
 #include <new>
 
 #include "wyerrlog/WyErrLogPort.h"
+
+// Runs a piece of a public operation, and answers `failure` in place of what the library itself
+// throws, for want of memory: no exception of its own leaves the library. The piece calls nothing
+// of the host, whose exceptions pass through.
+template <typename Result, typename Body>
+Result WyNoThrow(Result failure, Body body) {
+  try {
+    return body();
+  } catch (const std::exception&) {
+    return failure;
+  }
+}
 
 // An object that is never destroyed: threads that outlive main and destructors of other statics may
 // still come to use it.
@@ -19,8 +32,14 @@ union CWyImmortal {
   ~CWyImmortal() {}
 };
 
+// A place in one of the lists of CWyForkRegistry; null pointers while it is in none.
+struct CWyForkLink {
+  CWyForkLink* m_pNext = nullptr;
+  CWyForkLink* m_pPrevious = nullptr;
+};
+
 // A mutex, not recursive. Ready before any code runs when it is a static object.
-class CWyErrLogCriticalSection {
+class CWyErrLogCriticalSection : public CWyForkLink {
  public:
   constexpr CWyErrLogCriticalSection() : m_mutex(PTHREAD_MUTEX_INITIALIZER) {}
   ~CWyErrLogCriticalSection();
@@ -56,6 +75,8 @@ class CWyErrLogSemaphore : public CWyErrLogSyncBase {
   // Without `bCreate`, and when creation fails, there is no handle: every wait and release fails.
   CWyErrLogSemaphore(long lInitial, long lMax, bool bCreate);
 
+  bool IsMade() const { return m_hSem != nullptr; }
+
   // Adds units. Answers 1, or 0 when they were refused.
   int Release(long lCount);
 
@@ -70,9 +91,9 @@ class CWyErrLogSemaphore : public CWyErrLogSyncBase {
 //
 // A forked child finds every guard held by its one thread's own holds alone, and free otherwise;
 // no fork happens while another thread holds a guard for writing (see CWyForkGate).
-class CWyGuard {
+class CWyGuard : public CWyForkLink {
  public:
-  CWyGuard();
+  CWyGuard();  // throws std::bad_alloc when the system has no semaphore for it
   ~CWyGuard();
   CWyGuard(const CWyGuard&) = delete;
   CWyGuard& operator=(const CWyGuard&) = delete;
@@ -80,6 +101,11 @@ class CWyGuard {
   void LockForRead();
   void LockForWrite();
   void Unlock();
+
+  // Without waiting: only when no writer holds the guard or waits for it.
+  bool TryLockForRead();
+  // Only when readers hold the guard: goes past the writers that wait for them.
+  bool JoinReaders();
 
   // In a forked child: forgets the parent's threads. `iOwnHold` is 1 when the surviving thread
   // holds the guard for reading, -1 for writing, 0 when it does not.
@@ -137,8 +163,9 @@ class CWyForkGate {
   static void Move(int iSections);
 };
 
-// The one object of its class in this process, made by the first call of Get. At process exit it is
-// released, but never destroyed: threads that outlive main may still come to use it.
+// The one object of its class in this process, made by the first call of Get, which answers null as
+// long as there is no memory for it: T tells by IsUsable whether there was. At process exit it is
+// released (its End), but never destroyed: threads that outlive main may still come to use it.
 template <typename T>
 class CWyProcessObject {
  public:
@@ -147,8 +174,10 @@ class CWyProcessObject {
     // What is called by the making (a plug-in's constructor, say) gets the object as far as it is.
     if (s_bMaking) return Storage();
     const CWyForkGate gate;  // a forked child must not find the making half done
-    static const CWyProcessObject s_object;
-    return Storage();
+    return WyNoThrow<T*>(nullptr, [] {
+      static const CWyProcessObject s_object;  // a making that failed is tried again
+      return Storage();
+    });
   }
 
   // Releases the object for good, if it has been made: at process exit, when the components that it
@@ -156,7 +185,7 @@ class CWyProcessObject {
   static void End() {
     if (s_pMade.load() == nullptr) return;
     s_bEnded.store(true);
-    Storage()->Release();
+    Storage()->End();
   }
   static bool HasEnded() { return s_bEnded.load(); }
 
@@ -165,11 +194,20 @@ class CWyProcessObject {
 
  private:
   CWyProcessObject() {
-    s_bMaking = true;
-    s_pMade.store(new (s_storage) T, std::memory_order_release);
-    s_bMaking = false;
+    const Making making;
+    T* const pObject = new (s_storage) T;
+    if (!pObject->IsUsable()) {
+      pObject->~T();
+      throw std::bad_alloc();
+    }
+    s_pMade.store(pObject, std::memory_order_release);
   }
   ~CWyProcessObject() { End(); }
+
+  struct Making {
+    Making() { s_bMaking = true; }
+    ~Making() { s_bMaking = false; }
+  };
 
   static T* Storage() { return std::launder(reinterpret_cast<T*>(s_storage)); }
 
@@ -186,6 +224,8 @@ class CWyReadSections;
 //
 // A critical section that is registered is entered before the fork and left after it, in both
 // processes. So no thread may enter one while it holds another one of them.
+//
+// Takes no memory: the members are links themselves.
 class CWyForkRegistry {
  public:
   static void Add(CWyErrLogCriticalSection& cs);  // again: no effect
@@ -210,7 +250,7 @@ int WyProcessId();
 // while it uses the data, and the remover, having made the data unreachable, waits until the
 // sections that were open are closed. The counts are spread over cache lines, so that readers on
 // several processors do not slow each other down. A forked child finds no section open.
-class CWyReadSections {
+class CWyReadSections : public CWyForkLink {
  public:
   CWyReadSections() { CWyForkRegistry::Add(*this); }
   ~CWyReadSections() { CWyForkRegistry::Remove(*this); }

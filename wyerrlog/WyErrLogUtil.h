@@ -7,6 +7,9 @@
 // the library. Locks are not recursive: a thread that holds one must not ask for it again, a guard
 // not even for reading.
 
+#include <array>
+#include <initializer_list>
+
 class CWyErrLogCriticalSection;
 class CWyGuard;
 
@@ -44,8 +47,16 @@ class CWyErrLogAutoCS {
 
 // Many readers or one writer. A new reader waits behind a waiting writer; a guard that becomes free
 // goes to one waiting writer first, otherwise to all waiting readers at once.
+//
+// Host code runs while a guard is held: callbacks, and what opens and closes the host's outputs. It
+// may use further guards, those of other logs, and so could come to wait for itself, or threads for
+// each other in a circle. A thread that holds a guard therefore waits for another one only when
+// none of the other one's holders waits, directly or through others, for the thread itself. When
+// one does, the thread joins the readers that hold the guard, past the writers that wait for them,
+// if it wants to read; otherwise it is refused. A guard that the thread holds itself is refused.
 class CWyErrLogGuard {
  public:
+  // Without memory for it the guard is not usable: it admits nobody who can be refused.
   CWyErrLogGuard();
   ~CWyErrLogGuard();
   CWyErrLogGuard(const CWyErrLogGuard&) = delete;
@@ -55,13 +66,21 @@ class CWyErrLogGuard {
   void LockForWrite();
   void Unlock();
 
-  // Whether a scope holder of the calling thread holds this guard: asking for it again would wait
-  // for itself.
+  // Whether a scope holder of the calling thread holds this guard.
   bool IsHeldByThisThread() const;
+
+  bool IsUsable() const { return m_pGuard != nullptr; }
 
  private:
   friend class CWyErrLogAutoReader;
   friend class CWyErrLogAutoWriter;
+  friend class CWyGuardWait;
+  friend class CWyLogReader;
+  friend class CWyLogWriter;
+
+  bool AdmitReader();
+  bool AdmitNestedReader();
+  bool AdmitWriter();
 
   CWyGuard* m_pGuard;  // owned
 };
@@ -81,10 +100,44 @@ class CWyGuardHold {
   // Read, Write, or 0 when the calling thread does not hold the guard.
   static int OfThisThread(const CWyGuard* pGuard);
 
+  // The calling thread's innermost hold, null when it has none.
+  static const CWyGuardHold* InnermostOfThisThread();
+  // Whether this or one of the holds around it is one of the guard.
+  bool Includes(const CWyGuard* pGuard) const;
+
  private:
-  const CWyGuard* m_pGuard;
+  const CWyGuard* m_pGuard;  // null: none
   CWyGuardHold* m_pOuter;
   int m_iKind;
+};
+
+// A stretch in which the calling thread may wait for the guards while it holds others, for other
+// threads to see. For a thread that holds none it does nothing.
+class CWyGuardWait {
+ public:
+  static constexpr int MaxGuards = 4;
+
+  explicit CWyGuardWait(std::initializer_list<const CWyErrLogGuard*> guards);
+  ~CWyGuardWait();
+  CWyGuardWait(const CWyGuardWait&) = delete;
+  CWyGuardWait& operator=(const CWyGuardWait&) = delete;
+
+  // False when the thread would wait for itself.
+  bool IsAllowed() const { return m_bAllowed; }
+
+  // In a forked child, before it has more than one thread.
+  static void ForgetThoseOfOtherThreads();
+
+ private:
+  static bool EndsAtThisThread(const CWyGuard* pGuard);
+
+  static CWyGuardWait* s_pFirst;  // of the waits of all threads
+
+  std::array<const CWyGuard*, MaxGuards> m_apGuards;  // the first null ends them
+  const CWyGuardHold* m_pHolds;                       // the thread's, when the wait began
+  unsigned long m_ulThread;
+  bool m_bAllowed;
+  CWyGuardWait* m_pNext;
 };
 
 // Holds a guard for reading for a scope.
@@ -106,6 +159,29 @@ class CWyErrLogAutoWriter {
 
  private:
   CWyErrLogGuard& m_guard;
+  CWyGuardHold m_hold;
+};
+
+// The same for callers that may be host code under a guard already: false when they were refused.
+class CWyLogReader {
+ public:
+  explicit CWyLogReader(CWyErrLogGuard& guard);
+  ~CWyLogReader();
+  explicit operator bool() const { return m_pGuard != nullptr; }
+
+ private:
+  CWyErrLogGuard* m_pGuard;
+  CWyGuardHold m_hold;
+};
+
+class CWyLogWriter {
+ public:
+  explicit CWyLogWriter(CWyErrLogGuard& guard);
+  ~CWyLogWriter();
+  explicit operator bool() const { return m_pGuard != nullptr; }
+
+ private:
+  CWyErrLogGuard* m_pGuard;
   CWyGuardHold m_hold;
 };
 

@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "wyerrlog/WyErrLogPrivUtil.h"
 #include "wyerrlog/WyLogger.h"
 
 CWyErrData::CWyErrData() : m_pNext(nullptr), m_nErr(0), m_bLogged(false) {}
@@ -25,7 +26,9 @@ void CWyError::TakeOver(const CWyError& other) {
   m_pTail = std::exchange(other.m_pTail, nullptr);
 }
 
-CWyErrData* CWyError::NewErrData() { return new CWyErrData; }
+CWyErrData* CWyError::NewErrData() {
+  return WyNoThrow<CWyErrData*>(nullptr, [] { return new CWyErrData; });
+}
 
 void CWyError::Clear() {
   while (m_pHead != nullptr) delete std::exchange(m_pHead, m_pHead->GetNext());

@@ -50,7 +50,7 @@ class WYERRLOG_API CWyError {
   CWyError(const CWyError& other);
   CWyError& operator=(const CWyError& other);
 
-  // A new entry, the caller's until it is added.
+  // A new entry, the caller's until it is added; null when memory is lacking.
   static CWyErrData* NewErrData();
 
   // Appends the entry; a null entry changes nothing.

@@ -3,7 +3,9 @@
 #include <pthread.h>
 
 #include <cerrno>
+#include <exception>
 #include <new>
+#include <utility>
 
 #include "wyerrlog/WyErrLogPrivUtil.h"
 #include "wyerrlog/WyThreadTraceData.h"
@@ -14,15 +16,10 @@ std::atomic<int> CWyLogger::m_iConfigVersion{0};
 
 namespace {
 
-void CloseAndDelete(CWyLogOutput* pOutput) {
-  if (pOutput == nullptr) return;
-  pOutput->Close();
-  delete pOutput;
-}
-
-void Remove(CWyLogOutput*& pOutput) {
-  CloseAndDelete(pOutput);
-  pOutput = nullptr;
+// Also when the host's Close throws, the output is gone.
+void Remove(CWyLogOutput*& pInstalled) {
+  const std::unique_ptr<CWyLogOutput> pOutput(std::exchange(pInstalled, nullptr));
+  if (pOutput != nullptr) pOutput->Close();
 }
 
 bool Replace(CWyLogOutput*& pInstalled, CWyLogOutput* pOutput) {
@@ -35,90 +32,110 @@ bool Replace(CWyLogOutput*& pInstalled, CWyLogOutput* pOutput) {
 
 template <typename Output, typename... Parameters>
 CWyLogOutput* MakeOutput(Parameters... parameters) {
-  auto pOutput = std::make_unique<Output>();
-  return pOutput->SetParams(parameters...) ? pOutput.release() : nullptr;
+  return WyNoThrow<CWyLogOutput*>(nullptr, [&] {
+    auto pOutput = std::make_unique<Output>();
+    return pOutput->SetParams(parameters...) ? pOutput.release() : nullptr;
+  });
 }
 
 }  // namespace
 
 // ---- Lifecycle ----------------------------------------------------------------------------------
 
-CWyLogger::CWyLogger()
-    : m_bInitialized(false),
-      m_pLogOutput(nullptr),
-      m_pTraceOutput(nullptr),
-      m_pSecondTraceOutput(nullptr),
-      m_pAuditOutput(nullptr),
-      m_ppComponents(nullptr),
-      m_iComponentSlotCount(0),
-      m_bUseLocalTime(false),
-      m_iComponentInfoCount(0),
-      m_iDataFieldCount(0),
-      m_pTraceData(nullptr),
-      m_iExecutionTimeThreshold(0),
-      m_bHasThreadKey(false),
-      m_iComponentInfoCapacity(0),
-      m_iHighestVersion(0),
-      m_pLookups(new CWyReadSections) {
-  theConsoleManager();  // made before the first logger is, so that it outlives the loggers' outputs
-  initializeThreadKey(&m_uThreadKey);
+CWyLogger::CWyLogger() : m_pLookups(new (std::nothrow) CWyReadSections) {
+  // The console manager is made before the first logger is, so that it outlives their outputs.
+  m_bComplete = WyNoThrow(false, [] { return theConsoleManager() != nullptr; }) &&
+                m_pLookups != nullptr && m_lifecycleGuard.IsUsable() && m_logGuard.IsUsable() &&
+                m_traceGuard.IsUsable() && m_auditGuard.IsUsable();
   Init();
 }
 
+CWyLogger::CWyLogger(CWyReadSections& lookups) : m_pLookups(&lookups) {}
+
 CWyLogger::~CWyLogger() {
-  Release();
+  End();
   CWyThreadTracePool::FreeEntriesOf(*this);
 }
 
-// A thread that holds a guard already is inside a callback of that log, or of a component that is
-// being loaded: what it asks for would wait for itself.
-bool CWyLogger::IsCalledByOutput() const {
+// Whether host code under one of the guards calls.
+bool CWyLogger::IsUsedByThisThread() const {
   return m_lifecycleGuard.IsHeldByThisThread() || m_logGuard.IsHeldByThisThread() ||
          m_traceGuard.IsHeldByThisThread() || m_auditGuard.IsHeldByThisThread();
 }
 
 void CWyLogger::Init() {
-  if (IsCalledByOutput()) return;
+  const CWyGuardWait wait({&m_lifecycleGuard, &m_logGuard, &m_traceGuard, &m_auditGuard});
+  if (!m_bComplete || !wait.IsAllowed()) return;
   const CWyErrLogAutoWriter lifecycle(m_lifecycleGuard);
   const CWyErrLogAutoWriter log(m_logGuard);
   const CWyErrLogAutoWriter trace(m_traceGuard);
   const CWyErrLogAutoWriter audit(m_auditGuard);
   if (m_bInitialized) return;
-  LoadComponents();
-  InitKnownInfo();
+  if (!WyNoThrow(false, [this] { return Prepare(); })) {
+    ReleaseComponents();
+    ReleaseKnownInfo();
+    return;
+  }
   ForgetTraceDecisions();
   CWyThreadTracePool::AddLogger();
   m_bHasThreadKey = pthread_key_create(&m_uThreadKey, FreeThreadTraceData) == 0;
   m_bInitialized = true;
 }
 
-// The logs are emptied one after another, each under its own guard alone: a callback of one of them
-// may be on its way into another one, and would wait for a guard that is held here until it is
-// over.
+bool CWyLogger::Prepare() {
+  LoadComponents();
+  MakeKnownInfo();
+  return true;
+}
+
 void CWyLogger::Release() {
-  if (IsCalledByOutput()) return;
+  const CWyGuardWait wait({&m_lifecycleGuard, &m_logGuard, &m_traceGuard, &m_auditGuard});
+  if (!wait.IsAllowed()) return;
   const CWyErrLogAutoWriter lifecycle(m_lifecycleGuard);
   if (!m_bInitialized) return;
   // From here on nothing is installed any more. Look-ups take no guard: they are turned away, then
   // those under way are waited for.
   m_bInitialized = false;
-  m_pLookups->WaitForReaders();
-  ReleaseComponents();
   {
-    const CWyErrLogAutoWriter log(m_logGuard);
-    Remove(m_pLogOutput);
+    const CWyForkGate::Outside outside;
+    m_pLookups->WaitForReaders();
   }
-  {
-    const CWyErrLogAutoWriter trace(m_traceGuard);
-    RemoveTraceOutputs(false);
+  UnloadComponents();
+  ReleaseComponents();
+  RemoveEverything();
+}
+
+void CWyLogger::End() noexcept {
+  try {
+    Release();
+  } catch (...) {
+    // by a host's output; the logger is released all the same
+  }
+}
+
+// The logs are emptied one after another, each under its own guard alone: a callback of one of them
+// may be on its way into another one, and would wait for a guard that is held here until it is
+// over. What the host throws on the way has to wait.
+void CWyLogger::RemoveEverything() {
+  std::exception_ptr pThrown;
+  const auto attempt = [&pThrown](CWyErrLogGuard& guard, auto remove) {
+    const CWyErrLogAutoWriter writer(guard);
+    try {
+      remove();
+    } catch (...) {
+      pThrown = std::current_exception();
+    }
+  };
+  attempt(m_logGuard, [this] { Remove(m_pLogOutput); });
+  attempt(m_traceGuard, [this] {
     RemoveTraceConfiguration();
     ReleaseThreadRecords();
-  }
-  {
-    const CWyErrLogAutoWriter audit(m_auditGuard);
-    Remove(m_pAuditOutput);
-  }
+    RemoveTraceOutputs(true);
+  });
+  attempt(m_traceGuard, [this] { RemoveTraceOutputs(false); });
+  attempt(m_auditGuard, [this] { Remove(m_pAuditOutput); });
   ReleaseKnownInfo();
+  if (pThrown != nullptr) std::rethrow_exception(pThrown);
 }
 
 void CWyLogger::ReleaseThreadRecords() {
@@ -168,9 +185,8 @@ void CWyLogger::DeleteLogOutput(CWyLogOutput* pOutput) {
 // ---- Error log and audit log --------------------------------------------------------------------
 
 bool CWyLogger::SetLogOutput(CWyLogOutput* pOutput) {
-  if (m_logGuard.IsHeldByThisThread()) return false;
-  const CWyErrLogAutoWriter writer(m_logGuard);
-  return SetLogOutput_Unlocked(pOutput);
+  const CWyLogWriter writer(m_logGuard);
+  return writer && SetLogOutput_Unlocked(pOutput);
 }
 
 bool CWyLogger::SetLogOutput_Unlocked(CWyLogOutput* pOutput) {
@@ -178,33 +194,30 @@ bool CWyLogger::SetLogOutput_Unlocked(CWyLogOutput* pOutput) {
 }
 
 void CWyLogger::DisableLog() {
-  if (m_logGuard.IsHeldByThisThread()) return;
-  const CWyErrLogAutoWriter writer(m_logGuard);
-  Remove(m_pLogOutput);
+  const CWyLogWriter writer(m_logGuard);
+  if (writer) Remove(m_pLogOutput);
 }
 
 bool CWyLogger::LogErrMsg(CWyErrLogMessage& msg) {
-  if (!m_bInitialized || m_logGuard.IsHeldByThisThread()) return false;
-  const CWyErrLogAutoReader reader(m_logGuard);
-  return m_pLogOutput != nullptr && m_pLogOutput->Log(msg);
+  if (!m_bInitialized) return false;
+  const CWyLogReader reader(m_logGuard);
+  return reader && m_pLogOutput != nullptr && m_pLogOutput->Log(msg);
 }
 
 bool CWyLogger::EnableAuditLogRollover(CWyLogOutput* pOutput) {
-  if (m_auditGuard.IsHeldByThisThread()) return false;
-  const CWyErrLogAutoWriter writer(m_auditGuard);
-  return m_bInitialized && Replace(m_pAuditOutput, pOutput);
+  const CWyLogWriter writer(m_auditGuard);
+  return writer && m_bInitialized && Replace(m_pAuditOutput, pOutput);
 }
 
 void CWyLogger::DisableAuditLog() {
-  if (m_auditGuard.IsHeldByThisThread()) return;
-  const CWyErrLogAutoWriter writer(m_auditGuard);
-  Remove(m_pAuditOutput);
+  const CWyLogWriter writer(m_auditGuard);
+  if (writer) Remove(m_pAuditOutput);
 }
 
 bool CWyLogger::LogAuditMsg(CWyErrLogMessage& msg) {
-  if (!m_bInitialized || m_auditGuard.IsHeldByThisThread()) return false;
-  const CWyErrLogAutoReader reader(m_auditGuard);
-  return m_pAuditOutput != nullptr && m_pAuditOutput->Log(msg);
+  if (!m_bInitialized) return false;
+  const CWyLogReader reader(m_auditGuard);
+  return reader && m_pAuditOutput != nullptr && m_pAuditOutput->Log(msg);
 }
 
 // ---- Settings -----------------------------------------------------------------------------------
@@ -225,4 +238,10 @@ bool CWyLogger::ShouldUseLocalTime() const {
   return m_bUseLocalTime.load(std::memory_order_relaxed);
 }
 
-CWyLogger* theLogger() { return CWyProcessObject<CWyLogger>::Get(); }
+CWyLogger* theLogger() {
+  if (CWyLogger* const pLogger = CWyProcessObject<CWyLogger>::Get()) return pLogger;
+  static CWyImmortal<CWyReadSections> s_lookups;
+  alignas(CWyLogger) static unsigned char s_storage[sizeof(CWyLogger)];
+  static CWyLogger* const s_pReleased = new (s_storage) CWyLogger(s_lookups.value);
+  return s_pReleased;
+}

@@ -5,7 +5,7 @@
 // configuration and the message components.
 
 #include <atomic>
-#include <deque>
+#include <list>
 #include <memory>
 #include <string>
 
@@ -24,17 +24,25 @@ class CWyReadSections;
 //
 // A host callback runs inside a log call: what it asks of the same log (logging to it, installing
 // or removing its output, for a trace callback also a trace decision) is refused with false at
-// once, and Init and Release do nothing.
+// once, and Init and Release do nothing. Other logs and loggers are open to it. Only when threads
+// in callbacks would come to wait for each other in a circle, one of them is refused as well: when
+// two callbacks each install an output in the other's log at the same time, say. Messages are
+// refused for that reason only while a host's output is being opened or closed that itself installs
+// outputs in the other log.
+//
+// What a host's callback or output throws passes through, and leaves the logger as usable as
+// before; an output that throws while it is installed stays the caller's.
 //
 // A process may fork at any time, also while other threads log: the child logs through the outputs
 // it has inherited, under its own process id. (One thing stays the C library's: a child forked
 // while a thread of the host is inside localtime or gmtime itself may wait for ever at its first
 // date.)
 //
-// Nothing throws. The library reports no failures of its own anywhere: the results are the report.
+// The library itself throws nothing, also for want of memory: the answer is false or null then. It
+// reports no failures of its own anywhere: the results are the report.
 class WYERRLOG_API CWyLogger {
  public:
-  // A logger with its components loaded and without outputs.
+  // A logger with its components loaded and without outputs; a released one when memory is lacking.
   CWyLogger();
   // Closes and deletes the outputs. No other thread may use the logger any more.
   virtual ~CWyLogger();
@@ -166,13 +174,27 @@ class WYERRLOG_API CWyLogger {
 
  private:
   friend class CWyErrLogMessage;
+  friend class CWyLoggerList;
+  template <typename T>
+  friend class CWyProcessObject;
+  friend WYERRLOG_API CWyLogger* theLogger();
 
-  WYERRLOG_LOCAL bool IsCalledByOutput() const;
+  // A logger that stays released, in the place of one that could not be made.
+  WYERRLOG_LOCAL explicit CWyLogger(CWyReadSections& lookups);
+
+  WYERRLOG_LOCAL bool IsUsable() const { return m_bInitialized; }
+  WYERRLOG_LOCAL bool IsUsedByThisThread() const;
+  WYERRLOG_LOCAL bool Prepare();
+  WYERRLOG_LOCAL void RemoveEverything();
+  WYERRLOG_LOCAL void End() noexcept;  // Release where nothing can be thrown
   WYERRLOG_LOCAL void LoadComponents();
+  WYERRLOG_LOCAL CWyErrLogComponent* LoadLibraryOf(const char* pszLibName);
+  WYERRLOG_LOCAL void UnloadComponents();
   WYERRLOG_LOCAL void ReleaseComponents();
   WYERRLOG_LOCAL CWyErrLogComponent* FindComponent(unsigned int uId) const;
   WYERRLOG_LOCAL void AddComponent(CWyErrLogComponent& component);
   WYERRLOG_LOCAL void AddComponentInfo(unsigned int uId, const char* pszName);
+  WYERRLOG_LOCAL void MakeKnownInfo();
   WYERRLOG_LOCAL void InitDataFieldInfo();
   WYERRLOG_LOCAL void ReleaseKnownInfo();
 
@@ -201,46 +223,50 @@ class WYERRLOG_API CWyLogger {
   WYERRLOG_LOCAL CWyTraceData* RecordOfThisThread();
   WYERRLOG_LOCAL void ReleaseThreadRecords();
 
-  unsigned int m_uThreadKey;
-  std::atomic<bool> m_bInitialized;
-  CWyLogOutput* m_pLogOutput;
+  unsigned int m_uThreadKey = 0;
+  std::atomic<bool> m_bInitialized{false};
+  CWyLogOutput* m_pLogOutput = nullptr;
   // Read before the guard is taken, hence atomic; the objects only under the guard.
-  std::atomic<CWyLogOutput*> m_pTraceOutput;
-  std::atomic<CWyLogOutput*> m_pSecondTraceOutput;
-  CWyLogOutput* m_pAuditOutput;
-  CWyErrLogComponent** m_ppComponents;
-  int m_iComponentSlotCount;
-  std::atomic<bool> m_bUseLocalTime;
+  std::atomic<CWyLogOutput*> m_pTraceOutput{nullptr};
+  std::atomic<CWyLogOutput*> m_pSecondTraceOutput{nullptr};
+  CWyLogOutput* m_pAuditOutput = nullptr;
+  CWyErrLogComponent** m_ppComponents = nullptr;
+  int m_iComponentSlotCount = 0;
+  std::atomic<bool> m_bUseLocalTime{false};
   CWyErrLogGuard m_logGuard;
   CWyErrLogGuard m_traceGuard;
   CWyErrLogGuard m_auditGuard;
   std::string m_strAvailableComponents;
   std::string m_strAvailableDataFields;
   std::unique_ptr<WyTraceComponentInfo[]> m_pComponentInfo;
-  int m_iComponentInfoCount;
+  int m_iComponentInfoCount = 0;
   std::unique_ptr<WyTraceDataFieldInfo[]> m_pDataFieldInfo;
-  int m_iDataFieldCount;
-  std::atomic<CWyTraceData*> m_pTraceData;
+  int m_iDataFieldCount = 0;
+  std::atomic<CWyTraceData*> m_pTraceData{nullptr};
   // By component and sub-component number: 0 undecided, 1 traced, -1 not traced.
   std::atomic<int> m_aiTraceDecision[256][256];
-  std::atomic<int> m_iExecutionTimeThreshold;
+  std::atomic<int> m_iExecutionTimeThreshold{0};
 
   // A system has a limited number of keys; a logger that got none finds its records more slowly.
-  bool m_bHasThreadKey;
-  int m_iComponentInfoCapacity;
-  std::deque<std::string> m_subComponentNames;  // those that m_pComponentInfo points at
+  bool m_bHasThreadKey = false;
+  int m_iComponentInfoCapacity = 0;
+  std::list<std::string> m_subComponentNames;  // those that m_pComponentInfo points at
   // The highest version that a configuration of this logger has had.
-  int m_iHighestVersion;
+  int m_iHighestVersion = 0;
   // Open while a text of a component or one of the tables is used, which Release then waits for.
   std::unique_ptr<CWyReadSections> m_pLookups;
   // Held by Init and Release, before any of the other guards.
   CWyErrLogGuard m_lifecycleGuard;
+  // Without memory for the parts above the logger stays released for good.
+  bool m_bComplete = false;
 
   WYERRLOG_LOCAL static std::atomic<bool> m_bUnloadedComponents;
   WYERRLOG_LOCAL static std::atomic<int> m_iConfigVersion;
 };
 
-// The process-wide logger, made by the first call. At process exit it is released, and from then on
+// The process-wide logger, made by the first call; never null. (As long as there is no memory to
+// make it, a logger that is released for good, whose calls answer false; the next call tries
+// again.) At process exit it is released, and from then on
 // its log calls answer false; threads that still run may go on calling it until the process is
 // gone. The library is not unloaded before that: a module that is unloaded removes the outputs that
 // call its functions first.

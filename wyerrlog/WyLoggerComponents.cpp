@@ -21,10 +21,7 @@ struct LibraryHandle {
   void* hLib;
 };
 
-std::mutex& HandleMutex() {
-  static std::mutex& mutex = *new std::mutex;  // loggers may be released at the very end
-  return mutex;
-}
+constinit CWyImmortal<std::mutex> s_handleMutex;  // loggers may be released at the very end
 
 // A library that does not define the symbol itself would hand out that of one it is linked to: this
 // library's own entry point, say.
@@ -61,6 +58,10 @@ void EndLoggersBeforeComponents() {
 // ---- Loading ------------------------------------------------------------------------------------
 
 CWyErrLogComponent* CWyLogger::LoadComponent(unsigned long /*uId*/, const char* pszLibName) {
+  return WyNoThrow<CWyErrLogComponent*>(nullptr, [&] { return LoadLibraryOf(pszLibName); });
+}
+
+CWyErrLogComponent* CWyLogger::LoadLibraryOf(const char* pszLibName) {
   void* const hLib = WyErrLogUtilLoadLibrary(const_cast<char*>(pszLibName));
   if (hLib == nullptr) return nullptr;
   CWyErrLogComponent* const pComponent = ComponentOf(hLib);
@@ -68,7 +69,7 @@ CWyErrLogComponent* CWyLogger::LoadComponent(unsigned long /*uId*/, const char* 
     WyErrLogUtilFreeLibrary(hLib);
     return nullptr;
   }
-  const std::lock_guard lock(HandleMutex());
+  const std::lock_guard lock(s_handleMutex.value);
   if (pComponent->GetHandle() == nullptr) pComponent->SetHandle(new LibraryHandle{hLib});
   return pComponent;
 }
@@ -78,7 +79,7 @@ void CWyLogger::UnloadComponent(CWyErrLogComponent* pComponent) {
   std::unique_ptr<LibraryHandle> pHandle;
   {
     // The component lives in the library: its note of the handle goes first.
-    const std::lock_guard lock(HandleMutex());
+    const std::lock_guard lock(s_handleMutex.value);
     pHandle.reset(static_cast<LibraryHandle*>(pComponent->GetHandle()));
     pComponent->SetHandle(nullptr);
   }
@@ -93,18 +94,20 @@ void CWyLogger::LoadComponents() {
   // Libraries that are loaded still have no components any more.
   if (CWyProcessObject<CWyLogger>::HasEnded()) return;
   for (int i = 1; i < m_iComponentSlotCount; ++i) {
-    m_ppComponents[i] = LoadComponent(static_cast<unsigned long>(i + 1) << 24, ppszNames[i]);
+    m_ppComponents[i] = LoadLibraryOf(ppszNames[i]);
   }
   if (m_bUnloadedComponents) EndLoggersBeforeComponents();
 }
 
-void CWyLogger::ReleaseComponents() {
-  delete m_ppComponents[0];
-  if (!m_bUnloadedComponents.exchange(true)) {
-    for (int i = 1; i < m_iComponentSlotCount; ++i) {
-      if (m_ppComponents[i] != nullptr) UnloadComponent(m_ppComponents[i]);
-    }
+void CWyLogger::UnloadComponents() {
+  if (m_bUnloadedComponents.exchange(true)) return;
+  for (int i = 1; i < m_iComponentSlotCount; ++i) {
+    if (m_ppComponents[i] != nullptr) UnloadComponent(m_ppComponents[i]);
   }
+}
+
+void CWyLogger::ReleaseComponents() {
+  if (m_ppComponents != nullptr) delete m_ppComponents[0];
   delete[] m_ppComponents;
   m_ppComponents = nullptr;
   m_iComponentSlotCount = 0;
@@ -140,6 +143,13 @@ const char* CWyLogger::GetAvailableDataFields() const {
 // ---- What trace configurations can select -------------------------------------------------------
 
 bool CWyLogger::InitKnownInfo() {
+  return WyNoThrow(false, [this] {
+    MakeKnownInfo();
+    return true;
+  });
+}
+
+void CWyLogger::MakeKnownInfo() {
   m_strAvailableComponents.clear();
   m_iComponentInfoCount = 0;
   m_iComponentInfoCapacity = m_iComponentSlotCount * ComponentInfoPerSlot;
@@ -152,7 +162,6 @@ bool CWyLogger::InitKnownInfo() {
     m_strAvailableComponents.resize(m_strAvailableComponents.size() - strlen(" | "));
   }
   InitDataFieldInfo();
-  return true;
 }
 
 void CWyLogger::AddComponent(CWyErrLogComponent& component) {

@@ -32,17 +32,26 @@ CWyLogger* CWyLoggerList::Find(const char* pszName) const {
 
 CWyLogger* CWyLoggerList::GetLogger(const char* pszName) {
   if (pszName == nullptr || m_pMap == nullptr) return nullptr;
-  const CWyErrLogAutoReader reader(m_guard);
-  return Find(pszName);
+  if (m_guard.IsHeldByThisThread())
+    return Find(pszName);  // by what a logger is made or removed with
+  const CWyLogReader reader(m_guard);
+  return reader ? Find(pszName) : nullptr;
 }
 
 CWyLogger* CWyLoggerList::AddLogger(const char* pszName) {
   if (pszName == nullptr || *pszName == '\0') return nullptr;
-  const CWyErrLogAutoWriter writer(m_guard);
+  const CWyLogWriter writer(m_guard);
+  if (!writer) return nullptr;
+  return WyNoThrow<CWyLogger*>(nullptr, [&] { return FindOrMake(pszName); });
+}
+
+// Under the guard, for writing. Memory that is lacking shows before anything has changed.
+CWyLogger* CWyLoggerList::FindOrMake(const char* pszName) {
   if (m_pMap == nullptr) m_pMap = new LoggerMap;
   if (CWyLogger* pLogger = Find(pszName)) return pLogger;
   if (CWyProcessObject<CWyLoggerList>::HasEnded()) return theLogger();
   auto pLogger = std::make_unique<CWyLogger>();
+  if (!pLogger->IsUsable()) return nullptr;
   const std::size_t uSize = strlen(pszName) + 1;
   std::unique_ptr<char[]> pszCopy(new char[uSize]);
   memcpy(pszCopy.get(), pszName, uSize);
@@ -54,23 +63,21 @@ CWyLogger* CWyLoggerList::AddLogger(const char* pszName) {
 bool CWyLoggerList::RemoveLogger(const char* pszName) {
   if (pszName == nullptr) return false;
   if (m_pMap == nullptr) return true;
-  const CWyErrLogAutoWriter writer(m_guard);
+  const CWyLogWriter writer(m_guard);
+  if (!writer) return false;
   LoggerMap& map = *m_pMap.load();
   const auto found = map.find(pszName);
-  if (found == map.end()) return false;
-  const auto [pszStored, pLogger] = *found;
+  if (found == map.end() || found->second->IsUsedByThisThread()) return false;
+  const std::unique_ptr<const char[]> pszStored(found->first);
+  const std::unique_ptr<const CWyLogger> pLogger(found->second);
   map.erase(found);
-  delete pLogger;
-  delete[] pszStored;
   return true;
 }
 
-void CWyLoggerList::Release() {
+void CWyLoggerList::End() noexcept {
   const CWyErrLogAutoReader reader(m_guard);
   if (m_pMap == nullptr) return;
-  for (const auto& [pszName, pLogger] : *m_pMap.load()) {
-    const_cast<CWyLogger*>(pLogger)->Release();
-  }
+  for (const auto& [pszName, pLogger] : *m_pMap.load()) const_cast<CWyLogger*>(pLogger)->End();
 }
 
 CWyLoggerList* theLoggerList() {
@@ -79,9 +86,13 @@ CWyLoggerList* theLoggerList() {
 }
 
 CWyLogger* getMyLogger(const char* pszName) {
-  CWyLoggerList& list = *theLoggerList();
-  CWyLogger* const pLogger = list.GetLogger(pszName);
-  return pLogger != nullptr ? pLogger : list.AddLogger(pszName);
+  CWyLoggerList* const pList = theLoggerList();
+  if (pList == nullptr) return nullptr;
+  CWyLogger* const pLogger = pList->GetLogger(pszName);
+  return pLogger != nullptr ? pLogger : pList->AddLogger(pszName);
 }
 
-bool removeMyLogger(const char* pszName) { return theLoggerList()->RemoveLogger(pszName); }
+bool removeMyLogger(const char* pszName) {
+  CWyLoggerList* const pList = theLoggerList();
+  return pList != nullptr && pList->RemoveLogger(pszName);
+}

@@ -48,26 +48,23 @@ bool CWyLogger::Decide(unsigned int uId) {
 
 bool CWyLogger::TraceEnabled(unsigned int uId) {
   if (!IsTraceOn() || (uId != 0 && IsKnownUntraced(uId))) return false;
-  if (m_traceGuard.IsHeldByThisThread()) return false;
-  const CWyErrLogAutoReader reader(m_traceGuard);
-  return IsTraceOn() && (uId == 0 || Decide(uId));
+  const CWyLogReader reader(m_traceGuard);
+  return reader && IsTraceOn() && (uId == 0 || Decide(uId));
 }
 
 bool CWyLogger::ShouldTrace(unsigned int uId, CWyTraceData* pData) {
   if (pData == nullptr || !IsTraceOn() || IsKnownUntraced(uId)) return false;
-  if (m_traceGuard.IsHeldByThisThread()) return false;
-  const CWyErrLogAutoReader reader(m_traceGuard);
-  if (!IsTraceOn() || !Decide(uId)) return false;
+  const CWyLogReader reader(m_traceGuard);
+  if (!reader || !IsTraceOn() || !Decide(uId)) return false;
   pData->RefreshFrom(*m_pTraceData.load());
   return true;
 }
 
 bool CWyLogger::ShouldTraceAlloc(unsigned int uId, CWyTraceData** ppData) {
   if (ppData == nullptr || !IsTraceOn() || IsKnownUntraced(uId)) return false;
-  if (m_traceGuard.IsHeldByThisThread()) return false;
   // One hold from the decision to the record: the configuration cannot change in between.
-  const CWyErrLogAutoReader reader(m_traceGuard);
-  if (!IsTraceOn() || !Decide(uId) || *ppData != nullptr) return false;
+  const CWyLogReader reader(m_traceGuard);
+  if (!reader || !IsTraceOn() || !Decide(uId) || *ppData != nullptr) return false;
   CWyTraceData* const pRecord = RecordOfThisThread();
   if (pRecord == nullptr) return false;
   pRecord->RefreshFrom(*m_pTraceData.load());
@@ -83,6 +80,10 @@ CWyTraceData* CWyLogger::RecordOfThisThread() {
     pEntry = CWyThreadTracePool::Take(this, m_bHasThreadKey);
     if (pEntry == nullptr) return nullptr;
     if (m_bHasThreadKey) WyTlsSetValue(m_uThreadKey, pEntry);
+    if (m_bHasThreadKey && WyTlsGetValue(m_uThreadKey) != pEntry) {  // no memory
+      CWyThreadTracePool::Free(pEntry);
+      return nullptr;
+    }
   }
   return pEntry->Record();
 }
@@ -90,8 +91,9 @@ CWyTraceData* CWyLogger::RecordOfThisThread() {
 // ---- Routing ------------------------------------------------------------------------------------
 
 bool CWyLogger::LogTraceMsg(CWyErrLogMessage& msg) {
-  if (!m_bInitialized || m_traceGuard.IsHeldByThisThread()) return false;
-  const CWyErrLogAutoReader reader(m_traceGuard);
+  if (!m_bInitialized) return false;
+  const CWyLogReader reader(m_traceGuard);
+  if (!reader) return false;
   bool bInstalled = false;
   bool bAllLogged = true;
   for (CWyLogOutput* pOutput : {m_pTraceOutput.load(), m_pSecondTraceOutput.load()}) {

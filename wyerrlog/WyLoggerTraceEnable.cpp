@@ -15,10 +15,8 @@ enum FileMode { Append = 1, RollOverAtOpen = 2, LimitedAppend = 3 };
 constexpr int FileOutputType = 1;
 
 void CloseAndDelete(std::atomic<CWyLogOutput*>& pInstalled) {
-  CWyLogOutput* const pOutput = pInstalled.exchange(nullptr);
-  if (pOutput == nullptr) return;
-  pOutput->Close();
-  delete pOutput;
+  const std::unique_ptr<CWyLogOutput> pOutput(pInstalled.exchange(nullptr));
+  if (pOutput != nullptr) pOutput->Close();
 }
 
 bool IsEmpty(const char* pszText) { return pszText == nullptr || *pszText == '\0'; }
@@ -39,7 +37,6 @@ bool CWyLogger::EnableTrace(CWyLogOutput* pOutput, CWyLogOutput* pSecondOutput, 
                             bool bOutputOnly, bool bBuffered) {
   if (pOutput == nullptr || pOutput == pSecondOutput) return false;
   if (pSecondOutput != nullptr && pOutput->IsAsync()) return false;
-  if (m_traceGuard.IsHeldByThisThread()) return false;
   auto pConfiguration = NewTraceConfiguration(iFormat, pszDelimiter, pszConfigFile, bUseLocalTime);
   if (pConfiguration == nullptr) return false;
   CWyErrLogMessage header1(bUseLocalTime);
@@ -47,8 +44,8 @@ bool CWyLogger::EnableTrace(CWyLogOutput* pOutput, CWyLogOutput* pSecondOutput, 
   const bool bHeaders = pConfiguration->AssembleTraceMessage(&header1, Names) &&
                         pConfiguration->AssembleTraceMessage(&header2, EqualsSigns);
 
-  const CWyErrLogAutoWriter writer(m_traceGuard);
-  if (!CanEnableTrace(pOutput, pSecondOutput, bOutputOnly)) return false;
+  const CWyLogWriter writer(m_traceGuard);
+  if (!writer || !CanEnableTrace(pOutput, pSecondOutput, bOutputOnly)) return false;
   const CWyTraceData* const pInstalled = m_pTraceData.load();
   const int iVersion = pInstalled != nullptr ? pInstalled->m_iVersion
                                              : std::max(m_iConfigVersion.load(), m_iHighestVersion);
@@ -60,7 +57,14 @@ bool CWyLogger::EnableTrace(CWyLogOutput* pOutput, CWyLogOutput* pSecondOutput, 
     m_pSecondTraceOutput = pSecondOutput;
     InstallTraceConfiguration(std::move(pConfiguration), iVersion + 1, bUseLocalTime);
   }
-  if (bHeaders) LogTraceHeaders(header1, header2, bOutputOnly);
+  try {
+    if (bHeaders) LogTraceHeaders(header1, header2, bOutputOnly);
+  } catch (...) {
+    // The caller takes what throws for not installed.
+    m_pTraceOutput = nullptr;
+    if (!bOutputOnly) m_pSecondTraceOutput = nullptr;
+    throw;
+  }
   return true;
 }
 
@@ -70,7 +74,9 @@ std::unique_ptr<CWyTraceData> CWyLogger::NewTraceConfiguration(int iFormat,
                                                                const char* pszDelimiter,
                                                                const char* pszConfigFile,
                                                                bool bUseLocalTime) {
-  auto pConfiguration = std::make_unique<CWyTraceData>();
+  auto pConfiguration = WyNoThrow<std::unique_ptr<CWyTraceData>>(
+      nullptr, [] { return std::make_unique<CWyTraceData>(); });
+  if (pConfiguration == nullptr || m_pLookups == nullptr) return nullptr;
   const CWyReadSections::Scope lookup(*m_pLookups);
   if (!m_bInitialized || !pConfiguration->SetConfiguration(
                              iFormat, pszDelimiter, pszConfigFile, m_iComponentInfoCount,
@@ -125,8 +131,8 @@ void CWyLogger::LogTraceHeaders(CWyErrLogMessage& first, CWyErrLogMessage& secon
 // ---- Disabling ----------------------------------------------------------------------------------
 
 void CWyLogger::DisableTrace(bool bOutputOnly) {
-  if (m_traceGuard.IsHeldByThisThread()) return;
-  const CWyErrLogAutoWriter writer(m_traceGuard);
+  const CWyLogWriter writer(m_traceGuard);
+  if (!writer) return;
   const CWyTraceData* const pInstalled = m_pTraceData.load();
   if (pInstalled != nullptr && !bOutputOnly) {
     m_iConfigVersion = pInstalled->m_iVersion;
