@@ -1,13 +1,14 @@
 #!/usr/bin/env bash
 # Installs the Debian packages that the build, the tests and the demo need, those that are missing; does
-# nothing when all are there. With --dev also the tools for developers.
+# nothing when all are there. With --dev also the tools for developers, with --bench also what the
+# comparison with other loggers needs.
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
 packages=(
   g++ binutils cmake ninja-build    # the compiler with its sanitizers, nm, and the build
   libgtest-dev libgmock-dev         # the tests
   libbenchmark-dev                  # the benchmarks
-  strace                            # tests that watch the system calls
+  strace valgrind                   # tests that watch the system calls, and count instructions
   openjdk-17-jdk-headless           # the Java binding
   libcpp-httplib-dev pkgconf curl   # the demo's web server, how to link it, a client to call it
 )
@@ -15,16 +16,23 @@ packages=(
 developer_packages=(
   clang libclang-rt-14-dev          # the second compiler, and its sanitizers
   clang-format clang-tidy cppcheck  # style and static checks
-  valgrind                          # memory checks without a sanitizer build
   ccache                            # faster rebuilds
   git                               # scripts/check-format.sh asks it which files are tracked
 )
 
-case "$*" in
-  "") ;;
-  --dev) packages+=("${developer_packages[@]}") ;;
-  *) fail "usage: install-deps.sh [--dev]" ;;
-esac
+# What bench/compare compares this library with, and what runs it and draws its chart.
+comparison_packages=(
+  libspdlog-dev liblog4cplus-dev liblog4cxx-dev libboost-log-dev libgoogle-glog-dev
+  python3 gnuplot-nox
+)
+
+for option in "$@"; do
+  case "$option" in
+    --dev) packages+=("${developer_packages[@]}") ;;
+    --bench) packages+=("${comparison_packages[@]}") ;;
+    *) fail "usage: install-deps.sh [--dev] [--bench]" ;;
+  esac
+done
 
 is_installed() { [[ $(dpkg-query -W -f='${db:Status-Status}' "$1" 2>/dev/null) == installed ]]; }
 

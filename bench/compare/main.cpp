@@ -4,11 +4,12 @@
 // the latter took: nanoseconds of wall-clock time divided by the number of records of all threads.
 // Exit code 2 says that the contestant has no such case.
 
+#include <pthread.h>
+
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
-#include <latch>
 #include <thread>
 #include <vector>
 
@@ -20,24 +21,36 @@ using compare::Contestant;
 using compare::Records;
 using Clock = std::chrono::steady_clock;
 
+// A barrier that makes the same system calls in every run.
+class Barrier {
+ public:
+  explicit Barrier(unsigned int uThreads) { pthread_barrier_init(&m_barrier, nullptr, uThreads); }
+  ~Barrier() { pthread_barrier_destroy(&m_barrier); }
+  Barrier(const Barrier&) = delete;
+  Barrier& operator=(const Barrier&) = delete;
+  void Wait() { pthread_barrier_wait(&m_barrier); }
+
+ private:
+  pthread_barrier_t m_barrier;
+};
+
 // The threads are never the main one: with a single thread in the process, parts of the C++ library
 // do without atomic operations, which a server never sees.
-Clock::duration Measure(Contestant& contestant, int iThreads, const Records& warmUp,
+Clock::duration Measure(Contestant& contestant, unsigned int uThreads, const Records& warmUp,
                         const Records& records) {
-  std::latch ready(iThreads);
-  std::latch start(1);
+  Barrier barrier(uThreads + 1);
   std::vector<std::thread> threads;
-  for (int i = 0; i < iThreads; ++i) {
+  for (unsigned int i = 0; i < uThreads; ++i) {
     threads.emplace_back([&] {
       contestant.Log(warmUp);
-      ready.count_down();
-      start.wait();
+      barrier.Wait();
+      barrier.Wait();
       contestant.Log(records);
     });
   }
-  ready.wait();
+  barrier.Wait();
   const Clock::time_point begin = Clock::now();
-  start.count_down();
+  barrier.Wait();
   for (std::thread& thread : threads) thread.join();
   return Clock::now() - begin;
 }
@@ -48,10 +61,10 @@ int Run(char** ppszArguments) {
       {ppszArguments[1], static_cast<compare::FileKind>(number(2)), ppszArguments[3]});
   if (pContestant == nullptr) return 2;
 
-  const auto iThreads = static_cast<int>(number(5));
-  const auto elapsed = Measure(*pContestant, iThreads, Records(number(6)), Records(number(4)));
+  const auto uThreads = static_cast<unsigned int>(number(5));
+  const auto elapsed = Measure(*pContestant, uThreads, Records(number(6)), Records(number(4)));
   const std::chrono::duration<double, std::nano> nanoseconds = elapsed;
-  std::printf("%.2f\n", nanoseconds.count() / (static_cast<double>(number(4)) * iThreads));
+  std::printf("%.2f\n", nanoseconds.count() / (static_cast<double>(number(4)) * uThreads));
   return 0;
 }
 
