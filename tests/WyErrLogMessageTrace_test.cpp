@@ -57,7 +57,7 @@ TEST(AuditMessage, IsWholeHoweverLong) {
 TEST(AuditMessage, ReplacesTheTextUpTo4095BytesAndIsAppendedBeyond) {
   CWyErrLogMessage msg(false);
   msg.SetFormattedMessage("before ");
-  EXPECT_FALSE(msg.FormatAuditMessage(nullptr) || msg.FormatAuditMessage(""));
+  EXPECT_FALSE(msg.FormatAuditMessage(nullptr) || msg.FormatAuditMessage(std::string().c_str(), 1));
   EXPECT_STREQ(msg.GetBuffer(), "before ");
   EXPECT_TRUE(msg.FormatAuditMessage("%4095d", 7));
   // Its own text may be among the arguments.
@@ -70,7 +70,7 @@ TEST(AuditMessage, ReplacesTheTextUpTo4095BytesAndIsAppendedBeyond) {
 
 TEST(FreeTraceText, IsCutAt4095Bytes) {
   EXPECT_EQ(CWyErrLogMessage::FormatTraceMessage(nullptr), nullptr);
-  EXPECT_EQ(CWyErrLogMessage::FormatTraceMessage(""), nullptr);
+  EXPECT_EQ(CWyErrLogMessage::FormatTraceMessage(std::string().c_str(), 1), nullptr);
   CWyErrLogMessage::FreeFormattedMessage(nullptr);
   for (const size_t uLength : {2u, 4095u, 4096u, 5000u}) {
     char* const pszText =

@@ -136,7 +136,7 @@ TEST(TraceRecord, FormatsTextsOfAnyLength) {
   EXPECT_EQ(record.FormatTraceMessage("%s1", strBrim.c_str()), strBrim + "1");
   EXPECT_EQ(record.FormatTraceMessage("%s%5000d", "", 1), Times(4999, ' ') + "1");
   EXPECT_STREQ(record.FormatTraceMessage(nullptr), "");
-  EXPECT_STREQ(record.FormatTraceMessage(""), "");
+  EXPECT_STREQ(record.FormatTraceMessage(std::string().c_str(), 1), "");
   std::setlocale(LC_ALL, "C");
   EXPECT_STREQ(record.FormatTraceMessage("a%ls", L"\x1F600"), "") << "cannot be encoded";
 }

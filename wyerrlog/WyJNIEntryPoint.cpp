@@ -9,6 +9,7 @@
 
 #include "wyerrlog/WyErrLogMessage.h"
 #include "wyerrlog/WyJavaText.h"
+#include "wyerrlog/WyLog.h"
 #include "wyerrlog/WyLogger.h"
 #include "wyerrlog/WyLoggerList.h"
 #include "wyerrlog/WyTextPattern.h"
@@ -56,97 +57,32 @@ jint Installed(bool bInstalled, CWyLogger& logger, CWyLogOutput* pOutput) {
   return Failed;
 }
 
-// ---- Trace records ------------------------------------------------------------------------------
-
-// Numbers of known data fields.
-enum TraceField : unsigned int {
-  Message = 0,
-  SrcFile = 1,
-  Pid = 2,
-  Tid = 3,
-  Date = 4,
-  Time = 5,
-  PreciseTime = 6,
-  Function = 7,
-  TransactionId = 18,
-};
-
-class RecordEmptier {
- public:
-  explicit RecordEmptier(CWyTraceData& record) : m_record(record) {}
-  ~RecordEmptier() { m_record.LeaveNoBody(); }
-  RecordEmptier(const RecordEmptier&) = delete;
-  RecordEmptier& operator=(const RecordEmptier&) = delete;
-
- private:
-  CWyTraceData& m_record;
-};
-
-// Writes one record. `decide` answers the record to fill, or null when nothing is to be traced;
-// `fill` sets its fields until a filter rejects one, which drops the record.
-template <typename Decide, typename Fill>
-void WriteRecord(CWyLogger& logger, Decide decide, Fill fill) {
-  if (!logger.TraceEnabled(0)) return;
-  CWyTraceData* const pRecord = decide();
-  if (pRecord == nullptr || !CWyTraceSupresser::isTracing()) return;
-  const CWyTraceSupresser suppresser;
-  const RecordEmptier emptier(*pRecord);
-  if (fill(*pRecord) && pRecord->Format()) pRecord->Log();
-}
-
-// Sets a field that is traced to what `value` answers; false when its filter rejects that.
-template <typename Value>
-bool Set(CWyTraceData& record, TraceField field, Value value) {
-  return !record.FieldTraced(field) || record.SetFieldValue(field, value());
-}
-
-// The record fills these fields in itself.
-bool SetOwnFields(CWyTraceData& record) {
-  for (const TraceField field : {Pid, Tid, Date, Time, PreciseTime}) {
-    if (!Set(record, field, [] { return -1; })) return false;
-  }
-  return true;
-}
-
-// Tells, in the process logger's trace, of a call with more arguments than there may be. `message`
-// makes the text in the record that it is given.
-template <typename MakeMessage>
-void WriteWarning(unsigned int uComponentId, MakeMessage message, int iLine = __builtin_LINE()) {
-  CWyLogger& logger = *theLogger();
-  const auto decide = [&] {
-    CWyTraceData* pRecord = nullptr;
-    return logger.ShouldTraceAlloc(uComponentId, &pRecord) ? pRecord : nullptr;
-  };
-  WriteRecord(logger, decide, [&](CWyTraceData& record) {
-    return Set(record, Function, [] { return "WyJNIEntryPoint::LogMsg"; }) &&
-           Set(record, Message, [&] { return message(record); }) &&
-           Set(record, SrcFile,
-               [&] {
-                 return record.FormatTraceMessage(
-                     "%s:%i", CWyErrLogMessage::PathnameFindFilePart(__FILE__), iLine);
-               }) &&
-           SetOwnFields(record);
-  });
-}
-
 // ---- Log messages -------------------------------------------------------------------------------
 
 template <typename... Texts>
 void WriteLogMessage(CWyLogger& logger, const CWyJavaText& location, jint iMessageId,
                      const Texts&... texts) {
-  CWyErrLogMessage msg(logger.ShouldUseLocalTime());
-  msg.FormatLogProlog(location.OrEmpty(), 0, 0);
-  msg.FormatMessage(static_cast<unsigned int>(iMessageId), texts...);
-  logger.LogErrMsg(msg);
+  WyLog(logger, {static_cast<unsigned int>(iMessageId), {location.OrEmpty(), 0, ""}}, texts...);
 }
+
+// Warnings, in the process logger's trace, of a call with more arguments than there may be.
+constexpr const char* FunctionThatWarns = "WyJNIEntryPoint::LogMsg";
 
 void WarnOfUnloggedMessage(jint iMessageId) {
   const unsigned int uComponentId = static_cast<unsigned int>(iMessageId) & ~0xFFFFU;
-  WriteWarning(uComponentId, [=](CWyTraceData& record) {
-    return record.FormatTraceMessage(
-        "WARNING!!! Too many arguments in message.  Message not logged.  Message ID is: %d",
-        iMessageId);
-  });
+  WY_TRACE(uComponentId)
+      .Set(WyField::Function, FunctionThatWarns)
+      .Message("WARNING!!! Too many arguments in message.  Message not logged.  Message ID is: %d",
+               iMessageId);
+}
+
+void WarnOfUnformattedMessage(unsigned int uComponentId, const char* pszMessage) {
+  WY_TRACE(uComponentId)
+      .Set(WyField::Function, FunctionThatWarns)
+      .Message(
+          "WARNING!!! Too many arguments in message - Message not logged.  "
+          "Unformatted message is: %s",
+          pszMessage);
 }
 
 // ---- Trace messages -----------------------------------------------------------------------------
@@ -200,26 +136,14 @@ const char* MessageOf(const TraceTexts& texts, CWyTraceData& record) {
                                          const TraceTexts& texts) {
   CWyTraceData ownRecord;
   ownRecord.SetLogger(&logger);
-  const auto decide = [&] {
-    return logger.ShouldTrace(uComponentId, &ownRecord) ? &ownRecord : nullptr;
-  };
-  const char* const pszSrcFile = CWyErrLogMessage::PathnameFindFilePart(texts.srcFile.OrEmpty());
-  WriteRecord(logger, decide, [&](CWyTraceData& record) {
-    return Set(record, Function, [&] { return texts.function.OrEmpty(); }) &&
-           Set(record, Message, [&] { return MessageOf(texts, record); }) &&
-           Set(record, TransactionId, [&] { return texts.transactionId.OrEmpty(); }) &&
-           Set(record, SrcFile, [&] { return record.FormatTraceMessage("%s", pszSrcFile); }) &&
-           SetOwnFields(record);
-  });
-}
-
-void WarnOfUnformattedMessage(unsigned int uComponentId, const char* pszMessage) {
-  WriteWarning(uComponentId, [=](CWyTraceData& record) {
-    return record.FormatTraceMessage(
-        "WARNING!!! Too many arguments in message - Message not logged.  "
-        "Unformatted message is: %s",
-        pszMessage);
-  });
+  const bool bTraced = logger.TraceEnabled(0) && logger.ShouldTrace(uComponentId, &ownRecord);
+  if (!bTraced || !CWyTraceSupresser::isTracing()) return;
+  CWyTraceRecord(ownRecord)
+      .Set(WyField::Function, texts.function.OrEmpty())
+      .Set(WyField::Message, [&] { return MessageOf(texts, ownRecord); })
+      .Set(WyField::TransactionID, texts.transactionId.OrEmpty())
+      .Set(WyField::SrcFile, CWyErrLogMessage::PathnameFindFilePart(texts.srcFile.OrEmpty()))
+      .Write();
 }
 
 void Trace(JNIEnv* pEnv, const TraceCall& call) {

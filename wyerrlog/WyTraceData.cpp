@@ -110,13 +110,15 @@ char* CWyTraceData::ValueToSet(unsigned int uId) {
 }
 
 bool CWyTraceData::SetFieldValue(unsigned int uId, int iValue) {
-  if (uId >= Date && uId <= PreciseTime) return uId != m_uDateTimeField || PopulateDateandTime();
+  if (uId >= WyField::Date && uId <= WyField::PreciseTime) {
+    return uId != m_uDateTimeField || PopulateDateandTime();
+  }
 
   char* pszValue = ValueToSet(uId);
   if (pszValue == nullptr) return false;
-  if (uId == Pid) {
+  if (uId == WyField::Pid) {
     CWyErrLogMessage::GetPid(pszValue, InlineValueSize);
-  } else if (uId == Tid) {
+  } else if (uId == WyField::Tid) {
     CWyErrLogMessage::GetTid(pszValue, InlineValueSize);
   } else {
     WriteNumber(pszValue, iValue);
@@ -150,7 +152,7 @@ bool CWyTraceData::SetFieldValue(unsigned int uId, bool bValue) {
 bool CWyTraceData::StoreText(unsigned int uId, std::string_view text) {
   char* pszValue = ValueToSet(uId);
   if (pszValue == nullptr) return false;
-  if (uId == SrcFile) text = text.substr(0, MaxInlineLength);
+  if (uId == WyField::SrcFile) text = text.substr(0, MaxInlineLength);
 
   if (text.size() <= MaxInlineLength) {
     std::memmove(pszValue, text.data(), text.size());
@@ -213,16 +215,17 @@ bool CWyTraceData::PopulateDateandTime() {
   long lMilliseconds = 0;
   if (!WyErrLogGetCurrentTime(m_bUseLocalTime, time, lMilliseconds)) return false;
 
-  *WyAppendDateText(ValueToSet(Date), time) = '\0';
-  *WyAppendTimeText(ValueToSet(Time), time) = '\0';
-  char* pszEnd = WyAppendTimeText(ValueToSet(PreciseTime), time);
+  *WyAppendDateText(ValueToSet(WyField::Date), time) = '\0';
+  *WyAppendTimeText(ValueToSet(WyField::Time), time) = '\0';
+  char* pszEnd = WyAppendTimeText(ValueToSet(WyField::PreciseTime), time);
   *WyAppendMilliseconds(pszEnd, lMilliseconds) = '\0';
-  return PassesFilter(Date) && PassesFilter(Time) && PassesFilter(PreciseTime);
+  return PassesFilter(WyField::Date) && PassesFilter(WyField::Time) &&
+         PassesFilter(WyField::PreciseTime);
 }
 
 void CWyTraceData::ChooseDateTimeField() {
   m_uDateTimeField = 0;
-  for (const unsigned int uId : {Date, Time, PreciseTime}) {
+  for (const unsigned int uId : {WyField::Date, WyField::Time, WyField::PreciseTime}) {
     if (m_fields[uId].bTraced) m_uDateTimeField = uId;
   }
 }

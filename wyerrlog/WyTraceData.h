@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "wyerrlog/WyErrLogMessage.h"
+#include "wyerrlog/WyLogField.h"
 
 class CWyLogger;
 
@@ -55,7 +56,7 @@ struct WyTraceDataFieldInfo {
 // logger's configuration in between. An object is about 70 KiB; one on the stack needs that room.
 class WYERRLOG_API CWyTraceData {
  public:
-  static constexpr unsigned int FieldCount = 66;
+  static constexpr unsigned int FieldCount = WyField::Count;
   static constexpr int InlineValueSize = 1024;  // bytes, with the terminator
 
   CWyTraceData();
@@ -141,9 +142,6 @@ class WYERRLOG_API CWyTraceData {
 
  private:
   friend class CWyLogger;
-
-  // The numbers of the fields that are filled or stored in a way of their own.
-  enum Field : unsigned int { SrcFile = 1, Pid = 2, Tid = 3, Date = 4, Time = 5, PreciseTime = 6 };
 
   // Values of uFilterOp.
   enum FilterOperator : unsigned int { Equal = 1, NotEqual = 2, Holds = 7, HoldsNot = 8 };
