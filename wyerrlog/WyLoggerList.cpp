@@ -32,8 +32,8 @@ CWyLogger* CWyLoggerList::Find(const char* pszName) const {
 
 CWyLogger* CWyLoggerList::GetLogger(const char* pszName) {
   if (pszName == nullptr || m_pMap == nullptr) return nullptr;
-  if (m_guard.IsHeldByThisThread())
-    return Find(pszName);  // by what a logger is made or removed with
+  // What a logger is made or removed with, its outputs say, may ask for another one.
+  if (m_guard.IsHeldByThisThread()) return Find(pszName);
   const CWyLogReader reader(m_guard);
   return reader ? Find(pszName) : nullptr;
 }

@@ -1,7 +1,6 @@
 #include "wyerrlog/WyThreadTraceData.h"
 
 #include <algorithm>
-#include <new>
 #include <vector>
 
 #include "wyerrlog/WyErrLogPrivUtil.h"
@@ -16,13 +15,22 @@ constinit CWyImmortal<CWyErrLogCriticalSection> TTraceDataCS;
 constinit CWyImmortal<std::vector<ThreadTraceData*>> TTraceData;
 constinit int s_iLoggers = 0;
 
-// Gives entries back that no key does at the end of a thread.
-struct ThreadEnd {
-  bool bWatched = false;
-  ~ThreadEnd() { CWyThreadTracePool::FreeEntriesOfThread(); }
+// Gives entries back that no key of a logger does. The value of a thread that may have such.
+class ThreadEnd : public CpaTls {
+ public:
+  ThreadEnd() : CpaTls([](void*) { CWyThreadTracePool::FreeEntriesOfThread(); }) {}
+
+  // False when the system has no memory to watch the thread.
+  bool Watch() { return GetValue() != nullptr || SetValue(this) == 0; }
+
+  static ThreadEnd& Get() {
+    static CWyImmortal<ThreadEnd> s_threadEnd;
+    return s_threadEnd.value;
+  }
 };
 
-thread_local ThreadEnd t_threadEnd;
+// When the library is loaded: keys may be used up later.
+[[maybe_unused]] const ThreadEnd& s_threadEnd = ThreadEnd::Get();
 
 std::vector<ThreadTraceData*>& Entries() { return TTraceData.value; }
 
@@ -74,7 +82,7 @@ ThreadTraceData* CWyThreadTracePool::Find(const CWyLogger& logger) {
 }
 
 ThreadTraceData* CWyThreadTracePool::Take(const CWyLogger* pLogger, bool bFreedByKey) {
-  t_threadEnd.bWatched = true;
+  if (!ThreadEnd::Get().Watch()) return nullptr;
   const Lock lock;
   ThreadTraceData* pEntry = FindFree();
   if (pEntry == nullptr) {
@@ -83,6 +91,7 @@ ThreadTraceData* CWyThreadTracePool::Take(const CWyLogger* pLogger, bool bFreedB
     if (Entries().size() == uOldCount) return nullptr;
     pEntry = Entries()[uOldCount];
   }
+  if (!pEntry->MakeRecord()) return nullptr;
   pEntry->m_bFree = false;
   pEntry->m_thread = pthread_self();
   pEntry->m_pLogger = pLogger;
@@ -91,6 +100,15 @@ ThreadTraceData* CWyThreadTracePool::Take(const CWyLogger* pLogger, bool bFreedB
   // Its last thread may have ended in the middle of a record.
   pEntry->m_pRecord->LeaveNoBody();
   return pEntry;
+}
+
+// The records are large, so those that no thread ever takes are never made.
+bool ThreadTraceData::MakeRecord() {
+  if (m_pRecord != nullptr) return true;
+  return WyNoThrow(false, [this] {
+    m_pRecord = std::make_unique<CWyTraceData>();
+    return true;
+  });
 }
 
 // An entry that this thread had for a logger that is gone comes before the free ones, so that a
@@ -104,13 +122,13 @@ ThreadTraceData* CWyThreadTracePool::FindFree() {
   return pFree;
 }
 
+// Fewer entries than wanted, perhaps none, when memory is lacking: the caller looks.
 void CWyThreadTracePool::Expand() {
-  try {
+  WyNoThrow(false, [] {
     Entries().reserve(Entries().size() + TRACEDATA_SIZE_INC);
     for (int i = 0; i < TRACEDATA_SIZE_INC; ++i) Entries().push_back(new ThreadTraceData);
-  } catch (const std::bad_alloc&) {
-    // Fewer entries than wanted, perhaps none: the caller looks.
-  }
+    return true;
+  });
 }
 
 void CWyThreadTracePool::SetFree(ThreadTraceData& entry) {

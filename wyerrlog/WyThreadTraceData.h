@@ -11,17 +11,17 @@
 
 class CWyLogger;
 
-// One entry of the pool: a record, and who has it. Changed inside the pool's critical section.
+// One entry of the pool: a record, made for the first thread that takes the entry, and who has it.
+// Changed inside the pool's critical section.
 class ThreadTraceData {
  public:
-  ThreadTraceData() : m_pRecord(new CWyTraceData) {}
-
   CWyTraceData* Record() const { return m_pRecord.get(); }
 
  private:
   friend class CWyThreadTracePool;
 
   bool IsOf(const CWyLogger& logger) const { return m_pLogger == &logger; }
+  bool MakeRecord();  // false when memory is lacking
 
   std::unique_ptr<CWyTraceData> m_pRecord;
   bool m_bFree = true;
