@@ -1,25 +1,29 @@
 #include "wyerrlog/WyErrLogMessage.h"
 
-#include <memory>
+#include <new>
 #include <utility>
 
 #include "wyerrlog/WyLogger.h"
+#include "wyerrlog/WyTextBuffer.h"
 
 // ---- Memory -------------------------------------------------------------------------------------
 
 // What the texts of a message are kept in. A thread's messages hand it on from one to the next, so
 // that usually none of them has to allocate.
 struct CWyErrLogMessage::Memory {
-  static constexpr std::size_t UsualTextSize = 256;      // bytes; a line of ordinary length fits
   static constexpr std::size_t LargestKept = 64 * 1024;  // bytes; larger texts are not kept
 
-  std::string strText;
-  std::string strArguments;
+  CWyTextBuffer text;
+  CpaArgList args;
 
-  Memory() { strText.reserve(UsualTextSize); }
+  explicit Memory(bool bUsable) : text(bUsable) {}
 
   static Memory* Take();
-  static void HandOn(std::unique_ptr<Memory> pMemory);
+  static void HandOn(Memory* pMemory);
+
+  bool IsLarge() const {
+    return text.capacity() + args.m_stream.m_strBytes.capacity() > LargestKept;
+  }
 
   // The calling thread's. Of plain values, so that it is there also for messages that come when the
   // thread's objects are destroyed already.
@@ -30,6 +34,9 @@ struct CWyErrLogMessage::Memory {
   };
   static thread_local Spare s_spare;
 
+  // Not inlined: the compiler would find the thread's object anew at each use.
+  [[gnu::noinline]] static Spare& OfThisThread() { return s_spare; }
+
   // Frees the spare memory at the end of the thread.
   struct SpareOwner {
     SpareOwner() { s_spare.bHasOwner = true; }
@@ -39,23 +46,38 @@ struct CWyErrLogMessage::Memory {
     }
   };
   static void OwnSpare() { static thread_local const SpareOwner s_owner; }
+
+  // Stands in when there is no memory: an incomplete text that stays empty.
+  static Memory& None() {
+    union NeverDestroyed {
+      Memory memory;
+      NeverDestroyed() : memory(false) {}
+      ~NeverDestroyed() {}
+    };
+    static thread_local NeverDestroyed s_none;
+    return s_none.memory;
+  }
 };
 
 constinit thread_local CWyErrLogMessage::Memory::Spare CWyErrLogMessage::Memory::s_spare;
 
 CWyErrLogMessage::Memory* CWyErrLogMessage::Memory::Take() {
-  Memory* const pSpare = std::exchange(s_spare.pMemory, nullptr);
-  return pSpare != nullptr ? pSpare : new Memory;
+  if (Memory* const pSpare = std::exchange(s_spare.pMemory, nullptr)) return pSpare;
+  Memory* const pNew = new (std::nothrow) Memory(true);
+  return pNew != nullptr ? pNew : &None();
 }
 
-void CWyErrLogMessage::Memory::HandOn(std::unique_ptr<Memory> pMemory) {
-  Spare& spare = s_spare;
-  const bool bLarge = pMemory->strText.capacity() + pMemory->strArguments.capacity() > LargestKept;
-  if (spare.pMemory != nullptr || spare.bThreadEnds || bLarge) return;
+void CWyErrLogMessage::Memory::HandOn(Memory* pMemory) {
+  Spare& spare = OfThisThread();
+  pMemory->text.Clear();
+  pMemory->args.clear();
+  if (!pMemory->text.IsUsable()) return;
+  if (spare.pMemory != nullptr || spare.bThreadEnds || pMemory->IsLarge()) {
+    delete pMemory;
+    return;
+  }
   if (!spare.bHasOwner) OwnSpare();
-  pMemory->strText.clear();
-  pMemory->strArguments.clear();
-  spare.pMemory = pMemory.release();
+  spare.pMemory = pMemory;
 }
 
 // ---- Construction -------------------------------------------------------------------------------
@@ -63,23 +85,22 @@ void CWyErrLogMessage::Memory::HandOn(std::unique_ptr<Memory> pMemory) {
 CWyErrLogMessage::CWyErrLogMessage() : CWyErrLogMessage(theLogger()->ShouldUseLocalTime()) {}
 
 CWyErrLogMessage::CWyErrLogMessage(bool bUseLocalTime)
-    : m_pBuffer(nullptr), m_bUseLocalTime(bUseLocalTime), m_pMemory(Memory::Take()) {
-  m_pBuffer = &m_pMemory->strText;
-  m_args.m_stream.m_strBytes.swap(m_pMemory->strArguments);
-}
+    : m_pMemory(Memory::Take()),
+      m_pBuffer(&m_pMemory->text),
+      m_bUseLocalTime(bUseLocalTime),
+      m_args(m_pMemory->args) {}
 
-CWyErrLogMessage::~CWyErrLogMessage() {
-  m_args.m_stream.m_strBytes.swap(m_pMemory->strArguments);
-  Memory::HandOn(std::unique_ptr<Memory>(m_pMemory));
-}
+CWyErrLogMessage::~CWyErrLogMessage() { Memory::HandOn(m_pMemory); }
 
 // ---- The text -----------------------------------------------------------------------------------
 
 bool CWyErrLogMessage::CleanUpMessage() {
-  m_pBuffer->clear();
+  m_pBuffer->Clear();
   m_nType = 0;
   return true;
 }
+
+bool CWyErrLogMessage::IsIncomplete() const { return m_pBuffer->IsIncomplete(); }
 
 const char* CWyErrLogMessage::GetBuffer() const { return m_pBuffer->c_str(); }
 
@@ -92,5 +113,5 @@ const char* CWyErrLogMessage::ReleaseBuffer() const { return GetBuffer(); }
 void CWyErrLogMessage::FreeBuffer(char* /*pszText*/) {}
 
 void CWyErrLogMessage::SetFormattedMessage(const char* pszText) {
-  if (pszText != nullptr) m_pBuffer->assign(pszText);
+  if (pszText != nullptr) m_pBuffer->Assign(pszText);
 }

@@ -16,11 +16,15 @@
 // Texts are byte strings ended by a zero byte; lengths are bytes without it.
 
 #include <cstdarg>
+#include <new>
 #include <string>
 #include <string_view>
 #include <type_traits>
 
 #include "wyerrlog/WyErrLogPort.h"
+
+class CWyLogger;
+class CWyTextBuffer;
 
 // A growable byte string that may hold zero bytes.
 class CpaStream {
@@ -53,46 +57,65 @@ class CpaArgList {
  public:
   static constexpr unsigned long MaxArguments = 13;
 
-  // Copies the argument's text; a null pointer counts as "<null>". Answers this list.
+  // Copies the argument's text; a null pointer counts as "<null>". Answers this list. Without
+  // memory for the text the list stays as it is, and the next message made with it is not written.
   template <typename T>
   CpaArgList& add(const T& argument) {
     static_assert(std::is_convertible_v<const T&, const char*>, "message arguments are texts");
     const char* const pszText = argument;
-    return add(std::string_view(pszText != nullptr ? pszText : "<null>"));
+    // With its terminator, in one piece.
+    const std::string_view text(pszText != nullptr ? pszText : "<null>");
+    AddText({text.data(), text.size() + 1}, {});
+    return *this;
   }
   // The same with a text up to its first zero byte.
   CpaArgList& add(std::string_view argument) {
-    if (m_uCount >= MaxArguments) return *this;
-    m_stream.m_strBytes.append(argument.substr(0, argument.find('\0'))).push_back('\0');
-    ++m_uCount;
+    AddText(argument.substr(0, argument.find('\0')), {"", 1});
     return *this;
   }
   CpaArgList& clear() {
     m_stream.clear();
     m_uCount = 0;
+    m_bIncomplete = false;
     return *this;
   }
   // Fills the caller's array, which has room for 13 pointers, and answers how many it filled. The
   // pointers stay valid until the list changes.
   unsigned long toArgv(const char** ppszArguments) const {
-    const char* pszNext = m_stream.c_str();
-    for (unsigned long i = 0; i < m_uCount; ++i) {
-      ppszArguments[i] = pszNext;
-      pszNext += std::char_traits<char>::length(pszNext) + 1;
-    }
+    const char* const pszFirst = m_stream.c_str();
+    for (unsigned long i = 0; i < m_uCount; ++i) ppszArguments[i] = pszFirst + m_auStarts[i];
     return m_uCount;
   }
 
  private:
   friend class CWyErrLogMessage;
 
+  void AddText(std::string_view text, std::string_view terminator) {
+    if (m_uCount >= MaxArguments) return;
+    std::string& strBytes = m_stream.m_strBytes;
+    m_auStarts[m_uCount] = strBytes.size();
+    try {
+      strBytes.append(text);
+      if (!terminator.empty()) strBytes.append(terminator);
+      ++m_uCount;
+    } catch (const std::bad_alloc&) {
+      m_bIncomplete = true;
+    }
+  }
+
   unsigned long m_uCount = 0;
   CpaStream m_stream;
+  std::size_t m_auStarts[MaxArguments];  // of the texts in the stream
+  bool m_bIncomplete = false;
 };
 
 // A message is made by its caller, usually on the stack, formatted, passed to one log call and
 // destroyed. It is used by one thread at a time, takes no locks and is never copied. Making one for
 // each record is cheap: a thread lends its messages the memory of the ones before.
+//
+// Without memory for a piece of its text a message is incomplete: formatters answer false, and log
+// calls do not write it and answer false, until CleanUpMessage or another formatter that replaces
+// the text. Nothing throws but FormatAuditMessage and FormatTraceMessage, as they say.
 //
 // Looking messages up (FormatLogMessage, FormatMessage and their kin) always asks the process
 // logger, theLogger(), whichever logger the message is written to afterwards.
@@ -201,13 +224,14 @@ class WYERRLOG_API CWyErrLogMessage {
 
   // Makes the printf-formatted record the text; it has no prolog, no newline and no limit of length
   // of its own. Use a fresh message for each record: one of 4096 bytes and more is appended to what
-  // the message holds. Answers false, and changes nothing, for a null or empty format.
+  // the message holds. Answers false, and changes nothing, for a null or empty format. Throws
+  // std::bad_alloc without memory for the record.
   bool FormatAuditMessage(const char* pszFormat, ...) __attribute__((format(printf, 2, 3)));
   bool FormatAuditMessageVA(const char* pszFormat, va_list args)
       __attribute__((format(printf, 2, 0)));
 
   // A printf-formatted text of at most 4095 bytes in memory of its own, which the caller gives to
-  // FreeFormattedMessage; null for a null or empty format.
+  // FreeFormattedMessage; null for a null or empty format. Throws std::bad_alloc without memory.
   static char* FormatTraceMessage(const char* pszFormat, ...) __attribute__((format(printf, 1, 2)));
   static void FreeFormattedMessage(const char* pszText);
 
@@ -230,23 +254,28 @@ class WYERRLOG_API CWyErrLogMessage {
   static const char* PathnameFindFilePart(const char* pszPath);
 
  private:
-  WYERRLOG_LOCAL void AppendSeverity(unsigned int uSeverity);
-  WYERRLOG_LOCAL void AppendPrintf(const char* pszPattern, va_list args);
-  WYERRLOG_LOCAL const char* Translate(unsigned int uId, const char* pszLocale, char* pszOut,
-                                       unsigned long uSize);
+  WYERRLOG_LOCAL bool AppendPrintf(const char* pszPattern, va_list args);
+  WYERRLOG_LOCAL const char* Translate(const CWyLogger& logger, unsigned int uId,
+                                       const char* pszLocale, char* pszOut, unsigned long uSize);
+
+  friend class CWyLogger;
+  friend class CWyTraceData;
 
   struct WYERRLOG_LOCAL Memory;
 
-  std::string* m_pBuffer;  // within m_pMemory
+  // Whether memory was lacking for a part of the text.
+  WYERRLOG_LOCAL bool IsIncomplete() const;
+
+  Memory* m_pMemory;         // owned; handed on to the thread's next message
+  CWyTextBuffer* m_pBuffer;  // within m_pMemory
   int m_nType = 0;
   int m_nTraceFormat = 0;
   bool m_bUseLocalTime;
   const char* m_pszTraceTag = nullptr;
   bool m_bFirstField = true;
   int m_nSeverity = 0;
-  CpaArgList m_args;
+  CpaArgList& m_args;  // within m_pMemory
   unsigned int m_nMsgId = 0;
-  Memory* m_pMemory;  // owned; handed on to the thread's next message
 };
 
 #endif

@@ -3,11 +3,14 @@
 
 #include <cstring>
 #include <memory>
+#include <new>
+#include <string>
 #include <string_view>
 
 #include "wyerrlog/WyErrLogMessage.h"
 #include "wyerrlog/WyErrLogPrivUtil.h"
 #include "wyerrlog/WyLogger.h"
+#include "wyerrlog/WyTextBuffer.h"
 
 namespace {
 
@@ -29,9 +32,8 @@ struct Template {
   std::unique_ptr<CWyXlateBundle, BundleRelease> pBundle;
 };
 
-Template FindTemplate(unsigned int uId, const char* pszLocale) {
+Template FindTemplate(const CWyLogger& logger, unsigned int uId, const char* pszLocale) {
   if (uId >> 24 == BuiltInComponent) return {"{0}", "wy-log-00000", nullptr};
-  const CWyLogger& logger = *theLogger();
   const char* const pszBundle = logger.GetMsgBundle(uId);
   if (pszBundle == nullptr) return {"missing component library", "wy-log-00001", nullptr};
   const char* const pszKey = logger.FetchMsg(uId);
@@ -49,21 +51,31 @@ void CopyCut(char* pszOut, const char* pszText, unsigned long uSize) {
   pszOut[uLength] = '\0';
 }
 
-}  // namespace
+constexpr std::string_view SeverityWords[] = {"[INVALID MESSAGE TYPE]", "[INFO]", "[WARNING]",
+                                              "[ERROR]"};
 
-// ---- Pieces of a line ---------------------------------------------------------------------------
-
-void CWyErrLogMessage::AppendSeverity(unsigned int uSeverity) {
-  static constexpr std::string_view s_aWords[] = {"[INVALID MESSAGE TYPE]", "[INFO]", "[WARNING]",
-                                                  "[ERROR]"};
-  m_pBuffer->append(s_aWords[uSeverity]);
+// The "%s" of the pattern replaced by the texts one after another, each within what the one before
+// has brought, too.
+std::string Substitute(const char* pszPattern, char** ppszArguments, int iCount) {
+  std::string strText = pszPattern;
+  std::size_t uFrom = 0;
+  for (int i = 0; ppszArguments != nullptr && i < iCount; ++i) {
+    uFrom = strText.find("%s", uFrom);
+    if (uFrom == std::string::npos) break;
+    strText.replace(uFrom, 2, ppszArguments[i]);
+  }
+  return strText;
 }
 
-void CWyErrLogMessage::AppendPrintf(const char* pszPattern, va_list args) {
-  if (*pszPattern == '\0') return;
+}  // namespace
+
+// Formats into memory of its own: the message's text may be among the arguments.
+bool CWyErrLogMessage::AppendPrintf(const char* pszPattern, va_list args) {
+  if (*pszPattern == '\0') return true;
   char szText[TextSize];
   VSNPRINTFEX(szText, TextSize, pszPattern, args);
-  m_pBuffer->append(szText);
+  m_pBuffer->Append(std::string_view(szText));
+  return !IsIncomplete();
 }
 
 const char* CWyErrLogMessage::GetMsgSeverity() const {
@@ -86,11 +98,10 @@ bool CWyErrLogMessage::FormatLogMessageVA(int iId, va_list args) {
   const auto uId = static_cast<unsigned int>(iId);
   const char* const pszPattern = theLogger()->FetchMsg(uId);
   if (pszPattern == nullptr) return false;
-  AppendSeverity(SeverityOf(uId));
-  m_pBuffer->push_back(' ');
+  m_pBuffer->Append(SeverityWords[SeverityOf(uId)], ' ');
   AppendPrintf(pszPattern, args);
-  m_pBuffer->push_back('\n');
-  return true;
+  m_pBuffer->Append('\n');
+  return !IsIncomplete();
 }
 
 bool CWyErrLogMessage::FormatLogMessage(int iId, char** ppszArguments, int iCount) {
@@ -98,17 +109,14 @@ bool CWyErrLogMessage::FormatLogMessage(int iId, char** ppszArguments, int iCoun
   const auto uId = static_cast<unsigned int>(iId);
   const char* const pszPattern = theLogger()->FetchMsg(uId);
   if (pszPattern == nullptr) return false;
-  AppendSeverity(SeverityOf(uId));
-  m_pBuffer->push_back(' ');
-  std::string strText = pszPattern;
-  std::size_t uFrom = 0;
-  for (int i = 0; ppszArguments != nullptr && i < iCount; ++i) {
-    uFrom = strText.find("%s", uFrom);
-    if (uFrom == std::string::npos) break;
-    strText.replace(uFrom, 2, ppszArguments[i]);
+  m_pBuffer->Append(SeverityWords[SeverityOf(uId)], ' ');
+  try {
+    m_pBuffer->Append(std::string_view(Substitute(pszPattern, ppszArguments, iCount)));
+  } catch (const std::bad_alloc&) {
+    m_pBuffer->SetIncomplete();
   }
-  m_pBuffer->append(strText).push_back('\n');
-  return true;
+  m_pBuffer->Append('\n');
+  return !IsIncomplete();
 }
 
 bool CWyErrLogMessage::FormatLogMessageForTrace(int iId, ...) {
@@ -117,27 +125,28 @@ bool CWyErrLogMessage::FormatLogMessageForTrace(int iId, ...) {
   const char* const pszPattern = theLogger()->FetchMsg(uId);
   m_nSeverity = static_cast<int>(SeverityOf(uId));
   if (pszPattern == nullptr) return false;
-  m_pBuffer->push_back(' ');
+  m_pBuffer->Append(' ');
   va_list args;
   va_start(args, iId);
-  AppendPrintf(pszPattern, args);
+  const bool bAppended = AppendPrintf(pszPattern, args);
   va_end(args);
-  return true;
+  return bAppended;
 }
 
 // ---- The translated way -------------------------------------------------------------------------
 
 // The caller has a section of m_pLookups open as long as it uses the key.
-const char* CWyErrLogMessage::Translate(unsigned int uId, const char* pszLocale, char* pszOut,
-                                        unsigned long uSize) {
+const char* CWyErrLogMessage::Translate(const CWyLogger& logger, unsigned int uId,
+                                        const char* pszLocale, char* pszOut, unsigned long uSize) {
   if (uId != 0) {
     m_nMsgId = uId;
     m_nSeverity = static_cast<int>(SeverityOf(uId));
   }
-  const Template found = FindTemplate(m_nMsgId, pszLocale);
+  const Template found = FindTemplate(logger, m_nMsgId, pszLocale);
   if (pszOut == nullptr || uSize == 0) return found.pszKey;
   const char* apszArguments[CpaArgList::MaxArguments];
   const unsigned long uCount = m_args.toArgv(apszArguments);
+  if (m_args.m_bIncomplete) m_pBuffer->SetIncomplete();
   if (uCount != 0) {
     CWyXlate::FormatMessage(pszOut, uSize - 1, found.pszPattern, uCount, apszArguments);
   } else {
@@ -148,25 +157,29 @@ const char* CWyErrLogMessage::Translate(unsigned int uId, const char* pszLocale,
 
 const char* CWyErrLogMessage::PreformatMessage(unsigned int uId, const char* pszLocale,
                                                char* pszOut, unsigned long uSize) {
-  const CWyReadSections::Scope lookup(*theLogger()->m_pLookups);
-  return Translate(uId, pszLocale, pszOut, uSize);
+  const CWyLogger& logger = *theLogger();
+  const CWyReadSections::Scope lookup(*logger.m_pLookups);
+  return Translate(logger, uId, pszLocale, pszOut, uSize);
 }
 
 const char* CWyErrLogMessage::FormatMessage(unsigned int uId) {
-  const CWyReadSections::Scope lookup(*theLogger()->m_pLookups);
+  const CWyLogger& logger = *theLogger();
+  const CWyReadSections::Scope lookup(*logger.m_pLookups);
   char szText[TextSize];
   szText[0] = '\0';
-  const char* const pszKey = Translate(uId, WyGetAdminLocale(), szText, TextSize);
-  AppendSeverity(static_cast<unsigned int>(m_nSeverity));
-  m_pBuffer->append("[").append(pszKey).append("] ").append(szText).push_back('\n');
+  const char* const pszKey = Translate(logger, uId, WyGetAdminLocale(), szText, TextSize);
+  m_pBuffer->Append(SeverityWords[m_nSeverity], '[', std::string_view(pszKey), ']', ' ',
+                    std::string_view(szText), '\n');
   return GetBuffer();
 }
 
 const char* CWyErrLogMessage::FormatMessageForTrace(unsigned int uId) {
-  const CWyReadSections::Scope lookup(*theLogger()->m_pLookups);
+  const CWyLogger& logger = *theLogger();
+  const CWyReadSections::Scope lookup(*logger.m_pLookups);
   char szText[TextSize];
   szText[0] = '\0';
-  const char* const pszKey = Translate(uId, "en", szText, TextSize);
-  m_pBuffer->assign("[").append(pszKey).append("] ").append(szText);
+  m_pBuffer->Clear();
+  const char* const pszKey = Translate(logger, uId, "en", szText, TextSize);
+  m_pBuffer->Append('[', std::string_view(pszKey), ']', ' ', std::string_view(szText));
   return GetBuffer();
 }

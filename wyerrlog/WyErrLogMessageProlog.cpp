@@ -1,4 +1,5 @@
 #include <pthread.h>
+#include <sys/time.h>
 
 #include <algorithm>
 #include <charconv>
@@ -9,6 +10,7 @@
 #include "wyerrlog/WyErrLogMessage.h"
 #include "wyerrlog/WyErrLogPrivUtil.h"
 #include "wyerrlog/WyErrLogTimeText.h"
+#include "wyerrlog/WyTextBuffer.h"
 #include "wyerrlog/thread_utility.h"
 
 namespace {
@@ -17,6 +19,7 @@ constexpr int SmallestPidBuffer = 10;
 constexpr int SmallestTidBuffer = 15;
 constexpr int SmallestTimeBuffer = 25;
 constexpr int ScratchSize = 128;
+constexpr std::size_t LargestLineSize = 16;  // ":2147483647]"
 
 constexpr const char* arrayWeekDay[] = {"Sun", "Mon", "Tue", "Wed", "Thu", "Fri", "Sat"};
 constexpr const char* arrayMonth[] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
@@ -55,22 +58,28 @@ bool WriteDayYearAndTime(char* psz, std::size_t uSize, const tm& time) {
   return true;
 }
 
-// What the lines of a thread begin with: "[pid/tid]" and "[date and time][". The first part stays
+// What the lines of a thread begin with: "[pid/tid][" and "date and time][". The first part stays
 // the same as long as the thread is in the same process, the second one for a second.
 class ThreadStamp {
  public:
-  std::string_view Ids() {
+  // Makes it the stamp of this moment. False without the time; then there are the ids alone.
+  bool Refresh(bool bLocal) {
     if (m_iPid != WyProcessId()) WriteIds();
-    return {m_szText, m_uIdsLength};
+    timeval now;
+    if (gettimeofday(&now, nullptr) != 0) {
+      m_uLength = m_uIdsLength;
+      return false;
+    }
+    return IsOf(now.tv_sec, bLocal) || WriteTime(now.tv_sec, bLocal);
   }
 
-  std::string_view IdsAndTime(const tm& time) {
-    if (m_iPid != WyProcessId()) WriteIds();
-    if (!IsSameSecond(time)) WriteTime(time);
-    return {m_szText, m_uLength};
-  }
+  std::string_view Text() const { return {m_szText, m_uLength}; }
 
  private:
+  bool IsOf(time_t tSeconds, bool bLocal) const {
+    return m_tSeconds == tSeconds && m_bLocal == bLocal && m_uLength > m_uIdsLength;
+  }
+
   void WriteIds() {
     char szPid[ScratchSize];
     char szTid[ScratchSize];
@@ -78,33 +87,36 @@ class ThreadStamp {
     CWyErrLogMessage::GetTid(szTid, ScratchSize);
     m_uIdsLength =
         static_cast<std::size_t>(snprintf(m_szText, sizeof m_szText, "[%s/%s][", szPid, szTid));
+    m_uLength = m_uIdsLength;
     m_iPid = WyProcessId();
-    m_uLength = 0;
   }
 
-  bool IsSameSecond(const tm& time) const {
-    return m_uLength != 0 && m_time.tm_sec == time.tm_sec && m_time.tm_min == time.tm_min &&
-           m_time.tm_hour == time.tm_hour && m_time.tm_mday == time.tm_mday &&
-           m_time.tm_mon == time.tm_mon && m_time.tm_year == time.tm_year;
-  }
-
-  void WriteTime(const tm& time) {
+  bool WriteTime(time_t tSeconds, bool bLocal) {
+    m_uLength = m_uIdsLength;
     char* const psz = m_szText + m_uIdsLength;
     const auto iRoom = static_cast<int>(sizeof m_szText - m_uIdsLength - 2);
-    if (!CWyErrLogMessage::GetDateTime(&time, psz, iRoom)) *psz = '\0';
-    m_uLength = m_uIdsLength + strlen(psz);
+    tm time;
+    if (!WyBreakDownTime(tSeconds, bLocal, time)) return false;
+    if (!CWyErrLogMessage::GetDateTime(&time, psz, iRoom)) return false;
+    m_uLength += strlen(psz);
     m_uLength += std::string_view("][").copy(m_szText + m_uLength, 2);
-    m_time = time;
+    m_tSeconds = tSeconds;
+    m_bLocal = bLocal;
+    return true;
   }
 
   int m_iPid = 0;
+  bool m_bLocal = false;
+  time_t m_tSeconds = 0;
   std::size_t m_uIdsLength = 0;
-  std::size_t m_uLength = 0;  // 0: without a time
-  tm m_time{};
+  std::size_t m_uLength = 0;
   char m_szText[ScratchSize]{};
 };
 
 constinit thread_local ThreadStamp t_stamp;
+
+// Not inlined: the compiler would find the thread's object anew at each use.
+[[gnu::noinline]] ThreadStamp& StampOfThisThread() { return t_stamp; }
 
 }  // namespace
 
@@ -154,21 +166,22 @@ const char* CWyErrLogMessage::PathnameFindFilePart(const char* pszPath) {
 
 bool CWyErrLogMessage::FormatLogProlog(const char* pszPath, int iLine, int iType) {
   m_nType = iType;
-  m_pBuffer->clear();
-  tm time;
-  long lMilliseconds = 0;
-  if (!WyErrLogGetCurrentTime(m_bUseLocalTime, time, lMilliseconds)) {
-    m_pBuffer->append(t_stamp.Ids());
+  m_pBuffer->Clear();
+  ThreadStamp& stamp = StampOfThisThread();
+  if (!stamp.Refresh(m_bUseLocalTime)) {
+    m_pBuffer->Append(stamp.Text());
     return false;
   }
-  m_pBuffer->append(t_stamp.IdsAndTime(time)).append(PathnameFindFilePart(pszPath));
-  char szLine[ScratchSize];
-  char* pszEnd = szLine;
+  const std::string_view file = PathnameFindFilePart(pszPath);
+  char* psz = m_pBuffer->Room(stamp.Text().size() + file.size() + LargestLineSize);
+  if (psz == nullptr) return false;
+  psz += stamp.Text().copy(psz, stamp.Text().size());
+  psz += file.copy(psz, file.size());
   if (iLine > 0) {
-    *pszEnd++ = ':';
-    pszEnd = std::to_chars(pszEnd, szLine + ScratchSize - 1, iLine).ptr;
+    *psz++ = ':';
+    psz = std::to_chars(psz, psz + LargestLineSize, iLine).ptr;
   }
-  *pszEnd++ = ']';
-  m_pBuffer->append(szLine, pszEnd);
+  *psz++ = ']';
+  m_pBuffer->AppendedUpTo(psz);
   return true;
 }

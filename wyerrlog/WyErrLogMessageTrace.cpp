@@ -1,8 +1,9 @@
 #include <memory>
-#include <string>
+#include <new>
 #include <string_view>
 
 #include "wyerrlog/WyErrLogMessage.h"
+#include "wyerrlog/WyTextBuffer.h"
 
 namespace {
 
@@ -21,24 +22,23 @@ void CWyErrLogMessage::BeginTraceFormat(int iFormat, bool bUseLocalTime, const c
   m_bUseLocalTime = bUseLocalTime;
   m_pszTraceTag = pszTag;
   m_bFirstField = true;
-  if (iFormat == Xml) m_pBuffer->append("<").append(ViewOf(pszTag)).append(">\n");
+  if (iFormat == Xml) m_pBuffer->Append('<', ViewOf(pszTag), std::string_view(">\n"));
 }
 
 void CWyErrLogMessage::FormatTraceField(const char* pszValue, const char* pszName) {
   const std::string_view value = ViewOf(pszValue);
   switch (m_nTraceFormat) {
     case Bracketed:
-      m_pBuffer->append("[").append(value).append("]");
+      m_pBuffer->Append('[', value, ']');
       break;
     case Delimited:
-      if (!m_bFirstField) m_pBuffer->append(ViewOf(m_pszTraceTag));
+      m_pBuffer->Append(ViewOf(m_bFirstField ? "" : m_pszTraceTag), value);
       m_bFirstField = false;
-      m_pBuffer->append(value);
       break;
     case Xml: {
       const std::string_view name = ViewOf(pszName);
-      m_pBuffer->append("\t<").append(name).append(">").append(value);
-      m_pBuffer->append("</").append(name).append(">\n");
+      m_pBuffer->Append(std::string_view("\t<"), name, '>', value, std::string_view("</"), name,
+                        std::string_view(">\n"));
       break;
     }
     default:
@@ -47,16 +47,16 @@ void CWyErrLogMessage::FormatTraceField(const char* pszValue, const char* pszNam
 }
 
 void CWyErrLogMessage::FormatTraceField(const char* pszValue, int iWidth) {
-  if (!m_bFirstField) m_pBuffer->append("  ");
-  m_bFirstField = false;
   const auto uWidth = static_cast<std::size_t>(iWidth > 0 ? iWidth : 0);
   const std::string_view value = ViewOf(pszValue).substr(0, uWidth);
-  m_pBuffer->append(value).append(uWidth - value.size(), ' ');
+  m_pBuffer->Append(std::string_view(m_bFirstField ? "" : "  "), value);
+  m_pBuffer->AppendBlanks(uWidth - value.size());
+  m_bFirstField = false;
 }
 
 void CWyErrLogMessage::EndTraceFormat() {
-  if (m_nTraceFormat == Xml) m_pBuffer->append("</").append(ViewOf(m_pszTraceTag)).append(">");
-  m_pBuffer->push_back('\n');
+  if (m_nTraceFormat == Xml) m_pBuffer->Append(std::string_view("</"), ViewOf(m_pszTraceTag), '>');
+  m_pBuffer->Append('\n');
 }
 
 // ---- Audit records and free texts ---------------------------------------------------------------
@@ -69,6 +69,7 @@ bool CWyErrLogMessage::FormatAuditMessage(const char* pszFormat, ...) {
   return bFormatted;
 }
 
+// Both ways into memory of their own: the message's text may be among the arguments.
 bool CWyErrLogMessage::FormatAuditMessageVA(const char* pszFormat, va_list args) {
   if (pszFormat == nullptr || *pszFormat == '\0') return false;
   va_list argsCopy;
@@ -77,13 +78,13 @@ bool CWyErrLogMessage::FormatAuditMessageVA(const char* pszFormat, va_list args)
   const int iLength = VSNPRINTFEX(szText, TextSize, pszFormat, argsCopy);
   va_end(argsCopy);
   if (iLength <= TextSize) {
-    m_pBuffer->assign(szText);
-    return true;
+    m_pBuffer->Assign(szText);
+  } else {
+    const std::unique_ptr<char[]> pszLong(new char[static_cast<std::size_t>(iLength)]);
+    VSNPRINTFEX(pszLong.get(), iLength, pszFormat, args);
+    m_pBuffer->Append(std::string_view(pszLong.get()));
   }
-  // In memory of its own: the message's text may be among the arguments.
-  const std::unique_ptr<char[]> pszLong(new char[static_cast<std::size_t>(iLength)]);
-  VSNPRINTFEX(pszLong.get(), iLength, pszFormat, args);
-  m_pBuffer->append(pszLong.get());
+  if (IsIncomplete()) throw std::bad_alloc();
   return true;
 }
 

@@ -4,6 +4,7 @@
 
 #include "wyerrlog/WyErrLogPort.h"
 #include "wyerrlog/WyErrLogPrivUtil.h"
+#include "wyerrlog/WyErrLogTimeText.h"
 
 namespace {
 
@@ -26,20 +27,24 @@ thread_local ConvertedSecond t_aConverted[2];
 
 }  // namespace
 
+bool WyBreakDownTime(time_t tSeconds, bool bLocal, tm& time) {
+  ConvertedSecond& converted = t_aConverted[bLocal ? 1 : 0];
+  if (!converted.bValid || converted.tSeconds != tSeconds) {
+    converted.bValid = Convert(tSeconds, bLocal, converted.time);
+    converted.tSeconds = tSeconds;
+  }
+  // A failed conversion may have filled a part of its result.
+  time = converted.bValid ? converted.time : tm{};
+  return converted.bValid;
+}
+
 bool WyErrLogGetCurrentTime(bool bLocal, tm& time, long& lMilliseconds) {
   timeval now;
-  ConvertedSecond& converted = t_aConverted[bLocal ? 1 : 0];
   if (gettimeofday(&now, nullptr) != 0) {
     time = tm{};
     return false;
   }
-  if (!converted.bValid || converted.tSeconds != now.tv_sec) {
-    converted.bValid = Convert(now.tv_sec, bLocal, converted.time);
-    converted.tSeconds = now.tv_sec;
-  }
-  // A failed conversion may have filled a part of its result.
-  time = converted.bValid ? converted.time : tm{};
-  if (!converted.bValid) return false;
+  if (!WyBreakDownTime(now.tv_sec, bLocal, time)) return false;
   lMilliseconds = now.tv_usec / 1000;
   return true;
 }

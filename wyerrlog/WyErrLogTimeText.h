@@ -9,6 +9,10 @@
 #include <cstdio>
 #include <ctime>
 
+// A second in its pieces, local time or UTC. A thread remembers the last second of each. False, and
+// the pieces all 0, when the system cannot convert it.
+bool WyBreakDownTime(time_t tSeconds, bool bLocal, tm& time);
+
 inline char* WyAppendTwoDigits(char* psz, int iValue) {
   *psz++ = static_cast<char>('0' + iValue / 10 % 10);
   *psz++ = static_cast<char>('0' + iValue % 10);

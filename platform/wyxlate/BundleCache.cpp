@@ -72,15 +72,18 @@ bool CWyBundleCache::SetDirectory(const char* pszDirectory) {
 BundleRef CWyBundleCache::Get(const char* pszBundle, const char* pszLocale) {
   const unsigned long uGeneration = m_uGeneration.load(std::memory_order_acquire);
   CWyBundleMemo& memo = CWyBundleMemo::OfThisThread();
-  if (const BundleRef* pKnown = memo.Find(pszBundle, pszLocale, uGeneration)) {
-    return Share(*pKnown);
+  if (CWyLoadedBundle* const pKept = memo.Find(pszBundle, pszLocale, uGeneration)) {
+    pKept->AddReference();
+    return BundleRef(pKept);
   }
   const KeyView key(pszBundle, *pszLocale == '\0' ? kDefaultLocale : pszLocale);
   std::optional<BundleRef> known = Find(key);
   if (!known) {
     return Load(key);
   }
-  memo.Keep(pszBundle, pszLocale, uGeneration, *known);
+  if (*known != nullptr) {
+    memo.Keep(pszBundle, pszLocale, uGeneration, **known);
+  }
   return *std::move(known);
 }
 

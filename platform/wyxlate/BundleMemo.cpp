@@ -1,15 +1,10 @@
 #include "wyxlate/BundleMemo.h"
 
+#include <utility>
+
 namespace {
 
-// Never destroyed: messages may still come when the thread's objects are destroyed already.
-union ThreadMemo {
-  CWyBundleMemo memo;
-  constexpr ThreadMemo() : memo() {}
-  ~ThreadMemo() {}
-};
-
-constinit thread_local ThreadMemo t_memo;
+constinit thread_local CWyBundleMemo t_memo;
 
 }  // namespace
 
@@ -23,16 +18,15 @@ class CWyBundleMemo::ThreadEnd {
     CWyBundleMemo& memo = OfThisThread();
     memo.m_bThreadEnds = true;
     for (Entry& entry : memo.m_entries) {
-      entry.uGeneration = 0;
-      entry.bundle.reset();
+      const BundleRef released(std::exchange(entry.pBundle, nullptr));
     }
   }
 };
 
-CWyBundleMemo& CWyBundleMemo::OfThisThread() { return t_memo.memo; }
+CWyBundleMemo& CWyBundleMemo::OfThisThread() { return t_memo; }
 
 void CWyBundleMemo::Keep(const char* pszBundle, const char* pszLocale, unsigned long uGeneration,
-                         const BundleRef& bundle) {
+                         CWyLoadedBundle& bundle) {
   const std::size_t uBundleSize = std::strlen(pszBundle) + 1;
   const std::size_t uLocaleSize = std::strlen(pszLocale) + 1;
   if (m_bThreadEnds || uBundleSize > NameSize || uLocaleSize > NameSize) return;
@@ -40,6 +34,7 @@ void CWyBundleMemo::Keep(const char* pszBundle, const char* pszLocale, unsigned 
   Entry& entry = m_entries[IndexOf(pszBundle, pszLocale)];
   std::memcpy(entry.szBundle, pszBundle, uBundleSize);
   std::memcpy(entry.szLocale, pszLocale, uLocaleSize);
-  entry.bundle = Share(bundle);
+  bundle.AddReference();
+  const BundleRef released(std::exchange(entry.pBundle, &bundle));
   entry.uGeneration = uGeneration;
 }

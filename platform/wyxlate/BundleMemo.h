@@ -8,7 +8,10 @@
 
 #include "wyxlate/LoadedBundle.h"
 
-// The bundles that one thread looked up last. A thread's messages come from few components and in
+// The bundles that one thread looked up last. A plain object, which the thread can still use when
+// its other objects are destroyed.
+//
+// A thread's messages come from few components and in
 // one locale, so that nearly every look-up ends here, without a lock and without a hash table.
 //
 // It holds a reference to each of its bundles: after SetResourceDirectory an old one lives on until
@@ -18,28 +21,28 @@ class CWyBundleMemo {
   // The calling thread's.
   static CWyBundleMemo& OfThisThread();
 
-  // What is known of the bundle since the SetResourceDirectory with that number; null when nothing
-  // is. The names are compared by their texts, whatever they were kept under.
-  const BundleRef* Find(const char* pszBundle, const char* pszLocale,
+  // The bundle as the SetResourceDirectory with that number has it; null when it is not kept. The
+  // names are compared by their texts, whatever they were kept under.
+  CWyLoadedBundle* Find(const char* pszBundle, const char* pszLocale,
                         unsigned long uGeneration) const {
     const Entry& entry = m_entries[IndexOf(pszBundle, pszLocale)];
-    const bool bKnown = entry.uGeneration == uGeneration && uGeneration != 0 &&
-                        std::strcmp(entry.szBundle, pszBundle) == 0 &&
-                        std::strcmp(entry.szLocale, pszLocale) == 0;
-    return bKnown ? &entry.bundle : nullptr;
+    const bool bKept = entry.uGeneration == uGeneration && entry.pBundle != nullptr &&
+                       std::strcmp(entry.szBundle, pszBundle) == 0 &&
+                       std::strcmp(entry.szLocale, pszLocale) == 0;
+    return bKept ? entry.pBundle : nullptr;
   }
 
   // Keeps nothing when a name is too long, and nothing any more when the thread is ending.
   void Keep(const char* pszBundle, const char* pszLocale, unsigned long uGeneration,
-            const BundleRef& bundle);
+            CWyLoadedBundle& bundle);
 
  private:
   static constexpr std::size_t NameSize = 32;
   static constexpr std::size_t Entries = 4;
 
   struct Entry {
-    unsigned long uGeneration = 0;  // 0: nothing is known
-    BundleRef bundle;               // null: there are no files
+    unsigned long uGeneration = 0;
+    CWyLoadedBundle* pBundle = nullptr;  // a reference; null in an empty entry
     char szBundle[NameSize] = {};
     char szLocale[NameSize] = {};
   };
