@@ -3,6 +3,7 @@
 #include <new>
 #include <utility>
 
+#include "wyerrlog/WyErrLogPrivUtil.h"
 #include "wyerrlog/WyLogger.h"
 #include "wyerrlog/WyTextBuffer.h"
 
@@ -37,25 +38,25 @@ struct CWyErrLogMessage::Memory {
   // Not inlined: the compiler would find the thread's object anew at each use.
   [[gnu::noinline]] static Spare& OfThisThread() { return s_spare; }
 
-  // Frees the spare memory at the end of the thread.
-  struct SpareOwner {
-    SpareOwner() { s_spare.bHasOwner = true; }
-    ~SpareOwner() {
-      s_spare.bThreadEnds = true;
-      delete std::exchange(s_spare.pMemory, nullptr);
+  // Has the spare memory freed at the end of the thread. False when the system cannot see to it.
+  static bool OwnSpare() {
+    static CWyImmortal<SpareOwner> s_owner;
+    return s_spare.bHasOwner = s_owner.value.SetValue(&s_spare) == 0;
+  }
+  struct SpareOwner : CpaTls {
+    SpareOwner() : CpaTls(Free) {}
+    static void Free(void* pSpare) {
+      static_cast<Spare*>(pSpare)->bThreadEnds = true;
+      delete std::exchange(static_cast<Spare*>(pSpare)->pMemory, nullptr);
     }
   };
-  static void OwnSpare() { static thread_local const SpareOwner s_owner; }
 
-  // Stands in when there is no memory: an incomplete text that stays empty.
+  // Stands in when there is no memory: an incomplete text that stays empty, never destroyed.
   static Memory& None() {
-    union NeverDestroyed {
-      Memory memory;
-      NeverDestroyed() : memory(false) {}
-      ~NeverDestroyed() {}
-    };
-    static thread_local NeverDestroyed s_none;
-    return s_none.memory;
+    alignas(Memory) static thread_local unsigned char s_storage[sizeof(Memory)];
+    static thread_local Memory* s_pNone = nullptr;
+    if (s_pNone == nullptr) s_pNone = new (s_storage) Memory(false);
+    return *s_pNone;
   }
 };
 
@@ -72,11 +73,11 @@ void CWyErrLogMessage::Memory::HandOn(Memory* pMemory) {
   pMemory->text.Clear();
   pMemory->args.clear();
   if (!pMemory->text.IsUsable()) return;
-  if (spare.pMemory != nullptr || spare.bThreadEnds || pMemory->IsLarge()) {
+  if (spare.pMemory != nullptr || spare.bThreadEnds || pMemory->IsLarge() ||
+      (!spare.bHasOwner && !OwnSpare())) {
     delete pMemory;
     return;
   }
-  if (!spare.bHasOwner) OwnSpare();
   spare.pMemory = pMemory;
 }
 

@@ -199,7 +199,7 @@ void CWyLogger::DisableLog() {
 }
 
 bool CWyLogger::LogErrMsg(CWyErrLogMessage& msg) {
-  if (!m_bInitialized) return false;
+  if (!m_bInitialized || msg.IsIncomplete()) return false;
   const CWyLogReader reader(m_logGuard);
   return reader && m_pLogOutput != nullptr && m_pLogOutput->Log(msg);
 }
@@ -215,7 +215,7 @@ void CWyLogger::DisableAuditLog() {
 }
 
 bool CWyLogger::LogAuditMsg(CWyErrLogMessage& msg) {
-  if (!m_bInitialized) return false;
+  if (!m_bInitialized || msg.IsIncomplete()) return false;
   const CWyLogReader reader(m_auditGuard);
   return reader && m_pAuditOutput != nullptr && m_pAuditOutput->Log(msg);
 }

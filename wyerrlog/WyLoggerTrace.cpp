@@ -91,7 +91,7 @@ CWyTraceData* CWyLogger::RecordOfThisThread() {
 // ---- Routing ------------------------------------------------------------------------------------
 
 bool CWyLogger::LogTraceMsg(CWyErrLogMessage& msg) {
-  if (!m_bInitialized) return false;
+  if (!m_bInitialized || msg.IsIncomplete()) return false;
   const CWyLogReader reader(m_traceGuard);
   if (!reader) return false;
   bool bInstalled = false;

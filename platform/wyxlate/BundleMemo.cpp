@@ -1,5 +1,7 @@
 #include "wyxlate/BundleMemo.h"
 
+#include <pthread.h>
+
 #include <utility>
 
 namespace {
@@ -8,19 +10,29 @@ constinit thread_local CWyBundleMemo t_memo;
 
 }  // namespace
 
+// Not an object of the thread's: without memory to note that it is to be destroyed, the C library
+// would end the process.
 class CWyBundleMemo::ThreadEnd {
  public:
-  static void Watch() { static thread_local const ThreadEnd s_end; }
+  // False when the system cannot see to it.
+  static bool Watch() {
+    static const ThreadEnd s_end;
+    return s_end.m_bHasKey && pthread_setspecific(s_end.m_key, &OfThisThread()) == 0;
+  }
 
  private:
-  ThreadEnd() = default;
-  ~ThreadEnd() {
-    CWyBundleMemo& memo = OfThisThread();
+  ThreadEnd() : m_bHasKey(pthread_key_create(&m_key, Forget) == 0) {}
+
+  static void Forget(void* pMemo) {
+    CWyBundleMemo& memo = *static_cast<CWyBundleMemo*>(pMemo);
     memo.m_bThreadEnds = true;
     for (Entry& entry : memo.m_entries) {
       const BundleRef released(std::exchange(entry.pBundle, nullptr));
     }
   }
+
+  pthread_key_t m_key{};
+  bool m_bHasKey;
 };
 
 CWyBundleMemo& CWyBundleMemo::OfThisThread() { return t_memo; }
@@ -30,7 +42,7 @@ void CWyBundleMemo::Keep(const char* pszBundle, const char* pszLocale, unsigned 
   const std::size_t uBundleSize = std::strlen(pszBundle) + 1;
   const std::size_t uLocaleSize = std::strlen(pszLocale) + 1;
   if (m_bThreadEnds || uBundleSize > NameSize || uLocaleSize > NameSize) return;
-  ThreadEnd::Watch();
+  if (!ThreadEnd::Watch()) return;
   Entry& entry = m_entries[IndexOf(pszBundle, pszLocale)];
   std::memcpy(entry.szBundle, pszBundle, uBundleSize);
   std::memcpy(entry.szLocale, pszLocale, uLocaleSize);
