@@ -142,6 +142,7 @@ bool CWyFileOutput::AcceptFile(int iFlags) {
 
 bool CWyFileOutput::CloseFile() {
   if (m_hFile >= 0) {
+    EndTornLine();
     close(m_hFile);
     m_hFile = -1;
   }

@@ -18,6 +18,8 @@
 
 namespace {
 
+constexpr int MaxAttempts = 10000;
+
 struct DirectoryCloser {
   void operator()(DIR* pDirectory) const { closedir(pDirectory); }
 };
@@ -81,10 +83,10 @@ bool CWyBackups::DeleteAllBut(size_t uCount) {
   return true;
 }
 
-// The loop ends: each turn that goes on has met one more existing name.
+// Each turn that goes on has met one more existing name; nobody makes so many in a moment.
 CWyBackups::Move CWyBackups::Add(const char* pszLogFile, const std::string& strStamp) const {
   std::string strNumber = FirstFreeNumber(strStamp);
-  for (;; strNumber = CWyBackupName::NextNumber(strNumber)) {
+  for (int i = 0; i < MaxAttempts; ++i, strNumber = CWyBackupName::NextNumber(strNumber)) {
     const std::string strBackup = Path(m_naming.Make(strStamp, strNumber));
     if (WyAccess(strBackup.c_str(), F_OK) == 0) continue;
     if (errno != ENOENT) return Move::Failed;
@@ -92,6 +94,7 @@ CWyBackups::Move CWyBackups::Add(const char* pszLogFile, const std::string& strS
     if (errno == EACCES && strNumber.empty()) return Move::Refused;
     if (errno != EEXIST) return Move::Failed;
   }
+  return Move::Failed;
 }
 
 std::string CWyBackups::Path(std::string_view strName) const {

@@ -2,6 +2,7 @@
 #define TEST_SUPPORT_SYSTEMSTANDINS_H
 
 #include <atomic>
+#include <climits>
 #include <ctime>
 #include <functional>
 
@@ -17,9 +18,47 @@ inline std::function<int(const char* pszFrom, const char* pszTo)> rename;
 int RealRename(const char* pszFrom, const char* pszTo);
 int Refuse(int iErrno);  // sets errno and answers -1
 
-// With which errno the system calls fail; 0 lets them pass.
-inline std::atomic<int> renameat2_errno{0};
-inline std::atomic<int> link_errno{0};
+// ---- Faults -------------------------------------------------------------------------------------
+
+// Rename is the one that never replaces (renameat2), PlainRename the one that does; Time is time()
+// and gettimeofday().
+enum class Call {
+  Write,
+  Close,
+  Fstat,
+  Lseek,
+  Open,
+  Access,
+  Stat,
+  Rename,
+  PlainRename,
+  Unlink,
+  OpenDir,
+  ReadDir,
+  Time
+};
+inline constexpr int CallKinds = static_cast<int>(Call::Time) + 1;
+
+// What becomes of a call. Half of a write is one that the system cuts short; a Death is the whole
+// process's (SIGKILL). A close that fails has closed, as the system's has.
+enum class Effect { Failure, Half, DeathBefore, DeathHalfWay, DeathAfter };
+
+// Befalls the calls `lFirst` to `lFirst + lCount - 1` of its kind, counted from 1 and from its
+// injection on, of all threads. After a Half the further ones fail.
+struct Fault {
+  Call call;
+  Effect effect;
+  int iErrno;
+  long lFirst = 1;
+  long lCount = 1;
+};
+inline constexpr long ForEver = LONG_MAX / 2;
+
+void Inject(const Fault& fault);  // in the place of an earlier one of the same kind
+bool Withdraw(Call call);         // whether the fault has befallen a call
+
+// How many files were opened so that a program which the process executes would inherit them.
+inline std::atomic<int> inheritable_opens{0};
 
 }  // namespace stand_ins
 
