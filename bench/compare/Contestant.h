@@ -83,6 +83,20 @@ class Contestant {
 // Opens the file for appending. Null when the contestant has no such case or kind of file.
 std::unique_ptr<Contestant> NewContestant(const Workload& workload);
 
+// What NewContestant answers for another logging library: a class that logs the line, and one whose
+// records are of a severity that is switched off.
+template <typename Written, typename SwitchedOff>
+std::unique_ptr<Contestant> NewPeer(const Workload& workload) {
+  if (workload.strCase == "translated") return std::make_unique<Written>(workload);
+  if (workload.strCase == "tracing-off") return std::make_unique<SwitchedOff>(workload);
+  return nullptr;
+}
+
 }  // namespace compare
+
+// The text of a record, for libraries that log what is streamed.
+#define COMPARE_TEXT(record)                                                            \
+  "[agent-00001] User " << (record).pszUser << " may not " << (record).pszAction << " " \
+                        << (record).pszResource << "."
 
 #endif

@@ -58,8 +58,9 @@ THREADS = [
 # Calls that write nothing: nanoseconds of a processor per call.
 NOTHING = [
     Case(f"{title}, {threads} thread{'s' * (threads > 1)}", name, [LIBRARY, *PEERS], PLAIN, threads)
-    for title, name in (("tracing off", "tracing-off"), ("on for others", "tracing-of-others"),
-                        ("filtered by the first field", "filtered"))
+    for title, name in (("not traced, tracing off", "tracing-off"),
+                        ("not traced, tracing on for others", "tracing-of-others"),
+                        ("traced, filtered by the first field", "filtered"))
     for threads in (1, 2, 4)
 ]
 
@@ -69,8 +70,9 @@ ARGUMENTS = (rb"(?:alice01|berta02|carol03|david04|emily05|frank06|gerda07|henry
              rb"(?:write|fetch|erase)", rb"/(?:reports/2026/q\d|accounts/\d{6})")
 TEXT = rb"User %s may not %s %s\." % ARGUMENTS
 DATE = rb"\w{3} \w{3} \d\d \d{4} \d\d:\d\d:\d\d"
-MESSAGE = (rb"\[\d+/(?:0x)?[0-9a-f]+\]\[%s\]\[\w+\.cpp:\d+\]\[(?:WARN|WARNING|warning)\] ?"
+MESSAGE = (rb"\[(?:0x)?[0-9a-f]+/(?:0x)?[0-9a-f]+\]\[%s\]\[\w+\.cpp:\d+\]\[(?:WARN|WARNING|warning)\] ?"
            rb"\[agent-00001\] %s\n" % (DATE, TEXT))
+MESSAGE_OF_GLOG = rb"W\d{8} \d\d:\d\d:\d\d\.\d{6} +\d+ Glog\.cpp:\d+\] \[\d+\]\[agent-00001\] %s\n" % TEXT
 VALUES = [rb"\d\d/\d\d/\d{4}", rb"\d\d:\d\d:\d\d\.\d{3}", rb"\d+", rb"\d+", rb"AgentHost\.h",
           rb"TraceRefusal", TEXT]
 NAMES = [b"Date", b"PreciseTime", b"Pid", b"Tid", b"SrcFile", b"Function", b"Message"]
@@ -86,7 +88,7 @@ RECORD = {
         rb"\t<%s>%s</%s>\n" % (name, value, name) for name, value in zip(NAMES, VALUES)) +
         rb"</TraceMessage>\n",
 }
-TITLE_LINES = rb"(?:.*Date.*Message.*\n.*===.*===.*\n)?"
+TITLE_LINES = rb"(?:.*Date.*Message.*\n.*===.*===.*\n|Log file created.*\n(?:.*\n){3})?"
 
 
 def check(contestant, case, path, count):
@@ -94,7 +96,8 @@ def check(contestant, case, path, count):
     content = path.read_bytes() if path.exists() else b""
     content = content[re.match(TITLE_LINES, content).end():]
     if case in RECORD:
-        pattern = rb"x+\n" if contestant == "bare" else RECORD[case]
+        own = {"bare": rb"x+\n", "glog": MESSAGE_OF_GLOG}
+        pattern = own.get(contestant, RECORD[case])
         lengths = [len(record) for record in re.findall(pattern, content)]
     else:
         count, lengths = 0, []
