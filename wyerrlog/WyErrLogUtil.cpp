@@ -78,16 +78,17 @@ bool CWyErrLogGuard::AdmitWriter() {
 
 namespace {
 
-thread_local CWyGuardHold* t_pInnermostHold = nullptr;
+constinit thread_local CWyGuardHold* t_pInnermostHold = nullptr;
 
 }  // namespace
 
+// The place of the thread's list is asked for once per hold: in a shared library that is a call.
 CWyGuardHold::CWyGuardHold(const CWyGuard* pGuard, int iKind)
-    : m_pGuard(pGuard), m_pOuter(t_pInnermostHold), m_iKind(iKind) {
-  t_pInnermostHold = this;
+    : m_pGuard(pGuard), m_pInnermost(t_pInnermostHold), m_pOuter(m_pInnermost), m_iKind(iKind) {
+  m_pInnermost = this;
 }
 
-CWyGuardHold::~CWyGuardHold() { t_pInnermostHold = m_pOuter; }
+CWyGuardHold::~CWyGuardHold() { m_pInnermost = m_pOuter; }
 
 const CWyGuardHold* CWyGuardHold::InnermostOfThisThread() { return t_pInnermostHold; }
 

@@ -106,8 +106,9 @@ class CWyGuardHold {
   bool Includes(const CWyGuard* pGuard) const;
 
  private:
-  const CWyGuard* m_pGuard;  // null: none
-  CWyGuardHold* m_pOuter;
+  const CWyGuard* m_pGuard;     // null: none
+  CWyGuardHold*& m_pInnermost;  // the calling thread's
+  CWyGuardHold* const m_pOuter;
   int m_iKind;
 };
 

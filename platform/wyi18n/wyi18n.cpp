@@ -9,8 +9,8 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <iterator>
 #include <string_view>
+#include <utility>
 
 namespace {
 
@@ -58,31 +58,21 @@ const char* ReadEnvironment(const char* pszName) {
   return pszName == nullptr ? nullptr : std::getenv(pszName);
 }
 
-// The administrator's locale is the first of these that is not empty.
-constexpr std::string_view kLocaleVariables[] = {"LC_ALL=", "LC_MESSAGES=", "LANG="};
-
-// What follows `assignment` ("NAME=") in an entry of the environment; null in an entry of another
-// variable.
-const char* ValueOf(std::string_view assignment, const char* pszEntry) {
-  for (const char c : assignment) {
-    if (*pszEntry++ != c) {
-      return nullptr;
-    }
-  }
-  return pszEntry;
+// What follows `name` in an entry of the environment; null in an entry of another variable.
+template <std::size_t... Index>
+const char* ValueOf(const char* pszEntry, std::string_view name, std::index_sequence<Index...>) {
+  return ((pszEntry[Index] == name[Index]) && ...) ? pszEntry + name.size() : nullptr;
 }
 
-struct LocaleValues {
-  const char* apszValues[std::size(kLocaleVariables)] = {};
-
-  void Note(const char* pszEntry) {
-    for (std::size_t i = 0; i < std::size(kLocaleVariables); ++i) {
-      if (apszValues[i] == nullptr) {
-        apszValues[i] = ValueOf(kLocaleVariables[i], pszEntry);
-      }
-    }
+// The first value of a variable; `name` ends in "=".
+template <std::size_t Size>
+void Note(const char*& pszValue, const char (&name)[Size], const char* pszEntry) {
+  if (pszValue == nullptr) {
+    pszValue = ValueOf(pszEntry, {name, Size - 1}, std::make_index_sequence<Size - 1>());
   }
-};
+}
+
+bool IsSet(const char* pszValue) { return pszValue != nullptr && *pszValue != '\0'; }
 
 }  // namespace
 
@@ -129,20 +119,23 @@ CWyGetEnv::CWyGetEnv(const char* name) : m_value(ReadEnvironment(name)) {}
 // Asked for every message, so it goes through the environment once for the three variables, and
 // past nearly all of it by one look at an entry.
 const char* WyGetAdminLocale() {
-  LocaleValues found;
+  const char* pszAll = nullptr;
+  const char* pszMessages = nullptr;
+  const char* pszLang = nullptr;
   for (char** ppszEntry = environ; ppszEntry != nullptr && *ppszEntry != nullptr; ++ppszEntry) {
     const char* const pszEntry = *ppszEntry;
     if (pszEntry[0] != 'L') {
       continue;
     }
-    if (pszEntry[1] == 'A' || pszEntry[1] == 'C') {
-      found.Note(pszEntry);
+    if (pszEntry[1] == 'A') {
+      Note(pszLang, "LANG=", pszEntry);
+    } else if (pszEntry[1] == 'C') {
+      Note(pszAll, "LC_ALL=", pszEntry);
+      Note(pszMessages, "LC_MESSAGES=", pszEntry);
     }
   }
-  for (const char* pszValue : found.apszValues) {
-    if (pszValue != nullptr && *pszValue != '\0') {
-      return pszValue;
-    }
-  }
-  return "en";
+  return IsSet(pszAll)        ? pszAll
+         : IsSet(pszMessages) ? pszMessages
+         : IsSet(pszLang)     ? pszLang
+                              : "en";
 }
