@@ -2,7 +2,10 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <set>
 #include <string>
+#include <thread>
+#include <vector>
 
 #include "test_support/TempDirectory.h"
 #include "wyerrlog/WyLogOutput.h"
@@ -98,6 +101,28 @@ TEST(FileOutput, RollsOverBeforeTheMessageThatWouldReachTheLimit) {
       EXPECT_EQ(directory.Read("a.log"), "one\ntwo\n" + strText);
     }
   }
+}
+
+TEST(FileOutput, TheLimitHoldsForSeveralThreadsToTheByte) {
+  const TempDirectory directory;
+  CWyFileOutput output;
+  ASSERT_TRUE(output.SetParams(directory.Path("a.log").c_str(), 3, 1, 0) && output.Open());
+  constexpr size_t Threads = 8, Messages = 200, Length = 2999;
+  const std::string strText = std::string(Length - 1, 'x') + '\n';
+  std::vector<std::thread> threads;
+  for (size_t t = 0; t < Threads; ++t) {
+    threads.emplace_back([&] {
+      for (size_t i = 0; i < Messages; ++i) EXPECT_TRUE(output.Log(strText.c_str()));
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+
+  // Each file but the last one holds as many messages as stay below the limit.
+  constexpr size_t PerFile = (MB - 1) / Length;
+  std::multiset<size_t> sizes, expected = {Threads * Messages % PerFile * Length};
+  for (size_t i = 0; i < Threads * Messages / PerFile; ++i) expected.insert(PerFile * Length);
+  for (const std::string& strName : directory.Names()) sizes.insert(directory.Read(strName).size());
+  EXPECT_EQ(sizes, expected);
 }
 
 }  // namespace

@@ -3,12 +3,14 @@
 #include "wyerrlog/WyFileUtil.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <tuple>
 #include <utility>
 #include <vector>
 
 #include "test_support/TempDirectory.h"
+#include "test_support/TestThread.h"
 
 namespace {
 
@@ -58,6 +60,28 @@ TEST(File, RefusesToReadAndWriteWithoutAFileABufferOrASize) {
   EXPECT_EQ(file.WriteFile(nullptr, 4), -1);
   for (const int iSize : {4, 0, -5}) EXPECT_EQ(file.ReadLine(szBuffer, iSize), -1) << iSize;
   EXPECT_STREQ(szBuffer, "kept");
+}
+
+TEST(File, OpeningDoesNotWaitForTheOtherEndOfAPipe) {
+  const TempDirectory directory;
+  const std::string strPipe = directory.Path("pipe");
+  ASSERT_EQ(mkfifo(strPipe.c_str(), 0600), 0);
+  char szLine[8];
+  CWyFile reader, writer;
+  EXPECT_FALSE(writer.OpenFile(strPipe.c_str(), CWyFile::Append));
+  EXPECT_TRUE(reader.OpenFile(strPipe.c_str(), CWyFile::Read));
+  EXPECT_EQ(reader.ReadLine(szLine, 7), 0) << "empty without a writer";
+
+  ASSERT_TRUE(writer.OpenFile(strPipe.c_str(), CWyFile::Append));
+  std::string strRead;
+  {
+    const test_support::TestThread thread([&] {
+      if (reader.ReadLine(szLine, 7) > 0) strRead = szLine;
+    });
+    EXPECT_TRUE(thread.Blocks()) << "it waits for the writer's text";
+    EXPECT_EQ(writer.WriteFile(std::string("line\n").data(), 5), 5);
+  }
+  EXPECT_EQ(strRead, "line\n");
 }
 
 }  // namespace
