@@ -5,6 +5,10 @@
 #include <gtest/gtest.h>
 #include <sys/time.h>
 
+#include <climits>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
 #include <list>
 #include <tuple>
 
@@ -129,6 +133,31 @@ TEST(VSNPRINTFEX, ReportsTheSizeNeededAndStaysWithinTheBuffer) {
   char szBuffer[] = "untouched";
   EXPECT_LT(Format(szBuffer, 10, "so far %ls", L"\x7fffffff"), 0) << "no such character";
   EXPECT_STREQ(szBuffer, "");
+}
+
+// Whether the system's formatting gives the same text and the same length, in buffers of any size.
+template <typename... Arguments>
+bool AgreesWithTheSystem(const char* pszFormat, Arguments... arguments) {
+  for (int iSize = 1; iSize < 64; ++iSize) {
+    char szOwn[64];
+    char szSystem[64];
+    const int iOwn = Format(szOwn, iSize, pszFormat, arguments...);
+    const int iSystem = snprintf(szSystem, static_cast<size_t>(iSize), pszFormat, arguments...);
+    if (iOwn != (iSystem < iSize ? iSystem : iSystem + 1) || strcmp(szOwn, szSystem) != 0) {
+      return false;
+    }
+  }
+  return true;
+}
+
+TEST(VSNPRINTFEX, FormatsEverythingAsTheSystemDoes) {
+  const char* const pszNone = nullptr;
+  EXPECT_TRUE(AgreesWithTheSystem("%s=%d (%u%%), %i", "users", -17, 4000000000u, INT_MIN));
+  EXPECT_TRUE(AgreesWithTheSystem("%ld %lu %zu", LONG_MIN, ULONG_MAX, SIZE_MAX));
+  EXPECT_TRUE(AgreesWithTheSystem("[%6s][%1s][%12d][%3u]", "four", "", -17, 12345u));
+  EXPECT_TRUE(AgreesWithTheSystem("%s%%", pszNone));
+  EXPECT_TRUE(AgreesWithTheSystem("%-6s|%06d|%+d|%.2s|%*d|%x", "a", 7, 8, "cut", 5, 9, 255u));
+  EXPECT_TRUE(AgreesWithTheSystem("%s then %5.1f and %lld %c%hd", "text", 2.25, 1LL << 40, 'c', 3));
 }
 
 // ---- Time ---------------------------------------------------------------------------------------

@@ -2,9 +2,7 @@
 
 #include <sched.h>
 
-#include <algorithm>
 #include <cstdint>
-#include <cstdio>
 #include <memory>
 #include <new>
 
@@ -125,14 +123,4 @@ void WyErrLogUtilResetSemaphoreInForkedChild(void* hSemaphore) {
   pthread_cond_init(&semaphore.condition, nullptr);
   semaphore.lCount = 0;
   semaphore.lWaiters = 0;
-}
-
-int VSNPRINTFEX(char* pszBuffer, int iSize, const char* pszFormat, va_list args) {
-  const auto uSize = static_cast<std::size_t>(std::max(iSize, 0));
-  const int iLength = vsnprintf(pszBuffer, uSize, pszFormat, args);
-  if (iLength < 0) {
-    if (uSize > 0) *pszBuffer = '\0';
-    return iLength;
-  }
-  return iLength < iSize ? iLength : iLength + 1;
 }

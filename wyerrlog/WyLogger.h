@@ -218,9 +218,12 @@ class WYERRLOG_API CWyLogger {
   WYERRLOG_LOCAL std::atomic<int>& DecisionCell(unsigned int uId);
   WYERRLOG_LOCAL void ForgetTraceDecisions();
   WYERRLOG_LOCAL bool IsTraceOn() const;
-  WYERRLOG_LOCAL bool IsKnownUntraced(unsigned int uId);
   WYERRLOG_LOCAL bool Decide(unsigned int uId);
   WYERRLOG_LOCAL CWyTraceData* RecordOfThisThread();
+  // TraceEnabled, ShouldTrace and ShouldTraceAlloc when the look without a lock left it open.
+  WYERRLOG_LOCAL bool IsTracedNow(unsigned int uId);
+  WYERRLOG_LOCAL bool ConfigureIfTraced(unsigned int uId, CWyTraceData& data);
+  WYERRLOG_LOCAL bool LendRecordIfTraced(unsigned int uId, CWyTraceData*& pData);
   WYERRLOG_LOCAL void ReleaseThreadRecords();
 
   unsigned int m_uThreadKey = 0;

@@ -11,18 +11,15 @@ enum Decision { Undecided = 0, Traced = 1, NotTraced = -1 };
 
 // ---- Decisions ----------------------------------------------------------------------------------
 
-// Most calls end in one of these looks, without a lock. While a configuration is being swapped they
-// may answer for the one before; a trace record may be missing then.
+// Most calls end in MayTrace, a look without a lock. While a configuration is being swapped it may
+// answer for the one before; a trace record may be missing then. What comes after it is not part of
+// the callers, so that these save no registers.
 
 bool CWyLogger::IsTraceOn() const {
   return m_bInitialized.load(std::memory_order_acquire) &&
          m_pTraceData.load(std::memory_order_acquire) != nullptr &&
          (m_pTraceOutput.load(std::memory_order_acquire) != nullptr ||
           m_pSecondTraceOutput.load(std::memory_order_acquire) != nullptr);
-}
-
-bool CWyLogger::IsKnownUntraced(unsigned int uId) {
-  return DecisionCell(uId).load(std::memory_order_relaxed) == NotTraced;
 }
 
 std::atomic<int>& CWyLogger::DecisionCell(unsigned int uId) {
@@ -47,29 +44,41 @@ bool CWyLogger::Decide(unsigned int uId) {
 }
 
 bool CWyLogger::TraceEnabled(unsigned int uId) {
-  if (!IsTraceOn() || (uId != 0 && IsKnownUntraced(uId))) return false;
+  return (uId == 0 || MayTrace(uId)) && IsTracedNow(uId);
+}
+
+bool CWyLogger::IsTracedNow(unsigned int uId) {
+  if (!IsTraceOn()) return false;
   const CWyLogReader reader(m_traceGuard);
   return reader && IsTraceOn() && (uId == 0 || Decide(uId));
 }
 
 bool CWyLogger::ShouldTrace(unsigned int uId, CWyTraceData* pData) {
-  if (pData == nullptr || !IsTraceOn() || IsKnownUntraced(uId)) return false;
+  return MayTrace(uId) && pData != nullptr && ConfigureIfTraced(uId, *pData);
+}
+
+bool CWyLogger::ConfigureIfTraced(unsigned int uId, CWyTraceData& data) {
+  if (!IsTraceOn()) return false;
   const CWyLogReader reader(m_traceGuard);
   if (!reader || !IsTraceOn() || !Decide(uId)) return false;
-  pData->RefreshFrom(*m_pTraceData.load());
+  data.RefreshFrom(*m_pTraceData.load());
   return true;
 }
 
 bool CWyLogger::ShouldTraceAlloc(unsigned int uId, CWyTraceData** ppData) {
-  if (ppData == nullptr || !IsTraceOn() || IsKnownUntraced(uId)) return false;
-  // One hold from the decision to the record: the configuration cannot change in between.
+  return MayTrace(uId) && ppData != nullptr && LendRecordIfTraced(uId, *ppData);
+}
+
+// One hold from the decision to the record: the configuration cannot change in between.
+bool CWyLogger::LendRecordIfTraced(unsigned int uId, CWyTraceData*& pData) {
+  if (!IsTraceOn()) return false;
   const CWyLogReader reader(m_traceGuard);
-  if (!reader || !IsTraceOn() || !Decide(uId) || *ppData != nullptr) return false;
+  if (!reader || !IsTraceOn() || !Decide(uId) || pData != nullptr) return false;
   CWyTraceData* const pRecord = RecordOfThisThread();
   if (pRecord == nullptr) return false;
   pRecord->RefreshFrom(*m_pTraceData.load());
   pRecord->SetLogger(this);
-  *ppData = pRecord;
+  pData = pRecord;
   return true;
 }
 
