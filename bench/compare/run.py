@@ -166,38 +166,50 @@ def spread(times):
     return (high - low) / 2
 
 
+def cell(times, bare):
+    """Nanoseconds, their spread, and how many bare writes that is."""
+    digits = 0 if bare else 1
+    median = statistics.median(times)
+    text = f"{median:.{digits}f} ± {spread(times):.{digits}f}"
+    return f"{text} (**{median / bare:.2f}**)" if bare else text
+
+
 def print_table(title, cases, runner, rounds):
     """Prints the table as it is measured; answers [(case, contestant, ratio)]."""
+    columns = [each for each in ["bare", "cached", LIBRARY, *PEERS]
+               if any(each in case.contestants or each == "bare" and case.name in RECORD
+                      for case in cases)]
     print(f"\n### {title}\n")
-    print("| case | contestant | ns a record | ± | of the bare write |")
-    print("|---|---|--:|--:|--:|")
+    print(f"| case | {' | '.join(columns)} |")
+    print("|---" * (len(columns) + 1) + "|")
     results = []
     for case in cases:
         times, size = runner.measure(case, rounds)
         bare = statistics.median(times["bare"]) if "bare" in times else None
         row = f"{case.title}, {size} bytes" if size else case.title
-        for contestant, values in times.items():
-            median = statistics.median(values)
-            ratio = f"{median / bare:.2f}" if bare else "–"
-            digits = 0 if bare else 2
-            print(f"| {row} | {contestant} | {median:.{digits}f} | {spread(values):.{digits}f} "
-                  f"| {ratio} |", flush=True)
-            row = ""
-            if bare:
-                results.append((case, contestant, median / bare))
+        cells = [cell(times[each], bare) if each in times else "" for each in columns]
+        print(f"| {row} | {' | '.join(cells)} |", flush=True)
+        if bare:
+            results += [(case, each, statistics.median(times[each]) / bare) for each in times]
     return results
 
 
 def draw(path, results):
-    """Bars: how many bare writes a record takes, for each case and contestant."""
-    bars = [(f"{case.title}: {contestant}", ratio, contestant == LIBRARY)
-            for case, contestant, ratio in results if contestant != "bare"]
-    rows = "\n".join(f'"{title}" {ratio:.3f} {1 if own else 2}' for title, ratio, own in bars)
+    """Bars: how many bare writes a record takes, by case and contestant."""
+    rows, height, previous = [], 0.0, None
+    for case, contestant, ratio in results:
+        if contestant == "bare":
+            continue
+        height += 1 if case is previous else 1.6
+        previous = case
+        colour = "0x1f77b4" if contestant == LIBRARY else "0xb0b7bf"
+        rows.append(f'"{case.title}: {contestant}" {height:.1f} {ratio:.3f} {colour}')
+    rows = "\n".join(rows)
     script = f"""
-set terminal svg size 900,{60 + 22 * len(bars)} font "sans-serif,12" background "white"
+set terminal svg size 900,{60 + 20 * height:.0f} font "sans-serif,12" background "white"
 set output "{path}"
 set style fill solid 0.9 noborder
-set yrange [{len(bars)}:-1] noreverse
+set yrange [{height + 1:.1f}:0] noreverse
 set xrange [0:*]
 set xtics out nomirror
 set ytics out nomirror
@@ -209,9 +221,8 @@ unset key
 $bars << END
 {rows}
 END
-plot $bars using (0):0:(0):2:($0-0.38):($0+0.38):($3==1 ? 0x1f77b4 : 0xb0b7bf):ytic(1) \\
-     with boxxyerror lc rgb variable, \\
-     $bars using 2:0:(sprintf(" %.2f", $2)) with labels left
+plot $bars using (0):2:(0):3:($2-0.4):($2+0.4):4:ytic(1) with boxxyerror lc rgb variable, \\
+     $bars using 3:2:(sprintf("%.2f", $3)) with labels left offset 0.7
 """
     subprocess.run(["gnuplot"], input=script, text=True, check=True)
 

@@ -4,7 +4,7 @@
 // Messages and sub-components of the benchmarks' component, "Web_Agent": one text in two forms,
 // which make the same line.
 
-#include "components/MessageId.h"
+#include "wyerrlog/WyMessageId.h"
 
 namespace Agent {
 

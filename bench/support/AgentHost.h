@@ -10,21 +10,11 @@
 
 #include "bench/component/AgentMessages.h"
 #include "test_support/Tracing.h"
+#include "wyerrlog/WyLogField.h"
 #include "wyerrlog/WyLogger.h"
 #include "wyxlate/WyXlate.h"
 
 namespace bench {
-
-enum TraceField : unsigned int {
-  Message = 0,
-  SrcFile = 1,
-  Pid = 2,
-  Tid = 3,
-  Date = 4,
-  PreciseTime = 6,
-  Function = 7,
-  User = 9,
-};
 
 // Seven fields of the sub-component that is traced.
 inline constexpr const char* SevenFields =
@@ -34,6 +24,13 @@ inline constexpr const char* SevenFields =
 inline constexpr const char* SevenFieldsOfNobody =
     "version: 1.1\ncomponents: Web_Agent/Traced\n"
     "data: Date, PreciseTime, Pid, Tid, SrcFile, Function, Message\nUser: ==nobody\n";
+
+// A log that goes nowhere, for what the parts cost without the system.
+inline void Discard(const char*, int) {}
+inline CWyLogOutput* NewDiscardingOutput() {
+  constexpr int CallbackOutput = 2;
+  return theLogger()->NewLogOutput(CallbackOutput, Discard);
+}
 
 inline void Check(bool bDone, const char* pszWhat) {
   if (!bDone) throw std::runtime_error(pszWhat);
@@ -63,16 +60,17 @@ inline bool TraceRefusal(CWyLogger& logger, const Refusal& refusal) {
   const CWyTraceSupresser suppress;
   CWyTraceData& data = *pData;
   const auto hasMessage = [&] {
-    return data.SetFieldValue(Message,
+    return data.SetFieldValue(WyField::Message,
                               data.FormatTraceMessage("User %s may not %s %s.", refusal.pszUser,
                                                       refusal.pszAction, refusal.pszResource));
   };
   const bool bWritten =
-      (!data.FieldFiltered(User) || data.SetFieldValue(User, refusal.pszUser)) &&
-      data.SetFieldValue(SrcFile, CWyErrLogMessage::PathnameFindFilePart(__FILE__)) &&
-      data.SetFieldValue(Function, "TraceRefusal") && data.SetFieldValue(Pid, 0) &&
-      data.SetFieldValue(Tid, 0) && data.SetFieldValue(Date, 0) &&
-      data.SetFieldValue(PreciseTime, 0) && hasMessage() && data.Format() && data.Log();
+      (!data.FieldFiltered(WyField::User) || data.SetFieldValue(WyField::User, refusal.pszUser)) &&
+      data.SetFieldValue(WyField::SrcFile, CWyErrLogMessage::PathnameFindFilePart(__FILE__)) &&
+      data.SetFieldValue(WyField::Function, "TraceRefusal") &&
+      data.SetFieldValue(WyField::Pid, 0) && data.SetFieldValue(WyField::Tid, 0) &&
+      data.SetFieldValue(WyField::Date, 0) && data.SetFieldValue(WyField::PreciseTime, 0) &&
+      hasMessage() && data.Format() && data.Log();
   data.LeaveNoBody();
   return bWritten;
 }

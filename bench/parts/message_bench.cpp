@@ -1,0 +1,57 @@
+// Making messages, without writing them.
+
+#include <benchmark/benchmark.h>
+
+#include "bench/support/AgentHost.h"
+
+namespace {
+
+constexpr bench::Refusal TheRefusal = {"alice01", "write", "/reports/2026/q1"};
+
+void Prolog(benchmark::State& state) {
+  for (auto _ : state) {
+    CWyErrLogMessage msg(false);
+    benchmark::DoNotOptimize(msg.FormatLogProlog(__FILE__, __LINE__, 0));
+  }
+}
+BENCHMARK(Prolog);
+
+void Translated(benchmark::State& state) {
+  for (auto _ : state) {
+    CWyErrLogMessage msg(false);
+    benchmark::DoNotOptimize(msg.FormatMessage(Agent::Refused, TheRefusal.pszUser,
+                                               TheRefusal.pszAction, TheRefusal.pszResource));
+  }
+}
+BENCHMARK(Translated);
+
+void Printf(benchmark::State& state) {
+  for (auto _ : state) {
+    CWyErrLogMessage msg(false);
+    benchmark::DoNotOptimize(msg.FormatLogMessage(Agent::RefusedPrintf, TheRefusal.pszUser,
+                                                  TheRefusal.pszAction, TheRefusal.pszResource));
+  }
+}
+BENCHMARK(Printf);
+
+void Audit(benchmark::State& state) {
+  for (auto _ : state) {
+    CWyErrLogMessage msg(false);
+    benchmark::DoNotOptimize(msg.FormatAuditMessage(
+        "decision=deny user=\"%s\" action=\"%s\" resource=\"%s\" rule=%d\n", TheRefusal.pszUser,
+        TheRefusal.pszAction, TheRefusal.pszResource, 1));
+  }
+}
+BENCHMARK(Audit);
+
+// Component, key, bundle and pattern of a message, with its arguments put in.
+void LookUp(benchmark::State& state) {
+  CWyErrLogMessage msg(false);
+  char szText[256];
+  for (auto _ : state) {
+    benchmark::DoNotOptimize(msg.PreformatMessage(Agent::Refused, "en", szText, sizeof szText));
+  }
+}
+BENCHMARK(LookUp);
+
+}  // namespace

@@ -1,0 +1,106 @@
+// Trace decisions and trace records, whose text goes nowhere.
+
+#include <benchmark/benchmark.h>
+
+#include "bench/support/AgentHost.h"
+
+namespace {
+
+constexpr bench::Refusal TheRefusal = {"alice01", "write", "/reports/2026/q1"};
+
+void TurnTracingOn(const char* pszConfiguration, int iLayout = 0) {
+  bench::Check(
+      test_support::EnableTrace(*theLogger(), bench::NewDiscardingOutput(), pszConfiguration,
+                                {.iFormat = iLayout, .pszDelimiter = ";"}),
+      "no tracing");
+}
+void TraceSevenFields(const benchmark::State&) { TurnTracingOn(bench::SevenFields); }
+void TurnTracingOff(const benchmark::State&) { theLogger()->DisableTrace(false); }
+
+// ---- Decisions ----------------------------------------------------------------------------------
+
+void Decide(benchmark::State& state, unsigned int uId) {
+  CWyLogger& logger = *theLogger();
+  for (auto _ : state) benchmark::DoNotOptimize(logger.TraceEnabled(uId));
+}
+BENCHMARK_CAPTURE(Decide, TracingOff, Agent::NotTraced)->Threads(1)->Threads(2)->Threads(4);
+BENCHMARK_CAPTURE(Decide, TracingOfOthers, Agent::NotTraced)
+    ->Setup(TraceSevenFields)
+    ->Teardown(TurnTracingOff)
+    ->Threads(1)
+    ->Threads(2)
+    ->Threads(4);
+BENCHMARK_CAPTURE(Decide, Traced, Agent::Traced)
+    ->Setup(TraceSevenFields)
+    ->Teardown(TurnTracingOff)
+    ->Threads(1)
+    ->Threads(2)
+    ->Threads(4);
+
+// ---- Records ------------------------------------------------------------------------------------
+
+// A trace call from the decision to the output, in each layout.
+void WholeRecord(benchmark::State& state) {
+  TurnTracingOn(bench::SevenFields, static_cast<int>(state.range(0)));
+  for (auto _ : state) benchmark::DoNotOptimize(bench::TraceRefusal(*theLogger(), TheRefusal));
+  theLogger()->DisableTrace(false);
+}
+BENCHMARK(WholeRecord)->DenseRange(0, 3)->ArgName("layout");
+
+void Filtered(benchmark::State& state) {
+  TurnTracingOn(bench::SevenFieldsOfNobody);
+  for (auto _ : state) benchmark::DoNotOptimize(bench::TraceRefusal(*theLogger(), TheRefusal));
+  theLogger()->DisableTrace(false);
+}
+BENCHMARK(Filtered);
+
+std::unique_ptr<CWyTraceData> NewConfiguration(int iLayout) {
+  auto pMaster = test_support::NewConfiguration(
+      "version: 1.1\ncomponents: Log\n"
+      "data: Date, PreciseTime, Pid, Tid, SrcFile, Function, Message\n",
+      iLayout, ";");
+  bench::Check(pMaster != nullptr, "no configuration");
+  return pMaster;
+}
+
+void SetValues(CWyTraceData& data) {
+  data.SetFieldValue(WyField::SrcFile, "Agent.cpp");
+  data.SetFieldValue(WyField::Function, "SetValues");
+  for (const unsigned int uId : {WyField::Pid, WyField::Tid, WyField::Date, WyField::PreciseTime}) {
+    data.SetFieldValue(uId, 0);
+  }
+  data.SetFieldValue(WyField::Message, "User alice01 may not write /reports/2026/q1.");
+}
+
+// The assembly of a record whose values are set.
+void Layout(benchmark::State& state) {
+  const auto pData = NewConfiguration(static_cast<int>(state.range(0)));
+  SetValues(*pData);
+  for (auto _ : state) {
+    CWyErrLogMessage msg(false);
+    benchmark::DoNotOptimize(pData->AssembleTraceMessage(&msg, 0));
+  }
+}
+BENCHMARK(Layout)->DenseRange(0, 3)->ArgName("layout");
+
+void SetAndEmpty(benchmark::State& state) {
+  const auto pData = NewConfiguration(0);
+  for (auto _ : state) {
+    SetValues(*pData);
+    benchmark::DoNotOptimize(pData->LeaveNoBody());
+  }
+}
+BENCHMARK(SetAndEmpty);
+
+// What a thread does at its first trace call after a new configuration.
+void Refresh(benchmark::State& state) {
+  const auto pMaster = NewConfiguration(0);
+  const auto pData = std::make_unique<CWyTraceData>();
+  for (auto _ : state) {
+    *pData = *pMaster;
+    benchmark::DoNotOptimize(pData->FieldTraced(WyField::Message));
+  }
+}
+BENCHMARK(Refresh);
+
+}  // namespace
