@@ -3,6 +3,9 @@
 #include <system_error>
 
 #include "Credentials.h"
+#include "RequestText.h"
+#include "components/IsAuthorized/IsAuthorizedMessages.h"
+#include "components/Login_Logout/LoginLogoutMessages.h"
 
 namespace {
 
@@ -30,6 +33,11 @@ AccessRequest MakeRequest(const httplib::Request& httpRequest, const AgentLog& l
 bool IsNotThere(const std::error_code& error) {
   return error == std::errc::no_such_file_or_directory || error == std::errc::not_a_directory ||
          error == std::errc::filename_too_long;
+}
+
+const char* LoginText(LoginResult result) {
+  if (result == LoginResult::Accepted) return "accepted";
+  return result == LoginResult::WrongPassword ? "wrong password" : "unknown user";
 }
 
 // Every refusal has a body; an error answer without one is the server's own.
@@ -109,7 +117,7 @@ void AccessAgent::Handle(const httplib::Request& httpRequest, httplib::Response&
 void AccessAgent::HandleRefusedByServer(const httplib::Request& httpRequest,
                                         httplib::Response& response) {
   const AccessRequest request = MakeRequest(httpRequest, m_log);
-  m_log.InvalidRequest(request, response.status);
+  WyLog(m_log.LoggerOf(request), IsAuthorized::InvalidRequest, Client(request), response.status);
   m_log.Audit(request, Decision::Invalid, response.status);
 }
 
@@ -117,12 +125,13 @@ void AccessAgent::HandleRefusedByServer(const httplib::Request& httpRequest,
 
 Decision AccessAgent::Decide(AccessRequest& request, const httplib::Request& httpRequest) const {
   if (!IsValidResource(request.strResource)) {
-    m_log.InvalidPath(request);
+    WyLog(m_log.LoggerOf(request), IsAuthorized::InvalidPath, Client(request), Resource(request));
     return Decision::Invalid;
   }
   const PolicyRule* pRule = m_policy.FindRule(request.strMethod, request.strResource);
   if (pRule == nullptr) {
-    m_log.NoRule(request);
+    WyLog(m_log.LoggerOf(request), IsAuthorized::NoRule, User(request), Method(request),
+          Resource(request));
     return Decision::Deny;
   }
   request.iRule = pRule->iNumber;
@@ -135,36 +144,57 @@ Decision AccessAgent::Decide(AccessRequest& request, const httplib::Request& htt
 }
 
 bool AccessAgent::Authenticate(AccessRequest& request, const std::string& strHeader) const {
-  m_log.TraceLoginRequest(request);
+  WY_TRACE(m_log.LoggerOf(request), LoginLogout::ReceiveRequest)
+      .With(FieldsOf{request})
+      .Message("Login requested");
   const bool bAccepted = CheckLogin(request, strHeader);
-  m_log.TraceLoginResponse(request, bAccepted);
+  WY_TRACE(m_log.LoggerOf(request), LoginLogout::SendResponse)
+      .With(FieldsOf{request})
+      .Set(WyField::Result, bAccepted ? "accepted" : "refused")
+      .Set(WyField::ResponseTime, MillisecondsSince(request.arrival))
+      .Message("Login answered");
   return bAccepted;
 }
 
 bool AccessAgent::CheckLogin(AccessRequest& request, const std::string& strHeader) const {
   if (strHeader.empty()) {
-    m_log.LoginRequired(request);
+    WyLog(m_log.LoggerOf(request), LoginLogout::LoginRequired, Client(request), Resource(request));
     return false;
   }
   const std::optional<Credentials> credentials = ReadBasicCredentials(strHeader);
   if (!credentials) {
-    m_log.UnreadableLogin(request);
+    WyLog(m_log.LoggerOf(request), LoginLogout::UnreadableLogin, Client(request));
     return false;
   }
   request.strUser = credentials->strUser;
   const LoginResult result = m_policy.CheckLogin(credentials->strUser, credentials->strPassword);
-  m_log.TraceLogin(request, result);
+  WY_TRACE(m_log.LoggerOf(request), LoginLogout::Authentication)
+      .With(FieldsOf{request})
+      .Set(WyField::AuthScheme, "Basic")
+      .Set(WyField::AuthReason, LoginText(result))
+      .Message("Name and password checked: %s", LoginText(result));
   if (result == LoginResult::Accepted) return true;
-  m_log.LoginRefused(request, result);
+  const bool bKnown = result == LoginResult::WrongPassword;
+  WyLog(m_log.LoggerOf(request), bKnown ? LoginLogout::WrongPassword : LoginLogout::UnknownUser,
+        User(request), Client(request));
   return false;
 }
 
 Decision AccessAgent::Authorize(const AccessRequest& request, const PolicyRule& rule) const {
-  m_log.TraceAccessRequest(request);
+  WY_TRACE(m_log.LoggerOf(request), IsAuthorized::ReceiveRequest)
+      .With(FieldsOf{request})
+      .Message("Asked whether rule %d permits it", request.iRule);
   const bool bPermitted = m_policy.Permits(rule, request.strUser);
   const Decision decision = bPermitted ? Decision::Allow : Decision::Deny;
-  if (!bPermitted) m_log.NotPermitted(request);
-  m_log.TraceAccessResponse(request, decision);
+  if (!bPermitted) {
+    WyLog(m_log.LoggerOf(request), IsAuthorized::NotPermitted, User(request), Method(request),
+          Resource(request), request.iRule);
+  }
+  WY_TRACE(m_log.LoggerOf(request), IsAuthorized::SendResponse)
+      .With(FieldsOf{request})
+      .Set(WyField::Result, DecisionText(decision))
+      .Set(WyField::ResponseTime, MillisecondsSince(request.arrival))
+      .Message("Decided");
   return decision;
 }
 
@@ -196,9 +226,10 @@ void AccessAgent::Perform(const AccessRequest& request, httplib::Response& respo
   }
   if (!error) return;
   if (IsNotThere(error)) {
-    m_log.NotFound(request);
+    WyLog(m_log.LoggerOf(request), IsAuthorized::NotFound, User(request), Resource(request));
     return Refuse(response, 404, "Not found");
   }
-  m_log.ActionFailed(request, error.message());
+  WyLog(m_log.LoggerOf(request), IsAuthorized::ActionFailed, User(request), Method(request),
+        Resource(request), error.message());
   Refuse(response, 500, "Failed");
 }

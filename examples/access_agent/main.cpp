@@ -15,6 +15,8 @@
 #include "AgentLog.h"
 #include "Options.h"
 #include "Policy.h"
+#include "RequestText.h"
+#include "components/IsAuthorized/IsAuthorizedMessages.h"
 
 namespace {
 
@@ -48,32 +50,41 @@ int Fail(const std::string& strReason) {
   return EXIT_FAILURE;
 }
 
-bool LoadPolicy(const std::string& strFile, Policy& policy, const AgentLog& log) {
+void LogRefusal(const std::string& strFile, const PolicyError& error) {
+  if (error.iLine == 0) {
+    WyLog(IsAuthorized::PolicyUnreadable, Printable(strFile), error.strText);
+  } else {
+    WyLog(IsAuthorized::PolicyNotUnderstood, Printable(strFile), error.iLine,
+          Printable(error.strText));
+  }
+}
+
+bool LoadPolicy(const std::string& strFile, Policy& policy) {
   PolicyError error;
   if (!policy.Load(strFile, error)) {
-    log.PolicyRefused(strFile, error);
+    LogRefusal(strFile, error);
     return false;
   }
-  log.PolicyLoaded(strFile, policy);
+  WyLog(IsAuthorized::PolicyLoaded, Printable(strFile), policy.UserCount(), policy.RuleCount());
   return true;
 }
 
 int Run(const Options& options, const sigset_t& signals, const AgentLog& log) {
   const std::string strSeeLog = "; see " + options.log.strDirectory + "/error.log";
   Policy policy;
-  if (!LoadPolicy(options.strPolicy, policy, log)) return Fail("policy refused" + strSeeLog);
+  if (!LoadPolicy(options.strPolicy, policy)) return Fail("policy refused" + strSeeLog);
   if (options.bTrace && !log.TurnTracingOn()) return Fail("cannot trace" + strSeeLog);
 
   AccessAgent agent(policy, log, options.strRoot);
   if (!agent.Start(options.iPort, static_cast<size_t>(options.iThreads))) {
-    log.CannotListen(agent.Address(), std::generic_category().message(errno));
+    WyLog(IsAuthorized::AgentCannotListen, agent.Address(), std::generic_category().message(errno));
     return Fail("cannot listen" + strSeeLog);
   }
-  log.Started(agent.Address(), options.strRoot);
+  WyLog(IsAuthorized::AgentStarted, agent.Address(), Printable(options.strRoot));
   std::cout << "listening on http://" << agent.Address() << std::endl;
   ServeUntilTold(signals, log);
   agent.Stop();
-  log.Stopped(agent.Address());
+  WyLog(IsAuthorized::AgentStopped, agent.Address());
   return EXIT_SUCCESS;
 }
 
