@@ -7,6 +7,9 @@ include_guard(GLOBAL)
 #
 #   <build>/bin/lib<name>.so    found with ORVA_WA_ROOT=<build>
 #   <build>/messages/<catalog>
+#
+# <build> is the calling project's build folder. The component is linked to wyerrlog::wyerrlog, built here
+# or found by find_package(wyerrlog), and is not installed.
 function(wyerrlog_component name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;CATALOGS")
   if(arg_UNPARSED_ARGUMENTS OR NOT arg_SOURCES)
@@ -27,7 +30,7 @@ function(wyerrlog_component name)
   endforeach()
 
   add_library(${name} MODULE ${arg_SOURCES} ${copies})
-  target_link_libraries(${name} PRIVATE wyerrlog wyerrlog_warnings)
+  target_link_libraries(${name} PRIVATE wyerrlog::wyerrlog)
   set_target_properties(${name} PROPERTIES
     PREFIX lib
     LIBRARY_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/bin")

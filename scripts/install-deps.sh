@@ -10,6 +10,8 @@ packages=(
   libbenchmark-dev                  # the benchmarks
   strace valgrind                   # tests that watch the system calls, and count instructions
   openjdk-17-jdk-headless           # the Java binding
+  dpkg-dev file                     # the packages
+  abigail-tools                     # the comparison with the recorded interface
   libcpp-httplib-dev pkgconf curl   # the demo's web server, how to link it, a client to call it
 )
 

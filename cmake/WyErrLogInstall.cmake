@@ -1,0 +1,48 @@
+# What `cmake --install` installs, in three components: `runtime` is what a program needs to run,
+# `development` what it needs to be built, `java` what Java code needs beside the first.
+#
+# Message components (components/) are the product's and are not installed; wyerrlog_component is, for
+# those who build theirs elsewhere.
+include(CMakePackageConfigHelpers)
+
+set(package_directory "${CMAKE_INSTALL_LIBDIR}/cmake/wyerrlog")
+
+install(TARGETS wyerrlog wyxlate wyi18n EXPORT wyerrlogTargets
+  LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT runtime NAMELINK_COMPONENT development
+  FILE_SET HEADERS DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}" COMPONENT development)
+
+# find_package(wyerrlog)
+install(EXPORT wyerrlogTargets NAMESPACE wyerrlog::
+  DESTINATION "${package_directory}" COMPONENT development)
+configure_package_config_file(
+  "${CMAKE_CURRENT_LIST_DIR}/wyerrlogConfig.cmake.in" wyerrlogConfig.cmake
+  INSTALL_DESTINATION "${package_directory}"
+  NO_SET_AND_CHECK_MACRO)
+write_basic_package_version_file(wyerrlogConfigVersion.cmake COMPATIBILITY SameMajorVersion)
+install(FILES
+  "${CMAKE_CURRENT_BINARY_DIR}/wyerrlogConfig.cmake"
+  "${CMAKE_CURRENT_BINARY_DIR}/wyerrlogConfigVersion.cmake"
+  "${CMAKE_CURRENT_LIST_DIR}/WyErrLogComponent.cmake"
+  DESTINATION "${package_directory}" COMPONENT development)
+
+# pkg-config wyerrlog. Its paths start at the file itself, so that an installed tree can be moved.
+set(pkgconfig_directory "${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig")
+file(RELATIVE_PATH pkgconfig_to_prefix "${pkgconfig_directory}" "${CMAKE_INSTALL_PREFIX}")
+file(RELATIVE_PATH prefix_to_lib "${CMAKE_INSTALL_PREFIX}" "${CMAKE_INSTALL_FULL_LIBDIR}")
+file(RELATIVE_PATH prefix_to_include "${CMAKE_INSTALL_PREFIX}" "${CMAKE_INSTALL_FULL_INCLUDEDIR}")
+cmake_path(SET pkgconfig_to_prefix NORMALIZE "${pkgconfig_to_prefix}/.")
+configure_file("${CMAKE_CURRENT_LIST_DIR}/wyerrlog.pc.in" wyerrlog.pc @ONLY)
+install(FILES "${CMAKE_CURRENT_BINARY_DIR}/wyerrlog.pc"
+  DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig" COMPONENT development)
+
+if(TARGET wyerrlog_java)
+  install_jar(wyerrlog_java DESTINATION "${CMAKE_INSTALL_DATADIR}/java" COMPONENT java)
+
+  # Where the virtual machines of the system look for native libraries; needed only where nobody has
+  # libwyerrlog.so without a number, and right only where the system finds the libraries: in packages.
+  set(native_library "${CMAKE_CURRENT_BINARY_DIR}/jni/libwyerrlog.so")
+  file(MAKE_DIRECTORY "${CMAKE_CURRENT_BINARY_DIR}/jni")
+  file(CREATE_LINK "../libwyerrlog.so.${PROJECT_VERSION_MAJOR}" "${native_library}" SYMBOLIC)
+  install(FILES "${native_library}"
+    DESTINATION "${CMAKE_INSTALL_LIBDIR}/jni" COMPONENT java EXCLUDE_FROM_ALL)
+endif()

@@ -1,0 +1,95 @@
+# Shared by the tests of this folder; to be sourced by bash. Each function of a way to use the library
+# makes a scratch project of the sources in consumer/ and the way's own files, builds it, runs it, and
+# checks what it logs. Environment variables of the caller that would lead elsewhere are removed.
+
+set -euo pipefail
+here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
+source_tree=$(cd "$here/../.." && pwd)
+unset DESTDIR LD_LIBRARY_PATH PKG_CONFIG_LIBDIR CMAKE_PREFIX_PATH JAVA_TOOL_OPTIONS JDK_JAVA_OPTIONS
+
+fail() {
+  printf 'error: %s\n' "$*" >&2
+  exit 1
+}
+
+# new_project SCRATCH WAY: leaves the caller in a new scratch project.
+new_project() {
+  rm -rf "${1:?}/$2"
+  mkdir -p "$1/$2"
+  cp "$here"/consumer/* "$here/$2"/* "$1/$2"
+  cd "$1/$2"
+}
+
+# expect_message BUILD COMMAND...: runs a consumer with the component and the catalog of the folder BUILD,
+# and checks the line that it logs.
+expect_message() {
+  local build=$1
+  shift
+  rm -f "$build/error.log"
+  ORVA_WA_ROOT=$build LC_ALL=C.UTF-8 "$@" "$build/error.log" "$build/messages" || fail "$1 failed"
+  grep -Eqx '\[.*\]\[INFO\]\[webagent-00001\] consumer listens on port 8080\.' "$build/error.log" ||
+    fail "logged: $(<"$build/error.log")"
+}
+
+# library_folder PREFIX: where the libraries are below the prefix.
+library_folder() { dirname "$(find "$1" -name libwyerrlog.so -not -path '*/jni/*')"; }
+
+# use_cmake BUILD OPTION...: builds and runs a CMake consumer, which inherits no flag of the library's.
+use_cmake() {
+  local build=$1
+  shift
+  cmake -S . -B "$build" -G Ninja --log-level=WARNING -DCMAKE_EXPORT_COMPILE_COMMANDS=ON "$@"
+  cmake --build "$build" --parallel "$(nproc)" >"$build/log" || fail "$(<"$build/log")"
+  expect_message "$build" "$build/consumer"
+  ! grep -E '"command".*main\.cpp' "$build/compile_commands.json" | grep -oE ' -(W|O|g|f)\S*' ||
+    fail "the consumer is compiled with flags of the library"
+}
+
+# with_find_package SCRATCH PREFIX
+with_find_package() (
+  new_project "$1" find_package
+  use_cmake "$PWD/build" -DCMAKE_PREFIX_PATH="$2"
+  grep -q "^wyerrlog_DIR:PATH=$2/" build/CMakeCache.txt || fail "found elsewhere"
+
+  # A library of the next major version is another library.
+  sed -i 's/wyerrlog 1\.0 CONFIG/wyerrlog 2.0 CONFIG/' CMakeLists.txt
+  ! cmake -S . -B other -DCMAKE_PREFIX_PATH="$2" >other.log 2>&1 || fail "found for version 2"
+  grep -q 'compatible with requested version "2.0"' other.log || fail "$(<other.log)"
+)
+
+# with_pkg_config SCRATCH PREFIX
+with_pkg_config() (
+  new_project "$1" pkg_config
+  local libraries
+  libraries=$(library_folder "$2")
+  export PKG_CONFIG_PATH=$libraries/pkgconfig LD_LIBRARY_PATH=$libraries
+  make --silent
+  expect_message "$PWD" ./consumer
+)
+
+# with_add_subdirectory SCRATCH: the library's tests, tools and components are not built.
+with_add_subdirectory() (
+  new_project "$1" add_subdirectory
+  ln -s "$source_tree" wyerrlog
+  use_cmake "$PWD/build" -DCMAKE_BUILD_TYPE=None  # not optimised: faster
+  local built
+  built=$(find build -name '*.so' -o -name '*.a' | xargs -n1 basename | sort | xargs)
+  [[ $built == "libWeb_Agent.so libWyXlate.so libwyerrlog.so libwyi18n.so" ]] || fail "built: $built"
+)
+
+# with_java SCRATCH PREFIX JAVA_LIBRARY_PATH: after another consumer, whose component and catalog it takes.
+with_java() (
+  cp "$here/java/Consumer.java" "$1"
+  export LD_LIBRARY_PATH
+  LD_LIBRARY_PATH=$(library_folder "$2")
+  expect_message "$1/find_package/build" java -Djava.library.path="$3" \
+    -classpath "$2/share/java/wyerrlog.jar" "$1/Consumer.java"
+)
+
+# holds_no_path FOLDER PATH...: no file below the folder mentions the paths.
+holds_no_path() {
+  local folder=$1 found
+  shift
+  found=$(printf '%s\n' "$@" | grep -rlFf - "$folder" || true)
+  [[ -z $found ]] || fail "mentions $*: $found"
+}

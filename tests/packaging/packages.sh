@@ -1,0 +1,30 @@
+#!/usr/bin/env bash
+# packages.sh SCRATCH: the Debian packages are made, and can be used from the root they are unpacked in.
+source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
+
+scratch=$1
+root=$scratch/root
+"$source_tree/scripts/package.sh" "$scratch/build" >"$scratch.log" 2>&1 || fail "$(<"$scratch.log")"
+
+rm -rf "$root"
+for package in "$scratch"/build/packages/*.deb; do
+  dpkg-deb --extract "$package" "$root"
+done
+holds_no_path "$root" "$source_tree" "$scratch"
+
+libraries=$(library_folder "$root")
+for library in "$libraries"/*.so; do
+  dynamic=$(readelf -d "$library")
+  [[ $dynamic == *BIND_NOW* ]] || fail "$library is not hardened"
+  [[ $dynamic != *RUNPATH* && $dynamic != *RPATH* ]] || fail "$library has a run path"
+  [[ $(readelf -S "$library") != *.debug_info* ]] || fail "$library has its debug information"
+  id=$(readelf -n "$library" | sed -n 's/.*Build ID: //p')
+  [[ -s $root/usr/lib/debug/.build-id/${id:0:2}/${id:2}.debug ]] || fail "$library: no debug symbols"
+done
+
+# The system finds the libraries of an installed package; here they have to be pointed at.
+export LD_LIBRARY_PATH=$libraries
+with_find_package "$scratch" "$root/usr"
+with_pkg_config "$scratch" "$root/usr"
+[[ ! -e $root/usr/share/java/wyerrlog.jar ]] ||
+  with_java "$scratch" "$root/usr" "$libraries/jni"
