@@ -132,7 +132,7 @@ void ExitInCallback(const char*, int) { exit(0); }
 
 TEST(Exit, CanBeCalledInsideACallback) {
   EXPECT_TRUE(ExitsWell([] {
-    theLogger()->SetLogOutput(theLogger()->NewLogOutput(2, ExitInCallback));
+    EXPECT_TRUE(theLogger()->SetLogOutput(theLogger()->NewLogOutput(2, ExitInCallback)));
     LogError();
     _exit(1);
   }));

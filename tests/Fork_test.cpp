@@ -7,6 +7,7 @@
 #include <wyxlate/WyXlate.h>
 
 #include <array>
+#include <barrier>
 #include <cstdio>
 #include <functional>
 #include <list>
@@ -16,6 +17,7 @@
 #include <string>
 
 #include "components/wytestcomponent/TestMessages.h"
+#include "test_support/HostOutput.h"
 #include "test_support/Sanitizer.h"
 #include "test_support/TempDirectory.h"
 #include "test_support/TestThread.h"
@@ -66,7 +68,8 @@ class BusyThreads {
   std::list<TestThread> m_threads;
 };
 
-constexpr int Children = ChildrenRun ? 200 : 50;
+constexpr int Children = ChildrenRun ? 1000 : 50;
+constexpr int FewerChildren = ChildrenRun ? 50 : 12;
 
 constexpr std::array<const char*, 2> Texts = {"[INFO][wytest-00001] Server started on port 8080.",
                                               "[WARNING] Copying a to b failed: c"};
@@ -150,7 +153,7 @@ TEST(Fork, ChildrenFindOutputsAndLoggersWholeWhileTheyAreReplaced) {
     if (i % 20 == 10) removeMyLogger("tenant");
     LogLine(i);
   });
-  for (int i = 0; i < Children / 4; ++i) {
+  for (int i = 0; i < FewerChildren; ++i) {
     ASSERT_TRUE(EndedWell(StartChild([&] {
       return SetLogFile(directory.Path("child")) && LogAllWays() && getMyLogger("child") != nullptr;
     }))) << i;
@@ -175,7 +178,7 @@ TEST(Fork, ChildrenForkedInsideACallbackLogAndLeaveTheCallback) {
   ASSERT_TRUE(logger.EnableAuditLogRollover(
       logger.NewLogOutput(1, directory.Path("audit").c_str(), 0, 0, 0)));
   const BusyThreads threads(4, LogLine);
-  for (int i = 0; i < Children / 4; ++i) {
+  for (int i = 0; i < FewerChildren; ++i) {
     pid_t pid = -1;
     bool bLogged = false;
     t_duringNextCall = [&] {
@@ -189,7 +192,7 @@ TEST(Fork, ChildrenForkedInsideACallbackLogAndLeaveTheCallback) {
     if (pid == 0) _exit(bReturned && bLogged && LogLine(0) ? 0 : 1);
     ASSERT_TRUE(EndedWell(pid)) << i;
   }
-  EXPECT_EQ(directory.Read("audit").size(), ChildrenRun ? Children / 4 * strlen("audit\n") : 0);
+  EXPECT_EQ(directory.Read("audit").size(), ChildrenRun ? FewerChildren * strlen("audit\n") : 0);
 }
 
 TEST(Fork, InsideACallbackDoesNotWaitForAReleaseThatWaitsForTheCallback) {
@@ -204,6 +207,30 @@ TEST(Fork, InsideACallbackDoesNotWaitForAReleaseThatWaitsForTheCallback) {
   EXPECT_TRUE(LogAudit());
   releasing.reset();
   EXPECT_FALSE(LogAudit());
+}
+
+TEST(Fork, OfThreadsThatAreOpeningOutputsAtTheSameTime) {
+  const TempDirectory directory;
+  ASSERT_TRUE(SetLogFile(directory.Path("log")));
+  SetMessageDirectory();
+  std::barrier bothOpen(2);
+  const auto openAndFork = [&] {
+    CWyLogger logger;
+    test_support::OutputScript script;
+    script.onOpen = [&] {
+      bothOpen.arrive_and_wait();
+      const pid_t pid = StartChild([&] {
+        return LogAllWays() && SetLogFile(directory.Path("log")) && getMyLogger("child") != nullptr;
+      });
+      EXPECT_TRUE(EndedWell(pid));
+    };
+    for (int i = 0; i < FewerChildren; ++i) {
+      EXPECT_TRUE(logger.SetLogOutput(new test_support::HostOutput(script)));
+    }
+    logger.Release();
+  };
+  { const TestThread first(openAndFork), second(openAndFork); }
+  EXPECT_EQ(LinesByProcess(directory.Read("log")).size(), ChildrenRun ? 2 * FewerChildren : 0);
 }
 
 }  // namespace

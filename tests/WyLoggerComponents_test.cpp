@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <latch>
 #include <list>
 #include <memory>
 #include <string>
@@ -99,9 +100,13 @@ TEST(LoggerComponents, OfAnyNumberCanBeSelected) {
   EXPECT_TRUE(pLogger->TraceEnabled(WyComponentId(9, 200)));
 }
 
-bool IsLoaded() {
+void* Loaded() {
   const std::string strPath = std::string(getenv("ORVA_WA_ROOT")) + "/bin/libApache_Agent.so";
-  void* const hLib = dlopen(strPath.c_str(), RTLD_LAZY | RTLD_NOLOAD);
+  return dlopen(strPath.c_str(), RTLD_LAZY | RTLD_NOLOAD);
+}
+
+bool IsLoaded() {
+  void* const hLib = Loaded();
   return hLib != nullptr && dlclose(hLib) == 0;
 }
 
@@ -114,6 +119,34 @@ TEST(LoggerComponents, AreUnloadedByTheFirstLoggerThatIsReleasedAndNeverAgain) {
   EXPECT_STREQ(pLogger->FetchMsg(WyComponentId(7) | 1), "C7");
   pLogger.reset();
   EXPECT_TRUE(IsLoaded());
+}
+
+std::latch inComponent(1), leaveComponent(1);
+
+TEST(LoggerComponents, AreNotUnloadedWhileAMessageIsLookedUp) {
+  theLogger();
+  void* const hLib = Loaded();
+  ASSERT_NE(hLib, nullptr);
+  auto* const ppfnDuringFetchMessage = static_cast<void (**)()>(dlsym(hLib, "DuringFetchMessage"));
+  ASSERT_NE(ppfnDuringFetchMessage, nullptr);
+  *ppfnDuringFetchMessage = [] {
+    inComponent.count_down();
+    leaveComponent.wait();
+  };
+  dlclose(hLib);
+
+  test_support::TestThread lookingUp([] {
+    CWyErrLogMessage msg(false);
+    EXPECT_STREQ(msg.FormatMessage(WyComponentId(7) | 1), "[INVALID MESSAGE TYPE][C7] C7\n");
+  });
+  inComponent.wait();
+  test_support::TestThread releasing([] { theLogger()->Release(); });
+  // Many times the work that it has to do when nobody is waited for.
+  EXPECT_TRUE(test_support::Eventually(
+      [&] { return releasing.IsDone() || releasing.Worked() > std::chrono::milliseconds(50); }));
+  EXPECT_FALSE(releasing.IsDone());
+  EXPECT_TRUE(IsLoaded());
+  leaveComponent.count_down();
 }
 
 TEST(LoggerComponents, AreSharedByLoggersOfManyThreads) {

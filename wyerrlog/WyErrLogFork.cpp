@@ -13,8 +13,8 @@
 //   child    guards forget the holds and the waiting of the threads that do not exist there.
 //
 // Readers of a guard are not waited for: they change nothing that a guard protects, and they may be
-// inside a host's callback for as long as it likes. Neither are threads that fork as well, from
-// inside a host's Open or Close.
+// inside a host's callback for as long as it likes. Neither are writers inside a host's Open or
+// Close, nor threads that fork as well.
 
 namespace {
 
@@ -88,8 +88,8 @@ constinit int s_iForking = 0;     // those of threads that fork from inside them
 thread_local int t_iInsideGate = 0;
 
 // Leaves s_gate entered. Between two looks others may come and go: one that is inside may be
-// waiting for another one that has yet to come. Those that fork as well are where what the sections
-// protect is whole, and go on when this fork is over.
+// waiting for another one that has yet to come. Those that fork as well, in a component that is
+// being loaded, say, would wait for this thread in turn.
 void CloseGate() {
   s_gate.value.Enter();
   s_iForking += t_iInsideGate;

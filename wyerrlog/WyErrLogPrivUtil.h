@@ -146,8 +146,8 @@ class CWyForkGate {
   static void Enter();
   static void Leave();
 
-  // Takes the calling thread out of its sections for a scope: it waits for a thread that may be in
-  // a host's callback, and fork there. What the sections protect must be whole at that point.
+  // Takes the calling thread out of its sections for a scope: it runs code of the host, or waits
+  // for a thread that does, and the host may fork there. What the sections protect must be whole.
   class Outside {
    public:
     Outside();

@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "wyerrlog/WyErrLogPrivUtil.h"
+#include "wyerrlog/WyOutputCall.h"
 #include "wyerrlog/WyThreadTraceData.h"
 #include "wyerrlog/thread_utility.h"
 
@@ -16,16 +17,12 @@ std::atomic<int> CWyLogger::m_iConfigVersion{0};
 
 namespace {
 
-// Also when the host's Close throws, the output is gone.
-void Remove(CWyLogOutput*& pInstalled) {
-  const std::unique_ptr<CWyLogOutput> pOutput(std::exchange(pInstalled, nullptr));
-  if (pOutput != nullptr) pOutput->Close();
-}
+void Remove(CWyLogOutput*& pInstalled) { WyCloseAndDelete(std::exchange(pInstalled, nullptr)); }
 
 bool Replace(CWyLogOutput*& pInstalled, CWyLogOutput* pOutput) {
   if (pOutput == nullptr || pOutput == pInstalled) return false;
   Remove(pInstalled);
-  if (!pOutput->Open()) return false;
+  if (!WyOpenOutput(*pOutput)) return false;
   pInstalled = pOutput;
   return true;
 }

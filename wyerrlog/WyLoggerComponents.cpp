@@ -93,10 +93,12 @@ void CWyLogger::LoadComponents() {
   m_ppComponents[0] = new CWyLogComponent;
   // Libraries that are loaded still have no components any more.
   if (CWyProcessObject<CWyLogger>::HasEnded()) return;
+  bool bLoadedAny = false;
   for (int i = 1; i < m_iComponentSlotCount; ++i) {
     m_ppComponents[i] = LoadLibraryOf(ppszNames[i]);
+    if (m_ppComponents[i] != nullptr) bLoadedAny = true;
   }
-  if (m_bUnloadedComponents) EndLoggersBeforeComponents();
+  if (bLoadedAny && m_bUnloadedComponents) EndLoggersBeforeComponents();
 }
 
 void CWyLogger::UnloadComponents() {

@@ -3,6 +3,7 @@
 
 #include "wyerrlog/WyErrLogPrivUtil.h"
 #include "wyerrlog/WyLogger.h"
+#include "wyerrlog/WyOutputCall.h"
 
 namespace {
 
@@ -13,11 +14,6 @@ enum Header { Names = 1, EqualsSigns = 3 };
 enum FileMode { Append = 1, RollOverAtOpen = 2, LimitedAppend = 3 };
 
 constexpr int FileOutputType = 1;
-
-void CloseAndDelete(std::atomic<CWyLogOutput*>& pInstalled) {
-  const std::unique_ptr<CWyLogOutput> pOutput(pInstalled.exchange(nullptr));
-  if (pOutput != nullptr) pOutput->Close();
-}
 
 bool IsEmpty(const char* pszText) { return pszText == nullptr || *pszText == '\0'; }
 
@@ -100,9 +96,10 @@ bool CWyLogger::CanEnableTrace(const CWyLogOutput* pOutput, const CWyLogOutput* 
 
 bool CWyLogger::OpenTraceOutputs(CWyLogOutput* pOutput, CWyLogOutput* pSecondOutput,
                                  bool bBuffered) {
-  if (!pOutput->Open()) return false;
+  if (!WyOpenOutput(*pOutput)) return false;
+  const CWyOutputCall call(*pOutput);
   pOutput->EnableBuffering(bBuffered);
-  if (pSecondOutput == nullptr || pSecondOutput->Open()) return true;
+  if (pSecondOutput == nullptr || WyOpenOutput(*pSecondOutput)) return true;
   pOutput->Close();
   return false;
 }
@@ -120,9 +117,10 @@ void CWyLogger::InstallTraceConfiguration(std::unique_ptr<CWyTraceData> pConfigu
 void CWyLogger::LogTraceHeaders(CWyErrLogMessage& first, CWyErrLogMessage& second,
                                 bool bOutputOnly) {
   CWyLogOutput* const pPrimary = m_pTraceOutput;
-  pPrimary->SetHeaders(first, second);
   for (CWyLogOutput* pOutput : {pPrimary, bOutputOnly ? nullptr : m_pSecondTraceOutput.load()}) {
     if (pOutput == nullptr) continue;
+    const CWyOutputCall call(*pOutput);
+    if (pOutput == pPrimary) pOutput->SetHeaders(first, second);
     pOutput->Log(first);
     pOutput->Log(second);
   }
@@ -144,8 +142,8 @@ void CWyLogger::DisableTrace(bool bOutputOnly) {
 void CWyLogger::RemoveTraceConfiguration() { delete m_pTraceData.exchange(nullptr); }
 
 void CWyLogger::RemoveTraceOutputs(bool bOutputOnly) {
-  CloseAndDelete(m_pTraceOutput);
-  if (!bOutputOnly) CloseAndDelete(m_pSecondTraceOutput);
+  WyCloseAndDelete(m_pTraceOutput.exchange(nullptr));
+  if (!bOutputOnly) WyCloseAndDelete(m_pSecondTraceOutput.exchange(nullptr));
 }
 
 // ---- In one call --------------------------------------------------------------------------------

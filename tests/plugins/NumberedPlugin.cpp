@@ -1,5 +1,5 @@
 // Component NUMBER, named "C" and the number, with SUB_COMPONENTS sub-components "S1", "S2" and so
-// on, without a description and with message 1 alone.
+// on, without a description and with message 1 alone; a test may look on when it is fetched.
 
 #include <cstdio>
 #include <vector>
@@ -9,6 +9,10 @@
 
 #define TEXT_OF_NUMBER(number) #number
 #define NAME_OF(number) "C" TEXT_OF_NUMBER(number)
+
+// Set by a test that finds it in the loaded library.
+extern "C" WYERRLOG_API void (*DuringFetchMessage)();
+void (*DuringFetchMessage)() = nullptr;
 
 namespace {
 
@@ -25,6 +29,7 @@ class Component : public CWyErrLogComponent {
     *ppList = m_subComponents.data();
   }
   const char* FetchMessage(unsigned int uId) override {
+    if (DuringFetchMessage != nullptr) DuringFetchMessage();
     return WyMessageNumber(uId) == 1 ? NAME_OF(NUMBER) : nullptr;
   }
 

@@ -44,20 +44,33 @@ FailingMemory::Spared::~Spared() { t_bInCall = m_bBefore; }
 
 namespace {
 
-void* Allocate(std::size_t uSize, std::size_t uAlignment) {
+constexpr auto Usual = static_cast<std::align_val_t>(alignof(std::max_align_t));
+
+void* AllocateOrNull(std::size_t uSize, std::align_val_t alignment) noexcept {
   void* pMemory = nullptr;
-  if (test_support::Fails() || posix_memalign(&pMemory, uAlignment, uSize) != 0) {
-    throw std::bad_alloc();
-  }
-  return pMemory;
+  if (test_support::Fails()) return nullptr;
+  const int iError = posix_memalign(&pMemory, static_cast<std::size_t>(alignment), uSize);
+  return iError == 0 ? pMemory : nullptr;
+}
+
+void* Allocate(std::size_t uSize, std::align_val_t alignment) {
+  if (void* const pMemory = AllocateOrNull(uSize, alignment)) return pMemory;
+  throw std::bad_alloc();
 }
 
 }  // namespace
 
-void* operator new(std::size_t uSize) { return Allocate(uSize, alignof(std::max_align_t)); }
-void* operator new[](std::size_t uSize) { return Allocate(uSize, alignof(std::max_align_t)); }
-void* operator new(std::size_t uSize, std::align_val_t alignment) {
-  return Allocate(uSize, static_cast<std::size_t>(alignment));
+void* operator new(std::size_t u) { return Allocate(u, Usual); }
+void* operator new[](std::size_t u) { return Allocate(u, Usual); }
+void* operator new(std::size_t u, std::align_val_t alignment) { return Allocate(u, alignment); }
+void* operator new(std::size_t u, const std::nothrow_t&) noexcept {
+  return AllocateOrNull(u, Usual);
+}
+void* operator new[](std::size_t u, const std::nothrow_t&) noexcept {
+  return AllocateOrNull(u, Usual);
+}
+void* operator new(std::size_t u, std::align_val_t alignment, const std::nothrow_t&) noexcept {
+  return AllocateOrNull(u, alignment);
 }
 void operator delete(void* p) noexcept { free(p); }
 void operator delete[](void* p) noexcept { free(p); }

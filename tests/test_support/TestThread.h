@@ -1,10 +1,12 @@
 #ifndef TEST_SUPPORT_TESTTHREAD_H
 #define TEST_SUPPORT_TESTTHREAD_H
 
+#include <pthread.h>
 #include <unistd.h>
 
 #include <atomic>
 #include <chrono>
+#include <ctime>
 #include <fstream>
 #include <string>
 #include <thread>
@@ -38,6 +40,15 @@ class TestThread {
   TestThread& operator=(const TestThread&) = delete;
 
   bool IsDone() const { return m_bDone; }
+
+  // The processor time that the thread has had; it must not be done.
+  std::chrono::nanoseconds Worked() {
+    clockid_t clock = 0;
+    timespec time{};
+    pthread_getcpuclockid(m_thread.native_handle(), &clock);
+    clock_gettime(clock, &time);
+    return std::chrono::seconds(time.tv_sec) + std::chrono::nanoseconds(time.tv_nsec);
+  }
 
   // Whether the thread comes to sleep without waking up in between.
   bool Blocks() const {
