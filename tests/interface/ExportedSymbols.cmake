@@ -1,45 +1,33 @@
-# Whether a shared library exports what a list names, and nothing else:
-#   cmake -DNM=<nm> -DLIBRARY=<file> -DLIST=<file> -P ExportedSymbols.cmake
-
-file(READ "${LIST}" text)
-string(REGEX REPLACE "#[^\n]*\n|\n  +" " " text "${text}")
-string(REGEX MATCHALL "[^\n:]+:[^\n]*" rows "${text}")
-set(classes "")
-set(expected "")
-foreach(row IN LISTS rows)
-  string(REGEX MATCH "([A-Za-z]+): *(.*)" row "${row}")
-  set(scope "${CMAKE_MATCH_1}")
-  string(REPLACE " " ";" names "${CMAKE_MATCH_2}")
-  if(scope STREQUAL "functions")
-    list(APPEND expected ${names})
-    continue()
-  endif()
-  list(APPEND classes ${scope})
-  list(TRANSFORM names PREPEND "${scope}::")
-  list(APPEND expected ${names})
-endforeach()
-if(NOT classes)
-  message(FATAL_ERROR "${LIST} names no class")
-endif()
-list(JOIN classes "|" class)
+# Whether a shared library exports what a list names, and nothing else; with RECORD, writes the list.
+#   cmake -DNM=<nm> -DLIBRARY=<file> -DLIST=<file> [-DEXCEPT=<regex>] [-DRECORD=ON]
+#     -P ExportedSymbols.cmake
+# EXCEPT: names on the list that this build does not have.
 
 execute_process(COMMAND ${NM} -DC --defined-only "${LIBRARY}"
   OUTPUT_VARIABLE symbols COMMAND_ERROR_IS_FATAL ANY)
 string(REGEX REPLACE "\n$" "" symbols "${symbols}")
 string(REPLACE "\n" ";" symbols "${symbols}")
 list(TRANSFORM symbols REPLACE "^[0-9a-f]+ . " "")
-list(FILTER symbols EXCLUDE REGEX "^Java_com_orvantis_wyerrlog_WyLogger_")
-list(FILTER symbols EXCLUDE REGEX "^(vtable|typeinfo|typeinfo name) for (${class})$")
-list(TRANSFORM symbols REPLACE "\\(.*" "")
-foreach(class IN LISTS classes)
-  list(FILTER symbols EXCLUDE REGEX "^${class}::~?${class}$")
-endforeach()
+list(REMOVE_DUPLICATES symbols)  # constructors and destructors have several under one name
+list(SORT symbols)
 
-set(missing ${expected})
+if(RECORD)
+  list(JOIN symbols "\n" text)
+  file(WRITE "${LIST}" "${text}\n")
+  return()
+endif()
+
+file(STRINGS "${LIST}" missing)
+if(EXCEPT)
+  list(FILTER missing EXCLUDE REGEX "${EXCEPT}")
+endif()
+set(expected ${missing})
 list(REMOVE_ITEM missing ${symbols})
 list(REMOVE_ITEM symbols ${expected})
 if(missing OR symbols)
-  list(JOIN missing " " missing)
-  list(JOIN symbols ", " symbols)
-  message(FATAL_ERROR "not exported: ${missing}\nexported, but not listed: ${symbols}")
+  list(JOIN missing "\n  " missing)
+  list(JOIN symbols "\n  " symbols)
+  message(FATAL_ERROR "on the list, but not exported:\n  ${missing}\n"
+                      "exported, but not on the list:\n  ${symbols}\n"
+                      "When that is intended: scripts/record-abi.sh")
 endif()

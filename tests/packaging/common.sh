@@ -38,8 +38,9 @@ library_folder() { dirname "$(find "$1" -name libwyerrlog.so -not -path '*/jni/*
 use_cmake() {
   local build=$1
   shift
-  cmake -S . -B "$build" -G Ninja --log-level=WARNING -DCMAKE_EXPORT_COMPILE_COMMANDS=ON "$@"
-  cmake --build "$build" --parallel "$(nproc)" >"$build/log" || fail "$(<"$build/log")"
+  cmake -S . -B "$build" -G Ninja -DCMAKE_EXPORT_COMPILE_COMMANDS=ON "$@" >"$build.log" 2>&1 ||
+    fail "$(<"$build.log")"
+  cmake --build "$build" --parallel "$(nproc)" >"$build.log" || fail "$(<"$build.log")"
   expect_message "$build" "$build/consumer"
   ! grep -E '"command".*main\.cpp' "$build/compile_commands.json" | grep -oE ' -(W|O|g|f)\S*' ||
     fail "the consumer is compiled with flags of the library"
