@@ -6,6 +6,7 @@
 #include <array>
 #include <cerrno>
 #include <climits>
+#include <latch>
 #include <random>
 #include <sstream>
 #include <thread>
@@ -282,6 +283,26 @@ TEST_F(FileRollover, EachRollsOverAndTheClockGoesBackAndYetNothingIsLost) {
   for (std::thread& thread : threads) thread.join();
   EXPECT_EQ(LinesIn(m_directory), LinesLogged(logged));
   EXPECT_EQ(m_directory.Names().size(), 8 * 75 + 1u);
+}
+
+TEST_F(FileRollover, OfThreadsThatLookAtTheSizeTogetherOneRollsOver) {
+  constexpr size_t Limit = 1048576, Length = 100;
+  m_directory.Write("a.log", std::string(Limit - 2 * Length, 'x'));
+  CWyFileOutput output;
+  ASSERT_TRUE(output.SetParams(m_directory.Path("a.log").c_str(), 3, 1, 0) && output.Open());
+  std::atomic<int> iLooks{0};
+  std::latch bothHaveLooked(2);
+  stand_ins::after = [&](stand_ins::Call call) {
+    if (call == stand_ins::Call::Lseek && ++iLooks <= 2) bothHaveLooked.arrive_and_wait();
+  };
+  const std::string strText(Length, 'y');
+  const auto log = [&] { EXPECT_TRUE(output.Log(strText.c_str())); };
+  std::thread other(log);
+  log();
+  other.join();
+  stand_ins::after = nullptr;
+  EXPECT_EQ(m_directory.Read("a" + Stamp + ".log").size(), Limit - Length);
+  EXPECT_EQ(m_directory.Read("a.log"), strText);
 }
 
 TEST_F(FileRollover, WritersGoOnWhileARefusedRolloverIsRetried) {

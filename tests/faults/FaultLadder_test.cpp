@@ -77,9 +77,9 @@ bool RunWith(const Scenario& scenario, const Row& row) {
   return bCameToPass;
 }
 
-// Has the first call of its kind fail, then the second one, until there are no more.
+// Has the first call of its kind fail, then a later one, until there are no more.
 void Climb(const Scenario& scenario, Row row) {
-  const long lStep = static_cast<long>(scenario.uThreads);
+  const long lStep = static_cast<long>(scenario.uThreads) * (test_support::IsSanitized ? 3 : 1);
   for (bool bCameToPass = true; bCameToPass; row.fault.lFirst += lStep) {
     bCameToPass = RunWith(scenario, row);
     ASSERT_FALSE(testing::Test::HasFailure())

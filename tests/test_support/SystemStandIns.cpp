@@ -74,7 +74,11 @@ template <typename Result, typename Whole, typename Half>
 Result Perform(Call call, Result failed, Whole whole, Half half) {
   long lTurn = 0;
   const Fault* const pFault = Next(call, lTurn);
-  if (pFault == nullptr) return whole();
+  if (pFault == nullptr) {
+    const Result result = whole();
+    if (after) after(call);
+    return result;
+  }
   if (pFault->effect == Effect::Half && lTurn == 0) return half();
   if (pFault->effect == Effect::DeathHalfWay) half();
   if (pFault->effect == Effect::DeathAfter) whole();
