@@ -1,7 +1,5 @@
 // This library.
 
-#include <map>
-
 #include "bench/compare/Contestant.h"
 #include "bench/support/AgentHost.h"
 
@@ -89,8 +87,8 @@ class Trace : public Contestant {
   }
   void Log(const Records& records) override {
     LogEach(records, [](const Record& record) {
-      return bench::TraceRefusal(*theLogger(),
-                                 {record.pszUser, record.pszAction, record.pszResource});
+      return bench::TraceRefusal(*theLogger(), record.pszUser, record.pszAction,
+                                 record.pszResource);
     });
   }
 };
@@ -100,8 +98,8 @@ class Filtered : public Trace {
   explicit Filtered(const Workload& workload) : Trace(workload, 0, bench::SevenFieldsOfNobody) {}
   void Log(const Records& records) override {
     LogEach(records, [](const Record& record) {
-      return !bench::TraceRefusal(*theLogger(),
-                                  {record.pszUser, record.pszAction, record.pszResource});
+      return !bench::TraceRefusal(*theLogger(), record.pszUser, record.pszAction,
+                                  record.pszResource);
     });
   }
 };

@@ -6,7 +6,7 @@
 
 namespace {
 
-constexpr bench::Refusal TheRefusal = {"alice01", "write", "/reports/2026/q1"};
+constexpr const char *User = "alice01", *Action = "write", *Resource = "/reports/2026/q1";
 
 void Prolog(benchmark::State& state) {
   for (auto _ : state) {
@@ -19,8 +19,7 @@ BENCHMARK(Prolog);
 void Translated(benchmark::State& state) {
   for (auto _ : state) {
     CWyErrLogMessage msg(false);
-    benchmark::DoNotOptimize(msg.FormatMessage(Agent::Refused, TheRefusal.pszUser,
-                                               TheRefusal.pszAction, TheRefusal.pszResource));
+    benchmark::DoNotOptimize(msg.FormatMessage(Agent::Refused, User, Action, Resource));
   }
 }
 BENCHMARK(Translated);
@@ -28,8 +27,7 @@ BENCHMARK(Translated);
 void Printf(benchmark::State& state) {
   for (auto _ : state) {
     CWyErrLogMessage msg(false);
-    benchmark::DoNotOptimize(msg.FormatLogMessage(Agent::RefusedPrintf, TheRefusal.pszUser,
-                                                  TheRefusal.pszAction, TheRefusal.pszResource));
+    benchmark::DoNotOptimize(msg.FormatLogMessage(Agent::RefusedPrintf, User, Action, Resource));
   }
 }
 BENCHMARK(Printf);
@@ -37,9 +35,9 @@ BENCHMARK(Printf);
 void Audit(benchmark::State& state) {
   for (auto _ : state) {
     CWyErrLogMessage msg(false);
-    benchmark::DoNotOptimize(msg.FormatAuditMessage(
-        "decision=deny user=\"%s\" action=\"%s\" resource=\"%s\" rule=%d\n", TheRefusal.pszUser,
-        TheRefusal.pszAction, TheRefusal.pszResource, 1));
+    benchmark::DoNotOptimize(
+        msg.FormatAuditMessage("decision=deny user=\"%s\" action=\"%s\" resource=\"%s\" rule=%d\n",
+                               User, Action, Resource, 1));
   }
 }
 BENCHMARK(Audit);

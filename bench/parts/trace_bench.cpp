@@ -6,7 +6,7 @@
 
 namespace {
 
-constexpr bench::Refusal TheRefusal = {"alice01", "write", "/reports/2026/q1"};
+bool Trace() { return bench::TraceRefusal(*theLogger(), "alice01", "write", "/reports/2026/q1"); }
 
 void TurnTracingOn(const char* pszConfiguration, int iLayout = 0) {
   bench::Check(
@@ -42,14 +42,14 @@ BENCHMARK_CAPTURE(Decide, Traced, Agent::Traced)
 // A trace call from the decision to the output, in each layout.
 void WholeRecord(benchmark::State& state) {
   TurnTracingOn(bench::SevenFields, static_cast<int>(state.range(0)));
-  for (auto _ : state) benchmark::DoNotOptimize(bench::TraceRefusal(*theLogger(), TheRefusal));
+  for (auto _ : state) benchmark::DoNotOptimize(Trace());
   theLogger()->DisableTrace(false);
 }
 BENCHMARK(WholeRecord)->DenseRange(0, 3)->ArgName("layout");
 
 void Filtered(benchmark::State& state) {
   TurnTracingOn(bench::SevenFieldsOfNobody);
-  for (auto _ : state) benchmark::DoNotOptimize(bench::TraceRefusal(*theLogger(), TheRefusal));
+  for (auto _ : state) benchmark::DoNotOptimize(Trace());
   theLogger()->DisableTrace(false);
 }
 BENCHMARK(Filtered);

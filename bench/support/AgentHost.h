@@ -43,16 +43,10 @@ inline void ProvideComponent() {
   Check(CWyXlate::SetResourceDirectory(BENCH_ROOT "/messages"), "no message catalogs");
 }
 
-// The arguments of a record's text.
-struct Refusal {
-  const char* pszUser;
-  const char* pszAction;
-  const char* pszResource;
-};
-
 // One trace call: seven fields, and the user when a filter asks for it. Answers whether a record
 // was written.
-inline bool TraceRefusal(CWyLogger& logger, const Refusal& refusal) {
+inline bool TraceRefusal(CWyLogger& logger, const char* pszUser, const char* pszAction,
+                         const char* pszResource) {
   CWyTraceData* pData = nullptr;
   if (!logger.TraceEnabled(Agent::Traced) || !logger.ShouldTraceAlloc(Agent::Traced, &pData)) {
     return false;
@@ -60,12 +54,12 @@ inline bool TraceRefusal(CWyLogger& logger, const Refusal& refusal) {
   const CWyTraceSupresser suppress;
   CWyTraceData& data = *pData;
   const auto hasMessage = [&] {
-    return data.SetFieldValue(WyField::Message,
-                              data.FormatTraceMessage("User %s may not %s %s.", refusal.pszUser,
-                                                      refusal.pszAction, refusal.pszResource));
+    return data.SetFieldValue(
+        WyField::Message,
+        data.FormatTraceMessage("User %s may not %s %s.", pszUser, pszAction, pszResource));
   };
   const bool bWritten =
-      (!data.FieldFiltered(WyField::User) || data.SetFieldValue(WyField::User, refusal.pszUser)) &&
+      (!data.FieldFiltered(WyField::User) || data.SetFieldValue(WyField::User, pszUser)) &&
       data.SetFieldValue(WyField::SrcFile, CWyErrLogMessage::PathnameFindFilePart(__FILE__)) &&
       data.SetFieldValue(WyField::Function, "TraceRefusal") &&
       data.SetFieldValue(WyField::Pid, 0) && data.SetFieldValue(WyField::Tid, 0) &&
