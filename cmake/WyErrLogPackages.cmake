@@ -15,34 +15,41 @@ set(CPACK_PACKAGE_CONTACT "libwyerrlog maintainers <libwyerrlog@orvantis.example
 set(CPACK_DEBIAN_PACKAGE_RELEASE ${release})
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 
+# wyerrlog_package(<component> NAME <name> SECTION <section> WHAT <in a few words> CONTENT <a sentence>
+#                  [DEPENDS <packages>] [RECOMMENDS <packages>])
+macro(wyerrlog_package component)
+  cmake_parse_arguments(package "" "NAME;SECTION;WHAT;CONTENT;DEPENDS;RECOMMENDS" "" ${ARGN})
+  set(CPACK_DEBIAN_${component}_PACKAGE_NAME "${package_NAME}")
+  set(CPACK_DEBIAN_${component}_PACKAGE_SECTION "${package_SECTION}")
+  set(CPACK_DEBIAN_${component}_PACKAGE_DEPENDS "${package_DEPENDS}")
+  set(CPACK_DEBIAN_${component}_PACKAGE_RECOMMENDS "${package_RECOMMENDS}")
+  string(JOIN "\n" CPACK_DEBIAN_${component}_DESCRIPTION
+    "error, trace and audit log for multi-threaded processes (${package_WHAT})"
+    "Servers, agents, tools and Java code log through this library: translated"
+    "messages addressed by identifiers, traces that a configuration file"
+    "switches on in a running process, and audit records; to files with"
+    "rollover and retention, the terminal, or functions of the host."
+    ""
+    "${package_CONTENT}")
+endmacro()
 set(same_version "${libraries_package} (= ${PROJECT_VERSION}-${release})")
-string(CONCAT about
-  "Servers, agents, tools and Java code log through this library: translated messages addressed by "
-  "identifiers, traces that a configuration file switches on in a running process, and audit records; "
-  "to files with rollover and retention, the terminal, or functions of the host.")
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "")  # each has its own
 
-set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME ${libraries_package})
-set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
-set(CPACK_DEBIAN_RUNTIME_DESCRIPTION "${PROJECT_DESCRIPTION}\n${about}")
+wyerrlog_package(RUNTIME NAME ${libraries_package} SECTION libs
+  WHAT "libraries" CONTENT "This package has what programs need to run.")
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY >=)
+file(WRITE "${CMAKE_CURRENT_BINARY_DIR}/debian/triggers" "activate-noawait ldconfig\n")
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA "${CMAKE_CURRENT_BINARY_DIR}/debian/triggers")
 set(CPACK_DEBIAN_RUNTIME_DEBUGINFO_PACKAGE ON)
 
-set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libwyerrlog-dev)
-set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
-set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "${same_version}")
-set(CPACK_DEBIAN_DEVELOPMENT_DESCRIPTION
-    "${PROJECT_DESCRIPTION} (development files)\n${about}\n"
-    "This package has the headers, and the files for CMake and pkg-config.")
+wyerrlog_package(DEVELOPMENT NAME libwyerrlog-dev SECTION libdevel
+  WHAT "development" DEPENDS "${same_version}"
+  CONTENT "This package has the headers, and the files for CMake and pkg-config.")
 
-set(CPACK_DEBIAN_JAVA_PACKAGE_NAME libwyerrlog-java)
-set(CPACK_DEBIAN_JAVA_PACKAGE_SECTION java)
-set(CPACK_DEBIAN_JAVA_PACKAGE_DEPENDS "${same_version}")
-set(CPACK_DEBIAN_JAVA_PACKAGE_RECOMMENDS "default-jre-headless | java17-runtime-headless")
-set(CPACK_DEBIAN_JAVA_DESCRIPTION
-    "${PROJECT_DESCRIPTION} (Java classes)\n${about}\n"
-    "This package has the class WyLogger over the library, and what sends java.util.logging and"
-    " System.Logger to it.")
+wyerrlog_package(JAVA NAME libwyerrlog-java SECTION java
+  WHAT "Java" DEPENDS "${same_version}" RECOMMENDS "default-jre-headless | java17-runtime-headless"
+  CONTENT "This package has the Java class over the library, and its bridges.")
 
 include(CPack)

@@ -9,6 +9,17 @@ packages=$build/packages
 
 flags() { DEB_BUILD_MAINT_OPTIONS=hardening=+bindnow dpkg-buildflags --get "$1"; }
 
+# mend_symbols FILE: names a package of debug symbols as Debian does, and makes its checksums those of
+# the installed files; CPack names the files where it has packed them.
+mend_symbols() {
+  local folder=${1%.ddeb}
+  dpkg-deb --raw-extract "$1" "$folder"
+  sed -i '/^Package-Type: ddeb$/d' "$folder/DEBIAN/control"
+  (cd "$folder" && find usr -type f -exec md5sum {} + >DEBIAN/md5sums)
+  dpkg-deb --root-owner-group --build "$folder" "$folder.deb" >/dev/null
+  rm -r "$1" "$folder"
+}
+
 say "Building for packages in $build ($(nproc) jobs)"
 cmake --preset package -B "$build" --log-level=WARNING \
   -DCMAKE_CXX_FLAGS="$(flags CPPFLAGS) $(flags CXXFLAGS)" \
@@ -20,5 +31,6 @@ rm -rf "$packages"
 cpack --config "$build/CPackConfig.cmake" -B "$packages"
 rm -rf "$packages/_CPack_Packages"
 for symbols in "$packages"/*.ddeb; do
-  mv "$symbols" "${symbols%.ddeb}.deb"  # as Debian names them
+  mend_symbols "$symbols"
 done
+ls -sh1 "$packages"

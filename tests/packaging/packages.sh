@@ -6,11 +6,14 @@ scratch=$1
 root=$scratch/root
 "$source_tree/scripts/package.sh" "$scratch/build" >"$scratch.log" 2>&1 || fail "$(<"$scratch.log")"
 
-rm -rf "$root"
+rm -rf "$root" "$scratch/control"
+mkdir "$scratch/control"
 for package in "$scratch"/build/packages/*.deb; do
   dpkg-deb --extract "$package" "$root"
+  dpkg-deb --control "$package" "$scratch/control/$(basename "$package")"
 done
 holds_no_path "$root" "$source_tree" "$scratch"
+holds_no_path "$scratch/control" "$source_tree" "$scratch"
 
 libraries=$(library_folder "$root")
 for library in "$libraries"/*.so; do
