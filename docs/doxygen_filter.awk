@@ -1,6 +1,7 @@
 # Shows Doxygen a header of this project, whose contracts are plain comments:
 #
-#   - a comment belongs to the declarations under it, up to the next blank line or comment;
+#   - a comment belongs to the declarations under it, up to the next blank line or comment, except to
+#     those that have one of their own, and destructors;
 #   - one behind a declaration belongs to that declaration;
 #   - the first of a file is about the file;
 #   - lines that are indented within a comment are code.
@@ -9,16 +10,21 @@
 
 function indent_of(line) { match(line, /^ */); return RLENGTH }
 
-# Letters that mean something to Doxygen, but not in our comments.
-function escape(text) {
-  gsub(/[\\@#<>&%]/, "\\\\&", text)
-  return text
+# Letters that mean something to Doxygen, but not in our comments. Between quotes it reads none.
+function escape(text,   result, i, c) {
+  result = ""
+  for (i = 1; i <= length(text); i++) {
+    c = substr(text, i, 1)
+    if (c == "\"") is_quoted = !is_quoted
+    result = result (!is_quoted && index("\\@#%&<>", c) ? "\\" : "") c
+  }
+  return result
 }
 
 function emit(text, indent) { printf "%*s///%s\n", indent, "", text == "" ? "" : " " text }
 
 function emit_comment(indent,   i, in_code, text) {
-  in_code = 0
+  in_code = is_quoted = 0
   for (i = 1; i <= comment_size; i++) {
     text = comment[i]
     if (!in_code && text ~ /^  +[^ ]/) { emit("@code{.cpp}", indent); in_code = 1 }
@@ -86,7 +92,7 @@ in_macro { in_macro = /\\$/; print; next }
 {
   starts = statement ~ /^ *$/ && $0 !~ /^ *}/
   if (!in_body() && starts && comment_size > 0 && indent_of($0) == comment_indent &&
-      $0 !~ /= delete;/) {
+      (collecting || $0 !~ /~|  \/\/ /) && $0 !~ /= delete;/) {
     emit_comment(comment_indent)
   }
   collecting = 0
@@ -94,8 +100,9 @@ in_macro { in_macro = /\\$/; print; next }
   line = $0
   follow_braces(line)
   if (line ~ /^ *[^ ].*= delete;/) next
-  if (!was_in_body && match(line, /  \/\/ .*/)) {
+  if (!was_in_body && line !~ /^ *}/ && match(line, /  \/\/ .*/)) {
     text = substr(line, RSTART + 5)
+    is_quoted = 0
     line = substr(line, 1, RSTART - 1) "  ///< " escape(text)
   }
   print line

@@ -12,6 +12,7 @@ packages=(
   openjdk-17-jdk-headless           # the Java binding
   dpkg-dev file                     # the packages
   abigail-tools                     # the comparison with the recorded interface
+  doxygen                           # the API reference
   libcpp-httplib-dev pkgconf curl   # the demo's web server, how to link it, a client to call it
 )
 

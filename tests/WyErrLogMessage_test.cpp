@@ -199,8 +199,8 @@ TEST(Message, IsThereAfterTheProcessLoggerIsReleased) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");
   const auto exitWithLogger = [] {
     static const LateMessage late;
-    theLogger()->SetLogOutput(theLogger()->NewLogOutput(2, [](const char*, int) { _exit(9); }));
-    std::exit(0);
+    const auto callback = [](const char*, int) { _exit(9); };
+    std::exit(theLogger()->SetLogOutput(theLogger()->NewLogOutput(2, callback)) ? 0 : 1);
   };
   EXPECT_EXIT(exitWithLogger(), testing::ExitedWithCode(7), "");
 }

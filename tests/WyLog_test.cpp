@@ -283,7 +283,7 @@ TEST_F(FrontEnd, IsTheSameInCpp17) {
 
 TEST_F(FrontEnd, AllocatesNothing) {
   const auto* const pszLong = "a text that is longer than those that fit into a string object";
-  m_logger.SetLogOutput(m_logger.NewLogOutput(2, [](const char*, int) {}));
+  ASSERT_TRUE(m_logger.SetLogOutput(m_logger.NewLogOutput(2, [](const char*, int) {})));
   ASSERT_TRUE(m_logger.EnableAuditLogRollover(m_logger.NewLogOutput(2, [](const char*, int) {})));
   ASSERT_TRUE(EnableTrace(m_logger, m_logger.NewLogOutput(2, [](const char*, int) {}),
                           "components: Log\ndata: User Rule Message Function SrcFile Date\n"));

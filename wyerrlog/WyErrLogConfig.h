@@ -7,18 +7,18 @@
 
 #include "wyerrlog/WyErrLogPort.h"
 
-// One data field: its name in trace configuration files, and its column width in characters in the
-// fixed-width trace layout.
+// One data field. The texts of both tables live as long as the process.
 struct KNOWNDATAFIELDINFO {
-  const char* pszName;
-  int iWidth;
+  const char* pszName;  // in trace configuration files
+  int iWidth;           // of its column in the fixed-width trace layout, bytes
 };
 
 // The known component libraries, 27 bare names without directory, "lib" and ending. Row i belongs
 // to component number i + 1; row 0, the component "Log", is built in and never loaded. Always true.
 WYERRLOG_API bool GetKnownComponentLibs(int* pCount, const char*** pppszNames);
 
-// The known data fields, 66 rows. A row's index is the field number of CWyTraceData. Always true.
+// The known data fields, 66 rows. A row's index is the field number of CWyTraceData; the numbers
+// have names in WyLogField.h. Always true.
 WYERRLOG_API bool GetKnownDataFields(int* pCount, const KNOWNDATAFIELDINFO** ppRows);
 
 #endif

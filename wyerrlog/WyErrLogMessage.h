@@ -29,20 +29,24 @@ class CWyTextBuffer;
 // A growable byte string that may hold zero bytes.
 class CpaStream {
  public:
+  // Appends a character, a zero byte too.
   CpaStream& operator<<(char c) {
     m_strBytes.push_back(c);
     return *this;
   }
-  // A null text appends "<null>".
+  // Appends a text; a null text appends "<null>".
   CpaStream& operator<<(const char* pszText) {
     m_strBytes.append(pszText != nullptr ? pszText : "<null>");
     return *this;
   }
+  // The same under a name.
   template <typename T>
   CpaStream& append(T value) {
     return *this << value;
   }
+  // Empties the string.
   void clear() { m_strBytes.clear(); }
+  // The bytes, and a zero byte behind them; valid until the string changes.
   const char* c_str() const { return m_strBytes.c_str(); }
 
  private:
@@ -55,7 +59,7 @@ class CpaStream {
 // The text arguments of one message: at most 13, further ones are dropped without notice.
 class CpaArgList {
  public:
-  static constexpr unsigned long MaxArguments = 13;
+  static constexpr unsigned long MaxArguments = 13;  // what a list holds
 
   // Copies the argument's text; a null pointer counts as "<null>". Answers this list. Without
   // memory for the text the list stays as it is, and the next message made with it is not written.
@@ -73,6 +77,7 @@ class CpaArgList {
     AddText(argument.substr(0, argument.find('\0')), {"", 1});
     return *this;
   }
+  // Empties the list.
   CpaArgList& clear() {
     m_stream.clear();
     m_uCount = 0;
@@ -232,7 +237,8 @@ class WYERRLOG_API CWyErrLogMessage {
 
   // A printf-formatted text of at most 4095 bytes in memory of its own, which the caller gives to
   // FreeFormattedMessage; null for a null or empty format. Throws std::bad_alloc without memory.
-  static char* FormatTraceMessage(const char* pszFormat, ...) __attribute__((format(printf, 1, 2)));
+  [[nodiscard]] static char* FormatTraceMessage(const char* pszFormat, ...)
+      __attribute__((format(printf, 1, 2)));
   static void FreeFormattedMessage(const char* pszText);
 
   // ---- Helpers ----------------------------------------------------------------------------------

@@ -16,8 +16,8 @@
 // The header works on the public classes alone, and keeps to their order of calls. Any thread may
 // log; a call belongs to its thread, and what it borrows it gives back when it ends, also by an
 // exception from an argument or from a callback of the host. It allocates nothing itself. What
-// fails is dropped, and answered by false where there is an answer. A child that was forked logs
-// on.
+// fails is dropped, and answered by false where there is an answer: so is everything at process
+// exit, once the process logger is released. A child that was forked logs on.
 
 #include <atomic>
 #include <bitset>
@@ -42,6 +42,7 @@
 //
 // The texts are not copied; those of the compiler live for ever.
 struct WyCallSite {
+  // The place itself: path, line and function, as __FILE__, __LINE__ and __func__ give them.
   constexpr WyCallSite(const char* pszPath, int iLineOfCall, const char* pszNameOfFunction)
       : pszFile(pszPath), iLine(iLineOfCall), pszFunction(pszNameOfFunction) {}
 
@@ -51,27 +52,29 @@ struct WyCallSite {
   constexpr WyCallSite(const Location& where)
       : WyCallSite(where.file_name(), static_cast<int>(where.line()), where.function_name()) {}
 
+  // The place of the call. The arguments are the compiler's to give.
   static constexpr WyCallSite Here(const char* pszFile = __builtin_FILE(),
                                    int iLine = __builtin_LINE(),
                                    const char* pszFunction = __builtin_FUNCTION()) {
     return {pszFile, iLine, pszFunction};
   }
 
-  const char* pszFile;  // path; records show what is behind its last "/"
-  int iLine;            // from 1; 0 for none
-  const char* pszFunction;
+  const char* pszFile;      // path; records show what is behind its last "/"
+  int iLine;                // from 1; 0 for none
+  const char* pszFunction;  // its bare name
 };
 
 // The same as a macro, for compilers that do not know the place of a caller: WyLog({Id, WY_HERE}).
 #define WY_HERE WyCallSite(__FILE__, __LINE__, static_cast<const char*>(__func__))
 
-// A message's identifier, and the place that logs it. Made from the identifier alone, at the call.
+// A message's identifier, and the place that logs it.
 struct WyMessageAt {
+  // Made from the identifier alone at the call of WyLog, hence with the place of that call.
   constexpr WyMessageAt(unsigned int uMessageId, const WyCallSite& place = WyCallSite::Here())
       : uId(uMessageId), where(place) {}
 
-  unsigned int uId;
-  WyCallSite where;
+  unsigned int uId;  // see WyMessageId
+  WyCallSite where;  // of the call
 };
 
 // ---- Arguments ----------------------------------------------------------------------------------
@@ -102,7 +105,7 @@ struct HasText<T, std::enable_if_t<std::is_convertible_v<decltype(std::declval<c
 template <typename>
 inline constexpr bool IsUnknown = false;
 
-// A value as a text that lives as long as the value and the answer do.
+// A value as a text, which lives as long as the value and the answer do.
 template <typename T>
 auto ToText(const T& value) {
   if constexpr (std::is_same_v<T, bool>) {
@@ -142,8 +145,7 @@ bool WyLog(CWyLogger& logger, const WyMessageAt& message, const Arguments&... ar
 }
 template <typename... Arguments>
 bool WyLog(const WyMessageAt& message, const Arguments&... arguments) {
-  CWyLogger* const pLogger = theLogger();
-  return pLogger != nullptr && WyLog(*pLogger, message, arguments...);
+  return WyLog(*theLogger(), message, arguments...);
 }
 
 // The same for a message whose component has a printf pattern in the place of a key: a line "[pid/
@@ -160,8 +162,7 @@ bool WyLogPrintf(CWyLogger& logger, const WyMessageAt& message, Arguments... arg
 }
 template <typename... Arguments>
 bool WyLogPrintf(const WyMessageAt& message, Arguments... arguments) {
-  CWyLogger* const pLogger = theLogger();
-  return pLogger != nullptr && WyLogPrintf(*pLogger, message, arguments...);
+  return WyLogPrintf(*theLogger(), message, arguments...);
 }
 
 // ---- Audit records ------------------------------------------------------------------------------
@@ -170,7 +171,8 @@ bool WyLogPrintf(const WyMessageAt& message, Arguments... arguments) {
 // format makes, without a prolog: in a file of lines it ends with "\n".
 //
 // True when the logger's output has taken the record: a host that must not act without an audit
-// record looks at the answer. False also without an output and for a null or empty format.
+// record looks at the answer. False also without an output and for a null or empty format. Throws
+// std::bad_alloc when there is no memory for a record of 4096 bytes and more.
 inline bool WyAuditVA(CWyLogger& logger, const char* pszFormat, va_list args)
     __attribute__((format(printf, 2, 0)));
 inline bool WyAudit(CWyLogger& logger, const char* pszFormat, ...)
@@ -189,11 +191,9 @@ inline bool WyAudit(CWyLogger& logger, const char* pszFormat, ...) {
   return bLogged;
 }
 inline bool WyAudit(const char* pszFormat, ...) {
-  CWyLogger* const pLogger = theLogger();
-  if (pLogger == nullptr) return false;
   va_list args;
   va_start(args, pszFormat);
-  const bool bLogged = WyAuditVA(*pLogger, pszFormat, args);
+  const bool bLogged = WyAuditVA(*theLogger(), pszFormat, args);
   va_end(args);
   return bLogged;
 }
@@ -330,16 +330,20 @@ void CWyTraceRecord::FillIn(WyField::Number field, const Value& value) {
 
 namespace WyLogDetail {
 
-// The process logger, which never moves: its address is asked for once. Each module has its own
-// note of it, which does not keep the module from being unloaded.
-WYERRLOG_LOCAL inline CWyLogger* ProcessLogger() {
+// As long as there is no memory to make the process logger, theLogger answers another one, which
+// has no components and is not noted.
+[[gnu::noinline]] inline CWyLogger& AskForProcessLogger(std::atomic<CWyLogger*>& note) {
+  CWyLogger* const pLogger = theLogger();
+  if (pLogger->GetAvailableComponents() != nullptr) note.store(pLogger, std::memory_order_release);
+  return *pLogger;
+}
+
+// The process logger, which never moves once it is made: its address is asked for once. Each module
+// has its own note of it, which does not keep the module from being unloaded.
+WYERRLOG_LOCAL inline CWyLogger& ProcessLogger() {
   static std::atomic<CWyLogger*> s_pLogger{nullptr};
-  CWyLogger* pLogger = s_pLogger.load(std::memory_order_acquire);
-  if (__builtin_expect(pLogger == nullptr, false)) {
-    pLogger = theLogger();
-    s_pLogger.store(pLogger, std::memory_order_release);
-  }
-  return pLogger;
+  CWyLogger* const pLogger = s_pLogger.load(std::memory_order_acquire);
+  return pLogger != nullptr ? *pLogger : AskForProcessLogger(s_pLogger);
 }
 
 // The second look, for the few calls that pass the first one.
@@ -354,10 +358,7 @@ inline CWyTraceData* TakeTraceData(CWyLogger& logger, unsigned int uId) {
   return __builtin_expect(logger.MayTrace(uId), false) ? TakeTraceDataIfTraced(logger, uId)
                                                        : nullptr;
 }
-inline CWyTraceData* TakeTraceData(unsigned int uId) {
-  CWyLogger* const pLogger = ProcessLogger();
-  return pLogger != nullptr ? TakeTraceData(*pLogger, uId) : nullptr;
-}
+inline CWyTraceData* TakeTraceData(unsigned int uId) { return TakeTraceData(ProcessLogger(), uId); }
 
 // Comes last in a statement, and writes when nothing before it has thrown.
 struct CWyTraceWriter {

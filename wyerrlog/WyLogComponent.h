@@ -14,8 +14,8 @@
 
 // One sub-component. The texts are ended by zero bytes up to the array's size.
 struct WyErrSubComponentInfo {
-  char szAbbrName[24];  // not used by the library
-  char szName[32];
+  char szAbbrName[24];         // not used by the library
+  char szName[32];             // in trace configuration files, behind the component's and "/"
   const char* pszDescription;  // one line
 };
 
@@ -41,6 +41,7 @@ class WYERRLOG_API CWyErrLogComponent {
   // long as the component.
   virtual const char* FetchMessage(unsigned int uId) = 0;
 
+  // What the constructor was given.
   unsigned int GetComponentID() const { return m_uId; }
   const char* GetComponentAbbrName() const { return m_pszAbbrName; }
   const char* GetComponentName() const { return m_pszName; }

@@ -7,6 +7,7 @@
 
 namespace WyField {
 
+// A field's number, its row in the table.
 enum Number : unsigned int {
   Message = 0,
   SrcFile = 1,

@@ -15,23 +15,35 @@
 
 // The output interface. The order of the virtual operations is part of it.
 //
-// Open, Close and SetHeaders are called by one thread at a time and never together with Log; Log is
-// called by many threads at once. When Log has answered true the text has been handed over: to the
-// system with one call, or to the host's function.
+// An output belongs to its maker until a logger has installed it, then to the logger, which closes
+// and deletes it. Open, Close and SetHeaders are called by one thread at a time and never together
+// with Log; Log is called by many threads at once, on the threads that log. When Log has answered
+// true the text has been handed over: to the system with one call, or to the host's function.
+//
+// A forked child has its parent's installed outputs, open, and writes through them. At process exit
+// the loggers close and delete theirs.
+//
+// A host may derive outputs of its own. What their operations throw passes through to the caller of
+// the logger's operation.
 class WYERRLOG_API CWyLogOutput {
  public:
-  CWyLogOutput();
-  virtual ~CWyLogOutput();
+  CWyLogOutput();           // type -1
+  virtual ~CWyLogOutput();  // does not close: the logger does
   CWyLogOutput(const CWyLogOutput&) = delete;
   CWyLogOutput& operator=(const CWyLogOutput&) = delete;
 
+  // Makes the output ready to be written to; called once, by the operation that installs it. False
+  // when that is not possible: it is not installed then.
   virtual bool Open() = 0;
+  // Writes the message's text, which is the message's and valid during the call. False when it
+  // could not be handed over.
   virtual bool Log(CWyErrLogMessage& msg) = 0;
   virtual bool Flush();  // true: nothing is ever held back
+  // Ends the use of what Open took. False when it is not open.
   virtual bool Close() = 0;
   virtual void EnableBuffering(bool bEnable);  // no effect: every message is its own system call
-  virtual bool IsBufferingEnabled();
-  virtual bool IsBufferingSupported();
+  virtual bool IsBufferingEnabled();           // false
+  virtual bool IsBufferingSupported();         // false
   // Two lines for the top of every new file; kept by file outputs alone.
   virtual void SetHeaders(CWyErrLogMessage& first, CWyErrLogMessage& second);
   // Whether the text may be used after Log has returned. Such an output cannot be the first of two.
@@ -50,16 +62,16 @@ class WYERRLOG_API CWyLogOutput {
 // ---- Console ------------------------------------------------------------------------------------
 
 // The process's one handle of the controlling terminal ("/dev/tty"), shared by all console outputs
-// and open while one of them is.
+// and open while one of them is. Inside the library alone.
 class CWyConsoleManager {
  public:
-  CWyConsoleManager();
-  virtual ~CWyConsoleManager();
+  CWyConsoleManager();           // no terminal is open
+  virtual ~CWyConsoleManager();  // nor closed
   CWyConsoleManager(const CWyConsoleManager&) = delete;
   CWyConsoleManager& operator=(const CWyConsoleManager&) = delete;
 
-  int GetConsoleHandle();  // takes a reference; -1, and none, when there is no terminal
-  void ReleaseConsoleHandle();
+  int GetConsoleHandle();       // takes a reference; -1, and none, when there is no terminal
+  void ReleaseConsoleHandle();  // gives one up; the last one closes the terminal
 
  private:
   CWyErrLogCS m_cs;
@@ -70,16 +82,18 @@ class CWyConsoleManager {
 // Made by the first call and alive for as long as any logger is.
 CWyConsoleManager* theConsoleManager();
 
-// Writes to the controlling terminal. Open fails without one, and when it is open already.
+// Writes to the controlling terminal, "/dev/tty", wherever standard output and error go; one
+// `write` per message, which waits while the terminal is stopped. Open fails without a terminal,
+// and when it is open already. A forked child writes through the parent's descriptor.
 class WYERRLOG_API CWyConsoleOutput : public CWyLogOutput {
  public:
-  CWyConsoleOutput();
+  CWyConsoleOutput();            // type 0, not open
   ~CWyConsoleOutput() override;  // does not give up the terminal: Close does
 
   bool Open() override;
   bool Log(CWyErrLogMessage& msg) override;
   bool Close() override;
-  virtual bool SetParams();
+  virtual bool SetParams();  // there are none; true
 
  private:
   int m_hConsole;  // -1 when not open
@@ -97,22 +111,23 @@ class WYERRLOG_API CWyConsoleOutput : public CWyLogOutput {
 //   3     appended to                 yes
 //   4     moved to a backup           yes
 //
-// Several threads write at once; the system appends their messages one after another. Several
-// processes may append to one file; only one may roll it over. A forked child writes through the
-// parent's descriptor. Files are closed in programs that the process executes.
+// Several threads write at once; the system appends their messages one after another (O_APPEND),
+// and keeps them when the process dies. Nothing is forced to the disk (fsync). Several processes
+// may append to one file; only one may roll it over. A forked child writes through the parent's
+// descriptor. Files are closed in programs that the process executes (O_CLOEXEC).
 //
 // The path must lead to a regular file or a character device, or to nothing yet; anything else is
 // refused, without waiting for the other end of a pipe. Only regular files are rolled over.
 //
 // When Log has answered true, the whole message is with the system. A write that the system cuts
-// short is continued at once. When the rest is refused, as on a full disk, Log answers false and a
-// part of the message stays in the file; if the message was a line, the next one that is written
-// begins on a line of its own. No failed write closes the file: a disk with room again is written
-// to again.
+// short is continued at once; a message that another thread has on its way may come between. When
+// the rest is refused, as on a full disk, Log answers false and a part of the message stays in the
+// file; if the message was a line, the next one that is written begins on a line of its own. No
+// failed write closes the file: a disk with room again is written to again.
 class WYERRLOG_API CWyFileOutput : public CWyLogOutput {
  public:
-  CWyFileOutput();
-  ~CWyFileOutput() override;
+  CWyFileOutput();            // type 1, without a file; SetParams names it
+  ~CWyFileOutput() override;  // closes
 
   bool Open() override;
   bool Log(CWyErrLogMessage& msg) override;
@@ -154,6 +169,7 @@ class WYERRLOG_API CWyFileOutput : public CWyLogOutput {
   // Whether a directory entry's name is a backup of the log file of the given name.
   bool IsBackedUpFile(const char* pszName, const char* pszBaseName);
 
+  // Writes the two lines that SetHeaders was given.
   void LogHeaders();
 
  private:
@@ -191,77 +207,84 @@ class WYERRLOG_API CWyFileOutput : public CWyLogOutput {
 
 // ---- Callbacks ----------------------------------------------------------------------------------
 
-// The host's functions receive the text, ended by a zero byte, and its length in bytes. They run on
-// the thread that logs, several at once, while the logger's output is locked for reading: they must
-// not install or remove outputs of that logger, and a message they log to the same log is refused
-// (false). A null function is never called: Log then answers false.
-
-// The text is valid during the call.
+// Hands each text to a function of the host: ended by a zero byte, with its length in bytes, valid
+// during the call. So do the three classes below.
+//
+// The function runs on the thread that logs, several at once, while the log is held for reading:
+// what it asks of that log is refused (see CWyLogger), a message that it logs to it, say. What it
+// throws passes through to the caller of the logger. A null function is never called: Log then
+// answers false.
 class WYERRLOG_API CWySyncCallbackOutput : public CWyLogOutput {
  public:
-  using Callback = void (*)(const char* pszText, int iLength);
+  using Callback = void (*)(const char* pszText, int iLength);  // the host's function
 
-  CWySyncCallbackOutput();
+  CWySyncCallbackOutput();  // type 2, without a function
   ~CWySyncCallbackOutput() override;
 
   bool Open() override;
   bool Log(CWyErrLogMessage& msg) override;
-  bool Close() override;  // forgets the function
-  virtual bool SetParams(Callback pfnCallback);
+  bool Close() override;                         // forgets the function
+  virtual bool SetParams(Callback pfnCallback);  // always true
 
  private:
   Callback m_pfnCallback;
 };
 
-// The receiver calls `pfnFree` with the text when it is done with it; the text is valid during the
-// call of the callback all the same.
+// The same for functions that call `pfnFree` with the text when they are done with it. The text is
+// valid during the call all the same: who needs it for longer copies it. Such an output cannot be
+// the first of two trace outputs.
 class WYERRLOG_API CWyAsyncCallbackOutput : public CWyLogOutput {
  public:
+  // The host's function.
   using Callback = void (*)(const char* pszText, int iLength, void (*pfnFree)(char*));
 
-  CWyAsyncCallbackOutput();
+  CWyAsyncCallbackOutput();  // type 3, without a function
   ~CWyAsyncCallbackOutput() override;
 
   bool Open() override;
   bool Log(CWyErrLogMessage& msg) override;
-  bool Close() override;  // keeps the function
-  bool IsAsync() override;
-  virtual bool SetParams(Callback pfnCallback);
+  bool Close() override;                         // keeps the function
+  bool IsAsync() override;                       // true
+  virtual bool SetParams(Callback pfnCallback);  // always true
 
  private:
   Callback m_pfnCallback;
 };
 
-// Passes the host's parameter too. Neither it nor the function may be null: Open then fails.
+// The first with a parameter of the host, which stays the host's and must live as long as the
+// output. Neither it nor the function may be null: Open then fails.
 class WYERRLOG_API CWySyncParameterizedCallbackOutput : public CWyLogOutput {
  public:
+  // The host's function.
   using Callback = void (*)(const char* pszText, int iLength, void* pParam);
 
-  CWySyncParameterizedCallbackOutput();
+  CWySyncParameterizedCallbackOutput();  // type 4, without a function
   ~CWySyncParameterizedCallbackOutput() override;
 
   bool Open() override;
   bool Log(CWyErrLogMessage& msg) override;
-  bool Close() override;  // forgets function and parameter
-  virtual bool SetParams(Callback pfnCallback, void* pParam);
+  bool Close() override;                                       // forgets function and parameter
+  virtual bool SetParams(Callback pfnCallback, void* pParam);  // always true
 
  private:
   Callback m_pfnCallback;
   void* m_pParam;
 };
 
+// The asynchronous one with a parameter of the host; see the two above.
 class WYERRLOG_API CWyAsyncParameterizedCallbackOutput : public CWyLogOutput {
  public:
+  // The host's function.
   using Callback = void (*)(const char* pszText, int iLength, void (*pfnFree)(char*), void* pParam);
 
-  CWyAsyncParameterizedCallbackOutput();
+  CWyAsyncParameterizedCallbackOutput();  // type 5, without a function
   ~CWyAsyncParameterizedCallbackOutput() override;
 
   bool Open() override;
   bool Log(CWyErrLogMessage& msg) override;
-  bool Close() override;  // keeps function and parameter
-  bool IsAsync() override;
-  virtual bool SetParams(Callback pfnCallback, void* pParam);
+  bool Close() override;                                       // keeps function and parameter
+  bool IsAsync() override;                                     // true
+  virtual bool SetParams(Callback pfnCallback, void* pParam);  // always true
 
  private:
   Callback m_pfnCallback;

@@ -49,27 +49,32 @@ class WYERRLOG_API CWyLogger {
   CWyLogger(const CWyLogger&) = delete;
   CWyLogger& operator=(const CWyLogger&) = delete;
 
-  // Init is part of construction. Release takes a logger out of use: it removes the outputs and the
-  // configuration and gives up the components; log calls and decisions answer false afterwards, and
-  // installing an output does. Init makes it usable again. Each does nothing when it is done
-  // already.
+  // Makes a released logger usable again, with its components loaded and without outputs. Part of
+  // construction; does nothing on a logger that is in use.
   void Init();
+
+  // Takes a logger out of use: waits for the calls under way, closes and deletes the outputs,
+  // removes the configuration and gives up the components. From then on log calls and decisions
+  // answer false, and installing an output does. The first logger of a process to be released
+  // unloads the component libraries (dlclose). Does nothing on a released logger.
   void Release();
 
   // ---- Outputs ----------------------------------------------------------------------------------
 
-  // Makes an output; null when its parameters are refused (see the SetParams of its class). It
-  // belongs to the caller until an installing call succeeds, then to the logger. The number is not
-  // consulted: the form of the call chooses the kind.
-  CWyLogOutput* NewLogOutput(int iType);
-  CWyLogOutput* NewLogOutput(int iType, const char* pszFileName, int iMode, int iMaxSizeMB,
-                             int iMaxBackups);
-  CWyLogOutput* NewLogOutput(int iType, CWySyncCallbackOutput::Callback pfnCallback);
-  CWyLogOutput* NewLogOutput(int iType, CWySyncParameterizedCallbackOutput::Callback pfnCallback,
-                             void* pParam);
-  CWyLogOutput* NewLogOutput(int iType, CWyAsyncCallbackOutput::Callback pfnCallback);
-  CWyLogOutput* NewLogOutput(int iType, CWyAsyncParameterizedCallbackOutput::Callback pfnCallback,
-                             void* pParam);
+  // Makes an output: for the terminal, a file or a function of the host. Null when its parameters
+  // are refused (see the SetParams of its class) and when memory is lacking. It belongs to the
+  // caller, who passes it to DeleteLogOutput, until an installing call succeeds; then to the
+  // logger. The number is not consulted: the form of the call chooses the kind.
+  [[nodiscard]] CWyLogOutput* NewLogOutput(int iType);
+  [[nodiscard]] CWyLogOutput* NewLogOutput(int iType, const char* pszFileName, int iMode,
+                                           int iMaxSizeMB, int iMaxBackups);
+  [[nodiscard]] CWyLogOutput* NewLogOutput(int iType, CWySyncCallbackOutput::Callback pfnCallback);
+  [[nodiscard]] CWyLogOutput* NewLogOutput(int iType,
+                                           CWySyncParameterizedCallbackOutput::Callback pfnCallback,
+                                           void* pParam);
+  [[nodiscard]] CWyLogOutput* NewLogOutput(int iType, CWyAsyncCallbackOutput::Callback pfnCallback);
+  [[nodiscard]] CWyLogOutput* NewLogOutput(
+      int iType, CWyAsyncParameterizedCallbackOutput::Callback pfnCallback, void* pParam);
 
   // Deletes an output that the caller still owns; null is fine. An output of the host's own kind is
   // left alone.
@@ -81,20 +86,24 @@ class WYERRLOG_API CWyLogger {
   // be opened, the answer is false, the error log has no output and the new one stays the caller's.
   // For null, for the output already installed and on a released logger the answer is false and
   // nothing changes.
-  bool SetLogOutput(CWyLogOutput* pOutput);
+  [[nodiscard]] bool SetLogOutput(CWyLogOutput* pOutput);
   // The same for a caller that holds the error log's guard for writing.
-  bool SetLogOutput_Unlocked(CWyLogOutput* pOutput);
+  [[nodiscard]] bool SetLogOutput_Unlocked(CWyLogOutput* pOutput);
+  // Closes and deletes the installed output; none is fine.
   void DisableLog();
 
-  // Writes the message's text. False without an output, and when the output could not take it; the
-  // message is not tried again.
+  // Writes the message's text, which stays the caller's, on this thread: when it answers true, the
+  // output has handed it over. False without an output, for a message that is incomplete, and when
+  // the output could not take it; the message is not tried again.
   bool LogErrMsg(CWyErrLogMessage& msg);
 
   // ---- Audit log --------------------------------------------------------------------------------
 
-  // As SetLogOutput, DisableLog and LogErrMsg, for the audit log.
-  bool EnableAuditLogRollover(CWyLogOutput* pOutput);
+  // As SetLogOutput, for the audit log. Whether the log is rolled over is the output's matter.
+  [[nodiscard]] bool EnableAuditLogRollover(CWyLogOutput* pOutput);
+  // As DisableLog, for the audit log.
   void DisableAuditLog();
+  // As LogErrMsg, for the audit log.
   bool LogAuditMsg(CWyErrLogMessage& msg);
 
   // ---- Trace ------------------------------------------------------------------------------------
@@ -111,11 +120,12 @@ class WYERRLOG_API CWyLogger {
   // without a configuration, a released logger. False, and the outputs installed before are gone
   // (the configuration too, unless `bOutputOnly`): when an output cannot be opened. Outputs that
   // were not installed stay the caller's.
-  bool EnableTrace(CWyLogOutput* pOutput, CWyLogOutput* pSecondOutput, int iFormat,
-                   const char* pszDelimiter, const char* pszConfigFile, bool bUseLocalTime,
-                   bool bOutputOnly, bool bBuffered);
-  bool EnableTrace(CWyLogOutput* pOutput, int iFormat, const char* pszDelimiter,
-                   const char* pszConfigFile, bool bUseLocalTime, bool bOutputOnly, bool bBuffered);
+  [[nodiscard]] bool EnableTrace(CWyLogOutput* pOutput, CWyLogOutput* pSecondOutput, int iFormat,
+                                 const char* pszDelimiter, const char* pszConfigFile,
+                                 bool bUseLocalTime, bool bOutputOnly, bool bBuffered);
+  [[nodiscard]] bool EnableTrace(CWyLogOutput* pOutput, int iFormat, const char* pszDelimiter,
+                                 const char* pszConfigFile, bool bUseLocalTime, bool bOutputOnly,
+                                 bool bBuffered);
 
   // Removes configuration and outputs, or the primary output alone.
   void DisableTrace(bool bOutputOnly);
@@ -123,23 +133,23 @@ class WYERRLOG_API CWyLogger {
   // The question to ask first, which the compiler answers at the place of the call with two loads:
   // false when nothing at all is traced or the component is known not to be; true when one of the
   // questions below must be asked. A component becomes known by the first of those.
-  bool MayTrace(unsigned int uId) const {
+  [[nodiscard]] bool MayTrace(unsigned int uId) const {
     return m_pTraceData.load(std::memory_order_relaxed) != nullptr &&
            m_aiTraceDecision[uId >> 24][(uId >> 16) & 0xFF].load(std::memory_order_relaxed) >= 0;
   }
 
   // Whether tracing is on and the component of the identifier (bits 16 to 31) is traced; for 0,
   // whether tracing is on. The usual answer, false, takes no lock.
-  bool TraceEnabled(unsigned int uId);
+  [[nodiscard]] bool TraceEnabled(unsigned int uId);
 
   // The same for a caller with a record of its own, which is brought up to the installed
   // configuration; its values stay.
-  bool ShouldTrace(unsigned int uId, CWyTraceData* pData);
+  [[nodiscard]] bool ShouldTrace(unsigned int uId, CWyTraceData* pData);
 
   // The same with the calling thread's own record for this logger, which is the logger's and lives
   // as long as the thread. `*ppData` must be null on the way in: a record that is already taken is
   // not taken again (false).
-  bool ShouldTraceAlloc(unsigned int uId, CWyTraceData** ppData);
+  [[nodiscard]] bool ShouldTraceAlloc(unsigned int uId, CWyTraceData** ppData);
 
   // Writes to every installed trace output. True when there is one and each took the message.
   bool LogTraceMsg(CWyErrLogMessage& msg);
@@ -148,7 +158,7 @@ class WYERRLOG_API CWyLogger {
 
   // The message key (or printf pattern) and the name of the bundle of an identifier's message; null
   // when the logger is released or knows no such component or message. The texts belong to the
-  // component and stay valid until the logger is released.
+  // component and stay valid until the logger is released. No lock is taken.
   const char* FetchMsg(unsigned int uId) const;
   const char* GetMsgBundle(unsigned int uId) const;
 
@@ -158,8 +168,14 @@ class WYERRLOG_API CWyLogger {
   const char* GetAvailableComponents() const;
   const char* GetAvailableDataFields() const;
 
+  // Steps of Init and Release, which hosts need not call. LoadComponent loads a component library
+  // by its short name (see WyErrLogUtilLoadLibrary) and answers what its GetComponentPtr answers;
+  // null when there is no such library or entry point. The identifier is not consulted: components
+  // know theirs. The component belongs to its library.
   CWyErrLogComponent* LoadComponent(unsigned long uId, const char* pszLibName);
+  // Closes the library that LoadComponent has opened for the component (dlclose).
   void UnloadComponent(CWyErrLogComponent* pComponent);
+  // Makes the two lists above afresh. False when memory is lacking.
   bool InitKnownInfo();
 
   // ---- Settings ---------------------------------------------------------------------------------
@@ -168,7 +184,8 @@ class WYERRLOG_API CWyLogger {
   void SetExecutionTimeThreshold(int iThreshold);
   int GetExecutionTimeThreshold() const;
 
-  // Whether messages made for this logger show local time; UTC at first.
+  // Whether dates are in local time; UTC at first. EnableTrace sets it too. Messages ask for it
+  // when they are made: CWyErrLogMessage(logger.ShouldUseLocalTime()).
   void UseLocalTime(bool bUseLocalTime);
   bool ShouldUseLocalTime() const;
 
@@ -269,10 +286,9 @@ class WYERRLOG_API CWyLogger {
 
 // The process-wide logger, made by the first call; never null. (As long as there is no memory to
 // make it, a logger that is released for good, whose calls answer false; the next call tries
-// again.) At process exit it is released, and from then on
-// its log calls answer false; threads that still run may go on calling it until the process is
-// gone. The library is not unloaded before that: a module that is unloaded removes the outputs that
-// call its functions first.
+// again.) At process exit it is released, and from then on its log calls answer false; threads that
+// still run may go on calling it until the process is gone. The library is not unloaded before
+// that: a module that is unloaded removes the outputs that call its functions first.
 WYERRLOG_API CWyLogger* theLogger();
 
 // Tracing to a file on the process logger in one call: rolled over by size when `iMaxSizeMB` is

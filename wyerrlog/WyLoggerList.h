@@ -13,11 +13,13 @@
 // loggers; any thread may call it. Using a logger and removing it must be ordered by the host: a
 // removed logger is destroyed at once.
 //
+// A forked child has the loggers of its parent, and may add and remove its own.
+//
 // What runs while a logger is made or removed, the Close of an output, say, finds the loggers that
 // are there; it can neither add nor remove one.
 class WYERRLOG_API CWyLoggerList {
  public:
-  CWyLoggerList();
+  CWyLoggerList();           // an empty registry
   virtual ~CWyLoggerList();  // destroys every logger
   CWyLoggerList(const CWyLoggerList&) = delete;
   CWyLoggerList& operator=(const CWyLoggerList&) = delete;
@@ -58,8 +60,10 @@ class WYERRLOG_API CWyLoggerList {
 WYERRLOG_API CWyLoggerList* theLoggerList();
 
 // The logger of that name in the process's registry, made when there is none; null for a null or
-// empty name. And the removal of one: see RemoveLogger.
+// empty name, and when memory is lacking. It belongs to the registry.
 WYERRLOG_API CWyLogger* getMyLogger(const char* pszName);
+
+// Destroys the logger of that name in the process's registry: see CWyLoggerList::RemoveLogger.
 WYERRLOG_API bool removeMyLogger(const char* pszName);
 
 #endif

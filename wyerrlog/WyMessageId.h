@@ -18,6 +18,8 @@
 //
 // All of it is constant expressions: any thread, any time, no state.
 
+// How grave a message is: bits 14 and 15. In lines of the error log these are "INVALID MESSAGE
+// TYPE", "INFO", "WARNING" and "ERROR".
 enum class WySeverity : unsigned int { Invalid, Information, Warning, Error };
 
 // A component by its number, 1 to 255, or its sub-component of that number.
@@ -31,11 +33,18 @@ constexpr unsigned int WyMessageId(unsigned int uComponentId, WySeverity severit
   return uComponentId | (static_cast<unsigned int>(severity) << 14) | uNumber;
 }
 
+// The number of a component, 1 to 255, from any identifier that it has given.
 constexpr unsigned int WyComponentNumber(unsigned int uId) { return uId >> 24; }
+
+// The number of the sub-component, 0 for none.
 constexpr unsigned int WySubComponentNumber(unsigned int uId) { return (uId >> 16) & 0xFF; }
+
+// The severity of a message.
 constexpr WySeverity WyMessageSeverity(unsigned int uMessageId) {
   return static_cast<WySeverity>((uMessageId >> 14) & 3);
 }
+
+// The number of a message within its component, 1 to 16383.
 constexpr unsigned int WyMessageNumber(unsigned int uMessageId) { return uMessageId & 0x3FFF; }
 
 #endif

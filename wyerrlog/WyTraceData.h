@@ -32,12 +32,12 @@ struct WyTraceDataFieldInfo {
   bool bFiltered;          // has a filter
   unsigned int uId;        // field number, 0 to 65
   const char* pszName;     // from the known data fields
-  unsigned int uWidth;     // column width, characters
+  unsigned int uWidth;     // column width, bytes
   char* pszFilter;         // filter text, null without a filter
   unsigned int uFilterOp;  // 1 "==", 2 "!=", 7 "@@" (holds), 8 "!@" (does not hold)
   char* pszValue;          // the value: szValue, or heap memory for a longer one
-  bool bValueAllocated;
-  char szValue[1024];
+  bool bValueAllocated;    // which is heap memory
+  char szValue[1024];      // texts of up to 1023 bytes
 };
 
 // One trace call, when the logger has said that its component is traced:
@@ -45,19 +45,23 @@ struct WyTraceDataFieldInfo {
 //   CWyTraceData* pData = nullptr;
 //   if (pLogger->ShouldTraceAlloc(uComponentId, &pData)) {
 //     CWyTraceSupresser suppress;
-//     bool bWanted = !pData->FieldTraced(9) || pData->SetFieldValue(9, "alice");
+//     bool bWanted = !pData->FieldTraced(WyField::User) ||
+//                    pData->SetFieldValue(WyField::User, "alice");
 //     ... further fields, until one answers false: its filter drops the record
 //     if (bWanted && pData->Format()) pData->Log();
 //     pData->LeaveNoBody();
 //   }
+//
+// WY_TRACE (WyLog.h) does all that in one statement, and empties the record also when an argument
+// or the host's callback throws.
 //
 // A record belongs to one thread at a time and takes no lock. It shares the texts and tables of its
 // configuration, which live until the last record that uses them lets go, whatever happens to the
 // logger's configuration in between. An object is about 70 KiB; one on the stack needs that room.
 class WYERRLOG_API CWyTraceData {
  public:
-  static constexpr unsigned int FieldCount = WyField::Count;
-  static constexpr int InlineValueSize = 1024;  // bytes, with the terminator
+  static constexpr unsigned int FieldCount = WyField::Count;  // of a configuration, and a record
+  static constexpr int InlineValueSize = 1024;                // bytes, with the terminator
 
   CWyTraceData();
   virtual ~CWyTraceData();
@@ -91,7 +95,12 @@ class WYERRLOG_API CWyTraceData {
   WyTraceDataFieldInfo* GetDataFieldInfo(unsigned int uId);
   WyTraceDataFieldInfo* GetDataFieldInfo(const char* pszName);
 
+  // Whether the configuration selects the component of the identifier. The logger keeps the
+  // answers: callers ask it.
   bool ComponentSelected(unsigned int uId);
+
+  // Whether the field stands on the "data" line, and whether it has a filter; false for field
+  // numbers of 66 and more.
   bool FieldTraced(unsigned int uId) const { return uId < FieldCount && m_fields[uId].bTraced; }
   bool FieldFiltered(unsigned int uId) const { return uId < FieldCount && m_fields[uId].bFiltered; }
 
@@ -210,24 +219,29 @@ class WYERRLOG_API CWyTraceData {
 // ---- Per thread ---------------------------------------------------------------------------------
 
 // Switches tracing off for the calling thread while a record is built and written, so that nothing
-// called on the way traces again. It does not count: the end of any holder switches tracing on.
+// called on the way traces again. It does not count: the end of any holder switches tracing on. The
+// setting is a thread-specific value (pthread_setspecific), so a forked child has that of the
+// thread that forked.
 class WYERRLOG_API CWyTraceSupresser {
  public:
-  CWyTraceSupresser() { setTracing(false); }
-  ~CWyTraceSupresser() { setTracing(true); }
+  CWyTraceSupresser() { setTracing(false); }  // switches tracing off
+  ~CWyTraceSupresser() { setTracing(true); }  // and on
   CWyTraceSupresser(const CWyTraceSupresser&) = delete;
   CWyTraceSupresser& operator=(const CWyTraceSupresser&) = delete;
 
-  static bool isTracing();  // true in a new thread
+  // Whether the calling thread traces: true in a new one. The logger's decisions do not ask this,
+  // so that who traces by hand does.
+  static bool isTracing();
+  // What the objects do, for those who cannot hold one.
   static void setTracing(bool bTracing);
 };
 
-// One opaque pointer per thread for the host, the context of the request it is serving. Null until
-// set; the library never looks at it.
+// One opaque pointer per thread for the host, the context of the request it is serving. The library
+// never looks at it and does not own it. A forked child has that of the thread that forked.
 class WYERRLOG_API CWyRequestContext {
  public:
-  static void* GetRequestContextData();
-  static void SetRequestContextData(void* pData);
+  static void* GetRequestContextData();            // null until it is set
+  static void SetRequestContextData(void* pData);  // null clears it
 };
 
 #endif
