@@ -78,7 +78,9 @@ bool CWyErrLogGuard::AdmitWriter() {
 
 namespace {
 
-constinit thread_local CWyGuardHold* t_pInnermostHold = nullptr;
+// Every log call comes by twice, so it has a fixed place in the memory of the thread; a library
+// that is loaded late may have a few bytes there as well.
+[[gnu::tls_model("initial-exec")]] constinit thread_local CWyGuardHold* t_pInnermostHold = nullptr;
 
 }  // namespace
 
