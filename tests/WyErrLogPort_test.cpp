@@ -151,11 +151,11 @@ bool AgreesWithTheSystem(const char* pszFormat, Arguments... arguments) {
 }
 
 TEST(VSNPRINTFEX, FormatsEverythingAsTheSystemDoes) {
-  const char* const pszNone = nullptr;
+  const char* volatile pszNone = nullptr;  // which the compiler would warn about
   EXPECT_TRUE(AgreesWithTheSystem("%s=%d (%u%%), %i", "users", -17, 4000000000u, INT_MIN));
   EXPECT_TRUE(AgreesWithTheSystem("%ld %lu %zu", LONG_MIN, ULONG_MAX, SIZE_MAX));
   EXPECT_TRUE(AgreesWithTheSystem("[%6s][%1s][%12d][%3u]", "four", "", -17, 12345u));
-  EXPECT_TRUE(AgreesWithTheSystem("%s%%", pszNone));
+  EXPECT_TRUE(AgreesWithTheSystem<const char*>("%s%%", pszNone));
   EXPECT_TRUE(AgreesWithTheSystem("%-6s|%06d|%+d|%.2s|%*d|%x", "a", 7, 8, "cut", 5, 9, 255u));
   EXPECT_TRUE(AgreesWithTheSystem("%s then %5.1f and %lld %c%hd", "text", 2.25, 1LL << 40, 'c', 3));
 }

@@ -1,35 +1,29 @@
-#include <pthread.h>
-#include <sys/time.h>
-
 #include <algorithm>
 #include <charconv>
-#include <cstdio>
 #include <cstring>
+#include <ctime>
 #include <string_view>
 
 #include "wyerrlog/WyErrLogMessage.h"
-#include "wyerrlog/WyErrLogPrivUtil.h"
 #include "wyerrlog/WyErrLogTimeText.h"
 #include "wyerrlog/WyTextBuffer.h"
-#include "wyerrlog/thread_utility.h"
+#include "wyerrlog/WyThreadStamp.h"
 
 namespace {
 
 constexpr int SmallestPidBuffer = 10;
 constexpr int SmallestTidBuffer = 15;
 constexpr int SmallestTimeBuffer = 25;
-constexpr int ScratchSize = 128;
 constexpr std::size_t LargestLineSize = 16;  // ":2147483647]"
 
 constexpr const char* arrayWeekDay[] = {"Sun", "Mon", "Tue", "Wed", "Thu", "Fri", "Sat"};
 constexpr const char* arrayMonth[] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
                                       "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
 
-template <typename Number>
-bool WriteNumber(char* pszBuffer, int iSize, Number value) {
-  const auto result = std::to_chars(pszBuffer, pszBuffer + iSize - 1, value);
-  *result.ptr = '\0';
-  return result.ec == std::errc();
+bool Copy(std::string_view text, char* pszBuffer, int iSize) {
+  if (text.size() >= static_cast<std::size_t>(iSize)) return false;
+  pszBuffer[text.copy(pszBuffer, text.size())] = '\0';
+  return true;
 }
 
 bool IsBetween(int iValue, int iFirst, int iLast) { return iFirst <= iValue && iValue <= iLast; }
@@ -58,76 +52,16 @@ bool WriteDayYearAndTime(char* psz, std::size_t uSize, const tm& time) {
   return true;
 }
 
-// What the lines of a thread begin with: "[pid/tid][" and "date and time][". The first part stays
-// the same as long as the thread is in the same process, the second one for a second.
-class ThreadStamp {
- public:
-  // Makes it the stamp of this moment. False without the time; then there are the ids alone.
-  bool Refresh(bool bLocal) {
-    if (m_iPid != WyProcessId()) WriteIds();
-    timeval now;
-    if (gettimeofday(&now, nullptr) != 0) {
-      m_uLength = m_uIdsLength;
-      return false;
-    }
-    return IsOf(now.tv_sec, bLocal) || WriteTime(now.tv_sec, bLocal);
-  }
-
-  std::string_view Text() const { return {m_szText, m_uLength}; }
-
- private:
-  bool IsOf(time_t tSeconds, bool bLocal) const {
-    return m_tSeconds == tSeconds && m_bLocal == bLocal && m_uLength > m_uIdsLength;
-  }
-
-  void WriteIds() {
-    char szPid[ScratchSize];
-    char szTid[ScratchSize];
-    CWyErrLogMessage::GetPid(szPid, ScratchSize);
-    CWyErrLogMessage::GetTid(szTid, ScratchSize);
-    m_uIdsLength =
-        static_cast<std::size_t>(snprintf(m_szText, sizeof m_szText, "[%s/%s][", szPid, szTid));
-    m_uLength = m_uIdsLength;
-    m_iPid = WyProcessId();
-  }
-
-  bool WriteTime(time_t tSeconds, bool bLocal) {
-    m_uLength = m_uIdsLength;
-    char* const psz = m_szText + m_uIdsLength;
-    const auto iRoom = static_cast<int>(sizeof m_szText - m_uIdsLength - 2);
-    tm time;
-    if (!WyBreakDownTime(tSeconds, bLocal, time)) return false;
-    if (!CWyErrLogMessage::GetDateTime(&time, psz, iRoom)) return false;
-    m_uLength += strlen(psz);
-    m_uLength += std::string_view("][").copy(m_szText + m_uLength, 2);
-    m_tSeconds = tSeconds;
-    m_bLocal = bLocal;
-    return true;
-  }
-
-  int m_iPid = 0;
-  bool m_bLocal = false;
-  time_t m_tSeconds = 0;
-  std::size_t m_uIdsLength = 0;
-  std::size_t m_uLength = 0;
-  char m_szText[ScratchSize]{};
-};
-
-constinit thread_local ThreadStamp t_stamp;
-
-// Not inlined: the compiler would find the thread's object anew at each use.
-[[gnu::noinline]] ThreadStamp& StampOfThisThread() { return t_stamp; }
-
 }  // namespace
 
 bool CWyErrLogMessage::GetPid(char* pszBuffer, int iSize) {
   if (pszBuffer == nullptr || iSize < SmallestPidBuffer) return false;
-  return WriteNumber(pszBuffer, iSize, WyProcessId());
+  return Copy(CWyThreadStamp::OfThisThread().Pid(), pszBuffer, iSize);
 }
 
 bool CWyErrLogMessage::GetTid(char* pszBuffer, int iSize) {
   if (pszBuffer == nullptr || iSize < SmallestTidBuffer) return false;
-  return WriteNumber(pszBuffer, iSize, static_cast<unsigned int>(getThreadId(pthread_self())));
+  return Copy(CWyThreadStamp::OfThisThread().Tid(), pszBuffer, iSize);
 }
 
 bool CWyErrLogMessage::GetTime(int iForm, char* pszBuffer, bool bLocal, int iSize) {
@@ -167,15 +101,15 @@ const char* CWyErrLogMessage::PathnameFindFilePart(const char* pszPath) {
 bool CWyErrLogMessage::FormatLogProlog(const char* pszPath, int iLine, int iType) {
   m_nType = iType;
   m_pBuffer->Clear();
-  ThreadStamp& stamp = StampOfThisThread();
+  CWyThreadStamp& stamp = CWyThreadStamp::OfThisThread();
   if (!stamp.Refresh(m_bUseLocalTime)) {
-    m_pBuffer->Append(stamp.Text());
+    m_pBuffer->Append(stamp.Prolog());
     return false;
   }
   const std::string_view file = PathnameFindFilePart(pszPath);
-  char* psz = m_pBuffer->Room(stamp.Text().size() + file.size() + LargestLineSize);
+  char* psz = m_pBuffer->Room(stamp.Prolog().size() + file.size() + LargestLineSize);
   if (psz == nullptr) return false;
-  psz += stamp.Text().copy(psz, stamp.Text().size());
+  psz += stamp.Prolog().copy(psz, stamp.Prolog().size());
   psz += file.copy(psz, file.size());
   if (iLine > 0) {
     *psz++ = ':';

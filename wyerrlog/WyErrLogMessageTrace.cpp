@@ -13,6 +13,13 @@ enum Layout { Bracketed = 0, FixedWidth = 1, Delimited = 2, Xml = 3 };
 
 std::string_view ViewOf(const char* pszText) { return pszText != nullptr ? pszText : ""; }
 
+// A function of its own, so that the other layouts save no registers for it.
+[[gnu::noinline]] void AppendElement(CWyTextBuffer& text, std::string_view name,
+                                     std::string_view value) {
+  text.Append(std::string_view("\t<"), name, '>', value, std::string_view("</"), name,
+              std::string_view(">\n"));
+}
+
 }  // namespace
 
 // ---- Trace records ------------------------------------------------------------------------------
@@ -27,22 +34,13 @@ void CWyErrLogMessage::BeginTraceFormat(int iFormat, bool bUseLocalTime, const c
 
 void CWyErrLogMessage::FormatTraceField(const char* pszValue, const char* pszName) {
   const std::string_view value = ViewOf(pszValue);
-  switch (m_nTraceFormat) {
-    case Bracketed:
-      m_pBuffer->Append('[', value, ']');
-      break;
-    case Delimited:
-      m_pBuffer->Append(ViewOf(m_bFirstField ? "" : m_pszTraceTag), value);
-      m_bFirstField = false;
-      break;
-    case Xml: {
-      const std::string_view name = ViewOf(pszName);
-      m_pBuffer->Append(std::string_view("\t<"), name, '>', value, std::string_view("</"), name,
-                        std::string_view(">\n"));
-      break;
-    }
-    default:
-      break;
+  if (m_nTraceFormat == Bracketed) {
+    m_pBuffer->Append('[', value, ']');
+  } else if (m_nTraceFormat == Delimited) {
+    m_pBuffer->Append(ViewOf(m_bFirstField ? "" : m_pszTraceTag), value);
+    m_bFirstField = false;
+  } else if (m_nTraceFormat == Xml) {
+    AppendElement(*m_pBuffer, ViewOf(pszName), value);
   }
 }
 

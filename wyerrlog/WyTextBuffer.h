@@ -40,11 +40,11 @@ class CWyTextBuffer {
   template <typename... Pieces>
   void Append(const Pieces&... pieces) {
     const std::size_t uSize = (SizeOf(pieces) + ...);
-    std::unique_ptr<char[]> pPrevious;
-    if (!HasRoom(uSize) && !Grow(uSize, pPrevious)) return;
-    char* pEnd = m_pText.get() + m_uSize;
-    ((pEnd = Copy(pieces, pEnd)), ...);
-    AppendedUpTo(pEnd);
+    if (HasRoom(uSize)) {
+      CopyAll(pieces...);
+    } else {
+      AppendAndGrow(uSize, pieces...);
+    }
   }
   void AppendBlanks(std::size_t uCount) {
     if (char* const pEnd = Room(uCount)) {
@@ -81,6 +81,19 @@ class CWyTextBuffer {
 
   // Not in an incomplete text.
   bool HasRoom(std::size_t uSize) const { return m_uCapacity - m_uSize > uSize && !m_bIncomplete; }
+  template <typename... Pieces>
+  void CopyAll(const Pieces&... pieces) {
+    char* pEnd = m_pText.get() + m_uSize;
+    ((pEnd = Copy(pieces, pEnd)), ...);
+    AppendedUpTo(pEnd);
+  }
+
+  template <typename... Pieces>
+  [[gnu::noinline]] void AppendAndGrow(std::size_t uSize, const Pieces&... pieces) {
+    std::unique_ptr<char[]> pPrevious;
+    if (Grow(uSize, pPrevious)) CopyAll(pieces...);
+  }
+
   // Makes room for `uSize` bytes more; `pPrevious` gets the memory that the text was in.
   bool Grow(std::size_t uSize, std::unique_ptr<char[]>& pPrevious);
 

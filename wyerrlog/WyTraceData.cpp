@@ -10,6 +10,7 @@
 
 #include "wyerrlog/WyErrLogPort.h"
 #include "wyerrlog/WyErrLogTimeText.h"
+#include "wyerrlog/WyThreadStamp.h"
 
 namespace {
 
@@ -30,6 +31,12 @@ void CopyAllButValue(WyTraceDataFieldInfo& target, const WyTraceDataFieldInfo& s
   target.uWidth = source.uWidth;
   target.pszFilter = source.pszFilter;
   target.uFilterOp = source.uFilterOp;
+}
+
+// Answers the end of what it wrote.
+char* Copy(std::string_view text, char* pszTo) {
+  std::memcpy(pszTo, text.data(), text.size());
+  return pszTo + text.size();
 }
 
 template <typename Number>
@@ -117,9 +124,9 @@ bool CWyTraceData::SetFieldValue(unsigned int uId, int iValue) {
   char* pszValue = ValueToSet(uId);
   if (pszValue == nullptr) return false;
   if (uId == WyField::Pid) {
-    CWyErrLogMessage::GetPid(pszValue, InlineValueSize);
+    *Copy(CWyThreadStamp::OfThisThread().Pid(), pszValue) = '\0';
   } else if (uId == WyField::Tid) {
-    CWyErrLogMessage::GetTid(pszValue, InlineValueSize);
+    *Copy(CWyThreadStamp::OfThisThread().Tid(), pszValue) = '\0';
   } else {
     WriteNumber(pszValue, iValue);
   }
@@ -211,14 +218,12 @@ bool CWyTraceData::TestDataFilter(unsigned int uId) {
 // ---- Clock --------------------------------------------------------------------------------------
 
 bool CWyTraceData::PopulateDateandTime() {
-  tm time;
-  long lMilliseconds = 0;
-  if (!WyErrLogGetCurrentTime(m_bUseLocalTime, time, lMilliseconds)) return false;
-
-  *WyAppendDateText(ValueToSet(WyField::Date), time) = '\0';
-  *WyAppendTimeText(ValueToSet(WyField::Time), time) = '\0';
-  char* pszEnd = WyAppendTimeText(ValueToSet(WyField::PreciseTime), time);
-  *WyAppendMilliseconds(pszEnd, lMilliseconds) = '\0';
+  CWyThreadStamp& now = CWyThreadStamp::OfThisThread();
+  if (!now.Refresh(m_bUseLocalTime)) return false;
+  *Copy(now.Date(), ValueToSet(WyField::Date)) = '\0';
+  *Copy(now.TimeOfDay(), ValueToSet(WyField::Time)) = '\0';
+  char* const pszEnd = Copy(now.TimeOfDay(), ValueToSet(WyField::PreciseTime));
+  *WyAppendMilliseconds(pszEnd, now.Milliseconds()) = '\0';
   return PassesFilter(WyField::Date) && PassesFilter(WyField::Time) &&
          PassesFilter(WyField::PreciseTime);
 }
