@@ -25,12 +25,17 @@ install(FILES
   "${CMAKE_CURRENT_LIST_DIR}/WyErrLogComponent.cmake"
   DESTINATION "${package_directory}" COMPONENT development)
 
-# pkg-config wyerrlog. Its paths start at the file itself, so that an installed tree can be moved.
-set(pkgconfig_directory "${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig")
-file(RELATIVE_PATH pkgconfig_to_prefix "${pkgconfig_directory}" "${CMAKE_INSTALL_PREFIX}")
+# pkg-config wyerrlog. Its paths start at the file itself, so that an installed tree can be moved; but for
+# the system's own prefix, whose folders pkg-config recognises and leaves out.
 file(RELATIVE_PATH prefix_to_lib "${CMAKE_INSTALL_PREFIX}" "${CMAKE_INSTALL_FULL_LIBDIR}")
 file(RELATIVE_PATH prefix_to_include "${CMAKE_INSTALL_PREFIX}" "${CMAKE_INSTALL_FULL_INCLUDEDIR}")
-cmake_path(SET pkgconfig_to_prefix NORMALIZE "${pkgconfig_to_prefix}/.")
+if(CMAKE_INSTALL_PREFIX STREQUAL "/usr")
+  set(pkgconfig_prefix /usr)
+else()
+  file(RELATIVE_PATH pkgconfig_to_prefix
+       "${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig" "${CMAKE_INSTALL_PREFIX}")
+  string(REGEX REPLACE "/$" "" pkgconfig_prefix "\${pcfiledir}/${pkgconfig_to_prefix}")
+endif()
 configure_file("${CMAKE_CURRENT_LIST_DIR}/wyerrlog.pc.in" wyerrlog.pc @ONLY)
 install(FILES "${CMAKE_CURRENT_BINARY_DIR}/wyerrlog.pc"
   DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig" COMPONENT development)

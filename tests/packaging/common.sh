@@ -5,7 +5,8 @@
 set -euo pipefail
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 source_tree=$(cd "$here/../.." && pwd)
-unset DESTDIR LD_LIBRARY_PATH PKG_CONFIG_LIBDIR CMAKE_PREFIX_PATH JAVA_TOOL_OPTIONS JDK_JAVA_OPTIONS
+unset DESTDIR LD_LIBRARY_PATH CMAKE_PREFIX_PATH JAVA_TOOL_OPTIONS JDK_JAVA_OPTIONS
+unset PKG_CONFIG_LIBDIR PKG_CONFIG_SYSROOT_DIR
 
 fail() {
   printf 'error: %s\n' "$*" >&2

@@ -26,7 +26,7 @@ for library in "$libraries"/*.so; do
 done
 
 # The system finds the libraries of an installed package; here they have to be pointed at.
-export LD_LIBRARY_PATH=$libraries
+export LD_LIBRARY_PATH=$libraries PKG_CONFIG_SYSROOT_DIR=$root
 with_find_package "$scratch" "$root/usr"
 with_pkg_config "$scratch" "$root/usr"
 [[ ! -e $root/usr/share/java/wyerrlog.jar ]] ||
