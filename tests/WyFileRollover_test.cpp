@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 #include <regex.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -331,6 +332,31 @@ TEST_F(FileRollover, WritersGoOnWhileARefusedRolloverIsRetried) {
   for (std::thread& thread : threads) thread.join();
   EXPECT_EQ(m_directory.Names().size(), 2u);
   EXPECT_EQ(LinesIn(m_directory), LinesLogged(logged));
+}
+
+TEST_F(FileRollover, AForkedChildIsNotHeldUpByWritersThatItDoesNotHave) {
+  CWyFileOutput output;
+  ASSERT_TRUE(output.SetParams(m_directory.Path("a.log").c_str(), 3, 4095, 0) && output.Open());
+  Progress<3> logged{};
+  std::atomic<bool> bStop{false};
+  std::vector<std::thread> threads;
+  for (size_t t = 0; t < logged.size(); ++t) {
+    threads.emplace_back([&, t] { LogWhile(output, t, logged[t], [&] { return !bStop; }); });
+  }
+  for (int i = 0; i < 100 && !HasFailure(); ++i) {
+    const pid_t pid = fork();
+    if (pid == 0) {
+      // It must be alone with the file to end the line that is cut.
+      alarm(20);
+      stand_ins::Inject({stand_ins::Call::Write, stand_ins::Effect::Half, ENOSPC, 1, 2});
+      _exit(!output.Log("cut\n") && output.Log("whole\n") ? 0 : 1);
+    }
+    int iStatus = -1;
+    EXPECT_EQ(waitpid(pid, &iStatus, 0), pid);
+    EXPECT_EQ(iStatus, 0);
+  }
+  bStop = true;
+  for (std::thread& thread : threads) thread.join();
 }
 
 }  // namespace

@@ -13,7 +13,6 @@ using faults::LoggingRun;
 using faults::Scenario;
 using stand_ins::Call;
 using stand_ins::Effect;
-using stand_ins::Fault;
 
 struct Point {
   const char* pszName;
