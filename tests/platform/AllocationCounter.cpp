@@ -12,9 +12,13 @@ thread_local long g_nAllocations = 0;
 
 long CountAllocations() { return g_nAllocations; }
 
-void* operator new(std::size_t nSize) {
+void* operator new(std::size_t nSize, const std::nothrow_t&) noexcept {
   ++g_nAllocations;
-  if (void* pMemory = std::malloc(nSize != 0 ? nSize : 1)) {
+  return std::malloc(nSize != 0 ? nSize : 1);
+}
+
+void* operator new(std::size_t nSize) {
+  if (void* pMemory = operator new(nSize, std::nothrow)) {
     return pMemory;
   }
   throw std::bad_alloc();
