@@ -57,17 +57,6 @@ CWyGuard::CWyGuard()
 
 CWyGuard::~CWyGuard() { CWyForkRegistry::Remove(*this); }
 
-bool CWyGuard::TryLockForRead() {
-  unsigned int uActive = m_uActive.load(std::memory_order_relaxed);
-  while ((uActive & Writer) == 0) {
-    if (m_uActive.compare_exchange_weak(uActive, uActive + 1, std::memory_order_acquire,
-                                        std::memory_order_relaxed)) {
-      return true;
-    }
-  }
-  return false;
-}
-
 bool CWyGuard::JoinReaders() {
   unsigned int uActive = m_uActive.load(std::memory_order_relaxed);
   while ((uActive & ~Writer) != 0) {
@@ -77,10 +66,6 @@ bool CWyGuard::JoinReaders() {
     }
   }
   return false;
-}
-
-void CWyGuard::LockForRead() {
-  if (!TryLockForRead()) WaitForRead();
 }
 
 void CWyGuard::WaitForRead() {
@@ -116,9 +101,8 @@ void CWyGuard::Unlock() {
   // together.
   if (m_uActive.load(std::memory_order_relaxed) == Writer) {
     UnlockWriter();
-  } else if (m_uActive.fetch_sub(1, std::memory_order_acq_rel) == (Writer | 1)) {
-    // The last reader has left and a writer waits; nobody else can be admitted in between.
-    AdmitWriter();
+  } else {
+    UnlockReader();
   }
 }
 

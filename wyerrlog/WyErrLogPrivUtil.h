@@ -98,12 +98,28 @@ class CWyGuard : public CWyForkLink {
   CWyGuard(const CWyGuard&) = delete;
   CWyGuard& operator=(const CWyGuard&) = delete;
 
-  void LockForRead();
+  void LockForRead() {
+    if (!TryLockForRead()) WaitForRead();
+  }
   void LockForWrite();
   void Unlock();
+  // The same for a caller that knows that it reads.
+  void UnlockReader() {
+    // With a writer waiting for the last reader, nobody else can be admitted in between.
+    if (m_uActive.fetch_sub(1, std::memory_order_acq_rel) == (Writer | 1)) AdmitWriter();
+  }
 
   // Without waiting: only when no writer holds the guard or waits for it.
-  bool TryLockForRead();
+  bool TryLockForRead() {
+    unsigned int uActive = m_uActive.load(std::memory_order_relaxed);
+    while ((uActive & Writer) == 0) {
+      if (m_uActive.compare_exchange_weak(uActive, uActive + 1, std::memory_order_acquire,
+                                          std::memory_order_relaxed)) {
+        return true;
+      }
+    }
+    return false;
+  }
   // Only when readers hold the guard: goes past the writers that wait for them.
   bool JoinReaders();
 

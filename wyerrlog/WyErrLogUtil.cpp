@@ -51,9 +51,9 @@ bool CWyErrLogGuard::IsHeldByThisThread() const {
   return CWyGuardHold::OfThisThread(m_pGuard) != 0;
 }
 
-bool CWyErrLogGuard::AdmitReader() {
+bool CWyErrLogGuard::AdmitReader(bool bHoldsOthers) {
   if (m_pGuard == nullptr) return false;
-  if (CWyGuardHold::InnermostOfThisThread() != nullptr) return AdmitNestedReader();
+  if (bHoldsOthers) return AdmitNestedReader();
   m_pGuard->LockForRead();
   return true;
 }
@@ -84,15 +84,7 @@ namespace {
 
 }  // namespace
 
-// The place of the thread's list is asked for once per hold: in a shared library that is a call.
-CWyGuardHold::CWyGuardHold(const CWyGuard* pGuard, int iKind)
-    : m_pGuard(pGuard), m_pInnermost(t_pInnermostHold), m_pOuter(m_pInnermost), m_iKind(iKind) {
-  m_pInnermost = this;
-}
-
-CWyGuardHold::~CWyGuardHold() { m_pInnermost = m_pOuter; }
-
-const CWyGuardHold* CWyGuardHold::InnermostOfThisThread() { return t_pInnermostHold; }
+CWyGuardHold*& CWyGuardHold::InnermostOfThisThread() { return t_pInnermostHold; }
 
 int CWyGuardHold::OfThisThread(const CWyGuard* pGuard) {
   for (const CWyGuardHold* pHold = t_pInnermostHold; pHold != nullptr; pHold = pHold->m_pOuter) {
@@ -116,12 +108,12 @@ CWyErrLogAutoWriter::CWyErrLogAutoWriter(CWyErrLogGuard& guard)
 
 CWyErrLogAutoWriter::~CWyErrLogAutoWriter() { m_guard.Unlock(); }
 
-CWyLogReader::CWyLogReader(CWyErrLogGuard& guard)
-    : m_pGuard(guard.AdmitReader() ? &guard : nullptr),
-      m_hold(m_pGuard != nullptr ? guard.m_pGuard : nullptr, CWyGuardHold::Read) {}
+CWyLogReader::CWyLogReader(CWyErrLogGuard& guard, CWyGuardHold*& pInnermost)
+    : m_pGuard(guard.AdmitReader(pInnermost != nullptr) ? guard.m_pGuard : nullptr),
+      m_hold(pInnermost, m_pGuard, CWyGuardHold::Read) {}
 
 CWyLogReader::~CWyLogReader() {
-  if (m_pGuard != nullptr) m_pGuard->Unlock();
+  if (m_pGuard != nullptr) m_pGuard->UnlockReader();
 }
 
 CWyLogWriter::CWyLogWriter(CWyErrLogGuard& guard)

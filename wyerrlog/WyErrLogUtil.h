@@ -78,7 +78,7 @@ class CWyErrLogGuard {
   friend class CWyLogReader;
   friend class CWyLogWriter;
 
-  bool AdmitReader();
+  bool AdmitReader(bool bHoldsOthers);
   bool AdmitNestedReader();
   bool AdmitWriter();
 
@@ -92,16 +92,23 @@ class CWyGuardHold {
   static constexpr int Read = 1;
   static constexpr int Write = -1;
 
-  CWyGuardHold(const CWyGuard* pGuard, int iKind);
-  ~CWyGuardHold();
+  CWyGuardHold(const CWyGuard* pGuard, int iKind)
+      : CWyGuardHold(InnermostOfThisThread(), pGuard, iKind) {}
+  // For a caller that has looked at the thread's list already.
+  CWyGuardHold(CWyGuardHold*& pInnermost, const CWyGuard* pGuard, int iKind)
+      : m_pGuard(pGuard), m_pInnermost(pInnermost), m_pOuter(pInnermost), m_iKind(iKind) {
+    m_pInnermost = this;
+  }
+  ~CWyGuardHold() { m_pInnermost = m_pOuter; }
   CWyGuardHold(const CWyGuardHold&) = delete;
   CWyGuardHold& operator=(const CWyGuardHold&) = delete;
 
   // Read, Write, or 0 when the calling thread does not hold the guard.
   static int OfThisThread(const CWyGuard* pGuard);
 
-  // The calling thread's innermost hold, null when it has none.
-  static const CWyGuardHold* InnermostOfThisThread();
+  // The head of the calling thread's list, its innermost hold; null when it has none. Finding it is
+  // a call to the system's loader in a shared library: a hold remembers it.
+  static CWyGuardHold*& InnermostOfThisThread();
   // Whether this or one of the holds around it is one of the guard.
   bool Includes(const CWyGuard* pGuard) const;
 
@@ -166,12 +173,15 @@ class CWyErrLogAutoWriter {
 // The same for callers that may be host code under a guard already: false when they were refused.
 class CWyLogReader {
  public:
-  explicit CWyLogReader(CWyErrLogGuard& guard);
+  explicit CWyLogReader(CWyErrLogGuard& guard)
+      : CWyLogReader(guard, CWyGuardHold::InnermostOfThisThread()) {}
   ~CWyLogReader();
   explicit operator bool() const { return m_pGuard != nullptr; }
 
  private:
-  CWyErrLogGuard* m_pGuard;
+  CWyLogReader(CWyErrLogGuard& guard, CWyGuardHold*& pInnermost);
+
+  CWyGuard* m_pGuard;  // null: refused
   CWyGuardHold m_hold;
 };
 
