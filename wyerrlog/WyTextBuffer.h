@@ -89,7 +89,7 @@ class CWyTextBuffer {
   }
 
   template <typename... Pieces>
-  [[gnu::noinline]] void AppendAndGrow(std::size_t uSize, const Pieces&... pieces) {
+  [[gnu::noinline]] void AppendAndGrow(std::size_t uSize, Pieces... pieces) {
     std::unique_ptr<char[]> pPrevious;
     if (Grow(uSize, pPrevious)) CopyAll(pieces...);
   }
