@@ -10,6 +10,7 @@
 #include "wyerrlog/WyErrLogMessage.h"
 #include "wyerrlog/WyErrLogPrivUtil.h"
 #include "wyerrlog/WyLogger.h"
+#include "wyerrlog/WyMessageId.h"
 #include "wyerrlog/WyTextBuffer.h"
 
 namespace {
@@ -18,7 +19,9 @@ constexpr int TextSize = 4096;  // bytes of a formatted message with its termina
 
 constexpr unsigned int BuiltInComponent = 1;
 
-unsigned int SeverityOf(unsigned int uId) { return (uId & 0xC000u) >> 14; }
+unsigned int SeverityOf(unsigned int uId) {
+  return static_cast<unsigned int>(WyMessageSeverity(uId));
+}
 
 struct BundleRelease {
   void operator()(CWyXlateBundle* pBundle) const { pBundle->Release(); }
@@ -33,7 +36,7 @@ struct Template {
 };
 
 Template FindTemplate(const CWyLogger& logger, unsigned int uId, const char* pszLocale) {
-  if (uId >> 24 == BuiltInComponent) return {"{0}", "wy-log-00000", nullptr};
+  if (WyComponentNumber(uId) == BuiltInComponent) return {"{0}", "wy-log-00000", nullptr};
   const char* const pszBundle = logger.GetMsgBundle(uId);
   if (pszBundle == nullptr) return {"missing component library", "wy-log-00001", nullptr};
   const char* const pszKey = logger.FetchMsg(uId);

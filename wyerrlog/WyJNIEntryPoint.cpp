@@ -69,7 +69,9 @@ void WriteLogMessage(CWyLogger& logger, const CWyJavaText& location, jint iMessa
 constexpr const char* FunctionThatWarns = "WyJNIEntryPoint::LogMsg";
 
 void WarnOfUnloggedMessage(jint iMessageId) {
-  const unsigned int uComponentId = static_cast<unsigned int>(iMessageId) & ~0xFFFFU;
+  const auto uId = static_cast<unsigned int>(iMessageId);
+  const unsigned int uComponentId =
+      WyComponentId(WyComponentNumber(uId), WySubComponentNumber(uId));
   WY_TRACE(uComponentId)
       .Set(WyField::Function, FunctionThatWarns)
       .Message("WARNING!!! Too many arguments in message.  Message not logged.  Message ID is: %d",

@@ -14,8 +14,6 @@ CWyErrLogComponent::~CWyErrLogComponent() = default;
 
 namespace {
 
-constexpr unsigned int MessageNumberMask = 0x3FFF;
-
 // The whole message is the first argument.
 constexpr const char* s_MessageList[] = {"%1s", "%1s", "%1s"};
 
@@ -25,7 +23,7 @@ constexpr WyErrSubComponentInfo s_SubComponentList[] = {
 }  // namespace
 
 CWyLogComponent::CWyLogComponent()
-    : CWyErrLogComponent(0x01000000, "Log", "Log", "Log description") {}
+    : CWyErrLogComponent(WyComponentId(1), "Log", "Log", "Log description") {}
 
 CWyLogComponent::~CWyLogComponent() = default;
 
@@ -35,7 +33,7 @@ void CWyLogComponent::GetSubComponents(int* pCount, const WyErrSubComponentInfo*
 }
 
 const char* CWyLogComponent::FetchMessage(unsigned int uId) {
-  const unsigned int uNumber = uId & MessageNumberMask;
+  const unsigned int uNumber = WyMessageNumber(uId);
   if (uNumber < 1 || uNumber > std::size(s_MessageList)) return nullptr;
   return s_MessageList[uNumber - 1];
 }

@@ -5,12 +5,13 @@
 // the known component table (WyErrLogConfig.h) and which defines the function GetComponentPtr. The
 // logger loads it when it is initialised and asks it for the keys of its messages.
 //
-// Identifiers are 32-bit numbers. Bits 24 to 31 hold the component number, which is the row of the
-// table + 1; bits 16 to 23 a sub-component number, 1 for the first, 0 for the component itself;
-// bits 14 and 15 the severity of a message (1 information, 2 warning, 3 error); bits 0 to 13 the
-// message number within the component, from 1.
+// WyMessageId.h tells how the identifiers of components and messages are put together.
+//
+// Components are unloaded once per process, by the first logger that is released, at process exit
+// at the latest; a forked child has its parent's.
 
 #include "wyerrlog/WyErrLogPort.h"
+#include "wyerrlog/WyMessageId.h"
 
 // One sub-component. The texts are ended by zero bytes up to the array's size.
 struct WyErrSubComponentInfo {
@@ -24,9 +25,9 @@ struct WyErrSubComponentInfo {
 // change. The virtual operations and their order are an interface between libraries.
 class WYERRLOG_API CWyErrLogComponent {
  public:
-  // The texts are not copied; they live as long as the component. `uId` is the component number
-  // shifted left by 24. `pszAbbrName` is the name of the component's bundle of translated messages,
-  // `pszName` its name in trace configuration files.
+  // The texts are not copied; they live as long as the component. `uId` is WyComponentId(number).
+  // `pszAbbrName` is the name of the component's bundle of translated messages, `pszName` its name
+  // in trace configuration files.
   CWyErrLogComponent(unsigned int uId, const char* pszAbbrName, const char* pszName,
                      const char* pszDescription);
   virtual ~CWyErrLogComponent();

@@ -14,6 +14,7 @@
 #include "wyerrlog/WyErrLogUtil.h"
 #include "wyerrlog/WyLogComponent.h"
 #include "wyerrlog/WyLogOutput.h"
+#include "wyerrlog/WyMessageId.h"
 #include "wyerrlog/WyTraceData.h"
 
 class CWyReadSections;
@@ -135,7 +136,8 @@ class WYERRLOG_API CWyLogger {
   // questions below must be asked. A component becomes known by the first of those.
   [[nodiscard]] bool MayTrace(unsigned int uId) const {
     return m_pTraceData.load(std::memory_order_relaxed) != nullptr &&
-           m_aiTraceDecision[uId >> 24][(uId >> 16) & 0xFF].load(std::memory_order_relaxed) >= 0;
+           m_aiTraceDecision[WyComponentNumber(uId)][WySubComponentNumber(uId)].load(
+               std::memory_order_relaxed) >= 0;
   }
 
   // Whether tracing is on and the component of the identifier (bits 16 to 31) is traced; for 0,

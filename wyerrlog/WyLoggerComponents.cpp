@@ -119,7 +119,7 @@ void CWyLogger::ReleaseComponents() {
 
 CWyErrLogComponent* CWyLogger::FindComponent(unsigned int uId) const {
   if (!m_bInitialized) return nullptr;
-  const unsigned int uNumber = uId >> 24;
+  const unsigned int uNumber = WyComponentNumber(uId);
   if (uNumber == 0 || uNumber > static_cast<unsigned int>(m_iComponentSlotCount)) return nullptr;
   return m_ppComponents[uNumber - 1];
 }

@@ -23,7 +23,7 @@ bool CWyLogger::IsTraceOn() const {
 }
 
 std::atomic<int>& CWyLogger::DecisionCell(unsigned int uId) {
-  return m_aiTraceDecision[uId >> 24][(uId >> 16) & 0xFF];
+  return m_aiTraceDecision[WyComponentNumber(uId)][WySubComponentNumber(uId)];
 }
 
 void CWyLogger::ForgetTraceDecisions() {
