@@ -123,7 +123,11 @@ class CpaArgList {
 // the text. Nothing throws but FormatAuditMessage and FormatTraceMessage, as they say.
 //
 // Looking messages up (FormatLogMessage, FormatMessage and their kin) always asks the process
-// logger, theLogger(), whichever logger the message is written to afterwards.
+// logger, theLogger(), whichever logger the message is written to afterwards. At process exit, once
+// that logger is released, it finds none.
+//
+// A forked child may go on with a message of the thread that forked; prologs that it writes have
+// its own process id.
 class WYERRLOG_API CWyErrLogMessage {
  public:
   // An empty message; dates are in the time base of the process logger.
@@ -177,9 +181,10 @@ class WYERRLOG_API CWyErrLogMessage {
   bool FormatLogMessage(int iId, char** ppszArguments, int iCount);
 
   // The translated way: appends "[SEVERITY][key] ", the text of the message in the administrator's
-  // language with "{0}", "{1}", ... replaced by the arguments (at most 4095 bytes), and a newline.
-  // Never fails: what is not found is shown as "missing component library", "missing message key"
-  // or the key itself. Answers GetBuffer(). The identifier 0 means the one used last.
+  // language (that of WyGetAdminLocale: LC_ALL, LC_MESSAGES or LANG) with "{0}", "{1}", ...
+  // replaced by the arguments (at most 4095 bytes), and a newline. Never fails: what is not found
+  // is shown as "missing component library", "missing message key" or the key itself. Answers
+  // GetBuffer(). The identifier 0 means the one used last.
   const char* FormatMessage(unsigned int uId);
 
   // The same with these arguments, texts, of which 13 count.
@@ -245,11 +250,12 @@ class WYERRLOG_API CWyErrLogMessage {
 
   // Each writes a text ended by a zero byte into the caller's buffer of `iSize` bytes. Answers
   // false for a null buffer and a size below the one named.
-  static bool GetPid(char* pszBuffer, int iSize);  // 10: this process's id, also after a fork
-  static bool GetTid(char* pszBuffer, int iSize);  // 15: the thread's id, its low 32 bits
+  static bool GetPid(char* pszBuffer, int iSize);  // 10: this process's id, as getpid tells it
+  static bool GetTid(char* pszBuffer, int iSize);  // 15: the low 32 bits of pthread_self
 
-  // 25: the current time, local or UTC. Form 0 is "11/16/2026", 1 "17:16:13", 2 "17:16:13.005", any
-  // other "Mon Nov 16 2026 17:16:13". False also when the time cannot be read or does not fit.
+  // 25: the current time (gettimeofday), local (localtime_r) or UTC (gmtime_r). Form 0 is
+  // "11/16/2026", 1 "17:16:13", 2 "17:16:13.005", any other "Mon Nov 16 2026 17:16:13". False also
+  // when the time cannot be read or does not fit.
   static bool GetTime(int iForm, char* pszBuffer, bool bLocal, int iSize);
 
   // 25: the given time as "Mon Nov 16 2026 17:16:13", in English whatever the process's locale.

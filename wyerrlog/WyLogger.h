@@ -148,9 +148,9 @@ class WYERRLOG_API CWyLogger {
   // configuration; its values stay.
   [[nodiscard]] bool ShouldTrace(unsigned int uId, CWyTraceData* pData);
 
-  // The same with the calling thread's own record for this logger, which is the logger's and lives
-  // as long as the thread. `*ppData` must be null on the way in: a record that is already taken is
-  // not taken again (false).
+  // The same with the calling thread's own record for this logger (a thread-specific value, see
+  // pthread_getspecific), which is the logger's and lives as long as the thread. `*ppData` must be
+  // null on the way in: a record that is already taken is not taken again (false).
   [[nodiscard]] bool ShouldTraceAlloc(unsigned int uId, CWyTraceData** ppData);
 
   // Writes to every installed trace output. True when there is one and each took the message.
