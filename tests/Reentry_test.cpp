@@ -174,10 +174,12 @@ TEST(Reentry, AThrowingTraceCallbackLeavesTracingOnAndTheLogFree) {
   EXPECT_THROW(EnableTrace(logger, &refused, LegacyMessages), std::runtime_error) << "title lines";
   EXPECT_FALSE(logger.TraceEnabled(0));
   traces.onLog = nullptr;
-  TestThread([&] {
-    EXPECT_TRUE(EnableTrace(logger, new HostOutput(traces), LegacyMessages));
-    EXPECT_TRUE(Trace(logger, "y"));
-  });
+  {
+    const TestThread other([&] {
+      EXPECT_TRUE(EnableTrace(logger, new HostOutput(traces), LegacyMessages));
+      EXPECT_TRUE(Trace(logger, "y"));
+    });
+  }
   EXPECT_THAT(traces.Events(), Contains("log [y]\n"));
 }
 

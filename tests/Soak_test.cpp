@@ -165,10 +165,12 @@ class Soak {
     ASSERT_NE(pTenant, nullptr);
     EXPECT_TRUE(pTenant->SetLogOutput(File(*pTenant, "tenant", 1)));
     EXPECT_TRUE(EnableTrace(*pTenant, File(*pTenant, "trace", 1), LegacyMessages));
-    TestThread([&] {  // which ends at once
-      LogCounted(*pTenant, &CWyLogger::LogErrMsg);
-      Trace(*pTenant, Filler.c_str());
-    });
+    {
+      const TestThread thread([&] {
+        LogCounted(*pTenant, &CWyLogger::LogErrMsg);
+        Trace(*pTenant, Filler.c_str());
+      });
+    }
     EXPECT_TRUE(removeMyLogger("tenant"));
   }
 
@@ -188,7 +190,7 @@ class Soak {
     for (std::string strLine; std::getline(file, strLine);) {
       const auto uNumber = strLine.rfind("] " + Filler + "#");
       if (strLine.front() == '[' && uNumber != std::string::npos &&
-          strLine.find("#") == strLine.rfind("#")) {
+          strLine.find('#') == strLine.rfind('#')) {
         m_found.Add(atol(strLine.c_str() + uNumber + Filler.size() + 3));
       } else {
         ++m_iBroken;

@@ -106,8 +106,8 @@ class CWyGuardHold {
   // Read, Write, or 0 when the calling thread does not hold the guard.
   static int OfThisThread(const CWyGuard* pGuard);
 
-  // The head of the calling thread's list, its innermost hold; null when it has none. Finding it is
-  // a call to the system's loader in a shared library: a hold remembers it.
+  // The head of the calling thread's list, its innermost hold; null when it has none. A hold
+  // remembers where that is.
   static CWyGuardHold*& InnermostOfThisThread();
   // Whether this or one of the holds around it is one of the guard.
   bool Includes(const CWyGuard* pGuard) const;
