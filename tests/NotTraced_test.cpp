@@ -1,7 +1,9 @@
 // What tracing costs those who do not trace: nobody waits for somebody who reconfigures.
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <latch>
 
@@ -54,6 +56,7 @@ TEST_F(NotTraced, NobodyWaitsWhileAConfigurationFileIsRead) {
   const TempDirectory directory;
   const std::string strPipe = directory.Path("pipe");
   ASSERT_EQ(mkfifo(strPipe.c_str(), 0600), 0);
+  const int fd = open(strPipe.c_str(), O_RDWR | O_CLOEXEC);
   const TestThread reading([&] {
     EXPECT_TRUE(m_logger.EnableTrace(new HostOutput(m_slow), 0, nullptr, strPipe.c_str(), false,
                                      false, false));
@@ -64,7 +67,10 @@ TEST_F(NotTraced, NobodyWaitsWhileAConfigurationFileIsRead) {
     EXPECT_TRUE(Trace(m_logger, "m"));
     m_logger.DisableTrace(false);
   };
-  ExpectDone(traceMeanwhile, [&] { directory.Write("pipe", "components:\ndata:\n"); });
+  ExpectDone(traceMeanwhile, [&] {
+    directory.Write("pipe", "components:\ndata:\n");
+    close(fd);
+  });
 }
 
 }  // namespace

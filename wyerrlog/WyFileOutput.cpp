@@ -62,7 +62,6 @@ CWyFileOutput::CWyFileOutput()
       m_bRegularFile(false),
       m_bRolloverRetry(false),
       m_tRolloverFailed(0),
-      m_bTornLine(false),
       m_msgHeader1(false),
       m_msgHeader2(false) {
   SetType(1);
@@ -84,8 +83,6 @@ bool CWyFileOutput::SetParams(const char* pszFileName, int iMode, int iMaxSizeMB
   memcpy(pszCopy, pszFileName, uSize);
   delete[] m_pszFileName;
   m_pszFileName = pszCopy;
-
-  m_bTornLine = false;
 
   m_iMode = iMode;
   m_uMaxFileSize = static_cast<unsigned int>(iMaxSizeMB) << 20;
@@ -123,12 +120,9 @@ bool CWyFileOutput::OpenFile(int iHow) {
   // O_NONBLOCK: a pipe that nobody reads, or a terminal line, must not keep the host waiting.
   m_hFile = WyOpen(m_pszFileName, iFlags | O_NONBLOCK | O_NOCTTY, 0644);
   if (m_hFile == -1) return false;
-  if (!AcceptFile(iFlags)) {
-    CloseFile();
-    return false;
-  }
-  if ((iFlags & O_TRUNC) != 0) m_bTornLine = false;
-  return true;
+  if (AcceptFile(iFlags)) return true;
+  CloseFile();
+  return false;
 }
 
 // The writes that follow may wait: O_NONBLOCK was for the opening alone.
@@ -142,7 +136,6 @@ bool CWyFileOutput::AcceptFile(int iFlags) {
 
 bool CWyFileOutput::CloseFile() {
   if (m_hFile >= 0) {
-    EndTornLine();
     close(m_hFile);
     m_hFile = -1;
   }
@@ -157,8 +150,7 @@ bool CWyFileOutput::Log(const char* pszText) {
   if (pszText == nullptr) return false;
   const std::string_view strText(pszText);
   // Pairs with the release in StartNewFile: who finds the flag cleared sees the new descriptor.
-  if (!IsSizeLimited(m_iMode) && !m_bRolloverRetry.load(std::memory_order_acquire) &&
-      !m_bTornLine.load(std::memory_order_relaxed)) {
+  if (!IsSizeLimited(m_iMode) && !m_bRolloverRetry.load(std::memory_order_acquire)) {
     return Write(strText);
   }
   {
@@ -174,7 +166,6 @@ bool CWyFileOutput::Log(const char* pszText) {
 // Whoever writes between the look at the size and the write has reserved its bytes before, or finds
 // ours reserved: the last one of them to reserve has counted all others.
 bool CWyFileOutput::MayWriteBesideOthers(uint64_t uBytes) const {
-  if (m_bTornLine.load(std::memory_order_relaxed)) return false;
   if (m_bRolloverRetry.load(std::memory_order_relaxed)) return !IsRetryDue();
   if (!IsSizeLimited(m_iMode)) return true;
   const int64_t iSize = FileSize();
@@ -184,7 +175,7 @@ bool CWyFileOutput::MayWriteBesideOthers(uint64_t uBytes) const {
 bool CWyFileOutput::LogAlone(std::string_view strText) {
   // A retry must not open again what was closed.
   if (m_hFile < 0) return false;
-  return RollOverIfDue(strText.size()) && EndTornLine() && Write(strText);
+  return RollOverIfDue(strText.size()) && Write(strText);
 }
 
 // False when a rollover failed, and when the file cannot tell whether one is due.
@@ -193,7 +184,6 @@ bool CWyFileOutput::RollOverIfDue(size_t uLength) {
   if (!IsSizeLimited(m_iMode)) return true;
   const int64_t iSize = FileSize();
   if (iSize < 0) return false;
-  if (m_bTornLine.load(std::memory_order_relaxed)) ++uLength;
   return static_cast<uint64_t>(iSize) + uLength < m_uMaxFileSize || Rollover();
 }
 
@@ -209,28 +199,10 @@ int64_t CWyFileOutput::FileSize() const {
 
 bool CWyFileOutput::LogMessage(const char* pszText) { return Write(pszText); }
 
+// One write, as it comes out: what the system cuts short is not continued, because another thread's
+// message may be behind it by then.
 bool CWyFileOutput::Write(std::string_view strText) {
-  std::string_view strRest = strText;
-  for (;;) {
-    const ssize_t lWritten = write(m_hFile, strRest.data(), strRest.size());
-    if (lWritten == static_cast<ssize_t>(strRest.size())) return true;
-    if (lWritten < 0 && errno == EINTR) continue;
-    if (lWritten <= 0) break;
-    strRest.remove_prefix(static_cast<size_t>(lWritten));
-  }
-  const bool bTorn = strRest.size() < strText.size() && strText.back() == '\n';
-  if (bTorn) m_bTornLine.store(true, std::memory_order_relaxed);
-  return false;
-}
-
-// What is left of a line that the system cut gets the newline that it lost, and nothing else: a
-// record without one is no line, and its reader expects none. What an earlier process left behind
-// is not looked at.
-bool CWyFileOutput::EndTornLine() {
-  if (!m_bTornLine.load(std::memory_order_relaxed)) return true;
-  if (!Write("\n")) return false;
-  m_bTornLine.store(false, std::memory_order_relaxed);
-  return true;
+  return write(m_hFile, strText.data(), strText.size()) >= 0;
 }
 
 // ---- Headers and buffering ----------------------------------------------------------------------

@@ -119,11 +119,9 @@ class WYERRLOG_API CWyConsoleOutput : public CWyLogOutput {
 // The path must lead to a regular file or a character device, or to nothing yet; anything else is
 // refused, without waiting for the other end of a pipe. Only regular files are rolled over.
 //
-// When Log has answered true, the whole message is with the system. A write that the system cuts
-// short is continued at once; a message that another thread has on its way may come between. When
-// the rest is refused, as on a full disk, Log answers false and a part of the message stays in the
-// file; if the message was a line, the next one that is written begins on a line of its own. No
-// failed write closes the file: a disk with room again is written to again.
+// When Log has answered true, the message is with the system. A write that the system cuts short,
+// as it does with the last room on a disk, counts as written and is not continued. No failed write
+// closes the file: a disk with room again is written to again.
 class WYERRLOG_API CWyFileOutput : public CWyLogOutput {
  public:
   CWyFileOutput();            // type 1, without a file; SetParams names it
@@ -148,7 +146,7 @@ class WYERRLOG_API CWyFileOutput : public CWyLogOutput {
 
   // ---- The steps of Open and Log; the logger's callers need none of them ------------------------
 
-  // Writes the whole text. False when the system refused all or the rest of it.
+  // Writes the text, by one call of the system. False when that failed.
   bool LogMessage(const char* pszText);
 
   // False only when the system says that nothing bears the name.
@@ -179,7 +177,6 @@ class WYERRLOG_API CWyFileOutput : public CWyLogOutput {
   WYERRLOG_LOCAL bool IsRetryDue() const;
   WYERRLOG_LOCAL int64_t FileSize() const;
   WYERRLOG_LOCAL bool Write(std::string_view strText);
-  WYERRLOG_LOCAL bool EndTornLine();
   WYERRLOG_LOCAL bool AcceptFile(int iFlags);
   WYERRLOG_LOCAL bool IsMovable() const;
   WYERRLOG_LOCAL bool RolloverClosedFile();
@@ -187,7 +184,7 @@ class WYERRLOG_API CWyFileOutput : public CWyLogOutput {
   WYERRLOG_LOCAL bool ContinueOldFile();
 
   // Held for reading by those who write to the file as it is, for writing by the one who may roll
-  // it over. Writers of modes 0 to 2 need it only while one of the two flags below is set.
+  // it over. Writers of modes 0 to 2 need it only while a rollover is to be tried again.
   CWyErrLogGuard m_guard;
   // What the holders for reading are about to write, in bytes: counted before they look at the
   // file's size, so that together they stay below the limit.
@@ -200,7 +197,6 @@ class WYERRLOG_API CWyFileOutput : public CWyLogOutput {
   bool m_bRegularFile;                 // not a device
   std::atomic<bool> m_bRolloverRetry;  // a rename was refused: another attempt will be made
   time_t m_tRolloverFailed;
-  std::atomic<bool> m_bTornLine;  // the file's last line has lost its end
   CWyErrLogMessage m_msgHeader1;
   CWyErrLogMessage m_msgHeader2;
 };

@@ -25,10 +25,7 @@ struct Row {
 constexpr Row Faults[] = {
     {{Call::Write, Effect::Failure, ENOSPC}, 1},
     {{Call::Write, Effect::Failure, EIO}, 1},
-    {{Call::Write, Effect::Failure, EINTR}, 0},
-    {{Call::Write, Effect::Half, 0}, 0},
-    {{Call::Write, Effect::Half, ENOSPC, 1, 2}, 1},  // a part, then nothing more
-    {{Call::Write, Effect::Half, ENOSPC, 1, 4}, 3},  // ... and the line cannot be ended either
+    {{Call::Write, Effect::Failure, EINTR}, 1},
     {{Call::Close, Effect::Failure, EIO}, 0},
     {{Call::Close, Effect::Failure, EINTR}, 0},
     {{Call::Lseek, Effect::Failure, EIO}, 1},
@@ -59,9 +56,7 @@ constexpr Row Faults[] = {
 
 bool Applies(const Fault& fault, const Scenario& scenario) {
   const Call call = fault.call;
-  if (scenario.bPlainRename) return call == Call::PlainRename || call == Call::Open;
-  // What another thread has on its way may follow the half.
-  return fault.effect != Effect::Half || scenario.uThreads == 1;
+  return !scenario.bPlainRename || call == Call::PlainRename || call == Call::Open;
 }
 
 // Answers whether the fault came to pass.

@@ -165,7 +165,7 @@ void LimitFileSize(rlim_t uBytes) {
   ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &limit), 0);
 }
 
-// Fills the log up to the last byte, which is in the middle of a line, makes room and goes on.
+// Fills the log up to the last byte, makes room and goes on. The last write before is cut short.
 template <typename MakeRoom>
 void ExpectWritingToResume(const TempDirectory& directory, size_t uSpace, MakeRoom makeRoom) {
   CWyFileOutput output;
@@ -174,14 +174,13 @@ void ExpectWritingToResume(const TempDirectory& directory, size_t uSpace, MakeRo
   std::string strExpected;
   while (output.Log(strLine.c_str())) strExpected += strLine;
   for (int i = 0; i < 3; ++i) EXPECT_FALSE(output.Log(strLine.c_str()));
-  ASSERT_EQ(strExpected.size(), uSpace / 100 * 100);
+  ASSERT_EQ(strExpected.size(), (uSpace + 99) / 100 * 100);
   makeRoom();
   EXPECT_TRUE(output.Log("room again\n"));
-  strExpected.append(uSpace % 100, 'x').append("\nroom again\n");
-  EXPECT_EQ(directory.Read("a.log"), strExpected);
+  EXPECT_EQ(directory.Read("a.log"), strExpected.substr(0, uSpace) + "room again\n");
 }
 
-TEST_F(HostileFile, WritingResumesOnALineOfItsOwnWhenAFullDiskHasRoomAgain) {
+TEST_F(HostileFile, WritingResumesWhenAFullDiskHasRoomAgain) {
   const std::string strDisk = m_directory.Path("");
   if (unshare(CLONE_NEWNS) != 0 || mount("", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
       mount("tmpfs", strDisk.c_str(), "tmpfs", 0, "size=12k") != 0)
@@ -191,29 +190,9 @@ TEST_F(HostileFile, WritingResumesOnALineOfItsOwnWhenAFullDiskHasRoomAgain) {
   EXPECT_EQ(umount(strDisk.c_str()), 0);
 }
 
-TEST_F(HostileFile, WritingResumesOnALineOfItsOwnWhenTheFileMayGrowAgain) {
+TEST_F(HostileFile, WritingResumesWhenTheFileMayGrowAgain) {
   LimitFileSize(1050);
   ExpectWritingToResume(m_directory, 1050, [] { LimitFileSize(RLIM_INFINITY); });
-}
-
-TEST_F(HostileFile, WhatIsLeftOfALineIsEndedAtTheLatestWhenTheFileIsClosed) {
-  LimitFileSize(5);
-  CWyFileOutput output;
-  ASSERT_TRUE(Open(output, 1));
-  EXPECT_FALSE(output.Log("a line\n"));
-  LimitFileSize(RLIM_INFINITY);
-  EXPECT_TRUE(output.Close() && Open(output, 1) && output.Log("another\n"));
-  EXPECT_EQ(m_directory.Read("a.log"), "a lin\nanother\n");
-}
-
-TEST_F(HostileFile, WhatIsLeftOfARecordWithoutANewlineGetsNone) {
-  LimitFileSize(5);
-  CWyFileOutput output;
-  ASSERT_TRUE(Open(output, 1));
-  EXPECT_FALSE(output.Log("record"));
-  LimitFileSize(RLIM_INFINITY);
-  EXPECT_TRUE(output.Log("|next"));
-  EXPECT_EQ(m_directory.Read("a.log"), "recor|next");
 }
 
 TEST_F(HostileFile, NoFileIsHandedOnToProgramsThatTheProcessExecutes) {

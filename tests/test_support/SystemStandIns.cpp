@@ -79,7 +79,6 @@ Result Perform(Call call, Result failed, Whole whole, Half half) {
     if (after) after(call);
     return result;
   }
-  if (pFault->effect == Effect::Half && lTurn == 0) return half();
   if (pFault->effect == Effect::DeathHalfWay) half();
   if (pFault->effect == Effect::DeathAfter) whole();
   if (pFault->effect >= Effect::DeathBefore) Die();

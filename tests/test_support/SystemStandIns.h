@@ -39,12 +39,12 @@ enum class Call {
 };
 inline constexpr int CallKinds = static_cast<int>(Call::Time) + 1;
 
-// What becomes of a call. Half of a write is one that the system cuts short; a Death is the whole
-// process's (SIGKILL). A close that fails has closed, as the system's has.
-enum class Effect { Failure, Half, DeathBefore, DeathHalfWay, DeathAfter };
+// What becomes of a call. A Death is the whole process's (SIGKILL). A close that fails has closed,
+// as the system's has.
+enum class Effect { Failure, DeathBefore, DeathHalfWay, DeathAfter };
 
 // Befalls the calls `lFirst` to `lFirst + lCount - 1` of its kind, counted from 1 and from its
-// injection on, of all threads. After a Half the further ones fail.
+// injection on, of all threads.
 struct Fault {
   Call call;
   Effect effect;
