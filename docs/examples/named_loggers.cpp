@@ -1,0 +1,25 @@
+// Loggers under names, a tenant each.
+#include <wyerrlog/WyLog.h>
+#include <wyerrlog/WyLoggerList.h>
+
+#include "outputs.h"
+
+namespace {
+
+constexpr unsigned int Information = WyMessageId(WyComponentId(1), WySeverity::Information, 1);
+
+}  // namespace
+
+int main() {
+  // [named]
+  CWyLogger* pRed = getMyLogger("red.example");
+  CWyLogger* pBlue = getMyLogger("blue.example");
+  if (pRed == nullptr || pBlue == nullptr) return 1;
+  if (!LogTo(*pRed, "red.log") || !LogTo(*pBlue, "blue.log")) return 1;
+
+  WyLog(*pRed, Information, "Tenant red started");
+  WyLog(*pBlue, Information, "Tenant blue started");
+  WyAudit(*pRed, "no audit log is installed\n");  // false
+  // [/named]
+  return 0;
+}

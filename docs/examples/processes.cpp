@@ -1,0 +1,32 @@
+// Threads and a forked child that log to one file.
+#include <sys/wait.h>
+#include <unistd.h>
+#include <wyerrlog/WyLog.h>
+
+#include <thread>
+
+#include "outputs.h"
+
+namespace {
+
+constexpr unsigned int Information = WyMessageId(WyComponentId(1), WySeverity::Information, 1);
+
+}  // namespace
+
+int main() {
+  if (!LogTo(*theLogger(), "error.log")) return 1;
+
+  // [threads]
+  std::thread worker([] { WyLog(Information, "from a thread"); });
+  worker.join();
+
+  const pid_t child = fork();
+  if (child == 0) {
+    WyLog(Information, "from the child");
+    _exit(0);
+  }
+  waitpid(child, nullptr, 0);
+  WyLog(Information, "from the parent");
+  // [/threads]
+  return 0;
+}

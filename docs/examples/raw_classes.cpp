@@ -1,0 +1,42 @@
+// What WyLog.h does, by the classes below it. raw_classes <configuration> <folder of catalogs>
+#include <wyerrlog/WyLogger.h>
+#include <wyxlate/WyXlate.h>
+
+#include "outputs.h"
+#include "session_store/SessionStoreMessages.h"
+
+int main(int argc, char** argv) {
+  if (argc != 3 || !CWyXlate::SetResourceDirectory(argv[2])) return 2;
+  CWyLogger& logger = *theLogger();
+  if (!LogTo(logger, "error.log") || !AuditTo(logger, "audit.log")) return 1;
+  if (!TraceTo(logger, "trace.log", 0, argv[1])) return 1;
+
+  // [message]
+  CWyErrLogMessage msg(logger.ShouldUseLocalTime());
+  msg.FormatLogProlog(__FILE__, __LINE__, 0);
+  msg.FormatMessage(SessionStore::Refused, "alice", "20000");
+  logger.LogErrMsg(msg);
+  // [/message]
+
+  // [audit]
+  CWyErrLogMessage record(logger.ShouldUseLocalTime());
+  if (record.FormatAuditMessage("allow user=\"%s\" rule=%d\n", "alice", 2)) {
+    logger.LogAuditMsg(record);
+  }
+  // [/audit]
+
+  // [trace]
+  CWyTraceData* pData = nullptr;
+  if (CWyTraceSupresser::isTracing() && logger.ShouldTraceAlloc(SessionStore::Component, &pData)) {
+    CWyTraceSupresser suppress;
+    bool bWanted = true;
+    if (pData->FieldTraced(WyField::User)) bWanted = pData->SetFieldValue(WyField::User, "alice");
+    if (bWanted && pData->FieldTraced(WyField::PreciseTime)) {
+      bWanted = pData->SetFieldValue(WyField::PreciseTime, 0);  // the library knows the time
+    }
+    if (bWanted && pData->Format()) pData->Log();
+    pData->LeaveNoBody();
+  }
+  // [/trace]
+  return 0;
+}

@@ -1,0 +1,49 @@
+// Trace records. trace <configuration> <layout>
+#include <wyerrlog/WyLog.h>
+
+#include <cstdlib>
+#include <string>
+
+#include "outputs.h"
+#include "session_store/SessionStoreMessages.h"
+
+namespace {
+
+// [trace]
+void FindSession(const std::string& strUser, int iCount) {
+  WY_TRACE(SessionStore::Component)
+      .Set(WyField::User, strUser)
+      .Set(WyField::ResponseTime, 0.25)
+      .Message("%d sessions looked at", iCount);
+}
+// [/trace]
+
+// [lazy]
+int CountSessions() { return 17; }  // slow, say
+
+void EndSessions(const std::string& strUser) {
+  WY_TRACE(SessionStore::Cleanup)
+      .Set(WyField::User, strUser)
+      .Set(WyField::CacheSize, [] { return CountSessions(); })
+      .Message("ended");
+}
+// [/lazy]
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  if (argc != 3) return 2;
+  // [enable]
+  CWyLogger& logger = *theLogger();
+  if (!TraceTo(logger, "trace.log", std::atoi(argv[2]), argv[1])) return 1;
+  // [/enable]
+
+  FindSession("alice", 17);
+  EndSessions("bob");
+
+  // [disable]
+  logger.DisableTrace(false);
+  // [/disable]
+  FindSession("carol", 17);  // leaves no record
+  return 0;
+}

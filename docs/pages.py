@@ -1,0 +1,175 @@
+#!/usr/bin/env python3
+"""Holds the pages against the programs that they show: pages.py BUILD [--write]
+
+Runs the programs of docs/examples from the build folder, and compares what stands in the pages behind
+
+    <!-- file: examples/x.cpp -->            the whole file
+    <!-- file: examples/x.cpp#name -->       its lines between "// [name]" and "// [/name]"
+    <!-- output: run/name -->                a file that the run of that name has left behind
+    <!-- output: run/name 3 -->              its first three lines
+    <!-- table: run --> ... <!-- end -->     what the run has printed
+
+with the block of code (or the table) there. Process and thread ids, dates and times may differ. With
+--write the pages are changed instead. Links between the pages are checked as well.
+"""
+
+import os
+import re
+import shutil
+import subprocess
+import sys
+import textwrap
+from pathlib import Path
+
+DOCS = Path(__file__).resolve().parent
+PAGES = [DOCS.parent / "README.md", *sorted(DOCS.glob("*.md"))]
+OF_PROGRAMS = {"README.md", "guide.md", "components.md"}  # show no code but that of the files
+
+TRACE_CONF = str(DOCS / "examples/trace.conf")
+LAYOUT_CONF = str(DOCS / "examples/layouts.conf")
+
+# Run: program and arguments, environment. Messages, Bin: folders of the component's catalogs and of
+# the components.
+RUNS = {
+    "first_message": (["first_message"], {}),
+    "session_store": (["session_store", "error.log", "{messages}"], {}),
+    "session_store_de": (["session_store", "error.log", "{messages}"], {"LC_ALL": "de_DE.UTF-8"}),
+    "messages": (["messages", "{messages}"], {}),
+    "audit": (["audit"], {}),
+    "trace": (["trace", TRACE_CONF, "0"], {}),
+    **{f"layout{n}": (["trace", LAYOUT_CONF, str(n)], {}) for n in range(4)},
+    "named_loggers": (["named_loggers"], {}),
+    "callbacks": (["callbacks"], {}),
+    "error_chain": (["error_chain", "{messages}"], {}),
+    "processes": (["processes"], {}),
+    "raw_classes": (["raw_classes", TRACE_CONF, "{messages}"], {}),
+    "fields": (["reference_tables", "fields"], {}),
+    "components": (["reference_tables", "components", "{build}/bin"], {}),
+}
+JAVA_RUN = ["java", "-classpath", "{build}/docs/examples/guide.jar:{build}/lib/wyerrlog.jar",
+            "-Djava.library.path={build}/lib", "Guide", "{messages}", TRACE_CONF]
+
+VARYING = [
+    (r"\[\d+/\d+\]", "[pid/tid]"),
+    (r"\[(Sun|Mon|Tue|Wed|Thu|Fri|Sat) [A-Z][a-z]{2} \d\d \d{4} \d\d:\d\d:\d\d\]", "[date]"),
+    (r"\d\d/\d\d/\d{4}", "date"),
+    (r"\d\d:\d\d:\d\d\.\d{3}", "precise time"),
+    (r"\d\d:\d\d:\d\d", "time"),
+]
+
+
+def run_examples(build, folder):
+    """Runs each program in a folder of its own, which keeps what it has written."""
+    examples = build / "docs/examples"
+    places = {"build": build, "messages": examples / "session_store/messages"}
+    runs = dict(RUNS)
+    if (examples / "guide.jar").exists():
+        runs["java"] = (JAVA_RUN, {})
+    shutil.rmtree(folder, ignore_errors=True)
+    for name, (command, variables) in runs.items():
+        command = [part.format(**places) for part in command]
+        if name != "java":
+            command[0] = str(examples / "bin" / command[0])
+        (folder / name).mkdir(parents=True)
+        environment = {**os.environ, "LC_ALL": "C.UTF-8", **variables,
+                       "ORVA_WA_ROOT": str(examples / "session_store")}
+        with open(folder / name / "stdout", "w") as stdout:
+            subprocess.run(command, cwd=folder / name, env=environment, stdout=stdout, check=True)
+    return set(runs)
+
+
+def source_text(reference):
+    path, _, region = reference.partition("#")
+    text = (DOCS / path).read_text()
+    if region:
+        match = re.search(rf"^ *// \[{region}\]\n(.*?)^ *// \[/{region}\]$", text, re.S | re.M)
+        return textwrap.dedent(match[1])
+    return re.sub(r"^ *// \[/?[\w-]+\]\n", "", text, flags=re.M)
+
+
+def without_varying(text):
+    for pattern, word in VARYING:
+        text = re.sub(pattern, word, text)
+    return text
+
+
+class Page:
+    def __init__(self, path, outputs, runs):
+        self.path, self.outputs, self.runs = path, outputs, runs
+        self.text = path.read_text()
+        self.faults = []
+
+    def expected(self, kind, reference, shown):
+        """What should stand behind the mark; `shown` when that is as good."""
+        if kind == "file":
+            return source_text(reference)
+        name, _, count = reference.partition(" ")
+        if kind == "table":
+            name += "/stdout"
+        if name.split("/")[0] not in self.runs:
+            return shown  # there is no Java here
+        lines = (self.outputs / name).read_text().splitlines(keepends=True)
+        text = "".join(lines[: int(count)] if count else lines)
+        text = re.sub(r" +$", "", text, flags=re.M)  # editors take them away in pages
+        return shown if without_varying(text) == without_varying(shown) else text
+
+    def update(self):
+        def replace(match):
+            head, kind, reference, start, shown, end = match.groups()
+            text = self.expected(kind, reference, shown)
+            if text != shown:
+                self.faults.append(f"{reference} is shown differently from what it is")
+            return head + start + text + end
+
+        text = re.sub(r"^(<!-- (file|output): (.+?) -->\n)(```\w*\n)(.*?)(^```$)", replace, self.text,
+                      flags=re.S | re.M)
+        text = re.sub(r"^(<!-- (table): (.+?) -->\n)(\n)(.*?)(\n<!-- end -->$)", replace, text,
+                      flags=re.S | re.M)
+        return text
+
+    def check_code(self):
+        if self.path.name not in OF_PROGRAMS:
+            return
+        for match in re.finditer(r"^(.*)\n```(cpp|java|cmake)$", self.text, re.M):
+            if not match[1].startswith("<!-- file: "):
+                self.faults.append(f"code of no file: {match[0]!r}")
+
+    def check_links(self):
+        for target in re.findall(r"\]\(([^)\s]+)\)", self.text):
+            if "://" in target:
+                continue
+            name, _, heading = target.partition("#")
+            path = (self.path.parent / name).resolve() if name else self.path
+            if not path.exists():
+                self.faults.append(f"link to {target}")
+            elif heading and heading not in headings(path):
+                self.faults.append(f"link to {target}: no such heading")
+
+
+def headings(path):
+    titles = re.findall(r"^#+ (.*)$", path.read_text(), re.M)
+    return {re.sub(r"[^\w\- ]", "", title.lower()).replace(" ", "-") for title in titles}
+
+
+def main():
+    build = Path(sys.argv[1]).resolve()
+    write = sys.argv[2:] == ["--write"]
+    outputs = build / "docs/examples/run"
+    runs = run_examples(build, outputs)
+    failed = False
+    for path in PAGES:
+        page = Page(path, outputs, runs)
+        text = page.update()
+        if write:
+            path.write_text(text)
+            page.faults.clear()
+        page.check_code()
+        page.check_links()
+        for fault in page.faults:
+            print(f"{path.relative_to(DOCS.parent)}: {fault}")
+            failed = True
+    sys.exit(failed)
+
+
+if __name__ == "__main__":
+    main()
