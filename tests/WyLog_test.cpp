@@ -68,7 +68,9 @@ TEST(Names, OfTheDataFieldsAreThoseOfTheKnownTable) {
   const KNOWNDATAFIELDINFO* pRows = nullptr;
   ASSERT_TRUE(GetKnownDataFields(&iCount, &pRows));
   std::vector<std::string> known;
-  for (int i = 0; i < iCount; ++i) known.push_back(std::string("WyField::") + pRows[i].pszName);
+  for (const auto* p = pRows; p != pRows + iCount; ++p) {
+    known.emplace_back(std::string("WyField::") + p->pszName);
+  }
   EXPECT_EQ(NamesOf(std::make_index_sequence<WyField::Count>()), known);
 }
 

@@ -200,6 +200,8 @@ inline bool WyAudit(const char* pszFormat, ...) {
 
 // ---- Trace records ------------------------------------------------------------------------------
 
+// NOLINTBEGIN(bugprone-macro-parentheses): the rest of the statement follows
+
 // WY_TRACE(component) and WY_TRACE(logger, component) begin a statement that writes one trace
 // record, of the component or sub-component with that identifier; what follows sets its fields:
 //
@@ -214,13 +216,15 @@ inline bool WyAudit(const char* pszFormat, ...) {
   for (CWyTraceData* wyTraceData = WyLogDetail::TakeTraceData(__VA_ARGS__); \
        wyTraceData != nullptr; wyTraceData = nullptr)                       \
   WyLogDetail::CWyTraceWriter() & CWyTraceRecord(*wyTraceData).At(WY_HERE)
+// NOLINTEND(bugprone-macro-parentheses)
 
 // One trace record while it is filled, for its thread alone. It borrows the thread's CWyTraceData,
 // and empties it at its end. The fields Function, SrcFile ("agent.cpp:41"), Pid, Tid, Date, Time
 // and PreciseTime, as far as the call has not set them, are filled in when the record is written.
 class CWyTraceRecord {
  public:
-  // `data` is the calling thread's, which is not tracing already: see WY_TRACE, which sees to that.
+  // `data` is what ShouldTraceAlloc or ShouldTrace has made ready, on a thread that isTracing().
+  // WY_TRACE sees to both.
   explicit CWyTraceRecord(CWyTraceData& data) : m_data(data) {}
   ~CWyTraceRecord() { m_data.LeaveNoBody(); }
   CWyTraceRecord(const CWyTraceRecord&) = delete;
@@ -232,7 +236,8 @@ class CWyTraceRecord {
     return *this;
   }
 
-  // Sets a field when it is among those that the trace configuration shows. The value is copied; it
+  // Sets a field when it is among those that the trace configuration shows (a filter on one that is
+  // not shown has no say). The value is copied; it
   // is what WyLog takes as an argument (a floating number gets six decimals, a null text is an
   // empty one), or a function without parameters that answers such a value, and which is called
   // only when the field is shown.
