@@ -14,7 +14,7 @@
 #include <string>
 #include <vector>
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* pData, size_t uSize);
+#include "fuzz/FuzzInput.h"
 
 namespace {
 

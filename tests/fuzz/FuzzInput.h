@@ -1,0 +1,54 @@
+#ifndef WYERRLOG_TESTS_FUZZINPUT_H
+#define WYERRLOG_TESTS_FUZZINPUT_H
+
+// What the fuzz targets share. Each takes its input as lines of text, so that the seeds can be read
+// and written by hand; any bytes are an input.
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <string>
+#include <string_view>
+#include <vector>
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* pData, std::size_t uSize);
+
+namespace fuzz {
+
+// What must hold for every input.
+inline void Require(bool bHolds) {
+  if (!bHolds) std::abort();
+}
+
+inline std::string_view Text(const std::uint8_t* pData, std::size_t uSize) {
+  return {reinterpret_cast<const char*>(pData), uSize};
+}
+
+// Takes the part up to the separator from the front of the text, and the separator with it.
+inline std::string_view Take(std::string_view& text, char cSeparator) {
+  const std::size_t uEnd = std::min(text.find(cSeparator), text.size());
+  const std::string_view part = text.substr(0, uEnd);
+  text.remove_prefix(std::min(uEnd + 1, text.size()));
+  return part;
+}
+
+inline std::vector<std::string> SplitLines(std::string_view text) {
+  std::vector<std::string> lines;
+  while (!text.empty()) lines.emplace_back(Take(text, '\n'));
+  return lines;
+}
+
+// A text as the library's callers have it: up to its first zero byte. Forty times when it begins
+// with "*", so that long texts are cheap to find.
+inline std::string Argument(std::string_view text) {
+  const std::string strOnce(text.substr(0, text.find('\0')));
+  if (!strOnce.starts_with('*')) return strOnce;
+  std::string strLong;
+  for (int i = 0; i < 40; ++i) strLong += strOnce;
+  return strLong;
+}
+
+}  // namespace fuzz
+
+#endif

@@ -1,0 +1,156 @@
+// Feeds records with filters in all layouts.
+//
+// The first line is the layout's number and the separator of layout 2. Each further line is a
+// field, with tabs between its parts:
+//
+//   <name> TAB <how the value is given> TAB <operator> TAB <filter text> TAB <value>
+//
+// The fields are selected in this order. Every value must pass its filter exactly when it should,
+// and the record must show the last values of the selected fields as the layout says.
+
+#include <cstdio>
+#include <cstdlib>
+#include <map>
+#include <set>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "fuzz/FuzzInput.h"
+#include "test_support/TraceConfiguration.h"
+
+namespace {
+
+using fuzz::Require;
+
+struct InputField {
+  WyTraceDataFieldInfo info;
+  char cKind;
+  std::string strOperator;
+  std::string strFilter;
+  std::string strValue;
+};
+
+// The lines that name known fields, each at its first mention.
+std::vector<InputField> ReadFields(std::string_view lines) {
+  static const auto known = test_support::DataFieldTable();
+  std::set<unsigned int> seen;
+  std::vector<InputField> fields;
+  while (!lines.empty()) {
+    std::string_view line = fuzz::Take(lines, '\n');
+    const std::string_view name = fuzz::Take(line, '\t');
+    for (const WyTraceDataFieldInfo& info : known) {
+      if (name != info.pszName || !seen.insert(info.uId).second) continue;
+      const std::string_view kind = fuzz::Take(line, '\t');
+      const std::string strOperator = fuzz::Argument(fuzz::Take(line, '\t'));
+      // Short of the length at which the parser takes a line in pieces.
+      const std::string strFilter = fuzz::Argument(fuzz::Take(line, '\t')).substr(0, 4000);
+      fields.push_back(
+          {info, kind.empty() ? 't' : kind[0], strOperator, strFilter, fuzz::Argument(line)});
+    }
+  }
+  return fields;
+}
+
+bool IsFiltered(const InputField& field) {
+  const std::string& strOperator = field.strOperator;
+  return strOperator == "==" || strOperator == "!=" || strOperator == "@@" || strOperator == "!@";
+}
+
+bool Passes(const InputField& field, const std::string& strValue) {
+  const bool bHolds = strValue.find(field.strFilter) != std::string::npos;
+  if (field.strOperator == "==") return strValue == field.strFilter;
+  if (field.strOperator == "!=") return strValue != field.strFilter;
+  if (field.strOperator == "@@") return bHolds;
+  return !IsFiltered(field) || !bHolds;
+}
+
+std::string Configuration(const std::vector<InputField>& fields) {
+  std::string strConfig = "components Log\ndata";
+  for (const InputField& field : fields) strConfig.append(" ").append(field.info.pszName);
+  for (const InputField& field : fields) {
+    if (!IsFiltered(field)) continue;
+    strConfig.append("\n").append(field.info.pszName).append(" ");
+    strConfig.append(field.strOperator).append(field.strFilter);
+  }
+  return strConfig + "\n";
+}
+
+// Sets the field's value as it is given; answers the text that it should have become.
+std::string SetValue(CWyTraceData& record, const InputField& field, bool& bPassed) {
+  constexpr unsigned int FirstWithoutMeaning = 8;
+  const unsigned int uId = field.info.uId;
+  const int iValue = std::atoi(field.strValue.c_str());
+  switch (uId < FirstWithoutMeaning ? 't' : field.cKind) {
+    case 'i':
+      bPassed = record.SetFieldValue(uId, iValue);
+      return std::to_string(iValue);
+    case 'u':
+      bPassed = record.SetFieldValue(uId, static_cast<unsigned int>(iValue));
+      return std::to_string(static_cast<unsigned int>(iValue));
+    case 'f':
+      bPassed = record.SetFieldValue(uId, std::atof(field.strValue.c_str()));
+      return std::to_string(std::atof(field.strValue.c_str()));
+    case 'b':
+      bPassed = record.SetFieldValue(uId, iValue != 0);
+      return iValue != 0 ? "true" : "false";
+    case 'n':
+      bPassed = record.SetFieldValue(uId, static_cast<const char*>(nullptr));
+      return "";
+    default:
+      bPassed = record.SetFieldValue(uId, field.strValue.c_str());
+      return uId == 1 ? field.strValue.substr(0, 1023) : field.strValue;
+  }
+}
+
+std::string Column(const InputField& field, std::string strValue, int iFormat) {
+  const std::string strName = field.info.pszName;
+  switch (iFormat) {
+    case 0:
+      return "[" + strValue + "]";
+    case 1:
+      strValue.resize(field.info.uWidth, ' ');
+      return strValue;
+    case 2:
+      return strValue;
+    case 3:
+      return "\t<" + strName + ">" + strValue + "</" + strName + ">\n";
+    default:
+      return "";
+  }
+}
+
+}  // namespace
+
+int LLVMFuzzerTestOneInput(const std::uint8_t* pData, std::size_t uSize) {
+  std::string_view input = fuzz::Text(pData, uSize);
+  const std::string strLayout = fuzz::Argument(fuzz::Take(input, '\n'));
+  const int iFormat = strLayout.empty() ? 0 : (strLayout[0] & 7);
+  const std::string strDelimiter = strLayout.empty() ? "" : strLayout.substr(1);
+  const auto fields = ReadFields(input);
+
+  CWyTraceData record;
+  {
+    const auto pMaster =
+        test_support::NewConfiguration(Configuration(fields), iFormat, strDelimiter.c_str());
+    Require(pMaster != nullptr);
+    record = *pMaster;
+  }
+  const std::string strBetween = iFormat == 1 ? "  " : iFormat == 2 ? strDelimiter : "";
+  std::string strExpected = iFormat == 3 ? "<TraceMessage>\n" : "";
+  for (const InputField& field : fields) {
+    bool bPassed = false;
+    const std::string strValue = SetValue(record, field, bPassed);
+    Require(bPassed == Passes(field, strValue));
+    if (&field != &fields.front()) strExpected += strBetween;
+    strExpected += Column(field, strValue, iFormat);
+  }
+  strExpected += iFormat == 3 ? "</TraceMessage>\n" : "\n";
+  Require(test_support::Line(record, 0) == strExpected);
+
+  record.LeaveNoBody();
+  for (const InputField& field : fields) {
+    Require(*record.GetDataFieldInfo(field.info.uId)->pszValue == '\0');
+  }
+  return 0;
+}
