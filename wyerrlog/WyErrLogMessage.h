@@ -74,7 +74,7 @@ class CpaArgList {
   }
   // The same with a text up to its first zero byte.
   CpaArgList& add(std::string_view argument) {
-    AddText(argument.substr(0, argument.find('\0')), {"", 1});
+    AddText(argument.substr(0, argument.find('\0')), {"\0", 1});
     return *this;
   }
   // Empties the list.

@@ -15,6 +15,8 @@ CWyError::~CWyError() { Clear(); }
 
 CWyError::CWyError(const CWyError& other) : CWyError() { TakeOver(other); }
 
+// Assigned to itself a chain is empty afterwards.
+// NOLINTNEXTLINE(bugprone-unhandled-self-assignment)
 CWyError& CWyError::operator=(const CWyError& other) {
   Clear();
   TakeOver(other);

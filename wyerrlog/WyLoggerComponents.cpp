@@ -160,7 +160,7 @@ void CWyLogger::MakeKnownInfo() {
   for (int i = 0; i < m_iComponentSlotCount; ++i) {
     if (m_ppComponents[i] != nullptr) AddComponent(*m_ppComponents[i]);
   }
-  if (m_iComponentSlotCount != 0) {
+  if (!m_strAvailableComponents.empty()) {
     m_strAvailableComponents.resize(m_strAvailableComponents.size() - strlen(" | "));
   }
   InitDataFieldInfo();

@@ -1,0 +1,15 @@
+#!/usr/bin/env bash
+# Runs clang-tidy with the checks of .clang-tidy on the sources that are named, or on all but the tests:
+# scripts/check-tidy.sh [file...]
+source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
+
+command -v clang-tidy >/dev/null || fail "clang-tidy is missing; run scripts/install-deps.sh --dev"
+files=("$@")
+# GoogleTest's macros expand to much that the checks object to.
+((${#files[@]} > 0)) || mapfile -t files < <(source_files '*.cpp' | grep -v '^tests/')
+
+build=$(build_directory release)
+cmake --preset release --log-level=WARNING >/dev/null
+say "Running clang-tidy on ${#files[@]} files"
+printf '%s\n' "${files[@]}" | xargs -P "$(nproc)" -n 1 -d '\n' \
+  clang-tidy --quiet --warnings-as-errors='*' -p "$build" 2> >(grep -v 'warnings generated' >&2)
