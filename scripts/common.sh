@@ -32,3 +32,14 @@ run_tests() {
   say "Running the tests of preset $1"
   ctest --preset "$1" --parallel "$(nproc)"
 }
+
+# source_files PATTERN...: the project's files of these names, without what has been built.
+source_files() {
+  local names=() pattern
+  for pattern in "$@"; do names+=(-o -name "$pattern"); done
+  find . \( -path ./build -o -path './cmake-build-*' -o -path './.?*' \) -prune \
+    -o -type f \( "${names[@]:1}" \) -printf '%P\n' | sort
+}
+
+# distribution_flags CPPFLAGS|CXXFLAGS|LDFLAGS: what the distribution builds its packages with.
+distribution_flags() { DEB_BUILD_MAINT_OPTIONS=hardening=+bindnow dpkg-buildflags --get "$1"; }

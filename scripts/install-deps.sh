@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Installs the Debian packages that the build, the tests and the demo need, those that are missing; does
-# nothing when all are there. With --dev also the tools for developers, with --bench also what the
-# comparison with other loggers needs.
+# nothing when all are there. With --ci also what .ci/run needs, with --dev the tools for developers as well,
+# with --bench also what the comparison with other loggers needs.
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
 packages=(
@@ -16,11 +16,15 @@ packages=(
   libcpp-httplib-dev pkgconf curl   # the demo's web server, how to link it, a client to call it
 )
 
+ci_packages=(
+  clang libclang-rt-14-dev          # the second compiler, its sanitizers and libFuzzer
+  clang-format                      # the layout of the sources
+)
+
 developer_packages=(
-  clang libclang-rt-14-dev          # the second compiler, and its sanitizers
-  clang-format clang-tidy cppcheck  # style and static checks
+  "${ci_packages[@]}"
+  clang-tidy cppcheck               # static checks
   ccache                            # faster rebuilds
-  git                               # scripts/check-format.sh asks it which files are tracked
 )
 
 # What bench/compare compares this library with, and what runs it and draws its chart.
@@ -31,9 +35,10 @@ comparison_packages=(
 
 for option in "$@"; do
   case "$option" in
+    --ci) packages+=("${ci_packages[@]}") ;;
     --dev) packages+=("${developer_packages[@]}") ;;
     --bench) packages+=("${comparison_packages[@]}") ;;
-    *) fail "usage: install-deps.sh [--dev] [--bench]" ;;
+    *) fail "usage: install-deps.sh [--ci] [--dev] [--bench]" ;;
   esac
 done
 

@@ -1,13 +1,12 @@
 #!/usr/bin/env bash
 # Builds the Debian packages, for release and with the distribution's flags: scripts/package.sh [folder]
-# They are left in <folder>/packages/; the folder is build/package unless another is named.
+# They are left in <folder>/packages/; the folder is build/package unless another is named. With
+# WYERRLOG_WERROR=ON in the environment a warning of the compiler is an error.
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
 (($# <= 1)) || fail "usage: package.sh [folder]"
 build=${1:-$(build_directory package)}
 packages=$build/packages
-
-flags() { DEB_BUILD_MAINT_OPTIONS=hardening=+bindnow dpkg-buildflags --get "$1"; }
 
 # mend_symbols FILE: names a package of debug symbols as Debian does, and makes its checksums those of
 # the installed files; CPack names the files where it has packed them.
@@ -22,8 +21,9 @@ mend_symbols() {
 
 say "Building for packages in $build ($(nproc) jobs)"
 cmake --preset package -B "$build" --log-level=WARNING \
-  -DCMAKE_CXX_FLAGS="$(flags CPPFLAGS) $(flags CXXFLAGS)" \
-  -DCMAKE_SHARED_LINKER_FLAGS="$(flags LDFLAGS)"
+  -DWYERRLOG_WERROR="${WYERRLOG_WERROR:-OFF}" \
+  -DCMAKE_CXX_FLAGS="$(distribution_flags CPPFLAGS) $(distribution_flags CXXFLAGS)" \
+  -DCMAKE_SHARED_LINKER_FLAGS="$(distribution_flags LDFLAGS)"
 cmake --build "$build" --parallel "$(nproc)"
 
 say "Packing"

@@ -12,7 +12,7 @@
 // What the texts of a message are kept in. A thread's messages hand it on from one to the next, so
 // that usually none of them has to allocate.
 struct CWyErrLogMessage::Memory {
-  static constexpr std::size_t LargestKept = std::size_t{64} * 1024;  // bytes; larger texts are not kept
+  static constexpr std::size_t LargestKept = std::size_t{64} << 10;  // bytes; larger are not kept
 
   CWyTextBuffer text;
   CpaArgList args;

@@ -4,7 +4,8 @@ source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
 scratch=$1
 root=$scratch/root
-"$source_tree/scripts/package.sh" "$scratch/build" >"$scratch.log" 2>&1 || fail "$(<"$scratch.log")"
+WYERRLOG_WERROR=ON "$source_tree/scripts/package.sh" "$scratch/build" >"$scratch.log" 2>&1 ||
+  fail "$(<"$scratch.log")"
 
 rm -rf "$root" "$scratch/control"
 mkdir "$scratch/control"
