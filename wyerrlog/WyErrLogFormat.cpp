@@ -78,15 +78,17 @@ void AppendNumber(BoundedText& text, Number value, std::size_t uWidth) {
   text.AppendAlignedRight({szDigits, static_cast<std::size_t>(pEnd - szDigits)}, uWidth);
 }
 
+void AppendText(BoundedText& text, const char* pszText, std::size_t uWidth) {
+  text.AppendAlignedRight(pszText != nullptr ? pszText : "(null)", uWidth);
+}
+
 // False when the conversion is not a plain one.
 bool AppendArgument(BoundedText& text, const Conversion& conversion, va_list args) {
   switch (conversion.cLetter) {
-    case 's': {
+    case 's':
       if (conversion.bLong) return false;
-      const char* const pszText = va_arg(args, const char*);
-      text.AppendAlignedRight(pszText != nullptr ? pszText : "(null)", conversion.uWidth);
+      AppendText(text, va_arg(args, const char*), conversion.uWidth);
       return true;
-    }
     case 'd':
     case 'i':
       AppendNumber(text, conversion.bLong ? va_arg(args, std::int64_t) : va_arg(args, int),
@@ -109,8 +111,8 @@ int FormatPlainly(char* pszBuffer, std::size_t uSize, const char* pszFormat, va_
     const char* const pszPercent = strchrnul(pszFormat, '%');
     text.Append({pszFormat, static_cast<std::size_t>(pszPercent - pszFormat)});
     if (*pszPercent == '\0') return text.Finish();
-    if (pszPercent[1] == '%') {
-      text.Append("%");
+    if (pszPercent[1] == 's' || pszPercent[1] == '%') {
+      AppendText(text, pszPercent[1] == 's' ? va_arg(args, const char*) : "%", 0);
       pszFormat = pszPercent + 2;
       continue;
     }

@@ -47,8 +47,7 @@ void CWyErrLogMessage::FormatTraceField(const char* pszValue, const char* pszNam
 void CWyErrLogMessage::FormatTraceField(const char* pszValue, int iWidth) {
   const auto uWidth = static_cast<std::size_t>(iWidth > 0 ? iWidth : 0);
   const std::string_view value = ViewOf(pszValue).substr(0, uWidth);
-  m_pBuffer->Append(std::string_view(m_bFirstField ? "" : "  "), value);
-  m_pBuffer->AppendBlanks(uWidth - value.size());
+  m_pBuffer->AppendColumn(m_bFirstField ? 0 : 2, value, uWidth);
   m_bFirstField = false;
 }
 

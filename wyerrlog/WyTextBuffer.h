@@ -46,11 +46,15 @@ class CWyTextBuffer {
       AppendAndGrow(uSize, pieces...);
     }
   }
-  void AppendBlanks(std::size_t uCount) {
-    if (char* const pEnd = Room(uCount)) {
-      std::memset(pEnd, ' ', uCount);
-      AppendedUpTo(pEnd + uCount);
-    }
+  // Appends `uGap` blanks and the piece, filled up with blanks to `uWidth` bytes, which it does not
+  // exceed.
+  void AppendColumn(std::size_t uGap, std::string_view piece, std::size_t uWidth) {
+    std::unique_ptr<char[]> pPrevious;
+    if (!HasRoom(uGap + uWidth) && !Grow(uGap + uWidth, pPrevious)) return;
+    char* const pColumn = m_pText.get() + m_uSize;
+    std::memset(pColumn, ' ', uGap + uWidth);
+    std::memcpy(pColumn + uGap, piece.data(), piece.size());
+    AppendedUpTo(pColumn + uGap + uWidth);
   }
 
   // Replaces the text by the piece, which may lie within it.

@@ -48,9 +48,7 @@ inline void ProvideComponent() {
 inline bool TraceRefusal(CWyLogger& logger, const char* pszUser, const char* pszAction,
                          const char* pszResource) {
   CWyTraceData* pData = nullptr;
-  if (!logger.TraceEnabled(Agent::Traced) || !logger.ShouldTraceAlloc(Agent::Traced, &pData)) {
-    return false;
-  }
+  if (!logger.ShouldTraceAlloc(Agent::Traced, &pData)) return false;
   const CWyTraceSupresser suppress;
   CWyTraceData& data = *pData;
   const auto hasMessage = [&] {
