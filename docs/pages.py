@@ -97,6 +97,7 @@ class Page:
     def __init__(self, path, outputs, runs):
         self.path, self.outputs, self.runs = path, outputs, runs
         self.text = path.read_text()
+        self.seen = set()
         self.faults = []
 
     def expected(self, kind, reference, shown):
@@ -116,6 +117,7 @@ class Page:
     def update(self):
         def replace(match):
             head, kind, reference, start, shown, end = match.groups()
+            self.seen.add(reference)
             text = self.expected(kind, reference, shown)
             if text != shown:
                 self.faults.append(f"{reference} is shown differently from what it is")
@@ -123,9 +125,15 @@ class Page:
 
         text = re.sub(r"^(<!-- (file|output): (.+?) -->\n)(```\w*\n)(.*?)(^```$)", replace, self.text,
                       flags=re.S | re.M)
-        text = re.sub(r"^(<!-- (table): (.+?) -->\n)(\n)(.*?)(\n<!-- end -->$)", replace, text,
-                      flags=re.S | re.M)
+        text = re.sub(r"^(<!-- (table): (.+?) -->\n)(\n)((?:\|.*\n)*)(\n<!-- end -->$)", replace, text,
+                      flags=re.M)
         return text
+
+    def check_marks(self):
+        marks = re.findall(r"^<!-- (?:file|output|table): (.+?) -->$", self.text, re.M)
+        for reference in marks:
+            if reference not in self.seen:
+                self.faults.append(f"nothing is shown behind the mark of {reference}")
 
     def check_code(self):
         if self.path.name not in OF_PROGRAMS:
@@ -163,6 +171,7 @@ def main():
         if write:
             path.write_text(text)
             page.faults.clear()
+        page.check_marks()
         page.check_code()
         page.check_links()
         for fault in page.faults:

@@ -12,7 +12,7 @@ packages=(
   openjdk-17-jdk-headless           # the Java binding
   dpkg-dev file                     # the packages
   abigail-tools                     # the comparison with the recorded interface
-  doxygen                           # the API reference
+  doxygen python3                   # the API reference; the check of the pages
   libcpp-httplib-dev pkgconf curl   # the demo's web server, how to link it, a client to call it
 )
 
@@ -30,7 +30,7 @@ developer_packages=(
 # What bench/compare compares this library with, and what runs it and draws its chart.
 comparison_packages=(
   libspdlog-dev liblog4cplus-dev liblog4cxx-dev libboost-log-dev libgoogle-glog-dev
-  python3 gnuplot-nox
+  gnuplot-nox
 )
 
 for option in "$@"; do

@@ -6,7 +6,7 @@
 // [callback]
 // Runs on the threads that log, on several at once.
 static void Print(const char* pszText, int iLength, void* pParam) {
-  std::fprintf(static_cast<std::FILE*>(pParam), "%d bytes: %s", iLength, pszText);
+  std::fprintf(static_cast<std::FILE*>(pParam), "told: %.*s", iLength, pszText);
 }
 // [/callback]
 
