@@ -1,4 +1,3 @@
-#include <algorithm>
 #include <charconv>
 #include <cstring>
 #include <ctime>
@@ -16,39 +15,9 @@ constexpr int SmallestTidBuffer = 15;
 constexpr int SmallestTimeBuffer = 25;
 constexpr std::size_t LargestLineSize = 16;  // ":2147483647]"
 
-constexpr const char* arrayWeekDay[] = {"Sun", "Mon", "Tue", "Wed", "Thu", "Fri", "Sat"};
-constexpr const char* arrayMonth[] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
-                                      "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
-
 bool Copy(std::string_view text, char* pszBuffer, int iSize) {
   if (text.size() >= static_cast<std::size_t>(iSize)) return false;
   pszBuffer[text.copy(pszBuffer, text.size())] = '\0';
-  return true;
-}
-
-bool IsBetween(int iValue, int iFirst, int iLast) { return iFirst <= iValue && iValue <= iLast; }
-
-// Whether the pieces have the usual numbers of digits. strftime writes the other ones.
-bool IsConvertedTime(const tm& time) {
-  return IsBetween(time.tm_mday, 1, 31) && IsBetween(time.tm_hour, 0, 23) &&
-         IsBetween(time.tm_min, 0, 59) && IsBetween(time.tm_sec, 0, 60) &&
-         IsBetween(time.tm_year, 1000 - 1900, 9999 - 1900);
-}
-
-bool WriteDate(char* psz, std::size_t uSize, const tm& time) {
-  if (!IsConvertedTime(time)) return strftime(psz, uSize, "%m/%d/%Y", &time) != 0;
-  *WyAppendDateText(psz, time) = '\0';
-  return true;
-}
-
-// "16 2026 17:16:13" and the terminator, at `psz` with room for `uSize` bytes.
-bool WriteDayYearAndTime(char* psz, std::size_t uSize, const tm& time) {
-  if (!IsConvertedTime(time)) return strftime(psz, uSize, "%d %Y %H:%M:%S", &time) != 0;
-  psz = WyAppendTwoDigits(psz, time.tm_mday);
-  *psz++ = ' ';
-  psz = WyAppendYear(psz, time);
-  *psz++ = ' ';
-  *WyAppendTimeText(psz, time) = '\0';
   return true;
 }
 
@@ -71,7 +40,7 @@ bool CWyErrLogMessage::GetTime(int iForm, char* pszBuffer, bool bLocal, int iSiz
   if (!WyErrLogGetCurrentTime(bLocal, time, lMilliseconds)) return false;
   switch (iForm) {
     case 0:
-      return WriteDate(pszBuffer, static_cast<std::size_t>(iSize), time);
+      return WyWriteDate(pszBuffer, static_cast<std::size_t>(iSize), time);
     case 1:
       *WyAppendTimeText(pszBuffer, time) = '\0';
       return true;
@@ -85,12 +54,7 @@ bool CWyErrLogMessage::GetTime(int iForm, char* pszBuffer, bool bLocal, int iSiz
 
 bool CWyErrLogMessage::GetDateTime(const tm* pTime, char* pszBuffer, int iSize) {
   if (pTime == nullptr || pszBuffer == nullptr || iSize < SmallestTimeBuffer) return false;
-  if (!IsBetween(pTime->tm_wday, 0, 6) || !IsBetween(pTime->tm_mon, 0, 11)) return false;
-  char* psz = std::copy_n(arrayWeekDay[pTime->tm_wday], 3, pszBuffer);
-  *psz++ = ' ';
-  psz = std::copy_n(arrayMonth[pTime->tm_mon], 3, psz);
-  *psz++ = ' ';
-  return WriteDayYearAndTime(psz, static_cast<std::size_t>(pszBuffer + iSize - psz), *pTime);
+  return WyWriteDateTime(pszBuffer, static_cast<std::size_t>(iSize), *pTime);
 }
 
 const char* CWyErrLogMessage::PathnameFindFilePart(const char* pszPath) {

@@ -2,16 +2,24 @@
 #define WYERRLOG_WYERRLOGTIMETEXT_H
 
 // Private: the times in log lines and trace records, written without the C library's strftime,
-// which looks at the time zone files and takes a lock that a forked child may find taken. Each
-// function writes at `psz`, without a terminator, and answers the end of what it wrote. The values
-// must be those of a converted time, as WyErrLogGetCurrentTime gives them.
+// which looks at the time zone files and takes a lock that a forked child may find taken.
 
+#include <cstddef>
 #include <cstdio>
 #include <ctime>
 
 // A second in its pieces, local time or UTC. A thread remembers the last second of each. False, and
 // the pieces all 0, when the system cannot convert it.
 bool WyBreakDownTime(time_t tSeconds, bool bLocal, tm& time);
+
+// A date and time that a caller hands in, with a terminator, in a buffer of `uSize` bytes, which
+// are 25 at least: "11/16/2026" and "Mon Nov 16 2026 17:16:13". False when it does not fit, and for
+// the second when there is no such weekday or month.
+bool WyWriteDate(char* psz, std::size_t uSize, const tm& time);
+bool WyWriteDateTime(char* psz, std::size_t uSize, const tm& time);
+
+// Each of these writes at `psz`, without a terminator, and answers the end of what it wrote. The
+// values must be those of a converted time, as WyErrLogGetCurrentTime gives them.
 
 inline char* WyAppendTwoDigits(char* psz, int iValue) {
   *psz++ = static_cast<char>('0' + iValue / 10 % 10);

@@ -6,7 +6,6 @@
 #include <cstdio>
 #include <cstring>
 
-#include "wyerrlog/WyErrLogMessage.h"
 #include "wyerrlog/WyErrLogPrivUtil.h"
 #include "wyerrlog/WyErrLogTimeText.h"
 #include "wyerrlog/thread_utility.h"
@@ -59,10 +58,10 @@ bool CWyThreadStamp::Refresh(bool bLocal) {
 bool CWyThreadStamp::WriteTime(time_t tSeconds, bool bLocal) {
   m_uPrologLength = m_uIdsLength;
   char* const pszDateTime = m_szProlog + m_uIdsLength;
-  const auto iRoom = static_cast<int>(sizeof m_szProlog - m_uIdsLength - strlen("]["));
+  const std::size_t uRoom = sizeof m_szProlog - m_uIdsLength - strlen("][");
   tm time;
   if (!WyBreakDownTime(tSeconds, bLocal, time)) return false;
-  if (!CWyErrLogMessage::GetDateTime(&time, pszDateTime, iRoom)) return false;
+  if (!WyWriteDateTime(pszDateTime, uRoom, time)) return false;
   char* const pszEnd = pszDateTime + strlen(pszDateTime);
   memcpy(pszEnd, "][", strlen("]["));
   m_uPrologLength = static_cast<std::size_t>(pszEnd - m_szProlog) + strlen("][");
