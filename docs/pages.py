@@ -78,9 +78,9 @@ def run_examples(build, folder):
     return set(runs)
 
 
-def source_text(reference):
+def source_text(page, reference):
     path, _, region = reference.partition("#")
-    text = (DOCS / path).read_text()
+    text = (page.parent / path).read_text()
     if region:
         match = re.search(rf"^ *// \[{region}\]\n(.*?)^ *// \[/{region}\]$", text, re.S | re.M)
         return textwrap.dedent(match[1])
@@ -103,7 +103,7 @@ class Page:
     def expected(self, kind, reference, shown):
         """What should stand behind the mark; `shown` when that is as good."""
         if kind == "file":
-            return source_text(reference)
+            return source_text(self.path, reference)
         name, _, count = reference.partition(" ")
         if kind == "table":
             name += "/stdout"
