@@ -116,7 +116,7 @@ def describe_machine(directory, arguments):
     file_system = subprocess.run(["df", "--output=fstype", directory], stdout=subprocess.PIPE,
                                  text=True, check=True).stdout.split()[-1]
     return (f"{os.cpu_count()} processors ({model[1] if model else platform.machine()}), Linux "
-            f"{platform.release()}, {file_system}; medians of {arguments.rounds} rounds of "
+            f"{platform.release().split('-')[0]}, {file_system}; medians of {arguments.rounds} rounds of "
             f"{arguments.records:,} records. A cell holds nanoseconds per record, half the "
             "interquartile range, and in bold the ratio to the bare write.")
 
