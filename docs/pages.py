@@ -46,8 +46,13 @@ RUNS = {
     "fields": (["reference_tables", "fields"], {}),
     "components": (["reference_tables", "components", "{build}/bin"], {}),
 }
-JAVA_RUN = ["java", "-classpath", "{build}/docs/examples/guide.jar:{build}/lib/wyerrlog.jar",
-            "-Djava.library.path={build}/lib", "Guide", "{messages}", TRACE_CONF]
+JAVA = ["java", "-classpath", "{build}/docs/examples/guide.jar:{build}/lib/wyerrlog.jar",
+        "-Djava.library.path={build}/lib"]
+LOGGING = f"-Djava.util.logging.config.file={DOCS}/examples/logging.properties"
+JAVA_RUNS = {
+    "java": ([*JAVA, "Guide", "{messages}", TRACE_CONF], {}),
+    "java_unchanged": ([*JAVA, LOGGING, "Unchanged"], {}),
+}
 
 VARYING = [
     (r"\[\d+/\d+\]", "[pid/tid]"),
@@ -64,11 +69,11 @@ def run_examples(build, folder):
     places = {"build": build, "messages": examples / "session_store/messages"}
     runs = dict(RUNS)
     if (examples / "guide.jar").exists():
-        runs["java"] = (JAVA_RUN, {})
+        runs.update(JAVA_RUNS)
     shutil.rmtree(folder, ignore_errors=True)
     for name, (command, variables) in runs.items():
         command = [part.format(**places) for part in command]
-        if name != "java":
+        if name not in JAVA_RUNS:
             command[0] = str(examples / "bin" / command[0])
         (folder / name).mkdir(parents=True)
         environment = {**os.environ, "LC_ALL": "C.UTF-8", **variables,
