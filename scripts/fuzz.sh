@@ -20,7 +20,7 @@ configure_and_build fuzz fuzzers
 fuzz() {
   local name=$1 log=$build/fuzz/$1.log
   mkdir -p "$build/corpus/$name"
-  "$build/fuzz/${name}_fuzz" -max_total_time="$seconds" -max_len=20000 -timeout=20 \
+  "$build/fuzz/${name}_fuzz" -max_total_time="$seconds" -max_len=10000 -timeout=20 \
     -artifact_prefix="$build/fuzz/$name-" -print_final_stats=1 \
     "$build/corpus/$name" "tests/fuzz/corpus/$name" >"$log" 2>&1 || { cat "$log"; return 1; }
   printf '%s: %s inputs\n' "$name" "$(sed -n 's/.*number_of_executed_units: *//p' "$log")"

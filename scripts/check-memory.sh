@@ -1,0 +1,38 @@
+#!/usr/bin/env bash
+# Runs tests of the release build under valgrind's memcheck, each in a process of its own as CTest does:
+# scripts/check-memory.sh [program...]         such as WyLogger_test; a set that reaches all modules
+source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
+
+command -v valgrind >/dev/null || fail "valgrind is missing; run scripts/install-deps.sh"
+# Not those that fork, kill, or run against the clock with many threads.
+programs=("$@")
+((${#programs[@]} > 0)) || programs=(
+  WyErrLogMessage_test WyErrLogMessageLookup_test WyErrLogMessageTrace_test WyError_test
+  WyFileOutput_test WyCallbackOutput_test WyLoggerComponents_test WyLoggerTrace_test
+  WyTraceConfigFile_test WyTraceRecord_test
+)
+
+configure_and_build release "${programs[@]}" test_plugins wytestcomponent
+build=$(build_directory release)
+
+# tests_of PROGRAM: "<program> <Suite.test>" for each of its tests.
+tests_of() {
+  "$build/tests/bin/$1" --gtest_list_tests |
+    awk -v program="$1" '/^[^ ]+\.$/ { suite = $1 } /^ / { print program, suite $1 }'
+}
+
+# check PROGRAM TEST: runs the test; shows what it says when it fails or valgrind objects.
+check() {
+  local root=$build output
+  [[ $1 == WyLoggerComponents_test ]] && root=$build/tests/plugins
+  output=$(ORVA_WA_ROOT=$PWD/$root valgrind --quiet --error-exitcode=1 --leak-check=full \
+    --errors-for-leak-kinds=definite,indirect --suppressions=tests/valgrind_suppressions.txt \
+    "$build/tests/bin/$1" --gtest_filter="$2" 2>&1) ||
+    { printf '%s %s\n%s\n' "$1" "$2" "$output"; return 1; }
+}
+export -f check
+export build
+
+say "Running under valgrind: ${programs[*]}"
+for program in "${programs[@]}"; do tests_of "$program"; done |
+  xargs -P "$(nproc)" -L 1 bash -c 'check "$@"' check || fail "valgrind or a test objects"
