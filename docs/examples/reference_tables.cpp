@@ -8,6 +8,7 @@
 
 #include <cstdio>
 #include <cstring>
+#include <filesystem>
 #include <iterator>
 #include <string>
 #include <vector>
@@ -108,7 +109,8 @@ using GetComponent = CWyErrLogComponent* (*)();
 CWyErrLogComponent* FindComponent(const std::string& strName,
                                   const std::vector<std::string>& folders) {
   for (const std::string& strFolder : folders) {
-    void* const pLibrary = dlopen((strFolder + "/lib" + strName + ".so").c_str(), RTLD_NOW);
+    const auto path = std::filesystem::path(strFolder) / ("lib" + strName + ".so");
+    void* const pLibrary = dlopen(path.c_str(), RTLD_NOW);
     if (pLibrary == nullptr) continue;
     return reinterpret_cast<GetComponent>(dlsym(pLibrary, "GetComponentPtr"))();
   }
