@@ -51,7 +51,7 @@ constexpr const char* Meanings[] = {
     "serial number of a certificate",
     "distinguished name of a certificate's subject",
     "distinguished name of a certificate's issuer",
-    "session specification",
+    "description of a session",
     "session id",
     "distribution point of revoked certificates",
     "distinguished name of a user",
