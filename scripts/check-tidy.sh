@@ -4,12 +4,15 @@
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
 command -v clang-tidy >/dev/null || fail "clang-tidy is missing; run scripts/install-deps.sh --dev"
-files=("$@")
-# GoogleTest's macros expand to much that the checks object to.
-((${#files[@]} > 0)) || mapfile -t files < <(source_files '*.cpp' | grep -v '^tests/')
-
 build=$(build_directory release)
 cmake --preset release --log-level=WARNING >/dev/null
+
+# Those that the build compiles; GoogleTest's macros expand to much that the checks object to.
+files=("$@")
+((${#files[@]} > 0)) || mapfile -t files < <(
+  sed -n "s|.*\"file\": \"$PWD/\(.*\)\".*|\1|p" "$build/compile_commands.json" |
+    grep -Ev '^(tests|build)/' | sort -u)
+
 say "Running clang-tidy on ${#files[@]} files"
 printf '%s\n' "${files[@]}" | xargs -P "$(nproc)" -n 1 -d '\n' \
   clang-tidy --quiet --warnings-as-errors='*' -p "$build" 2> >(grep -v 'warnings generated' >&2)
