@@ -7,7 +7,7 @@ command -v valgrind >/dev/null || fail "valgrind is missing; run scripts/install
 # Not those that fork, kill, or run against the clock with many threads.
 programs=("$@")
 ((${#programs[@]} > 0)) || programs=(
-  WyErrLogMessage_test WyErrLogMessageLookup_test WyErrLogMessageTrace_test WyError_test
+  WyErrLogMessage_test WyErrLogMessageLookup_test WyError_test
   WyFileOutput_test WyCallbackOutput_test WyLoggerComponents_test WyLoggerTrace_test
   WyTraceConfigFile_test WyTraceRecord_test
 )
