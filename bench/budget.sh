@@ -55,7 +55,10 @@ per_record() {
   local records=1000 few many
   few=$($1 "$2" "$3" "$records" 1)
   many=$($1 "$2" "$3" $((2 * records)) 1)
-  awk -v few="$few" -v many="$many" -v records="$records" 'BEGIN { print (many - few) / records }'
+  awk -v few="$few" -v many="$many" -v records="$records" 'BEGIN {
+    each = (many - few) / records
+    print each < 0 ? 0 : each
+  }'
 }
 
 # Records of threads come in lots of thirty.
@@ -91,17 +94,19 @@ measure() {
 # ---- Comparing ------------------------------------------------------------------------------------
 
 # compare MEASURED: says what has grown, and what the budget could be lowered to. Instructions and bytes
-# may differ a little: the digits of process and thread ids count.
+# may differ a little: the digits of process and thread ids count. So may the calls and allocations of
+# the whole run, which threads that start and end do not always make in the same number.
 compare() {
   awk '
     function tolerance(column) { return column == 4 || $1 == "thread-bytes" ? 1.03 : 1 }
+    function slack(column) { return column == 4 || $1 == "thread-bytes" ? 0 : 0.02 }
     /^#/ { next }
     NR == FNR { known[$1] = 1; for (i = 2; i <= NF; ++i) budget[$1, i] = $i; next }
     { print; measured[$1] = 1 }
     !($1 in known) { print "  not in the budget"; grown = 1; next }
     {
       for (i = 2; i <= NF; ++i) {
-        if ($i > budget[$1, i] * tolerance(i)) { print "  GROWN from " budget[$1, i]; grown = 1 }
+        if ($i > budget[$1, i] * tolerance(i) + slack(i)) { print "  GROWN from " budget[$1, i]; grown = 1 }
         if ($i * tolerance(i) < budget[$1, i]) print "  less than " budget[$1, i]
       }
     }
