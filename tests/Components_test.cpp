@@ -4,7 +4,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <wyerrlog/WyLogger.h>
-#include <wyxlate/WyXlate.h>
 
 #include <cstdlib>
 #include <fstream>
@@ -14,14 +13,12 @@
 
 #include "components/IsAuthorized/IsAuthorizedMessages.h"
 #include "components/Login_Logout/LoginLogoutMessages.h"
-#include "components/wytestcomponent/TestMessages.h"
 
 namespace {
 
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::Not;
-using ::testing::StrEq;
 
 std::string MessageFolder() {
   const char* pszRoot = getenv("ORVA_WA_ROOT");
@@ -68,56 +65,17 @@ void ExpectTranslated(unsigned int uComponent) {
   EXPECT_EQ(english, german) << "a key or a placeholder is in one language alone";
 }
 
-std::string LineOf(unsigned int uMessage, const char* pszFirst, const char* pszSecond) {
-  CWyErrLogMessage msg;
-  return msg.FormatMessage(uMessage, pszFirst, pszSecond);
-}
-
 TEST(Components, AreListedWithTheirSubComponentsForTraceConfigurations) {
   const std::string strList = theLogger()->GetAvailableComponents();
   EXPECT_THAT(strList,
               HasSubstr(" | wytestcomponent ; Messages for tests : Parser ; Reads requests&"
                         "A_name_of_exactly_31_characters ; Fills its array&"
                         "Writer ; Writes answers | "));
-  EXPECT_THAT(strList,
-              HasSubstr(" | Login_Logout ; Login and logout of users : Authentication ; "));
-  EXPECT_THAT(strList,
-              HasSubstr("&Receive_Request ; Login requests as they arrive&Send_Response ; "));
-  EXPECT_THAT(strList,
-              HasSubstr(" | IsAuthorized ; Decides what users may do : Receive_Request ; "));
 }
 
 TEST(Components, ProductMessagesAreInTheEnglishAndTheGermanCatalogWithTheSamePlaceholders) {
   ExpectTranslated(LoginLogout::Component);
   ExpectTranslated(IsAuthorized::Component);
-}
-
-TEST(Components, FindMessagesByNumberWhateverTheirSeverityAndSubComponent) {
-  EXPECT_THAT(theLogger()->FetchMsg(TestComponent::NoSeverity), StrEq("wytest-00004"));
-  EXPECT_THAT(theLogger()->FetchMsg(TestComponent::NoSeverity | 0x00FFC000u),
-              StrEq("wytest-00004"));
-  EXPECT_THAT(theLogger()->FetchMsg(TestComponent::EmptyPattern), StrEq(""));
-  EXPECT_EQ(theLogger()->FetchMsg(TestComponent::EmptyPattern + 1), nullptr);
-  EXPECT_EQ(theLogger()->FetchMsg(TestComponent::Component), nullptr);
-}
-
-TEST(Components, SpeakGermanAndFallBackToEnglishAndThenToTheKey) {
-  setenv("LC_ALL", "de_DE.UTF-8", 1);
-  ASSERT_TRUE(CWyXlate::SetResourceDirectory(MessageFolder().c_str()));
-  EXPECT_EQ(LineOf(TestComponent::CopyRefused, "a", "b"),
-            "[ERROR][wytest-00005] Nach b darf a nicht kopiert werden.\n");
-  EXPECT_EQ(LineOf(TestComponent::DiskNearlyFull, "98", ""),
-            "[WARNING][wytest-00002] The disk is 98 percent full.\n");
-  EXPECT_EQ(LineOf(TestComponent::Untranslated, "a", "b"), "[ERROR][wytest-00003] wytest-00003\n");
-}
-
-TEST(Components, KeepPrintfPatternsBesideTranslatedMessages) {
-  CWyErrLogMessage msg;
-  EXPECT_TRUE(
-      msg.FormatLogMessage(TestComponent::Statistics, "agent", 7, 4000000000u, 99.96, 'r', 0x2aul));
-  EXPECT_THAT(msg.GetBuffer(),
-              StrEq("[INFO] agent served 7 of 4000000000 requests (100.0%) in state "
-                    "'r', flags 0x002a\n"));
 }
 
 }  // namespace

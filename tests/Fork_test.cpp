@@ -10,7 +10,6 @@
 #include <barrier>
 #include <cstdio>
 #include <functional>
-#include <list>
 #include <map>
 #include <optional>
 #include <sstream>
@@ -33,6 +32,7 @@ extern "C" __attribute__((visibility("default"))) int gettimeofday(timeval* pNow
 
 namespace {
 
+using test_support::BusyThreads;
 using test_support::TestThread;
 
 constexpr bool ChildrenRun = !test_support::IsSanitized;  // else they end at once
@@ -50,23 +50,6 @@ bool EndedWell(pid_t pid) {
   int iStatus = -1;
   return waitpid(pid, &iStatus, 0) == pid && iStatus == 0;
 }
-
-// Threads that repeat a step until the object is gone.
-class BusyThreads {
- public:
-  BusyThreads(int iThreads, const std::function<void(int)>& step) {
-    for (int iThread = 0; iThread < iThreads; ++iThread) {
-      m_threads.emplace_back([this, step, iThread] {
-        for (int i = iThread; !m_bStop; ++i) step(i);
-      });
-    }
-  }
-  ~BusyThreads() { m_bStop = true; }
-
- private:
-  std::atomic<bool> m_bStop{false};
-  std::list<TestThread> m_threads;
-};
 
 constexpr int Children = ChildrenRun ? 1000 : 50;
 constexpr int FewerChildren = ChildrenRun ? 50 : 12;

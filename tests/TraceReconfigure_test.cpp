@@ -3,12 +3,13 @@
 #include <gmock/gmock.h>
 #include <wyi18n/wyi18n.h>
 
-#include <array>
+#include <algorithm>
 #include <atomic>
-#include <barrier>
+#include <iterator>
 #include <list>
+#include <memory>
 
-#include "test_support/Footprint.h"
+#include "test_support/Sanitizer.h"
 #include "test_support/TestThread.h"
 #include "test_support/Tracing.h"
 
@@ -48,21 +49,10 @@ const Shape Shapes[] = {
        return Numbered("u", n) + Filler + strBetween + Numbered("f", n) + strBetween +
               Numbered("m", n) + "\n";
      }},
-    {"components:\ndata: Message\n", {}, [](const auto&) { return std::string("nothing"); }},
     {"components: Log/Legacy\ndata: Function\n",
      {.iFormat = 3},
      [](const auto& n) {
        return "<TraceMessage>\n\t<Function>" + Numbered("f", n) + "</Function>\n</TraceMessage>\n";
-     }},
-    {"components: Log/Legacy\ndata: Function, Message\nUser: ==nobody\n",
-     {.iFormat = 1},
-     [](const auto&) { return std::string("dropped by its filter"); }},
-    {"components: Log/Legacy\ndata: Function, User\n",
-     {.iFormat = 1},
-     [](const auto& n) {
-       std::string strFunction = Numbered("f", n), strUser = Numbered("u", n) + Filler;
-       strFunction.resize(32, ' ');
-       return strFunction + "  " + strUser.substr(0, 32) + "\n";
      }},
 };
 
@@ -140,50 +130,6 @@ TEST(TraceReconfigure, LeavesEveryRecordWholeInOneOfTheShapes) {
   threads.clear();
   EXPECT_EQ(arrivals.iBroken, 0);
   EXPECT_GT(arrivals.iWhole, 100);
-}
-
-TEST(TraceReconfigure, LeavesMemoryFlatThroughTenThousandLoggersWhileThreadsLiveOn) {
-  constexpr int Loggers = IsSanitized ? 300 : 10000;
-  constexpr int Threads = 3;
-  Arrivals arrivals;
-  std::unique_ptr<CWyLogger> pLogger;
-  bool bStop = false;
-  std::barrier barrier(Threads + 1);
-  std::list<TestThread> threads;
-  for (int iThread = 0; iThread < Threads; ++iThread) {
-    threads.emplace_back([&] {
-      const auto pOwn = std::make_unique<CWyTraceData>();
-      while (true) {
-        barrier.arrive_and_wait();
-        if (bStop) return;
-        WriteRecords(*pLogger, *pOwn, "1");
-        barrier.arrive_and_wait();
-      }
-    });
-  }
-  const auto useLoggers = [&](int iCount) {
-    for (int i = 0; i < iCount; ++i) {
-      if (i < iCount / 2) {
-        pLogger = std::make_unique<CWyLogger>();
-      } else {
-        pLogger->Release();
-        pLogger->Init();
-      }
-      EXPECT_TRUE(EnableTrace(*pLogger, pLogger->NewLogOutput(4, Arrive, &arrivals),
-                              Shapes[0].pszConfiguration));
-      barrier.arrive_and_wait();
-      barrier.arrive_and_wait();
-    }
-  };
-  theLogger();  // which keeps the pool
-  useLoggers(100);
-  const size_t uBefore = MemoryInUse();
-  useLoggers(Loggers);
-  EXPECT_LE(MemoryInUse(), uBefore + 300000) << "four records";
-  EXPECT_EQ(arrivals.iWhole, (Loggers + 100) * Threads * 2);
-  EXPECT_EQ(arrivals.iBroken, 0);
-  bStop = true;
-  barrier.arrive_and_wait();
 }
 
 TEST(TraceReconfigure, LeavesThreadsAndRecordsUsableThatOutliveTheirLogger) {

@@ -1,32 +1,15 @@
-#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <pty.h>
+#include <sys/ioctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <cstdlib>
+#include <csignal>
 #include <string>
 
 #include "wyerrlog/WyLogOutput.h"
 
 namespace {
-
-// Runs the body in a child that leads a session; the terminal of that name, if any, controls it.
-// The child's status is 0 when all went well.
-template <typename Body>
-pid_t StartSession(const char* pszTerminal, Body body) {
-  const pid_t pid = fork();
-  if (pid != 0) return pid;
-  setsid();
-  const int hTerminal = pszTerminal == nullptr ? 0 : open(pszTerminal, O_RDWR);
-  EXPECT_GE(hTerminal, 0);
-  body();
-  _exit(testing::Test::HasFailure() ? 1 : 0);
-}
-
-bool EndedWell(pid_t pid) {
-  int iStatus = -1;
-  return waitpid(pid, &iStatus, 0) == pid && iStatus == 0;
-}
 
 // The lowest descriptor that is free.
 int NextDescriptor() {
@@ -41,39 +24,41 @@ bool Log(CWyConsoleOutput& output, const char* pszText) {
   return output.Log(msg);
 }
 
+void UseTerminal() {
+  const int hTerminal = NextDescriptor();
+  CWyConsoleOutput first, second;
+  EXPECT_FALSE(Log(first, "too early "));
+  EXPECT_TRUE(first.SetParams() && first.Open());
+  EXPECT_FALSE(first.Open()) << "open already";
+  EXPECT_TRUE(second.Open());
+  EXPECT_EQ(NextDescriptor(), hTerminal + 1);
+  EXPECT_TRUE(Log(first, "first "));
+  EXPECT_TRUE(first.Close());
+  EXPECT_FALSE(first.Close() || Log(first, "too late "));
+  EXPECT_TRUE(Log(second, "second "));
+  EXPECT_TRUE(second.Close());
+  EXPECT_EQ(NextDescriptor(), hTerminal);
+  EXPECT_TRUE(first.Open() && Log(first, "again") && first.Close());
+  signal(SIGHUP, SIG_IGN);
+  EXPECT_EQ(ioctl(STDIN_FILENO, TIOCNOTTY), 0);
+  EXPECT_FALSE(first.Open()) << "there is no terminal any more";
+}
+
 TEST(ConsoleOutput, OutputsShareTheTerminalUntilTheLastOneCloses) {
-  const int hMaster = posix_openpt(O_RDWR | O_NOCTTY);
-  ASSERT_TRUE(hMaster >= 0 && grantpt(hMaster) == 0 && unlockpt(hMaster) == 0);
-  const pid_t pid = StartSession(ptsname(hMaster), [] {
-    const int hTerminal = NextDescriptor();
-    CWyConsoleOutput first, second;
-    EXPECT_FALSE(Log(first, "too early "));
-    EXPECT_TRUE(first.SetParams() && first.Open());
-    EXPECT_FALSE(first.Open()) << "open already";
-    EXPECT_TRUE(second.Open());
-    EXPECT_EQ(NextDescriptor(), hTerminal + 1);
-    EXPECT_TRUE(Log(first, "first "));
-    EXPECT_TRUE(first.Close());
-    EXPECT_FALSE(first.Close() || Log(first, "too late "));
-    EXPECT_TRUE(Log(second, "second "));
-    EXPECT_TRUE(second.Close());
-    EXPECT_EQ(NextDescriptor(), hTerminal);
-    EXPECT_TRUE(first.Open() && Log(first, "again"));
-  });
+  int hMaster = -1;
+  const pid_t pid = forkpty(&hMaster, nullptr, nullptr, nullptr);
+  if (pid == 0) {
+    UseTerminal();
+    _exit(HasFailure() ? 1 : 0);
+  }
   std::string strScreen;
   char acPiece[256];  // until the child's end hangs up the terminal
   for (ssize_t n; (n = read(hMaster, acPiece, sizeof acPiece)) > 0;)
     strScreen.append(acPiece, static_cast<size_t>(n));
-  EXPECT_TRUE(EndedWell(pid));
+  int iStatus = -1;
+  EXPECT_TRUE(waitpid(pid, &iStatus, 0) == pid && iStatus == 0);
   EXPECT_EQ(strScreen, "first second again");
   close(hMaster);
-}
-
-TEST(ConsoleOutput, CannotBeOpenedWithoutATerminal) {
-  EXPECT_TRUE(EndedWell(StartSession(nullptr, [] {
-    CWyConsoleOutput output;
-    EXPECT_FALSE(output.Open() || Log(output, "nowhere") || output.Close());
-  })));
 }
 
 }  // namespace

@@ -58,21 +58,17 @@ TEST(FileOutput, TheModeDecidesWhatBecomesOfAnExistingFile) {
 }
 
 TEST(FileOutput, RefusesTextsThatItCannotWrite) {
-  TempDirectory directory;
   for (int iMode : {1, 3}) {
     CWyFileOutput output;
-    ASSERT_TRUE(output.SetParams(directory.Path("a.log").c_str(), iMode, 1, 0));
+    ASSERT_TRUE(output.SetParams("/dev/full", iMode, 1, 0));
     EXPECT_FALSE(output.Log("not open\n"));
     ASSERT_TRUE(output.Open());
-    EXPECT_FALSE(output.Log(static_cast<const char*>(nullptr)));
+    EXPECT_FALSE(output.Log(static_cast<const char*>(nullptr)) || output.Log("disk full\n"));
     EXPECT_TRUE(output.Close());
     EXPECT_FALSE(output.Log("closed\n"));
-    ASSERT_TRUE(output.SetParams("/dev/full", iMode, 1, 0) && output.Open());
-    EXPECT_FALSE(output.Log("disk full\n"));
-    ASSERT_TRUE(output.SetParams(directory.Path("missing/a.log").c_str(), iMode, 1, 0));
+    ASSERT_TRUE(output.SetParams("/missing/a.log", iMode, 1, 0));
     EXPECT_FALSE(output.Open());
   }
-  EXPECT_EQ(directory.Read("a.log"), "");
 }
 
 TEST(FileOutput, RollsOverBeforeTheMessageThatWouldReachTheLimit) {

@@ -4,21 +4,14 @@
 
 #include <gmock/gmock.h>
 
-#include <algorithm>
-#include <array>
 #include <latch>
-#include <list>
-#include <sstream>
-#include <stdexcept>
 
 #include "test_support/HostOutput.h"
-#include "test_support/TempDirectory.h"
 #include "test_support/TestThread.h"
 #include "test_support/Tracing.h"
 
 namespace {
 
-using test_support::Eventually;
 using test_support::HostOutput;
 using test_support::OutputScript;
 using test_support::TestThread;
@@ -137,62 +130,6 @@ TEST_P(EachLog, RefusesAtOnceWhatItsOwnOutputAsksOfIt) {
   EXPECT_THAT(unused.Events(), IsEmpty());
 }
 
-TEST_P(EachLog, StaysUsableWhenAnOutputThrows) {
-  m_script.onLog = m_script.onOpen = [] { throw std::runtime_error("by the host"); };
-  HostOutput refused(m_script);
-  EXPECT_THROW(Install(&refused), std::runtime_error);
-  m_script.onOpen = nullptr;
-  EXPECT_TRUE(Install(new HostOutput(m_script)));
-  EXPECT_THROW(Log(), std::runtime_error);
-  TestThread([&] { EXPECT_THROW(Log(), std::runtime_error); });
-  m_script.onLog = nullptr;
-  EXPECT_TRUE(Log());
-  EXPECT_TRUE(Install(new HostOutput(m_script)));
-}
-
-std::vector<std::string> SortedLines(const TempDirectory& directory) {
-  std::vector<std::string> lines;
-  for (const std::string& strName : directory.Names()) {
-    std::istringstream content(directory.Read(strName));
-    for (std::string strLine; std::getline(content, strLine);) lines.push_back(strLine);
-  }
-  std::sort(lines.begin(), lines.end());
-  return lines;
-}
-
-TEST_P(EachLog, WritesEachAcceptedMessageOnceAndWholeWhileOutputsAreSwapped) {
-  TempDirectory directory;
-  std::array<std::vector<std::string>, 8> accepted;
-  std::atomic<int> iAccepted{0};
-  std::atomic<bool> bStop{false};
-  std::list<TestThread> threads;
-  for (auto& mine : accepted) {
-    threads.emplace_back([&] {
-      const std::string strStart =
-          std::string(100, static_cast<char>('a' + (&mine - &accepted[0])));
-      for (int i = 0; !bStop; ++i) {
-        const std::string strText = strStart + std::to_string(i);
-        if (!Log((strText + '\n').c_str())) continue;
-        mine.push_back(strText);
-        ++iAccepted;
-      }
-    });
-  }
-  for (int i = 0; i < 60; ++i) {
-    const std::string strPath = directory.Path(std::to_string(i % 7));
-    ASSERT_TRUE(Install(m_logger.NewLogOutput(1, strPath.c_str(), 1, 0, 0)));
-    const int iTarget = iAccepted + 30;
-    ASSERT_TRUE(Eventually([&] { return iAccepted >= iTarget; }));
-    if (i % 5 == 0) Remove();
-  }
-  bStop = true;
-  threads.clear();
-  std::vector<std::string> all;
-  for (const auto& mine : accepted) all.insert(all.end(), mine.begin(), mine.end());
-  std::sort(all.begin(), all.end());
-  EXPECT_EQ(SortedLines(directory), all);
-}
-
 // ---- The logger as a whole ----------------------------------------------------------------------
 
 TEST(Logger, SendsEachMessageToTheLogThatTheCallNames) {
@@ -217,47 +154,6 @@ TEST(Logger, SendsEachMessageToTheLogThatTheCallNames) {
   EXPECT_THAT(trace.Events(), ElementsAre("log t", "log u", "log v", "close", "delete"));
   EXPECT_THAT(second.Events(), ElementsAre("log t", "log u", "log v", "close", "delete"));
   EXPECT_THAT(audit.Events(), ElementsAre("log a", "close", "delete"));
-}
-
-TEST(Logger, IsReleasedWhileACallbackOfOneLogWritesToAnother) {
-  CWyLogger logger;
-  OutputScript errors, audits;
-  ASSERT_TRUE(logger.SetLogOutput(new HostOutput(errors)));
-  ASSERT_TRUE(logger.EnableAuditLogRollover(new HostOutput(audits)));
-  std::latch inCallback(1), goOn(1);
-  bool bLogged = true;
-  audits.onLog = [&] {
-    inCallback.count_down();
-    goOn.wait();
-    CWyErrLogMessage msg(false);
-    bLogged = logger.LogErrMsg(msg);
-  };
-  {
-    const TestThread writer([&] {
-      CWyErrLogMessage msg(false);
-      logger.LogAuditMsg(msg);
-    });
-    inCallback.wait();
-    const TestThread releaser([&] { logger.Release(); });
-    EXPECT_TRUE(releaser.Blocks());
-    goOn.count_down();
-  }
-  EXPECT_FALSE(bLogged);
-}
-
-TEST(Logger, MakesTheOutputThatTheFormOfTheCallNames) {
-  CWyLogger logger;
-  const auto type = [&](auto... parameters) {
-    const std::unique_ptr<CWyLogOutput> pOutput(logger.NewLogOutput(7, parameters...));
-    return pOutput != nullptr ? pOutput->GetType() : -1;
-  };
-  EXPECT_EQ(type(), 0);
-  EXPECT_EQ(type("/nowhere/a.log", 1, 0, 0), 1);
-  EXPECT_EQ(type([](const char*, int) {}), 2);
-  EXPECT_EQ(type([](const char*, int, void (*)(char*)) {}), 3);
-  EXPECT_EQ(type([](const char*, int, void*) {}, &logger), 4);
-  EXPECT_EQ(type([](const char*, int, void (*)(char*), void*) {}, &logger), 5);
-  EXPECT_EQ(type("", 1, 0, 0), -1);
 }
 
 TEST(Logger, DeletesOnlyOutputsOfItsOwnKinds) {

@@ -8,23 +8,13 @@
 
 namespace {
 
-TEST(TraceSupresser, SwitchesTracingOffUntilAnyHolderEnds) {
+TEST(TraceSupresser, SwitchesTracingOfItsThreadOffUntilAnyHolderEnds) {
   EXPECT_TRUE(CWyTraceSupresser::isTracing());
   const CWyTraceSupresser outer;
   EXPECT_FALSE(CWyTraceSupresser::isTracing());
+  std::thread([] { EXPECT_TRUE(CWyTraceSupresser::isTracing()); }).join();
   { const CWyTraceSupresser inner; }
   EXPECT_TRUE(CWyTraceSupresser::isTracing());
-}
-
-TEST(TraceSupresser, ConcernsTheCallingThreadAlone) {
-  const CWyTraceSupresser suppress;
-  std::thread([] {
-    EXPECT_TRUE(CWyTraceSupresser::isTracing());
-    CWyTraceSupresser::setTracing(false);
-    EXPECT_FALSE(CWyTraceSupresser::isTracing());
-    CWyTraceSupresser::setTracing(true);
-  }).join();
-  EXPECT_FALSE(CWyTraceSupresser::isTracing());
 }
 
 TEST(RequestContext, BelongsToTheThreadThatSetIt) {

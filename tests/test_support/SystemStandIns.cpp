@@ -75,9 +75,7 @@ Result Perform(Call call, Result failed, Whole whole, Half half) {
   long lTurn = 0;
   const Fault* const pFault = Next(call, lTurn);
   if (pFault == nullptr) {
-    const Result result = whole();
-    if (after) after(call);
-    return result;
+    return whole();
   }
   if (pFault->effect == Effect::DeathHalfWay) half();
   if (pFault->effect == Effect::DeathAfter) whole();

@@ -57,9 +57,6 @@ inline constexpr long ForEver = LONG_MAX / 2;
 void Inject(const Fault& fault);  // in the place of an earlier one of the same kind
 bool Withdraw(Call call);         // whether the fault has befallen a call
 
-// Called after every call of these kinds while it is set.
-inline std::function<void(Call call)> after;
-
 // How many files were opened so that a program which the process executes would inherit them.
 inline std::atomic<int> inheritable_opens{0};
 

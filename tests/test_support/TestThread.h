@@ -8,6 +8,7 @@
 #include <chrono>
 #include <ctime>
 #include <fstream>
+#include <list>
 #include <string>
 #include <thread>
 #include <utility>
@@ -73,6 +74,30 @@ class TestThread {
   std::atomic<pid_t> m_tid{0};
   std::atomic<bool> m_bDone{false};
   std::thread m_thread;
+};
+
+// Threads that repeat a step, each with numbers of its own, until the object is gone.
+class BusyThreads {
+ public:
+  template <typename Step>
+  BusyThreads(int iThreads, Step step) {
+    for (int iThread = 0; iThread < iThreads; ++iThread) {
+      m_threads.emplace_back([this, step, iThread] {
+        for (int i = iThread; !m_bStop; ++i, ++m_lSteps) step(i);
+      });
+    }
+  }
+  ~BusyThreads() { m_bStop = true; }
+
+  // Returns when the threads have made so many more steps together.
+  void WaitForSteps(long lSteps) const {
+    for (const long lEnd = m_lSteps + lSteps; m_lSteps < lEnd;) std::this_thread::yield();
+  }
+
+ private:
+  std::atomic<bool> m_bStop{false};
+  std::atomic<long> m_lSteps{0};
+  std::list<TestThread> m_threads;
 };
 
 }  // namespace test_support

@@ -48,17 +48,4 @@ final class MissingLibraryTest {
         errorsOf(() -> System.getLogger("x").log(System.Logger.Level.ERROR, "not lost"));
     check(loggers.contains("not lost"), loggers);
   }
-
-  @Test
-  static void theLibraryPathIsNamedWhenThePropertyIsNotSet() {
-    System.clearProperty(WyLogger.LIBRARY_PROPERTY);
-    try {
-      NativeLibrary.load();
-    } catch (UnsatisfiedLinkError error) {
-      String text = error.getMessage();
-      check(text.startsWith("Cannot load libwyerrlog.so from java.library.path (")
-              && text.contains("wyerrlog.library can name the file"),
-          text);
-    }
-  }
 }

@@ -10,7 +10,6 @@ import java.util.ArrayList;
 import java.util.Arrays;
 import java.util.List;
 import java.util.logging.ErrorManager;
-import java.util.logging.Formatter;
 import java.util.logging.Level;
 import java.util.logging.LogManager;
 import java.util.logging.LogRecord;
@@ -98,32 +97,6 @@ final class WyLogHandlerTest {
     Program.logger.log(Level.FINE, "{0}", parameter);
     checkEqual(List.of(), calls);
     checkEqual(List.of(), records("untraced.trace"));
-  }
-
-  @Test
-  static void theHandlersPropertiesApply() throws IOException {
-    configure("properties", "level = WARNING", "filter = " + NotHandled.class.getName(),
-        "formatter = " + Shouting.class.getName());
-    Program.logger.info("below the level");
-    Program.logger.warning("let it pass");
-    Program.logger.warning("not handled");
-    checkEqual(
-        List.of("[" + WyLogHandlerTest.class.getName() + "][WARNING][wy-log-00000] LET IT PASS"),
-        messages("properties.log"));
-  }
-
-  public static final class NotHandled implements java.util.logging.Filter {
-    @Override
-    public boolean isLoggable(LogRecord record) {
-      return !record.getMessage().startsWith("not");
-    }
-  }
-
-  public static final class Shouting extends Formatter {
-    @Override
-    public String format(LogRecord record) {
-      return formatMessage(record).toUpperCase() + System.lineSeparator();
-    }
   }
 
   @Test

@@ -5,7 +5,6 @@ import static com.orvantis.wyerrlog.Tests.*;
 import java.util.ArrayList;
 import java.util.List;
 import java.util.concurrent.CyclicBarrier;
-import java.util.concurrent.ExecutionException;
 import java.util.concurrent.ExecutorService;
 import java.util.concurrent.Executors;
 import java.util.concurrent.Future;
@@ -72,36 +71,5 @@ final class WyLoggerThreadsTest {
     for (String line : lines) {
       check(line.matches(regex), line);
     }
-  }
-
-  /** Where the virtual machine has virtual threads. */
-  @Test
-  static void virtualThreadsLogAndTrace()
-      throws ReflectiveOperationException, InterruptedException {
-    ExecutorService threads;
-    try {
-      threads = (ExecutorService) Executors.class.getMethod("newVirtualThreadPerTaskExecutor")
-                    .invoke(null);
-    } catch (NoSuchMethodException tooOld) {
-      return;
-    }
-    openLog("virtual", "virtual.log");
-    openTrace("virtual", "virtual.trace", "data Message");
-    List<Future<?>> calls = new ArrayList<>();
-    for (int i = 0; i < 1000; i++) {
-      calls.add(threads.submit(() -> {
-        WyLogger.LogMsg("virtual", "", WyLogger.MESSAGE_INFORMATION, "x");
-        WyLogger.TraceMsg("virtual", "", "", WyLogger.COMPONENT_LOG, "", "x");
-      }));
-    }
-    for (Future<?> call : calls) {
-      try {
-        call.get();
-      } catch (ExecutionException failed) {
-        throw new AssertionError(failed.getCause());
-      }
-    }
-    checkEqual(1000, lines("virtual.log").size());
-    checkEqual(1000, records("virtual.trace").size());
   }
 }
