@@ -8,7 +8,7 @@ command -v valgrind >/dev/null || fail "valgrind is missing; run scripts/install
 programs=("$@")
 ((${#programs[@]} > 0)) || programs=(
   WyErrLogMessage_test WyErrLogMessageLookup_test WyError_test
-  WyFileOutput_test WyCallbackOutput_test WyLoggerComponents_test WyLoggerTrace_test
+  WyLogOutput_test WyLoggerComponents_test WyLoggerTrace_test
   WyTraceConfigFile_test WyTraceRecord_test
 )
 

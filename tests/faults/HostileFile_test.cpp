@@ -109,6 +109,49 @@ TEST_F(HostileFile, AMovedFileIsWrittenToWhereItIs) {
   EXPECT_EQ(m_directory.Read("a.log"), "four\n");
 }
 
+TEST_F(HostileFile, ADirectoryMayGoAndComeBack) {
+  const std::string strDirectory = m_directory.Path("logs");
+  const std::string strLog = strDirectory + "/a.log";
+  for (const int iMode : {1, 3}) {
+    fs::create_directory(strDirectory);
+    CWyFileOutput output, next;
+    ASSERT_TRUE(output.SetParams(strLog.c_str(), iMode, 0, 1) && output.Open());
+    fs::remove_all(strDirectory);
+    EXPECT_EQ(output.Log("one\n"), iMode == 1);
+    ASSERT_TRUE(next.SetParams(strLog.c_str(), iMode, 0, 1));
+    EXPECT_FALSE(next.Open());
+    fs::create_directory(strDirectory);
+    EXPECT_TRUE(next.Open() && next.Log("two\n"));
+  }
+}
+
+// Without the administrator's rights for a scope, in a directory of its own.
+class Unprivileged {
+ public:
+  explicit Unprivileged(const std::string& strDirectory) {
+    constexpr uid_t Nobody = 65534;
+    if (getuid() != 0) return;
+    EXPECT_EQ(chown(strDirectory.c_str(), Nobody, Nobody) + seteuid(Nobody), 0);
+  }
+  ~Unprivileged() { EXPECT_EQ(seteuid(getuid()), 0); }
+};
+
+TEST_F(HostileFile, AReadOnlyDirectoryPutsTheRolloverOff) {
+  const std::string strDirectory = m_directory.Path("");
+  const Unprivileged rights(strDirectory);
+  stand_ins::clock = 1709627829;
+  CWyFileOutput output;
+  ASSERT_TRUE(Open(output, 3) && output.LogMessage("one\n"));
+  ASSERT_EQ(chmod(strDirectory.c_str(), 0500), 0);
+  EXPECT_TRUE(output.Log("two\n"));
+  ASSERT_EQ(chmod(strDirectory.c_str(), 0700), 0);
+  EXPECT_TRUE(output.Log("three\n"));
+  EXPECT_EQ(m_directory.Read("a.log"), "one\ntwo\nthree\n");
+  stand_ins::clock += 301;
+  EXPECT_TRUE(output.Log("four\n"));
+  EXPECT_EQ(m_directory.Read("a.log"), "four\n");
+}
+
 // Ends the space for a file, as a full disk does.
 void LimitFileSize(rlim_t uBytes) {
   signal(SIGXFSZ, SIG_IGN);

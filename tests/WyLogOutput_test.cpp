@@ -1,16 +1,133 @@
+// What the outputs do with a text: consoles, functions of the host and files.
+
 #include <gtest/gtest.h>
+#include <pty.h>
+#include <sys/ioctl.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
+#include <csignal>
+#include <memory>
 #include <set>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "test_support/TempDirectory.h"
-#include "wyerrlog/WyLogOutput.h"
+#include "wyerrlog/WyLogger.h"
 
 namespace {
+
+// ---- Console ------------------------------------------------------------------------------------
+
+// The lowest descriptor that is free.
+int NextDescriptor() {
+  const int hNext = dup(STDIN_FILENO);
+  close(hNext);
+  return hNext;
+}
+
+bool Log(CWyConsoleOutput& output, const char* pszText) {
+  CWyErrLogMessage msg(false);
+  msg.SetFormattedMessage(pszText);
+  return output.Log(msg);
+}
+
+void UseTerminal() {
+  const int hTerminal = NextDescriptor();
+  CWyConsoleOutput first, second;
+  EXPECT_FALSE(Log(first, "too early "));
+  EXPECT_TRUE(first.SetParams() && first.Open());
+  EXPECT_FALSE(first.Open()) << "open already";
+  EXPECT_TRUE(second.Open());
+  EXPECT_EQ(NextDescriptor(), hTerminal + 1);
+  EXPECT_TRUE(Log(first, "first "));
+  EXPECT_TRUE(first.Close());
+  EXPECT_FALSE(first.Close() || Log(first, "too late "));
+  EXPECT_TRUE(Log(second, "second "));
+  EXPECT_TRUE(second.Close());
+  EXPECT_EQ(NextDescriptor(), hTerminal);
+  EXPECT_TRUE(first.Open() && Log(first, "again") && first.Close());
+  signal(SIGHUP, SIG_IGN);
+  EXPECT_EQ(ioctl(STDIN_FILENO, TIOCNOTTY), 0);
+  EXPECT_FALSE(first.Open()) << "there is no terminal any more";
+}
+
+TEST(ConsoleOutput, OutputsShareTheTerminalUntilTheLastOneCloses) {
+  int hMaster = -1;
+  const pid_t pid = forkpty(&hMaster, nullptr, nullptr, nullptr);
+  if (pid == 0) {
+    UseTerminal();
+    _exit(HasFailure() ? 1 : 0);
+  }
+  std::string strScreen;
+  char acPiece[256];  // until the child's end hangs up the terminal
+  for (ssize_t n; (n = read(hMaster, acPiece, sizeof acPiece)) > 0;)
+    strScreen.append(acPiece, static_cast<size_t>(n));
+  int iStatus = -1;
+  EXPECT_TRUE(waitpid(pid, &iStatus, 0) == pid && iStatus == 0);
+  EXPECT_EQ(strScreen, "first second again");
+  close(hMaster);
+}
+
+// ---- Callbacks ----------------------------------------------------------------------------------
+
+// A text that was received, with the length that was said; and what came with it.
+std::string received;
+void* received_param = nullptr;
+
+void Receive(const char* pszText, int iLength) {
+  received = pszText + (":" + std::to_string(iLength));
+}
+void ReceiveAsync(const char* pszText, int iLength, void (*pfnFree)(char*)) {
+  Receive(pszText, iLength);
+  pfnFree(const_cast<char*>(pszText));
+}
+void ReceiveParam(const char* pszText, int iLength, void* pParam) {
+  received_param = pParam;
+  Receive(pszText, iLength);
+}
+void ReceiveAsyncParam(const char* pszText, int iLength, void (*pfnFree)(char*), void* pParam) {
+  received_param = pParam;
+  ReceiveAsync(pszText, iLength, pfnFree);
+}
+
+// Of the output that the logger makes for the parameters.
+template <typename... Params>
+void ExpectCalled(int iType, void* pParam, Params... params) {
+  CWyLogger logger;
+  const std::unique_ptr<CWyLogOutput> pOutput(logger.NewLogOutput(7, params...));
+  CWyErrLogMessage msg(false);
+  msg.SetFormattedMessage("100 % of it\n");
+  EXPECT_EQ(pOutput->GetType(), iType);
+  EXPECT_EQ(pOutput->IsAsync(), iType == 3 || iType == 5);
+  EXPECT_TRUE(pOutput->Open() && pOutput->Log(msg));
+  EXPECT_EQ(received, "100 % of it\n:12");
+  EXPECT_EQ(received_param, pParam);
+  EXPECT_TRUE(pOutput->Close());
+  EXPECT_EQ(pOutput->Log(msg), pOutput->IsAsync()) << "a synchronous one forgets its function";
+}
+
+TEST(CallbackOutput, HandsOverEachTextWithItsLength) {
+  int iParam = 0;
+  ExpectCalled(2, nullptr, Receive);
+  ExpectCalled(3, nullptr, ReceiveAsync);
+  ExpectCalled(4, &iParam, ReceiveParam, static_cast<void*>(&iParam));
+  ExpectCalled(5, &iParam, ReceiveAsyncParam, static_cast<void*>(&iParam));
+}
+
+TEST(CallbackOutput, CallsOnlyWhatIsSet) {
+  CWyErrLogMessage msg(false);
+  CWySyncCallbackOutput sync;
+  EXPECT_TRUE(sync.SetParams(nullptr) && sync.Open());
+  EXPECT_FALSE(sync.Log(msg));
+  CWyAsyncParameterizedCallbackOutput async;
+  EXPECT_TRUE(async.SetParams(ReceiveAsyncParam, nullptr));
+  EXPECT_FALSE(async.Open() || async.Log(msg)) << "no parameter";
+}
+
+// ---- Files --------------------------------------------------------------------------------------
 
 constexpr off_t MB = 1048576;
 
