@@ -1,8 +1,0 @@
-#ifndef TESTS_PLATFORM_ALLOCATIONCOUNTER_H
-#define TESTS_PLATFORM_ALLOCATIONCOUNTER_H
-
-// How often the calling thread has used operator new so far, in the program and in every shared
-// library of the process.
-long CountAllocations();
-
-#endif
