@@ -17,8 +17,6 @@
 #include "test_support/Tracing.h"
 #include "wyerrlog/WyLog.h"
 
-void LogInCpp17(CWyLogger& logger, unsigned int uMessage, unsigned int uComponent);
-
 namespace {
 
 using namespace test_support;
@@ -219,15 +217,6 @@ TEST_F(FrontEnd, LeavesNothingBehindWhenSomethingThrows) {
 }
 
 // ---- All of it ----------------------------------------------------------------------------------
-
-TEST_F(FrontEnd, IsTheSameInCpp17) {
-  TurnTracingOn("components: Log\ndata: Function User\n");
-  LogInCpp17(m_logger, Text, LogId);
-  WY_TRACE(m_logger, LogId).Set(WyField::User, "twenty");
-  EXPECT_THAT(m_log.Events().back(), HasSubstr("[WyLogInCpp17.cpp:8][WARNING]"));
-  EXPECT_THAT(m_trace.Events(),
-              ElementsAre("log [LogInCpp17][seventeen]\n", "log [TestBody][twenty]\n"));
-}
 
 TEST_F(FrontEnd, AllocatesNothing) {
   const auto* const pszLong = "a text that is longer than those that fit into a string object";

@@ -1,6 +1,8 @@
 // Turning tracing on and off, its decisions, and the records that threads are given.
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -256,6 +258,59 @@ TEST_F(Tracing, GivesTheThreadsOfAForkedChildRecordsOfTheirOwn) {
   int iStatus = -1;
   EXPECT_EQ(waitpid(pid, &iStatus, 0), pid);
   EXPECT_EQ(iStatus, 0);
+}
+
+// ---- While others reconfigure -------------------------------------------------------------------
+
+// Does the work, and only then lets the thread go that holds the trace log up.
+template <typename Work, typename LetGo>
+void ExpectDone(Work work, LetGo letGo) {
+  const TestThread thread(work);
+  EXPECT_TRUE(Eventually([&] { return thread.IsDone(); }));
+  letGo();
+}
+
+TEST_F(Tracing, OfWhatIsNotTracedIsAnsweredAtOnceWhileAnOutputIsBeingOpened) {
+  ASSERT_TRUE(
+      EnableTrace(m_logger, new HostOutput(m_first), LegacyMessages, {}, new HostOutput(m_first)));
+  EXPECT_FALSE(m_logger.TraceEnabled(LogId)) << "from now on it is known";
+  std::latch end(1);
+  m_second.onOpen = [&] { end.wait(); };
+  const TestThread enabling([&] {
+    EXPECT_TRUE(
+        EnableTrace(m_logger, new HostOutput(m_second), LegacyMessages, {.bOutputOnly = true}));
+  });
+  ASSERT_TRUE(Eventually([&] { return !m_second.Events().empty(); }));
+  const TestThread traced([&] { EXPECT_TRUE(m_logger.TraceEnabled(LegacyId)); });
+  EXPECT_TRUE(traced.Blocks());
+  const auto ask = [&] {
+    CWyTraceData own;
+    CWyTraceData* pData = nullptr;
+    EXPECT_FALSE(m_logger.TraceEnabled(LogId) || m_logger.ShouldTrace(LogId | 7, &own) ||
+                 m_logger.ShouldTraceAlloc(LogId, &pData));
+  };
+  ExpectDone(ask, [&] { end.count_down(); });
+}
+
+TEST_F(Tracing, NobodyWaitsWhileAConfigurationFileIsRead) {
+  const TempDirectory directory;
+  const std::string strPipe = directory.Path("pipe");
+  ASSERT_EQ(mkfifo(strPipe.c_str(), 0600), 0);
+  const int fd = open(strPipe.c_str(), O_RDWR | O_CLOEXEC);
+  const TestThread reading([&] {
+    EXPECT_TRUE(m_logger.EnableTrace(new HostOutput(m_second), 0, nullptr, strPipe.c_str(), false,
+                                     false, false));
+  });
+  ASSERT_TRUE(reading.Blocks());
+  const auto traceMeanwhile = [&] {
+    EXPECT_TRUE(EnableTrace(m_logger, new HostOutput(m_first), LegacyMessages));
+    EXPECT_TRUE(Trace(m_logger, "m"));
+    m_logger.DisableTrace(false);
+  };
+  ExpectDone(traceMeanwhile, [&] {
+    directory.Write("pipe", "components:\ndata:\n");
+    close(fd);
+  });
 }
 
 // ---- In one call --------------------------------------------------------------------------------

@@ -8,7 +8,6 @@ namespace {
 
 using namespace std::string_literals;
 using test_support::Configure;
-using test_support::ConfigureFromFile;
 
 std::string Components(CWyTraceData& data) {
   std::string strNames;
@@ -127,14 +126,6 @@ TEST(TraceConfigFile, RefusesFilesThatDoNotBeginWithComponentsAndData) {
   CWyTraceData data;
   EXPECT_FALSE(Configure(data, "components Log/Legacy\nDATA User\n"));
   EXPECT_EQ(Components(data), "Log/Legacy ") << "what stood before applies";
-}
-
-TEST(TraceConfigFile, RefusesWhatCannotBeOpenedAndTakesAReadErrorForTheEnd) {
-  CWyTraceData data;
-  EXPECT_FALSE(ConfigureFromFile(data, "/no/such/file"));
-  EXPECT_FALSE(ConfigureFromFile(data, ""));
-  EXPECT_FALSE(ConfigureFromFile(data, nullptr));
-  EXPECT_TRUE(ConfigureFromFile(data, "/")) << "a folder opens, and cannot be read";
 }
 
 TEST(TraceConfigFile, FindsEntriesByNumberAndExactName) {

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <climits>
 #include <ctime>
+#include <thread>
 
 #include "test_support/TraceConfiguration.h"
 #include "wyerrlog/WyLogger.h"
@@ -162,5 +163,44 @@ TEST(TraceRecord, ShowsOneReadingOfTheClockInItsTimeBase) {
     EXPECT_THAT(pszRest, MatchesRegex(strRecord.substr(13, 8) + "\\.[0-9][0-9][0-9]\\]\n"));
   }
 }
+
+// ---- What the library keeps per thread ----------------------------------------------------------
+
+TEST(TraceSupresser, SwitchesTracingOfItsThreadOffUntilAnyHolderEnds) {
+  EXPECT_TRUE(CWyTraceSupresser::isTracing());
+  const CWyTraceSupresser outer;
+  EXPECT_FALSE(CWyTraceSupresser::isTracing());
+  std::thread([] { EXPECT_TRUE(CWyTraceSupresser::isTracing()); }).join();
+  { const CWyTraceSupresser inner; }
+  EXPECT_TRUE(CWyTraceSupresser::isTracing());
+}
+
+TEST(RequestContext, BelongsToTheThreadThatSetIt) {
+  int iMine = 0;
+  int iOther = 0;
+  EXPECT_EQ(CWyRequestContext::GetRequestContextData(), nullptr);
+  CWyRequestContext::SetRequestContextData(&iMine);
+  std::thread([&iOther] {
+    EXPECT_EQ(CWyRequestContext::GetRequestContextData(), nullptr);
+    CWyRequestContext::SetRequestContextData(&iOther);
+    EXPECT_TRUE(CWyTraceSupresser::isTracing()) << "a slot of its own";
+  }).join();
+  EXPECT_EQ(CWyRequestContext::GetRequestContextData(), &iMine);
+  CWyRequestContext::SetRequestContextData(nullptr);
+  EXPECT_EQ(CWyRequestContext::GetRequestContextData(), nullptr);
+}
+
+bool IsSuppressedInScope() {
+  const CWyTraceSupresser suppress;
+  return !CWyTraceSupresser::isTracing();
+}
+
+// Made before what has no priority, as an object of a host may be.
+struct EarlyTracer {
+  bool bSuppressed = IsSuppressedInScope();
+};
+[[gnu::init_priority(102)]] EarlyTracer s_early;
+
+TEST(TraceSupresser, WorksBeforeOtherObjectsAreMade) { EXPECT_TRUE(s_early.bSuppressed); }
 
 }  // namespace
