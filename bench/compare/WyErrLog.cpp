@@ -2,6 +2,7 @@
 
 #include "bench/compare/Contestant.h"
 #include "bench/support/AgentHost.h"
+#include "wyerrlog/WyLog.h"
 
 namespace compare {
 
@@ -104,20 +105,24 @@ class Filtered : public Trace {
   }
 };
 
-void AskWhetherTraced(const Records& records) {
+void TraceWhatIsNotTraced(const Records& records) {
   CWyLogger& logger = *theLogger();
-  LogEach(records, [&logger](const Record&) { return !logger.TraceEnabled(Agent::NotTraced); });
+  LogEach(records, [&logger](const Record& record) {
+    bool bEvaluated = false;
+    WY_TRACE(logger, Agent::NotTraced).Message("%s", (bEvaluated = true, record.pszUser));
+    return !bEvaluated;
+  });
 }
 
 class TracingOff : public Contestant {
  public:
-  void Log(const Records& records) override { AskWhetherTraced(records); }
+  void Log(const Records& records) override { TraceWhatIsNotTraced(records); }
 };
 
 class TracingOfOthers : public Trace {
  public:
   explicit TracingOfOthers(const Workload& workload) : Trace(workload, 0, bench::SevenFields) {}
-  void Log(const Records& records) override { AskWhetherTraced(records); }
+  void Log(const Records& records) override { TraceWhatIsNotTraced(records); }
 };
 
 }  // namespace

@@ -9,7 +9,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <string_view>
 #include <utility>
 
 namespace {
@@ -58,21 +57,100 @@ const char* ReadEnvironment(const char* pszName) {
   return pszName == nullptr ? nullptr : std::getenv(pszName);
 }
 
-// What follows `name` in an entry of the environment; null in an entry of another variable.
 template <std::size_t... Index>
-const char* ValueOf(const char* pszEntry, std::string_view name, std::index_sequence<Index...>) {
-  return ((pszEntry[Index] == name[Index]) && ...) ? pszEntry + name.size() : nullptr;
+bool Begins(const char* pszEntry, const char* pszName, std::index_sequence<Index...>) {
+  return ((pszEntry[Index] == pszName[Index]) && ...);
 }
 
-// The first value of a variable; `name` ends in "=".
+// What follows `name`, which ends in "=", in an entry of the environment; null in an entry of
+// another variable, and for null.
 template <std::size_t Size>
-void Note(const char*& pszValue, const char (&name)[Size], const char* pszEntry) {
-  if (pszValue == nullptr) {
-    pszValue = ValueOf(pszEntry, {name, Size - 1}, std::make_index_sequence<Size - 1>());
-  }
+const char* ValueOf(const char* pszEntry, const char (&name)[Size]) {
+  const bool bMatches =
+      pszEntry != nullptr && Begins(pszEntry, name, std::make_index_sequence<Size - 1>());
+  return bMatches ? pszEntry + Size - 1 : nullptr;
 }
 
 bool IsSet(const char* pszValue) { return pszValue != nullptr && *pszValue != '\0'; }
+
+// The three variables, as a thread found them last. The locale is asked for with every message, and
+// reading the whole environment costs more than its instructions: it lies in some forty cache lines
+// that each write to the log drives out. As long as the environment has the same entries the
+// variables stand where they stood; what they hold is read each time.
+class CWyLocaleVariables {
+ public:
+  const char* FirstSet() {
+    if (!HasSameEntries()) {
+      Find();
+    }
+    if (const char* const pszValue = ValueOf(m_pszAll, kAll); IsSet(pszValue)) {
+      return pszValue;
+    }
+    if (const char* const pszValue = ValueOf(m_pszMessages, kMessages); IsSet(pszValue)) {
+      return pszValue;
+    }
+    const char* const pszValue = ValueOf(m_pszLang, kLang);
+    return IsSet(pszValue) ? pszValue : nullptr;
+  }
+
+ private:
+  static constexpr std::size_t kMostEntries = 128;  // of a larger environment none are kept
+  static constexpr char kAll[] = "LC_ALL=";
+  static constexpr char kMessages[] = "LC_MESSAGES=";
+  static constexpr char kLang[] = "LANG=";
+
+  bool HasSameEntries() const {
+    if (environ == nullptr || m_uEntries == 0) {
+      return false;
+    }
+    // An environment that has become shorter differs where it ends.
+    for (std::size_t i = 0; i < m_uEntries; ++i) {
+      if (environ[i] != m_apszEntries[i]) {
+        return false;
+      }
+    }
+    return true;
+  }
+
+  // The first entry of a variable counts.
+  template <std::size_t Size>
+  static void Note(const char*& pszFound, const char (&name)[Size], const char* pszEntry) {
+    if (pszFound == nullptr && ValueOf(pszEntry, name) != nullptr) {
+      pszFound = pszEntry;
+    }
+  }
+
+  void Find() {
+    m_pszAll = m_pszMessages = m_pszLang = nullptr;
+    m_uEntries = 0;
+    std::size_t uEntries = 0;
+    for (char** ppszEntry = environ; ppszEntry != nullptr && *ppszEntry != nullptr; ++ppszEntry) {
+      Note(m_pszAll, kAll, *ppszEntry);
+      Note(m_pszMessages, kMessages, *ppszEntry);
+      Note(m_pszLang, kLang, *ppszEntry);
+      if (uEntries < kMostEntries) {
+        m_apszEntries[uEntries] = *ppszEntry;
+      }
+      ++uEntries;
+    }
+    if (uEntries < kMostEntries) {
+      m_apszEntries[uEntries] = nullptr;
+      m_uEntries = uEntries + 1;
+    }
+  }
+
+  // Their entries.
+  const char* m_pszAll = nullptr;
+  const char* m_pszMessages = nullptr;
+  const char* m_pszLang = nullptr;
+  std::size_t m_uEntries = 0;  // with the null that ends them; 0: look afresh
+  const char* m_apszEntries[kMostEntries] = {};
+};
+
+constinit thread_local CWyLocaleVariables t_localeVariables;
+
+// Not inlined: the compiler would find the thread's object anew at each use, which is a call.
+[[gnu::noinline]] CWyLocaleVariables& LocaleVariablesOfThisThread() { return t_localeVariables; }
 
 }  // namespace
 
@@ -116,26 +194,7 @@ CWyDynamicBufferForI18N::~CWyDynamicBufferForI18N() { std::free(m_pszText); }
 
 CWyGetEnv::CWyGetEnv(const char* name) : m_value(ReadEnvironment(name)) {}
 
-// Asked for every message, so it goes through the environment once for the three variables, and
-// past nearly all of it by one look at an entry.
 const char* WyGetAdminLocale() {
-  const char* pszAll = nullptr;
-  const char* pszMessages = nullptr;
-  const char* pszLang = nullptr;
-  for (char** ppszEntry = environ; ppszEntry != nullptr && *ppszEntry != nullptr; ++ppszEntry) {
-    const char* const pszEntry = *ppszEntry;
-    if (pszEntry[0] != 'L') {
-      continue;
-    }
-    if (pszEntry[1] == 'A') {
-      Note(pszLang, "LANG=", pszEntry);
-    } else if (pszEntry[1] == 'C') {
-      Note(pszAll, "LC_ALL=", pszEntry);
-      Note(pszMessages, "LC_MESSAGES=", pszEntry);
-    }
-  }
-  return IsSet(pszAll)        ? pszAll
-         : IsSet(pszMessages) ? pszMessages
-         : IsSet(pszLang)     ? pszLang
-                              : "en";
+  const char* const pszValue = LocaleVariablesOfThisThread().FirstSet();
+  return pszValue != nullptr ? pszValue : "en";
 }
