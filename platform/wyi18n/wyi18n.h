@@ -76,7 +76,9 @@ class WYI18N_EXPORT CWyGetEnv {
 
 // The administrator's locale, in the spelling of the environment ("de_DE.UTF-8"): the first of the
 // variables LC_ALL, LC_MESSAGES and LANG that is set and not empty, else "en". It is looked up at
-// every call. The text belongs to the environment and is valid until the variable changes.
+// every call. The text belongs to the environment and is valid until the variable changes. A string
+// that was given to putenv for another variable, and is made one of these by writing into it, is
+// found when the environment has changed otherwise.
 WYI18N_EXPORT const char* WyGetAdminLocale();
 
 #endif
