@@ -12,7 +12,6 @@ namespace {
 using testing::StrEq;
 
 constexpr unsigned int BuiltIn = 0x01000001;  // "%1s"
-constexpr size_t Cut = 4095;                  // bytes
 
 std::string Printf(unsigned int uId, ...) {
   CWyErrLogMessage msg(false);
