@@ -95,8 +95,8 @@ measure() {
 
 # compare MEASURED: says what has grown, and what the budget could be lowered to. Instructions and bytes
 # may differ a little: the digits of process and thread ids count, and what the C library picks for the
-# processor. So may the calls and allocations of
-# the whole run, which threads that start and end do not always make in the same number.
+# processor. So may the calls and allocations of the whole run, which threads that start and end do not
+# always make in the same number.
 compare() {
   awk '
     function tolerance(column) { return column == 4 || $1 == "thread-bytes" ? 1.05 : 1 }
