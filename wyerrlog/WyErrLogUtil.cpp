@@ -78,9 +78,7 @@ bool CWyErrLogGuard::AdmitWriter() {
 
 namespace {
 
-// Every log call comes by twice, so it has a fixed place in the memory of the thread; a library
-// that is loaded late may have a few bytes there as well.
-[[gnu::tls_model("initial-exec")]] constinit thread_local CWyGuardHold* t_pInnermostHold = nullptr;
+constinit thread_local CWyGuardHold* t_pInnermostHold = nullptr;
 
 }  // namespace
 
