@@ -24,39 +24,30 @@ void LogEach(const Records& records, LogOne logOne) {
   }
 }
 
+// Logs messages that `format` puts behind the prolog, from a message and a record.
+template <auto format>
 class ErrorLog : public Contestant {
  public:
   explicit ErrorLog(const Workload& workload) {
     Check(theLogger()->SetLogOutput(NewFile(workload)), "no error log");
   }
-};
-
-class Translated : public ErrorLog {
- public:
-  using ErrorLog::ErrorLog;
   void Log(const Records& records) override {
     LogEach(records, [](const Record& record) {
       CWyErrLogMessage msg;
       msg.FormatLogProlog(__FILE__, __LINE__, 0);
-      msg.FormatMessage(Agent::Refused, record.pszUser, record.pszAction, record.pszResource);
+      format(msg, record);
       return theLogger()->LogErrMsg(msg);
     });
   }
 };
 
-class Printf : public ErrorLog {
- public:
-  using ErrorLog::ErrorLog;
-  void Log(const Records& records) override {
-    LogEach(records, [](const Record& record) {
-      CWyErrLogMessage msg;
-      msg.FormatLogProlog(__FILE__, __LINE__, 0);
-      msg.FormatLogMessage(Agent::RefusedPrintf, record.pszUser, record.pszAction,
-                           record.pszResource);
-      return theLogger()->LogErrMsg(msg);
-    });
-  }
-};
+using Translated = ErrorLog<[](CWyErrLogMessage& msg, const Record& record) {
+  msg.FormatMessage(Agent::Refused, record.pszUser, record.pszAction, record.pszResource);
+}>;
+
+using Printf = ErrorLog<[](CWyErrLogMessage& msg, const Record& record) {
+  msg.FormatLogMessage(Agent::RefusedPrintf, record.pszUser, record.pszAction, record.pszResource);
+}>;
 
 class Audit : public Contestant {
  public:
