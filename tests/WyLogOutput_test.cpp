@@ -122,9 +122,15 @@ TEST(CallbackOutput, CallsOnlyWhatIsSet) {
   CWySyncCallbackOutput sync;
   EXPECT_TRUE(sync.SetParams(nullptr) && sync.Open());
   EXPECT_FALSE(sync.Log(msg));
-  CWyAsyncParameterizedCallbackOutput async;
-  EXPECT_TRUE(async.SetParams(ReceiveAsyncParam, nullptr));
-  EXPECT_FALSE(async.Open() || async.Log(msg)) << "no parameter";
+  CWySyncParameterizedCallbackOutput syncParam;
+  EXPECT_TRUE(syncParam.SetParams(ReceiveParam, nullptr));
+  EXPECT_FALSE(syncParam.Open() || syncParam.Log(msg)) << "no parameter";
+  CWyAsyncParameterizedCallbackOutput asyncParam;
+  EXPECT_TRUE(asyncParam.SetParams(ReceiveAsyncParam, nullptr));
+  EXPECT_FALSE(asyncParam.Open()) << "no parameter";
+  EXPECT_EQ(received, "");
+  EXPECT_TRUE(asyncParam.Log(msg)) << "only Open looks at the parameter";
+  EXPECT_EQ(received, ":0");
 }
 
 // ---- Files --------------------------------------------------------------------------------------

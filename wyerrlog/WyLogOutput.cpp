@@ -117,7 +117,7 @@ bool CWyAsyncParameterizedCallbackOutput::Open() {
 }
 
 bool CWyAsyncParameterizedCallbackOutput::Log(CWyErrLogMessage& msg) {
-  if (m_pfnCallback == nullptr || m_pParam == nullptr) return false;
+  if (m_pfnCallback == nullptr) return false;
   const int iLength = msg.GetStringLen();
   m_pfnCallback(msg.ReleaseBuffer(), iLength, CWyErrLogMessage::FreeBuffer, m_pParam);
   return true;

@@ -267,7 +267,8 @@ class WYERRLOG_API CWySyncParameterizedCallbackOutput : public CWyLogOutput {
   void* m_pParam;
 };
 
-// The asynchronous one with a parameter of the host; see the two above.
+// The asynchronous one with a parameter of the host; see the two above. Log does not look at the
+// parameter again.
 class WYERRLOG_API CWyAsyncParameterizedCallbackOutput : public CWyLogOutput {
  public:
   // The host's function.
