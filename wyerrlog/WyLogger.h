@@ -116,9 +116,10 @@ class WYERRLOG_API CWyLogger {
   // `bUseLocalTime` applies to the whole logger. Two title lines go to the outputs, and to the top
   // of every file after a rollover (layout 3 has none).
   //
-  // False, and nothing changes: for a null output or one that is installed already, an asynchronous
-  // one before a second, a configuration file that cannot be read or is not one, `bOutputOnly`
-  // without a configuration, a released logger. False, and the outputs installed before are gone
+  // False, and nothing changes: for a null output, the same output as first and second, an output
+  // that is installed already (with `bOutputOnly` also as `pSecondOutput`), an asynchronous one
+  // before a second, a configuration file that cannot be read or is not one, `bOutputOnly` without
+  // a configuration, a released logger. False, and the outputs installed before are gone
   // (the configuration too, unless `bOutputOnly`): when an output cannot be opened. Outputs that
   // were not installed stay the caller's.
   [[nodiscard]] bool EnableTrace(CWyLogOutput* pOutput, CWyLogOutput* pSecondOutput, int iFormat,
