@@ -12,6 +12,7 @@
 #include <set>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "test_support/TempDirectory.h"
@@ -122,6 +123,7 @@ TEST(CallbackOutput, CallsOnlyWhatIsSet) {
   CWySyncCallbackOutput sync;
   EXPECT_TRUE(sync.SetParams(nullptr) && sync.Open());
   EXPECT_FALSE(sync.Log(msg));
+  received.clear();
   CWySyncParameterizedCallbackOutput syncParam;
   EXPECT_TRUE(syncParam.SetParams(ReceiveParam, nullptr));
   EXPECT_FALSE(syncParam.Open() || syncParam.Log(msg)) << "no parameter";
@@ -220,6 +222,21 @@ TEST(FileOutput, RollsOverBeforeTheMessageThatWouldReachTheLimit) {
       EXPECT_EQ(directory.Read("a.log"), "one\ntwo\n" + strText);
     }
   }
+}
+
+TEST(FileOutput, ADeviceHasNoSizeThatCouldReachTheLimit) {
+  int hMaster = -1, hTerminal = -1;
+  char szTerminal[64] = "";
+  ASSERT_EQ(openpty(&hMaster, &hTerminal, szTerminal, nullptr, nullptr), 0);
+  for (const auto& [pszDevice, strText] :
+       {std::pair<const char*, std::string>{"/dev/null", std::string(100000, 'x')},
+        {szTerminal, "x"}}) {
+    CWyFileOutput output;
+    ASSERT_TRUE(output.SetParams(pszDevice, 3, 1, 0) && output.Open());
+    for (int i = 0; i < 20; ++i) EXPECT_TRUE(output.Log(strText.c_str())) << pszDevice << i;
+  }
+  close(hTerminal);
+  close(hMaster);
 }
 
 TEST(FileOutput, TheLimitHoldsForSeveralThreadsToTheByte) {
