@@ -110,6 +110,36 @@ TEST_F(FileRollover, ARefusedRenameIsTriedAgainWhenMoreThan300SecondsHavePassed)
   }
 }
 
+TEST_F(FileRollover, IsTriedAgainAlsoWhenTheOldFileCouldNotBeOpenedAgainUnlessSizesAreLimited) {
+  for (int iMode : {1, 2, 3}) {
+    SCOPED_TRACE(iMode);
+    const std::string strLog = std::to_string(iMode) + ".log";
+    m_directory.Write(strLog, "old\n");
+    CWyFileOutput output;
+    ASSERT_TRUE(Open(output, strLog, iMode, 1));
+    RefuseRenames(EACCES);
+    stand_ins::Inject({stand_ins::Call::Open, stand_ins::Effect::Failure, EMFILE});
+    EXPECT_FALSE(output.Rollover());
+    stand_ins::clock += 300;
+    EXPECT_FALSE(output.Log("not yet\n"));
+    stand_ins::clock += 1;
+    stand_ins::Inject({stand_ins::Call::Open, stand_ins::Effect::Failure, EMFILE});
+    EXPECT_FALSE(output.Log("not this time\n"));
+    EXPECT_EQ(m_iRefused, iMode == 3 ? 1 : 2);
+    AllowRenames();
+    stand_ins::clock += 301;
+    EXPECT_EQ(output.Log("new\n"), iMode != 3);
+    RefuseRenames(EACCES);
+    stand_ins::Inject({stand_ins::Call::Open, stand_ins::Effect::Failure, EMFILE});
+    EXPECT_FALSE(output.Rollover());
+    EXPECT_TRUE(output.Close());
+    AllowRenames();
+    stand_ins::clock += 301;
+    EXPECT_FALSE(output.Log("closed\n"));
+    EXPECT_EQ(m_directory.Read(strLog), iMode == 3 ? "old\n" : "new\n");
+  }
+}
+
 TEST_F(FileRollover, TheRetryDoesNotOpenWhatWasClosed) {
   m_directory.Write("a.log", "old\n");
   RefuseRenames(EACCES);

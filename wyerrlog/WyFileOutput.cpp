@@ -135,10 +135,8 @@ bool CWyFileOutput::AcceptFile(int iFlags) {
 }
 
 bool CWyFileOutput::CloseFile() {
-  if (m_hFile >= 0) {
-    close(m_hFile);
-    m_hFile = -1;
-  }
+  if (m_hFile >= 0) close(m_hFile);
+  m_hFile = -1;
   return true;
 }
 
@@ -174,7 +172,8 @@ bool CWyFileOutput::MayWriteBesideOthers(uint64_t uBytes) const {
 
 bool CWyFileOutput::LogAlone(std::string_view strText) {
   // A retry must not open again what was closed.
-  if (m_hFile < 0) return false;
+  const bool bMayReopen = m_hFile == AwaitsRetry && !IsSizeLimited(m_iMode);
+  if (m_hFile < 0 && !bMayReopen) return false;
   return RollOverIfDue(strText.size()) && Write(strText);
 }
 

@@ -172,5 +172,7 @@ bool CWyFileOutput::StartNewFile() {
 bool CWyFileOutput::ContinueOldFile() {
   m_tRolloverFailed = time(nullptr);
   m_bRolloverRetry.store(true, std::memory_order_release);
-  return OpenFile(2);
+  if (OpenFile(2)) return true;
+  m_hFile = AwaitsRetry;
+  return false;
 }

@@ -190,7 +190,9 @@ class WYERRLOG_API CWyFileOutput : public CWyLogOutput {
   // file's size, so that together they stay below the limit.
   std::atomic<uint64_t> m_uReserved;
   char* m_pszFileName;
-  int m_hFile;  // -1 when closed
+  static constexpr int AwaitsRetry = -2;
+  // -1 when closed, AwaitsRetry when a refused rollover could not open the old file again
+  int m_hFile;
   int m_iMaxBackups;
   unsigned int m_uMaxFileSize;  // bytes
   int m_iMode;
