@@ -1,12 +1,14 @@
 // A process forks while its other threads use the library: the child can use it too.
 
 #include <gtest/gtest.h>
+#include <pthread.h>
 #include <sys/time.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <wyxlate/WyXlate.h>
 
 #include <array>
+#include <atomic>
 #include <barrier>
 #include <cstdio>
 #include <functional>
@@ -28,6 +30,17 @@ extern "C" __attribute__((visibility("default"))) int gettimeofday(timeval* pNow
   static std::atomic<time_t> s_tSeconds{1700000000};
   *pNow = {++s_tSeconds, 0};
   return 0;
+}
+
+std::atomic<bool> g_bHoldKeys{false}, g_bKeyHeld{false};
+
+// Creates keys slowly while g_bHoldKeys is set.
+extern "C" int __pthread_key_create(pthread_key_t* pKey, void (*pfnDestructor)(void*)) noexcept;
+extern "C" __attribute__((visibility("default"))) int pthread_key_create(
+    pthread_key_t* pKey, void (*pfnDestructor)(void*)) noexcept {
+  if (g_bHoldKeys) g_bKeyHeld = true;
+  g_bHoldKeys.wait(true);
+  return __pthread_key_create(pKey, pfnDestructor);
 }
 
 namespace {
@@ -95,6 +108,22 @@ std::map<int, int> LinesByProcess(const std::string& strLog) {
     ++lines[bWhole ? iPid : 0];
   }
   return lines;
+}
+
+TEST(Fork, ChildrenForkedDuringTheFirstMessagesLog) {
+  const TempDirectory directory;
+  ASSERT_TRUE(SetLogFile(directory.Path("log")));
+  SetMessageDirectory();
+  g_bHoldKeys = true;
+  // A bundle is remembered by the second message that needs it.
+  TestThread logging([] { EXPECT_TRUE(LogAllWays() && LogAllWays()); });
+  EXPECT_TRUE(test_support::Eventually([&] { return g_bKeyHeld || logging.IsDone(); }));
+  EXPECT_TRUE(EndedWell(StartChild([] {
+    g_bHoldKeys = false;
+    return LogAllWays() && LogAllWays();
+  })));
+  g_bHoldKeys = false;
+  g_bHoldKeys.notify_all();
 }
 
 TEST(Fork, ChildrenOfABusyLoggingProcessLogUnderTheirOwnIds) {

@@ -39,12 +39,14 @@ struct CWyErrLogMessage::Memory {
   [[gnu::noinline]] static Spare& OfThisThread() { return s_spare; }
 
   // Has the spare memory freed at the end of the thread. False when the system cannot see to it.
-  static bool OwnSpare() {
-    static CWyImmortal<SpareOwner> s_owner;
-    return s_spare.bHasOwner = s_owner.value.SetValue(&s_spare) == 0;
-  }
+  static bool OwnSpare() { return s_spare.bHasOwner = SpareOwner::Get().SetValue(&s_spare) == 0; }
   struct SpareOwner : CpaTls {
     SpareOwner() : CpaTls(Free) {}
+    static SpareOwner& Get() {
+      static CWyImmortal<SpareOwner> s_owner;
+      return s_owner.value;
+    }
+    static const SpareOwner& s_madeAtLoad;
     static void Free(void* pSpare) {
       static_cast<Spare*>(pSpare)->bThreadEnds = true;
       delete std::exchange(static_cast<Spare*>(pSpare)->pMemory, nullptr);
@@ -61,6 +63,11 @@ struct CWyErrLogMessage::Memory {
 };
 
 constinit thread_local CWyErrLogMessage::Memory::Spare CWyErrLogMessage::Memory::s_spare;
+
+// Made when the library is loaded: a child that is forked while another thread makes it would wait
+// for that thread forever.
+const CWyErrLogMessage::Memory::SpareOwner& CWyErrLogMessage::Memory::SpareOwner::s_madeAtLoad =
+    Get();
 
 CWyErrLogMessage::Memory* CWyErrLogMessage::Memory::Take() {
   if (Memory* const pSpare = std::exchange(s_spare.pMemory, nullptr)) return pSpare;

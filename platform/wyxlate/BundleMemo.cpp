@@ -16,12 +16,18 @@ class CWyBundleMemo::ThreadEnd {
  public:
   // False when the system cannot see to it.
   static bool Watch() {
-    static const ThreadEnd s_end;
-    return s_end.m_bHasKey && pthread_setspecific(s_end.m_key, &OfThisThread()) == 0;
+    const ThreadEnd& end = Get();
+    return end.m_bHasKey && pthread_setspecific(end.m_key, &OfThisThread()) == 0;
   }
 
  private:
   ThreadEnd() : m_bHasKey(pthread_key_create(&m_key, Forget) == 0) {}
+
+  static const ThreadEnd& Get() {
+    static const ThreadEnd s_end;
+    return s_end;
+  }
+  static const ThreadEnd& s_madeAtLoad;
 
   static void Forget(void* pMemo) {
     CWyBundleMemo& memo = *static_cast<CWyBundleMemo*>(pMemo);
@@ -34,6 +40,10 @@ class CWyBundleMemo::ThreadEnd {
   pthread_key_t m_key{};
   bool m_bHasKey;
 };
+
+// Made when the library is loaded: a child that is forked while another thread makes it would wait
+// for that thread forever.
+const CWyBundleMemo::ThreadEnd& CWyBundleMemo::ThreadEnd::s_madeAtLoad = Get();
 
 CWyBundleMemo& CWyBundleMemo::OfThisThread() { return t_memo; }
 
