@@ -7,8 +7,8 @@
 #include <ctime>
 #include <thread>
 
-#include "test_support/TraceConfiguration.h"
-#include "wyerrlog/WyLogger.h"
+#include "test_support/Footprint.h"
+#include "test_support/Tracing.h"
 
 namespace {
 
@@ -66,6 +66,30 @@ TEST(TraceRecord, WritesRecordsAndTitleLinesInItsLayout) {
   EXPECT_FALSE(record.AssembleTraceMessage(nullptr, 0));
   record = *NewConfiguration("components\n", 3);
   EXPECT_EQ(Line(record, 0), "<TraceMessage>\n</TraceMessage>\n") << "no fields";
+}
+
+TEST(TraceRecord, KeepsNoLargeTextWhenItIsEmptied) {
+  CWyTraceData record;
+  record = *NewConfiguration("components\ndata: Message\n");
+  const std::string strLarge(1000000, 'x');
+  const std::size_t uBefore = test_support::MemoryInUse();
+  EXPECT_TRUE(record.SetFieldValue(Message, strLarge.c_str()) && record.Format());
+  EXPECT_TRUE(record.LeaveNoBody());
+  EXPECT_LT(test_support::MemoryInUse(), uBefore + (std::size_t{64} << 10));
+
+  std::string strLogged;
+  CWyLogger logger;
+  ASSERT_TRUE(test_support::EnableTrace(logger,
+                                        logger.NewLogOutput(
+                                            4,
+                                            [](const char* pszText, int, void* pText) {
+                                              *static_cast<std::string*>(pText) = pszText;
+                                            },
+                                            &strLogged),
+                                        "components\ndata: Message\n"));
+  record.SetLogger(&logger);
+  EXPECT_TRUE(record.SetFieldValue(Message, "small") && record.Format() && record.Log());
+  EXPECT_EQ(strLogged, "[small]\n");
 }
 
 TEST(TraceRecord, AsksTheSystemForIdsAndRefusesFieldsThatDoNotExist) {

@@ -108,6 +108,11 @@ bool CWyErrLogMessage::CleanUpMessage() {
   return true;
 }
 
+void CWyErrLogMessage::CleanUpAndShrink() {
+  CleanUpMessage();
+  if (m_pBuffer->capacity() > Memory::LargestKept) m_pBuffer->Free();
+}
+
 bool CWyErrLogMessage::IsIncomplete() const { return m_pBuffer->IsIncomplete(); }
 
 const char* CWyErrLogMessage::GetBuffer() const { return m_pBuffer->c_str(); }

@@ -275,6 +275,8 @@ class WYERRLOG_API CWyErrLogMessage {
 
   struct WYERRLOG_LOCAL Memory;
 
+  // CleanUpMessage for a message that lives on: also gives up memory above what messages keep.
+  WYERRLOG_LOCAL void CleanUpAndShrink();
   // Whether memory was lacking for a part of the text.
   WYERRLOG_LOCAL bool IsIncomplete() const;
 

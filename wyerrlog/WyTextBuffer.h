@@ -36,6 +36,13 @@ class CWyTextBuffer {
     m_bIncomplete = !m_bUsable;
   }
 
+  // Empties the text and gives its memory up.
+  void Free() {
+    m_pText.reset();
+    m_uCapacity = 0;
+    Clear();
+  }
+
   // Appends the pieces, texts and characters. They may lie within this very text.
   template <typename... Pieces>
   void Append(const Pieces&... pieces) {

@@ -73,7 +73,7 @@ bool CWyTraceData::CleanUpData() {
   if (!m_bValid) return true;
   ClearValues();
   ReplaceLongTraceText(nullptr);
-  m_message.CleanUpMessage();
+  m_message.CleanUpAndShrink();
   return true;
 }
 
