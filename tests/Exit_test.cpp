@@ -1,7 +1,9 @@
 // The end of a process: whoever still logs is refused or served, and never brings it down.
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <pty.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <wyxlate/WyXlate.h>
@@ -13,6 +15,7 @@
 
 #include "components/wytestcomponent/TestMessages.h"
 #include "test_support/Sanitizer.h"
+#include "test_support/TempDirectory.h"
 #include "test_support/TestThread.h"
 #include "test_support/Tracing.h"
 #include "wyerrlog/WyLoggerList.h"
@@ -126,6 +129,20 @@ TEST(Exit, ThreadsMayGoOnLoggingThroughTheEnd) {
       EXPECT_TRUE(test_support::Eventually([] { return s_iRounds > 50; }));
     })) << i;
   }
+}
+
+TEST(Exit, DoesNotWaitForAConfigurationThatIsNeverReadToItsEnd) {
+  EXPECT_TRUE(ExitsWell([] {
+    const TempDirectory directory;
+    const std::string strPipe = directory.Path("pipe");
+    EXPECT_TRUE(mkfifo(strPipe.c_str(), 0600) == 0 && open(strPipe.c_str(), O_RDWR) >= 0);
+    static const auto* const s_pReading = new test_support::TestThread([strPipe] {
+      CWyLogOutput* const pOutput = theLogger()->NewLogOutput(1, "/dev/null", 1, 0, 0);
+      static_cast<void>(
+          theLogger()->EnableTrace(pOutput, 0, nullptr, strPipe.c_str(), false, false, false));
+    });
+    EXPECT_TRUE(s_pReading->Blocks());
+  }));
 }
 
 void ExitInCallback(const char*, int) { exit(0); }

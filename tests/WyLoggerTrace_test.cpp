@@ -306,6 +306,8 @@ TEST_F(Tracing, NobodyWaitsWhileAConfigurationFileIsRead) {
     EXPECT_TRUE(EnableTrace(m_logger, new HostOutput(m_first), LegacyMessages));
     EXPECT_TRUE(Trace(m_logger, "m"));
     m_logger.DisableTrace(false);
+    m_logger.Release();
+    m_logger.Init();
   };
   ExpectDone(traceMeanwhile, [&] {
     directory.Write("pipe", "components:\ndata:\n");

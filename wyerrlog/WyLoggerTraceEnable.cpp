@@ -64,8 +64,8 @@ bool CWyLogger::EnableTrace(CWyLogOutput* pOutput, CWyLogOutput* pSecondOutput, 
   return true;
 }
 
-// Reads the file without the guard, so that nobody is held up. A release waits for the look at the
-// tables to end.
+// Reads the file without a lock of any kind: a pipe may keep it waiting without end. A release
+// waits for the copying of the tables alone.
 std::unique_ptr<CWyTraceData> CWyLogger::NewTraceConfiguration(int iFormat,
                                                                const char* pszDelimiter,
                                                                const char* pszConfigFile,
@@ -73,13 +73,15 @@ std::unique_ptr<CWyTraceData> CWyLogger::NewTraceConfiguration(int iFormat,
   auto pConfiguration = WyNoThrow<std::unique_ptr<CWyTraceData>>(
       nullptr, [] { return std::make_unique<CWyTraceData>(); });
   if (pConfiguration == nullptr || m_pLookups == nullptr) return nullptr;
-  const CWyReadSections::Scope lookup(*m_pLookups);
-  if (!m_bInitialized || !pConfiguration->SetConfiguration(
-                             iFormat, pszDelimiter, pszConfigFile, m_iComponentInfoCount,
-                             m_pComponentInfo.get(), m_pDataFieldInfo.get(), bUseLocalTime)) {
-    return nullptr;
+  {
+    const CWyReadSections::Scope lookup(*m_pLookups);
+    if (!m_bInitialized ||
+        !pConfiguration->SetTables(iFormat, pszDelimiter, m_iComponentInfoCount,
+                                   m_pComponentInfo.get(), m_pDataFieldInfo.get(), bUseLocalTime)) {
+      return nullptr;
+    }
   }
-  return pConfiguration;
+  return pConfiguration->ReadConfigFile(pszConfigFile) ? std::move(pConfiguration) : nullptr;
 }
 
 bool CWyLogger::CanEnableTrace(const CWyLogOutput* pOutput, const CWyLogOutput* pSecondOutput,

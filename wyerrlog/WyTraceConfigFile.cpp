@@ -172,6 +172,14 @@ bool CWyTraceData::SetConfiguration(int iFormat, const char* pszDelimiter,
                                     const char* pszConfigFile, int iComponentCount,
                                     WyTraceComponentInfo* pComponentInfo,
                                     WyTraceDataFieldInfo* pDataFieldInfo, bool bUseLocalTime) {
+  return SetTables(iFormat, pszDelimiter, iComponentCount, pComponentInfo, pDataFieldInfo,
+                   bUseLocalTime) &&
+         ReadConfigFile(pszConfigFile);
+}
+
+bool CWyTraceData::SetTables(int iFormat, const char* pszDelimiter, int iComponentCount,
+                             const WyTraceComponentInfo* pComponentInfo,
+                             const WyTraceDataFieldInfo* pDataFieldInfo, bool bUseLocalTime) {
   if (pComponentInfo == nullptr || pDataFieldInfo == nullptr || iComponentCount < 0) return false;
 
   try {
@@ -192,7 +200,7 @@ bool CWyTraceData::SetConfiguration(int iFormat, const char* pszDelimiter,
   m_nTraceFormat = iFormat;
   m_bUseLocalTime = bUseLocalTime;
   PointIntoShared();
-  return ReadConfigFile(pszConfigFile);
+  return true;
 }
 
 bool CWyTraceData::ReadConfigFile(const char* pszConfigFile) {

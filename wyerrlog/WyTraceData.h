@@ -169,6 +169,10 @@ class WYERRLOG_API CWyTraceData {
 
   class WYERRLOG_LOCAL ConfigParser;
 
+  // SetConfiguration without the file: with these tables, nothing selected.
+  WYERRLOG_LOCAL bool SetTables(int iFormat, const char* pszDelimiter, int iComponentCount,
+                                const WyTraceComponentInfo* pComponentInfo,
+                                const WyTraceDataFieldInfo* pDataFieldInfo, bool bUseLocalTime);
   WYERRLOG_LOCAL void TakeOverFields(const WyTraceDataFieldInfo* pFields);
   WYERRLOG_LOCAL void StopSharing();
   WYERRLOG_LOCAL void PointIntoShared();
