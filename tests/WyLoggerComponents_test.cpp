@@ -2,11 +2,13 @@
 
 #include <dlfcn.h>
 #include <gtest/gtest.h>
+#include <pthread.h>
 
 #include <cstdlib>
 #include <latch>
 #include <list>
 #include <memory>
+#include <stdexcept>
 #include <string>
 
 #include "test_support/HostOutput.h"
@@ -46,10 +48,24 @@ std::string WideComponent(const char* pszName) {
   return strText;
 }
 
-TEST(LoggerComponents, LibrariesThatGiveNoComponentLeaveTheirSlotsEmpty) {
+void* Loaded(const char* pszName) {
+  const std::string strPath = std::string(getenv("ORVA_WA_ROOT")) + "/bin/lib" + pszName + ".so";
+  return dlopen(strPath.c_str(), RTLD_LAZY | RTLD_NOLOAD);
+}
+
+bool IsLoaded(const char* pszName = "Apache_Agent") {
+  void* const hLib = Loaded(pszName);
+  return hLib != nullptr && dlclose(hLib) == 0;
+}
+
+TEST(LoggerComponents, LibrariesThatGiveNoComponentOrThrowLeaveTheirSlotsEmpty) {
   const auto pLogger = std::make_unique<CWyLogger>();
-  for (const unsigned int uComponent : {5u, 6u}) {
+  for (const unsigned int uComponent : {5u, 6u, 10u, 11u, 12u, 13u}) {
     EXPECT_EQ(pLogger->GetMsgBundle(WyComponentId(uComponent)), nullptr) << uComponent;
+  }
+  for (const char* pszName :
+       {"Certificate_Validation", "Password_Services", "Session_Store", "Session_Management"}) {
+    EXPECT_FALSE(IsLoaded(pszName)) << pszName;
   }
   EXPECT_EQ(
       pLogger->GetAvailableComponents(),
@@ -68,16 +84,6 @@ TEST(LoggerComponents, OfAnyNumberCanBeSelected) {
   EXPECT_TRUE(pLogger->TraceEnabled(WyComponentId(9, 200)));
 }
 
-void* Loaded() {
-  const std::string strPath = std::string(getenv("ORVA_WA_ROOT")) + "/bin/libApache_Agent.so";
-  return dlopen(strPath.c_str(), RTLD_LAZY | RTLD_NOLOAD);
-}
-
-bool IsLoaded() {
-  void* const hLib = Loaded();
-  return hLib != nullptr && dlclose(hLib) == 0;
-}
-
 TEST(LoggerComponents, AreUnloadedByTheFirstLoggerThatIsReleasedAndNeverAgain) {
   auto pLogger = std::make_unique<CWyLogger>();
   EXPECT_TRUE(IsLoaded());
@@ -89,24 +95,52 @@ TEST(LoggerComponents, AreUnloadedByTheFirstLoggerThatIsReleasedAndNeverAgain) {
   EXPECT_TRUE(IsLoaded());
 }
 
+void DoDuringFetchMessage(void (*pfnBody)()) {
+  void* const hLib = Loaded("Apache_Agent");
+  ASSERT_NE(hLib, nullptr);
+  auto* const ppfnDuringFetchMessage = static_cast<void (**)()>(dlsym(hLib, "DuringFetchMessage"));
+  ASSERT_NE(ppfnDuringFetchMessage, nullptr);
+  *ppfnDuringFetchMessage = pfnBody;
+  dlclose(hLib);
+}
+
+const char* FormatNumberSeven() {
+  static thread_local CWyErrLogMessage msg(false);
+  msg.CleanUpMessage();
+  return msg.FormatMessage(WyComponentId(7) | 1);
+}
+
+TEST(LoggerComponents, AKeyWhoseFetchingThrowsIsMissing) {
+  theLogger();
+  const auto throwSomethingElse = [] { throw std::string("not derived from std::exception"); };
+  for (void (*pfnThrow)() :
+       {+[] { throw std::runtime_error("by the plug-in"); }, +throwSomethingElse}) {
+    DoDuringFetchMessage(pfnThrow);
+    EXPECT_EQ(theLogger()->FetchMsg(WyComponentId(7) | 1), nullptr);
+    EXPECT_STREQ(FormatNumberSeven(), "[INVALID MESSAGE TYPE][wy-log-00002] missing message key\n");
+  }
+  DoDuringFetchMessage([] { pthread_exit(nullptr); });
+  {
+    const test_support::TestThread ending([] {
+      FormatNumberSeven();
+      ADD_FAILURE() << "the end of a thread is not an exception";
+    });
+  }
+  DoDuringFetchMessage(nullptr);
+  EXPECT_STREQ(FormatNumberSeven(), "[INVALID MESSAGE TYPE][C7] C7\n");
+  theLogger()->Release();
+}
+
 std::latch inComponent(1), leaveComponent(1);
 
 TEST(LoggerComponents, AreNotUnloadedWhileAMessageIsLookedUp) {
   theLogger();
-  void* const hLib = Loaded();
-  ASSERT_NE(hLib, nullptr);
-  auto* const ppfnDuringFetchMessage = static_cast<void (**)()>(dlsym(hLib, "DuringFetchMessage"));
-  ASSERT_NE(ppfnDuringFetchMessage, nullptr);
-  *ppfnDuringFetchMessage = [] {
+  DoDuringFetchMessage([] {
     inComponent.count_down();
     leaveComponent.wait();
-  };
-  dlclose(hLib);
-
-  test_support::TestThread lookingUp([] {
-    CWyErrLogMessage msg(false);
-    EXPECT_STREQ(msg.FormatMessage(WyComponentId(7) | 1), "[INVALID MESSAGE TYPE][C7] C7\n");
   });
+  test_support::TestThread lookingUp(
+      [] { EXPECT_STREQ(FormatNumberSeven(), "[INVALID MESSAGE TYPE][C7] C7\n"); });
   inComponent.wait();
   test_support::TestThread releasing([] { theLogger()->Release(); });
   // Many times the work that it has to do when nobody is waited for.

@@ -22,7 +22,9 @@ struct WyErrSubComponentInfo {
 
 // Base of a component. A plug-in derives from it and hands out one object, which lives as long as
 // its library and is called by many threads at once, without a lock: what it answers must not
-// change. The virtual operations and their order are an interface between libraries.
+// change. A component that throws when it is made or lists its sub-components is not used; a
+// message whose fetching throws is a missing one. The virtual operations and their order are an
+// interface between libraries.
 class WYERRLOG_API CWyErrLogComponent {
  public:
   // The texts are not copied; they live as long as the component. `uId` is WyComponentId(number).

@@ -161,7 +161,8 @@ class WYERRLOG_API CWyLogger {
 
   // The message key (or printf pattern) and the name of the bundle of an identifier's message; null
   // when the logger is released or knows no such component or message. The texts belong to the
-  // component and stay valid until the logger is released. No lock is taken.
+  // component and stay valid until the logger is released. No lock is taken. What the component
+  // throws counts as "no such message".
   const char* FetchMsg(unsigned int uId) const;
   const char* GetMsgBundle(unsigned int uId) const;
 
@@ -173,8 +174,8 @@ class WYERRLOG_API CWyLogger {
 
   // Steps of Init and Release, which hosts need not call. LoadComponent loads a component library
   // by its short name (see WyErrLogUtilLoadLibrary) and answers what its GetComponentPtr answers;
-  // null when there is no such library or entry point. The identifier is not consulted: components
-  // know theirs. The component belongs to its library.
+  // null when there is no such library or entry point, and when that throws. The identifier is not
+  // consulted: components know theirs. The component belongs to its library.
   CWyErrLogComponent* LoadComponent(unsigned long uId, const char* pszLibName);
   // Closes the library that LoadComponent has opened for the component (dlclose).
   void UnloadComponent(CWyErrLogComponent* pComponent);
@@ -212,7 +213,8 @@ class WYERRLOG_API CWyLogger {
   WYERRLOG_LOCAL void UnloadComponents();
   WYERRLOG_LOCAL void ReleaseComponents();
   WYERRLOG_LOCAL CWyErrLogComponent* FindComponent(unsigned int uId) const;
-  WYERRLOG_LOCAL void AddComponent(CWyErrLogComponent& component);
+  WYERRLOG_LOCAL bool AddComponent(CWyErrLogComponent& component);
+  WYERRLOG_LOCAL void GiveUpComponent(int iSlot);
   WYERRLOG_LOCAL void AddComponentInfo(unsigned int uId, const char* pszName);
   WYERRLOG_LOCAL void MakeKnownInfo();
   WYERRLOG_LOCAL void InitDataFieldInfo();

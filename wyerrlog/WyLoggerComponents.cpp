@@ -1,9 +1,11 @@
+#include <cxxabi.h>
 #include <dlfcn.h>
 #include <link.h>
 
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 #include <mutex>
 #include <utility>
 
@@ -21,6 +23,11 @@ struct LibraryHandle {
   void* hLib;
 };
 
+struct LibraryCloser {
+  void operator()(void* hLib) const { WyErrLogUtilFreeLibrary(hLib); }
+};
+using LibraryPtr = std::unique_ptr<void, LibraryCloser>;
+
 constinit CWyImmortal<std::mutex> s_handleMutex;  // loggers may be released at the very end
 
 // A library that does not define the symbol itself would hand out that of one it is linked to: this
@@ -37,11 +44,32 @@ bool IsDefinedIn(void* hLib, const void* pSymbol) {
 // What a component leaves out is empty.
 const char* TextOf(const char* pszText) { return pszText != nullptr ? pszText : ""; }
 
+// Calls a plug-in and returns `failure` in place of whatever it throws. The exception is destroyed
+// before the return, while its library is certainly loaded. The end of a cancelled thread is no
+// failure and goes on.
+template <typename Result, typename Call>
+Result CallPlugIn(Result failure, Call call) {
+  try {
+    return call();
+  } catch (const abi::__forced_unwind&) {
+    throw;
+  } catch (...) {
+    return failure;
+  }
+}
+
 CWyErrLogComponent* ComponentOf(void* hLib) {
   char szEntryPoint[] = "GetComponentPtr";
   void* const pSymbol = WyErrLogUtilGetProcAddress(hLib, szEntryPoint);
   if (pSymbol == nullptr || !IsDefinedIn(hLib, pSymbol)) return nullptr;
-  return reinterpret_cast<CWyErrLogComponent* (*)()>(pSymbol)();
+  return CallPlugIn<CWyErrLogComponent*>(nullptr,
+                                         reinterpret_cast<CWyErrLogComponent* (*)()>(pSymbol));
+}
+
+void NoteLoad(CWyErrLogComponent& component, LibraryPtr pLib) {
+  const std::lock_guard lock(s_handleMutex.value);
+  if (component.GetHandle() == nullptr) component.SetHandle(new LibraryHandle{pLib.get()});
+  static_cast<void>(pLib.release());
 }
 
 // At process exit what was made last goes first. Components are older than the process's loggers,
@@ -62,28 +90,26 @@ CWyErrLogComponent* CWyLogger::LoadComponent(unsigned long /*uId*/, const char* 
 }
 
 CWyErrLogComponent* CWyLogger::LoadLibraryOf(const char* pszLibName) {
-  void* const hLib = WyErrLogUtilLoadLibrary(const_cast<char*>(pszLibName));
-  if (hLib == nullptr) return nullptr;
-  CWyErrLogComponent* const pComponent = ComponentOf(hLib);
-  if (pComponent == nullptr) {
-    WyErrLogUtilFreeLibrary(hLib);
-    return nullptr;
-  }
-  const std::lock_guard lock(s_handleMutex.value);
-  if (pComponent->GetHandle() == nullptr) pComponent->SetHandle(new LibraryHandle{hLib});
+  LibraryPtr pLib(WyErrLogUtilLoadLibrary(const_cast<char*>(pszLibName)));
+  if (pLib == nullptr) return nullptr;
+  CWyErrLogComponent* const pComponent = ComponentOf(pLib.get());
+  if (pComponent != nullptr) NoteLoad(*pComponent, std::move(pLib));
   return pComponent;
 }
 
 void CWyLogger::UnloadComponent(CWyErrLogComponent* pComponent) {
   if (pComponent == nullptr) return;
-  std::unique_ptr<LibraryHandle> pHandle;
+  LibraryPtr pLib;
+  std::unique_ptr<LibraryHandle> pLast;
   {
     // The component lives in the library: its note of the handle goes first.
     const std::lock_guard lock(s_handleMutex.value);
-    pHandle.reset(static_cast<LibraryHandle*>(pComponent->GetHandle()));
+    auto* const pHandle = static_cast<LibraryHandle*>(pComponent->GetHandle());
+    if (pHandle == nullptr) return;
+    pLib.reset(pHandle->hLib);
+    pLast.reset(pHandle);
     pComponent->SetHandle(nullptr);
   }
-  if (pHandle != nullptr) WyErrLogUtilFreeLibrary(pHandle->hLib);
 }
 
 void CWyLogger::LoadComponents() {
@@ -126,7 +152,8 @@ CWyErrLogComponent* CWyLogger::FindComponent(unsigned int uId) const {
 
 const char* CWyLogger::FetchMsg(unsigned int uId) const {
   CWyErrLogComponent* const pComponent = FindComponent(uId);
-  return pComponent != nullptr ? pComponent->FetchMessage(uId) : nullptr;
+  if (pComponent == nullptr) return nullptr;
+  return CallPlugIn<const char*>(nullptr, [&] { return pComponent->FetchMessage(uId); });
 }
 
 const char* CWyLogger::GetMsgBundle(unsigned int uId) const {
@@ -158,7 +185,7 @@ void CWyLogger::MakeKnownInfo() {
   m_pComponentInfo.reset(
       new WyTraceComponentInfo[static_cast<std::size_t>(m_iComponentInfoCapacity)]());
   for (int i = 0; i < m_iComponentSlotCount; ++i) {
-    if (m_ppComponents[i] != nullptr) AddComponent(*m_ppComponents[i]);
+    if (m_ppComponents[i] != nullptr && !AddComponent(*m_ppComponents[i])) GiveUpComponent(i);
   }
   if (!m_strAvailableComponents.empty()) {
     m_strAvailableComponents.resize(m_strAvailableComponents.size() - strlen(" | "));
@@ -166,16 +193,27 @@ void CWyLogger::MakeKnownInfo() {
   InitDataFieldInfo();
 }
 
-void CWyLogger::AddComponent(CWyErrLogComponent& component) {
+// During Init no other thread uses the component yet; later it stays and is in no list.
+void CWyLogger::GiveUpComponent(int iSlot) {
+  if (m_bInitialized) return;
+  UnloadComponent(std::exchange(m_ppComponents[iSlot], nullptr));
+}
+
+// False when the component throws.
+bool CWyLogger::AddComponent(CWyErrLogComponent& component) {
+  int iCount = 0;
+  const WyErrSubComponentInfo* pList = nullptr;
+  const bool bListed = CallPlugIn(false, [&] {
+    component.GetSubComponents(&iCount, &pList);
+    return true;
+  });
+  if (!bListed) return false;
+
   const unsigned int uId = component.GetComponentID();
   const char* const pszName = TextOf(component.GetComponentName());
   std::string& strList = m_strAvailableComponents;
   strList.append(pszName).append(" ; ").append(TextOf(component.GetComponentDescription()));
   AddComponentInfo(uId, pszName);
-
-  int iCount = 0;
-  const WyErrSubComponentInfo* pList = nullptr;
-  component.GetSubComponents(&iCount, &pList);
   if (iCount != 0) strList.append(" : ");
   for (int i = 0; i < iCount; ++i) {
     const std::string strSubName(pList[i].szName, strnlen(pList[i].szName, sizeof pList[i].szName));
@@ -186,6 +224,7 @@ void CWyLogger::AddComponent(CWyErrLogComponent& component) {
                      m_subComponentNames.back().c_str());
   }
   strList.append(" | ");
+  return true;
 }
 
 void CWyLogger::AddComponentInfo(unsigned int uId, const char* pszName) {
