@@ -87,6 +87,10 @@ TEST(LoggerComponents, OfAnyNumberCanBeSelected) {
 TEST(LoggerComponents, AreUnloadedByTheFirstLoggerThatIsReleasedAndNeverAgain) {
   auto pLogger = std::make_unique<CWyLogger>();
   EXPECT_TRUE(IsLoaded());
+  CWyErrLogComponent* const pAgain = pLogger->LoadComponent(WyComponentId(7), "Apache_Agent");
+  EXPECT_EQ(pAgain->GetComponentID(), WyComponentId(7));
+  pLogger->UnloadComponent(pAgain);
+  EXPECT_STREQ(pLogger->FetchMsg(WyComponentId(7) | 1), "C7") << "a balanced pair changes nothing";
   pLogger->Release();
   EXPECT_FALSE(IsLoaded());
   pLogger->Init();

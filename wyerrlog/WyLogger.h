@@ -177,7 +177,8 @@ class WYERRLOG_API CWyLogger {
   // null when there is no such library or entry point, and when that throws. The identifier is not
   // consulted: components know theirs. The component belongs to its library.
   CWyErrLogComponent* LoadComponent(unsigned long uId, const char* pszLibName);
-  // Closes the library that LoadComponent has opened for the component (dlclose).
+  // Closes the library once (dlclose) that LoadComponent has opened for the component; the library
+  // stays loaded until each LoadComponent, and Init, has had its counterpart.
   void UnloadComponent(CWyErrLogComponent* pComponent);
   // Makes the two lists above afresh. False when memory is lacking.
   bool InitKnownInfo();

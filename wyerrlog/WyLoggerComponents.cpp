@@ -18,9 +18,10 @@ namespace {
 constexpr int ComponentInfoPerSlot = 10;
 constexpr int ComponentInfoGrowth = 50;
 
-// What a component's handle points at. The first of the loggers that load the library makes it.
+// What a component's handle points at. Made by the first load of the library, gone with the last.
 struct LibraryHandle {
   void* hLib;
+  int iLoads;  // that have not been unloaded, of all loggers
 };
 
 struct LibraryCloser {
@@ -68,7 +69,12 @@ CWyErrLogComponent* ComponentOf(void* hLib) {
 
 void NoteLoad(CWyErrLogComponent& component, LibraryPtr pLib) {
   const std::lock_guard lock(s_handleMutex.value);
-  if (component.GetHandle() == nullptr) component.SetHandle(new LibraryHandle{pLib.get()});
+  auto* const pHandle = static_cast<LibraryHandle*>(component.GetHandle());
+  if (pHandle == nullptr) {
+    component.SetHandle(new LibraryHandle{pLib.get(), 1});
+  } else if (pHandle->hLib == pLib.get()) {
+    ++pHandle->iLoads;
+  }
   static_cast<void>(pLib.release());
 }
 
@@ -107,8 +113,10 @@ void CWyLogger::UnloadComponent(CWyErrLogComponent* pComponent) {
     auto* const pHandle = static_cast<LibraryHandle*>(pComponent->GetHandle());
     if (pHandle == nullptr) return;
     pLib.reset(pHandle->hLib);
-    pLast.reset(pHandle);
-    pComponent->SetHandle(nullptr);
+    if (--pHandle->iLoads == 0) {
+      pLast.reset(pHandle);
+      pComponent->SetHandle(nullptr);
+    }
   }
 }
 
