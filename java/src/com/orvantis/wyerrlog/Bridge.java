@@ -2,8 +2,8 @@ package com.orvantis.wyerrlog;
 
 import java.io.PrintWriter;
 import java.io.StringWriter;
-import java.util.HashSet;
-import java.util.Set;
+import java.util.HashMap;
+import java.util.Map;
 import java.util.function.Consumer;
 import java.util.regex.Pattern;
 
@@ -20,20 +20,24 @@ final class Bridge {
   private static final Pattern LINE_END = Pattern.compile("\\R");
 
   // Settings whose outputs are installed: doing it twice would reopen, or roll over, their files.
-  private static final Set<BridgeSettings> installed = new HashSet<>();
+  private static final Map<BridgeSettings, Bridge> installed = new HashMap<>();
 
   // Set while the thread is inside: what logs on the way to the log must not come back here.
   private static final ThreadLocal<Boolean> inside = new ThreadLocal<>();
 
   private final BridgeSettings settings;
+  private final boolean hasErrorLog;
+  private final boolean hasTrace;
 
-  private Bridge(BridgeSettings settings) {
+  private Bridge(BridgeSettings settings, Consumer<String> problems) {
     this.settings = settings;
+    hasErrorLog = installErrorLog(problems);
+    hasTrace = installTrace(problems);
   }
 
   /**
-   * Installs the outputs of the settings, unless that has been done, and answers the bridge to
-   * them.
+   * Installs the outputs of the settings, unless that has been done, and returns the bridge to
+   * them. When none could be installed, the next call tries again.
    *
    * @param problems receives a text for each output that cannot be installed
    * @throws LinkageError when the native library cannot be loaded
@@ -41,30 +45,61 @@ final class Bridge {
   static Bridge open(BridgeSettings settings, Consumer<String> problems) {
     WyLogger.TraceEnabled(settings.loggerName()); // loads the library
     synchronized (installed) {
-      if (installed.add(settings)) {
-        install(settings, problems);
+      Bridge bridge = installed.get(settings);
+      if (bridge == null) {
+        bridge = new Bridge(settings, problems);
+        if (bridge.hasErrorLog || bridge.hasTrace) {
+          installed.put(settings, bridge);
+        }
       }
+      return bridge;
     }
-    return new Bridge(settings);
   }
 
-  private static void install(BridgeSettings settings, Consumer<String> problems) {
+  private boolean installErrorLog(Consumer<String> problems) {
     BridgeSettings.LogFile log = settings.log();
-    if (log.path() != null
-        && WyLogger.InitializeLog(settings.loggerName(), WyLogger.OUTPUT_FILE, log.path(),
-               log.mode(), log.maxSizeMB(), settings.localTime(), log.maxBackups())
-            != WyLogger.RESULT_DONE) {
-      problems.accept("the error log cannot be written to " + log);
+    if (log.path() == null) {
+      return false;
     }
+    boolean done = WyLogger.InitializeLog(settings.loggerName(), WyLogger.OUTPUT_FILE, log.path(),
+                       log.mode(), log.maxSizeMB(), settings.localTime(), log.maxBackups())
+        == WyLogger.RESULT_DONE;
+    if (!done) {
+      problems.accept("log.file: the error log cannot be written to " + log
+          + ": check the folder, its permissions, and the numbers");
+    }
+    return done;
+  }
+
+  private boolean installTrace(Consumer<String> problems) {
     BridgeSettings.LogFile trace = settings.trace();
-    if (trace.path() != null
-        && WyLogger.InitializeTrace(settings.loggerName(), WyLogger.OUTPUT_FILE, trace.path(),
-               trace.mode(), trace.maxSizeMB(), settings.traceFormat(), settings.traceDelimiter(),
-               settings.traceConfig(), settings.localTime(), trace.maxBackups())
-            != WyLogger.RESULT_DONE) {
-      problems.accept(
-          "tracing cannot be turned on with " + settings.traceConfig() + " to " + trace);
+    if (trace.path() == null) {
+      return false;
     }
+    boolean done =
+        WyLogger.InitializeTrace(settings.loggerName(), WyLogger.OUTPUT_FILE, trace.path(),
+            trace.mode(), trace.maxSizeMB(), settings.traceFormat(), settings.traceDelimiter(),
+            settings.traceConfig(), settings.localTime(), trace.maxBackups())
+        == WyLogger.RESULT_DONE;
+    if (!done) {
+      problems.accept("trace.file: tracing cannot be turned on with the configuration "
+          + settings.traceConfig() + " (trace.config) to " + trace
+          + ": check both files, the permissions, and the numbers");
+    }
+    return done;
+  }
+
+  /** Whether these settings have installed an error log. */
+  boolean hasErrorLog() {
+    return hasErrorLog;
+  }
+
+  /**
+   * Whether these settings have installed an output for records of this severity. Without an error
+   * log of its own a bridge still takes finer records, which are dropped unless they are traced.
+   */
+  boolean hasOutputFor(int severity) {
+    return severity > DEBUG ? hasErrorLog : hasErrorLog || hasTrace;
   }
 
   /** Whether records of this severity are wanted: finer ones are when they are traced. */

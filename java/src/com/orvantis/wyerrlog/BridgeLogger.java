@@ -1,26 +1,26 @@
 package com.orvantis.wyerrlog;
 
 import java.text.MessageFormat;
-import java.util.List;
 import java.util.MissingResourceException;
 import java.util.Objects;
 import java.util.ResourceBundle;
 import java.util.function.Supplier;
 
-/** A logger of the platform whose records go over the bridge. */
+/**
+ * A logger of the platform whose records go over the bridge; those that the bridge has no output
+ * for go where the platform's default sends them.
+ */
 final class BridgeLogger implements System.Logger {
-  // The code between a program and this class.
-  private static final List<String> PLATFORM =
-      List.of("java.lang.System$Logger", "jdk.internal.logger.", "sun.util.logging.");
-
   private final String name;
   private final Bridge bridge;
   private final Level lowest;
+  private final System.Logger platform;
 
   BridgeLogger(String name, Bridge bridge, Level lowest) {
     this.name = Objects.requireNonNull(name);
     this.bridge = bridge;
     this.lowest = lowest;
+    this.platform = new PlatformLogger(name);
   }
 
   @Override
@@ -30,28 +30,41 @@ final class BridgeLogger implements System.Logger {
 
   @Override
   public boolean isLoggable(Level level) {
-    return level != Level.OFF && level.getSeverity() >= lowest.getSeverity()
-        && bridge.takes(level.getSeverity());
+    if (level == Level.OFF || level.getSeverity() < lowest.getSeverity()) {
+      return false;
+    }
+    return bridge.hasOutputFor(level.getSeverity()) ? bridge.takes(level.getSeverity())
+                                                    : platform.isLoggable(level);
   }
 
   @Override
   public void log(Level level, ResourceBundle bundle, String text, Throwable thrown) {
+    if (!isLoggable(level)) {
+      return;
+    }
+    if (!bridge.hasOutputFor(level.getSeverity())) {
+      platform.log(level, bundle, text, thrown);
+      return;
+    }
     write(level, () -> Bridge.withStackTrace(localized(bundle, text), thrown));
   }
 
   @Override
   public void log(Level level, ResourceBundle bundle, String format, Object... parameters) {
+    if (!isLoggable(level)) {
+      return;
+    }
+    if (!bridge.hasOutputFor(level.getSeverity())) {
+      platform.log(level, bundle, format, parameters);
+      return;
+    }
     write(level, () -> formatted(localized(bundle, format), parameters));
   }
 
   private void write(Level level, Supplier<String> text) {
-    if (!isLoggable(level)) {
-      return;
-    }
     bridge.run(() -> {
-      StackWalker.StackFrame caller = caller();
-      bridge.write(level.getSeverity(), caller != null ? caller.getClassName() : name,
-          caller != null ? caller.getMethodName() : null, text.get());
+      CallSite site = CallSite.ofProgram(name);
+      bridge.write(level.getSeverity(), site.className(), site.methodName(), text.get());
     });
   }
 
@@ -75,17 +88,5 @@ final class BridgeLogger implements System.Logger {
     } catch (RuntimeException notAFormat) {
       return format;
     }
-  }
-
-  private static StackWalker.StackFrame caller() {
-    return StackWalker.getInstance().walk(
-        frames -> frames.filter(BridgeLogger::isOfProgram).findFirst().orElse(null));
-  }
-
-  private static boolean isOfProgram(StackWalker.StackFrame frame) {
-    String className = frame.getClassName();
-    return !className.startsWith(BridgeLogger.class.getName())
-        && !className.equals(Bridge.class.getName())
-        && PLATFORM.stream().noneMatch(className::startsWith);
   }
 }

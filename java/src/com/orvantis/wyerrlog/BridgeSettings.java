@@ -1,5 +1,7 @@
 package com.orvantis.wyerrlog;
 
+import java.util.ArrayList;
+import java.util.List;
 import java.util.function.Consumer;
 import java.util.function.UnaryOperator;
 
@@ -9,10 +11,23 @@ import java.util.function.UnaryOperator;
  */
 record BridgeSettings(String loggerName, boolean localTime, LogFile log, LogFile trace,
     String traceConfig, int traceFormat, String traceDelimiter, int traceComponent) {
-  record LogFile(String path, int mode, int maxSizeMB, int maxBackups) {}
+  record LogFile(String path, int mode, int maxSizeMB, int maxBackups) {
+    @Override
+    public String toString() {
+      return "\"" + path + "\" (mode " + mode + ", maxSizeMB " + maxSizeMB + ", maxBackups "
+          + maxBackups + ")";
+    }
+  }
 
   /** Prefix of the system properties. */
   static final String PREFIX = "wyerrlog.";
+
+  /** Reports names among the system properties that are those of no setting. */
+  static void checkSystemProperties(Consumer<String> problems) {
+    List<String> settings = new ArrayList<>(SettingNames.COMMON);
+    settings.addAll(List.of("level", "library"));
+    SettingNames.check(System.getProperties().stringPropertyNames(), PREFIX, settings, problems);
+  }
 
   /** The settings in the system properties. */
   static BridgeSettings ofSystemProperties(Consumer<String> problems) {
@@ -27,19 +42,39 @@ record BridgeSettings(String loggerName, boolean localTime, LogFile log, LogFile
    */
   static BridgeSettings read(UnaryOperator<String> properties, Consumer<String> problems) {
     Reader reader = new Reader(properties, problems);
-    return new BridgeSettings(properties.apply("logger"),
-        Boolean.parseBoolean(properties.apply("localTime")), reader.file("log."),
-        reader.file("trace."), properties.apply("trace.config"),
-        reader.number("trace.format", WyLogger.FORMAT_BRACKETED),
+    return new BridgeSettings(properties.apply("logger"), reader.truth("localTime"),
+        reader.file("log.", "mode", "maxSizeMB", "maxBackups"),
+        reader.file("trace.", "mode", "maxSizeMB", "maxBackups", "config", "format", "delimiter"),
+        properties.apply("trace.config"), reader.number("trace.format", WyLogger.FORMAT_BRACKETED),
         properties.apply("trace.delimiter"),
         reader.number("trace.component", WyLogger.COMPONENT_LOG));
   }
 
+  /** Whether a file is named; without one a bridge has nowhere to write. */
+  boolean nameAFile() {
+    return log.path() != null || trace.path() != null;
+  }
+
   private record Reader(UnaryOperator<String> properties, Consumer<String> problems) {
-    LogFile file(String prefix) {
+    /** A file and its parameters; the details are the settings that nothing uses without it. */
+    LogFile file(String prefix, String... details) {
+      for (String detail : details) {
+        if (properties.apply(prefix + "file") == null
+            && properties.apply(prefix + detail) != null) {
+          problems.accept(prefix + detail + ": has no effect without " + prefix + "file");
+        }
+      }
       return new LogFile(properties.apply(prefix + "file"),
           number(prefix + "mode", WyLogger.MODE_APPEND), number(prefix + "maxSizeMB", 0),
           number(prefix + "maxBackups", 0));
+    }
+
+    boolean truth(String key) {
+      String value = properties.apply(key);
+      if (value != null && !value.strip().matches("(?i)true|false")) {
+        problems.accept(key + ": \"" + value + "\" is neither true nor false");
+      }
+      return value != null && Boolean.parseBoolean(value.strip());
     }
 
     /** Decimal, or hexadecimal behind "0x"; identifiers have up to 32 bits. */
@@ -54,7 +89,7 @@ record BridgeSettings(String loggerName, boolean localTime, LogFile log, LogFile
           return (int) number;
         }
       } catch (NumberFormatException notANumber) {
-        // Told below.
+        // Reported below.
       }
       problems.accept(key + ": \"" + value + "\" is not a number");
       return otherwise;

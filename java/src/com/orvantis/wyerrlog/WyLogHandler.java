@@ -1,5 +1,7 @@
 package com.orvantis.wyerrlog;
 
+import java.util.ArrayList;
+import java.util.List;
 import java.util.logging.ErrorManager;
 import java.util.logging.Filter;
 import java.util.logging.Formatter;
@@ -49,12 +51,20 @@ import java.util.logging.LogRecord;
  * <p>Texts of more than 4095 bytes become several messages. Further lines of a text are indented by
  * a tab, so that nothing that a program logs can pass for another record. Any thread may log at any
  * time. Nothing is thrown to the code that logs, and what is logged while a record is made on the
- * same thread is dropped; failures are reported to the handler's {@link ErrorManager}.
+ * same thread is dropped; failures are reported to the handler's {@link ErrorManager}. So are,
+ * when the handler is made, an output that cannot be installed, a value that makes no sense, and a
+ * setting that does not exist: among the system properties, and in the file of {@code
+ * java.util.logging} (the one that {@code java.util.logging.config.file} names, or the platform's).
+ * The platform lists no names of a configuration that a program reads from elsewhere.
  */
 public final class WyLogHandler extends Handler {
   private static final String PREFIX = WyLogHandler.class.getName() + ".";
 
   private final Bridge bridge; // null: the library cannot be loaded
+
+  // What is wrong with the configuration. It is reported at once, when all has been read: the
+  // platform's ErrorManager shows the first report alone.
+  private final List<String> problems = new ArrayList<>();
 
   /** Makes a handler with the settings described above, and installs their outputs. */
   public WyLogHandler() {
@@ -62,16 +72,26 @@ public final class WyLogHandler extends Handler {
     setFilter(instanceOf(Filter.class, "filter", null));
     setFormatter(instanceOf(Formatter.class, "formatter", new TextFormatter()));
     bridge = openBridge();
+    if (!problems.isEmpty()) {
+      reportError(String.join("\n", problems), null, ErrorManager.OPEN_FAILURE);
+    }
   }
 
   private Bridge openBridge() {
+    checkNames();
     try {
-      return Bridge.open(
-          BridgeSettings.read(WyLogHandler::property, this::reportProblem), this::reportProblem);
+      return Bridge.open(BridgeSettings.read(WyLogHandler::property, problems::add), problems::add);
     } catch (LinkageError missing) {
-      reportProblem(missing.getMessage());
+      problems.add(missing.getMessage());
       return null;
     }
+  }
+
+  private void checkNames() {
+    List<String> settings = new ArrayList<>(SettingNames.COMMON);
+    settings.addAll(List.of("level", "filter", "formatter"));
+    SettingNames.check(LoggingConfiguration.names(), PREFIX, settings, problems::add);
+    BridgeSettings.checkSystemProperties(problems::add);
   }
 
   /**
@@ -132,7 +152,7 @@ public final class WyLogHandler extends Handler {
     try {
       return name != null ? Level.parse(name) : Level.ALL;
     } catch (IllegalArgumentException unknown) {
-      reportProblem("level: " + unknown.getMessage());
+      problems.add("level: " + unknown.getMessage());
       return Level.ALL;
     }
   }
@@ -147,16 +167,12 @@ public final class WyLogHandler extends Handler {
       Class<?> named = ClassLoader.getSystemClassLoader().loadClass(className);
       return type.cast(named.getDeclaredConstructor().newInstance());
     } catch (ReflectiveOperationException | RuntimeException problem) {
-      reportProblem(key + ": " + problem);
+      problems.add(key + ": " + problem);
       return otherwise;
     }
   }
 
   // ---- Failures ---------------------------------------------------------------------------------
-
-  private void reportProblem(String problem) {
-    reportError(problem, null, ErrorManager.OPEN_FAILURE);
-  }
 
   private void report(Throwable thrown) {
     if (thrown instanceof Exception exception) {

@@ -1,5 +1,8 @@
 package com.orvantis.wyerrlog;
 
+import java.util.List;
+import java.util.logging.ErrorManager;
+
 /**
  * Makes {@code System.Logger} log and trace through the library. The virtual machine finds this
  * class by itself when {@code wyerrlog.jar} is on the class path; an unchanged program needs no
@@ -15,12 +18,21 @@ package com.orvantis.wyerrlog;
  * configuration selects their component. The property {@code wyerrlog.level} names the lowest level
  * that is loggable at all; by default all are.
  *
- * <p>Loggers may be used by any thread, and throw nothing to the code that logs. Problems with the
- * properties are told on {@code System.err}. When the native library cannot be loaded, {@code
- * System.Logger} works as if this class were not there, and says so.
+ * <p>Records that these settings name no file for go where the platform's default finder sends
+ * them: to {@code java.util.logging}. Without {@code wyerrlog.log.file} these are errors, warnings
+ * and informations; without {@code wyerrlog.trace.file} either, all. The native library is then not
+ * even loaded. The same holds for a file that cannot be opened. A program that installs its outputs
+ * itself configures {@link WyLogHandler} without files as a handler of {@code java.util.logging}.
+ *
+ * <p>Loggers may be used by any thread, and throw nothing to the code that logs. Settings that do
+ * not exist, values that make no sense, and outputs that cannot be installed are reported by an
+ * {@link ErrorManager} of {@code java.util.logging}, which prints on {@code System.err}. When the
+ * native library cannot be loaded, or there is no error log in a runtime without {@code
+ * java.util.logging}, {@code System.Logger} works as if this class were not there, and the virtual
+ * machine says so.
  */
 public final class WyLoggerFinder extends System.LoggerFinder {
-  private final Bridge bridge;
+  private final Bridge bridge; // null: no file is named
   private final System.Logger.Level level;
 
   /**
@@ -28,15 +40,22 @@ public final class WyLoggerFinder extends System.LoggerFinder {
    *
    * @throws UnsatisfiedLinkError when the native library cannot be loaded; the virtual machine then
    *     uses its own loggers
+   * @throws UnsupportedOperationException when there is no error log, and no module {@code
+   *     java.logging} in the runtime either; likewise
    */
   public WyLoggerFinder() {
-    bridge =
-        Bridge.open(BridgeSettings.ofSystemProperties(WyLoggerFinder::tell), WyLoggerFinder::tell);
+    BridgeSettings.checkSystemProperties(WyLoggerFinder::report);
+    BridgeSettings settings = BridgeSettings.ofSystemProperties(WyLoggerFinder::report);
+    bridge = settings.nameAFile() ? Bridge.open(settings, WyLoggerFinder::report) : null;
+    if ((bridge == null || !bridge.hasErrorLog()) && !PlatformLogger.isAvailable()) {
+      throw new UnsupportedOperationException(
+          "wyerrlog.log.file names no file that can be opened, and there is no java.util.logging");
+    }
     level = levelOf(System.getProperty(BridgeSettings.PREFIX + "level"));
   }
 
   /**
-   * Answers a logger.
+   * Returns a logger.
    *
    * @param name what the logger says its name is
    * @param module not used
@@ -44,19 +63,25 @@ public final class WyLoggerFinder extends System.LoggerFinder {
    */
   @Override
   public System.Logger getLogger(String name, Module module) {
-    return new BridgeLogger(name, bridge, level);
+    return bridge != null ? new BridgeLogger(name, bridge, level) : new PlatformLogger(name);
   }
 
   private static System.Logger.Level levelOf(String name) {
     try {
       return name != null ? System.Logger.Level.valueOf(name) : System.Logger.Level.ALL;
     } catch (IllegalArgumentException unknown) {
-      tell("level: \"" + name + "\" is not the name of a level");
+      report("level: \"" + name + "\" is not the name of a level; the names are "
+          + List.of(System.Logger.Level.values()));
       return System.Logger.Level.ALL;
     }
   }
 
-  private static void tell(String problem) {
-    System.err.println("wyerrlog: " + problem);
+  // An ErrorManager prints its first report alone: each has one of its own.
+  private static void report(String problem) {
+    if (PlatformLogger.isAvailable()) {
+      new ErrorManager().error("wyerrlog: " + problem, null, ErrorManager.OPEN_FAILURE);
+    } else {
+      System.err.println("wyerrlog: " + problem);
+    }
   }
 }
