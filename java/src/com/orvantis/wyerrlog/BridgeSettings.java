@@ -1,5 +1,7 @@
 package com.orvantis.wyerrlog;
 
+import java.nio.file.InvalidPathException;
+import java.nio.file.Path;
 import java.util.ArrayList;
 import java.util.List;
 import java.util.function.Consumer;
@@ -64,9 +66,21 @@ record BridgeSettings(String loggerName, boolean localTime, LogFile log, LogFile
           problems.accept(prefix + detail + ": has no effect without " + prefix + "file");
         }
       }
-      return new LogFile(properties.apply(prefix + "file"),
-          number(prefix + "mode", WyLogger.MODE_APPEND), number(prefix + "maxSizeMB", 0),
-          number(prefix + "maxBackups", 0));
+      return new LogFile(path(prefix + "file"), number(prefix + "mode", WyLogger.MODE_APPEND),
+          number(prefix + "maxSizeMB", 0), number(prefix + "maxBackups", 0));
+    }
+
+    /** A bare file name cannot be rolled over by the library: it becomes absolute. */
+    String path(String key) {
+      String path = properties.apply(key);
+      if (path == null || path.isEmpty() || path.contains("/")) {
+        return path;
+      }
+      try {
+        return Path.of(path).toAbsolutePath().toString();
+      } catch (InvalidPathException notOfTheLocale) {
+        return "./" + path; // the system takes bytes that the virtual machine's locale lacks
+      }
     }
 
     boolean truth(String key) {

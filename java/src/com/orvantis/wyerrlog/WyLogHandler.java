@@ -34,7 +34,8 @@ import java.util.logging.LogRecord;
  *   <li>{@code logger}: name of the library's logger. Default: the process's logger.
  *   <li>{@code log.file}, {@code log.mode}, {@code log.maxSizeMB}, {@code log.maxBackups}: the
  *       error log, with the parameters of {@link WyLogger#InitializeLog}. Default: no file, which
- *       leaves the error log to what else the process installs; mode 1, size 0, backups 0.
+ *       leaves the error log to what else the process installs; mode 1, size 0, backups 0. A file
+ *       name without {@code /} is one in the working directory.
  *   <li>{@code trace.file}, {@code trace.mode}, {@code trace.maxSizeMB}, {@code trace.maxBackups}:
  *       likewise the trace; {@code trace.config}, {@code trace.format}, {@code trace.delimiter} as
  *       in {@link WyLogger#InitializeTrace}.

@@ -2,6 +2,7 @@ package com.orvantis.wyerrlog;
 
 import static com.orvantis.wyerrlog.Tests.*;
 
+import java.io.IOException;
 import java.lang.System.Logger.Level;
 import java.nio.file.Files;
 import java.nio.file.Path;
@@ -102,5 +103,30 @@ final class BridgeSetupTest {
                       "-Dwyerrlog.trace.config=" + config),
         HANDED_OVER);
     checkEqual(List.of("[details]"), records("traced/trace.log"));
+  }
+
+  @Test
+  static void aFileNameWithoutAFolderIsRolledOver() throws Exception {
+    checkEqual("",
+        run("bare", 1200, library(), "-Dwyerrlog.log.file=error.log", "-Dwyerrlog.log.mode=3",
+            "-Dwyerrlog.log.maxSizeMB=1",
+            configuration("bare.properties", "log.file = jul.log", "log.mode = 3",
+                "log.maxSizeMB = 1", "logger = jul"))
+            .replaceAll("(?m)^[A-Z].*\n(WARNING: nearly|INFO: x+)\n", ""));
+    checkRolledOver("error");
+    checkRolledOver("jul");
+  }
+
+  private static void checkRolledOver(String stem) throws IOException {
+    try (var files = Files.newDirectoryStream(Path.of(path("bare")), stem + "*.log")) {
+      int records = 0;
+      int count = 0;
+      for (Path file : files) {
+        records += Files.readAllLines(file).size();
+        count++;
+      }
+      checkEqual(1201, records);
+      check(count > 1, "one file of " + stem);
+    }
   }
 }
