@@ -35,6 +35,17 @@ expect_message() {
 # library_folder PREFIX: where the libraries are below the prefix.
 library_folder() { dirname "$(find "$1" -name libwyerrlog.so -not -path '*/jni/*')"; }
 
+# header_version INCLUDE: the version in the header below that folder, which must agree with its number.
+header_version() {
+  local text number
+  read -r text number < <(printf 'WYERRLOG_VERSION WYERRLOG_VERSION_NUMBER\n' |
+    "${CXX:-c++}" -x c++ -std=c++17 -I"$1" -include wyerrlog/WyErrLogVersion.h -E -P - | tail -n 1)
+  text=${text//\"/}
+  local parts=(${text//./ })
+  ((number == parts[0] * 10000 + parts[1] * 100 + parts[2])) || fail "version $text is not $number"
+  printf '%s' "$text"
+}
+
 # use_cmake BUILD OPTION...: builds and runs a CMake consumer, which inherits no flag of the library's.
 use_cmake() {
   local build=$1
@@ -53,8 +64,11 @@ with_find_package() (
   use_cmake "$PWD/build" -DCMAKE_PREFIX_PATH="$2"
   grep -q "^wyerrlog_DIR:PATH=$2/" build/CMakeCache.txt || fail "found elsewhere"
 
+  sed -i "s/wyerrlog 1\.0 CONFIG/wyerrlog $(header_version "$2/include") EXACT CONFIG/" CMakeLists.txt
+  cmake -S . -B exact -DCMAKE_PREFIX_PATH="$2" >exact.log 2>&1 || fail "$(<exact.log)"
+
   # A library of the next major version is another library.
-  sed -i 's/wyerrlog 1\.0 CONFIG/wyerrlog 2.0 CONFIG/' CMakeLists.txt
+  sed -i 's/wyerrlog .* EXACT CONFIG/wyerrlog 2.0 CONFIG/' CMakeLists.txt
   ! cmake -S . -B other -DCMAKE_PREFIX_PATH="$2" >other.log 2>&1 || fail "found for version 2"
   grep -q 'compatible with requested version "2.0"' other.log || fail "$(<other.log)"
 )
@@ -67,6 +81,8 @@ with_pkg_config() (
   export PKG_CONFIG_PATH=$libraries/pkgconfig LD_LIBRARY_PATH=$libraries
   make --silent
   expect_message "$PWD" ./consumer
+  [[ $(pkg-config --modversion wyerrlog) == "$(header_version "$2/include")" ]] ||
+    fail "pkg-config reports another version than the header"
 )
 
 # with_add_subdirectory SCRATCH: the library's tests, tools and components are not built.
