@@ -1,6 +1,7 @@
 include_guard(GLOBAL)
 
-# wyerrlog_component(<name> SOURCES <file>... CATALOGS <file>...)
+# wyerrlog_component(<name> SOURCES <file>... CATALOGS <file>...
+#                    [LIBRARY_DESTINATION <folder>] [CATALOG_DESTINATION <folder>])
 #
 # Builds the message component lib<name>.so, a plug-in that the logger loads by its name in the known
 # component table, and puts its catalogs where CWyXlate::SetResourceDirectory can be pointed at:
@@ -8,10 +9,12 @@ include_guard(GLOBAL)
 #   <build>/bin/lib<name>.so    found with ORVA_WA_ROOT=<build>
 #   <build>/messages/<catalog>
 #
-# <build> is the calling project's build folder. The component is linked to wyerrlog::wyerrlog, built here
-# or found by find_package(wyerrlog), and is not installed.
+# <build> is the calling project's build folder. `cmake --install` installs both in the same way below the
+# prefix, or into the folders named: relative to the prefix, or absolute. The component is linked to
+# wyerrlog::wyerrlog, built here or found by find_package(wyerrlog).
 function(wyerrlog_component name)
-  cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;CATALOGS")
+  cmake_parse_arguments(PARSE_ARGV 1 arg
+    "" "LIBRARY_DESTINATION;CATALOG_DESTINATION" "SOURCES;CATALOGS")
   if(arg_UNPARSED_ARGUMENTS OR NOT arg_SOURCES)
     message(FATAL_ERROR "wyerrlog_component(${name}): SOURCES missing, or unknown arguments: "
                         "${arg_UNPARSED_ARGUMENTS}")
@@ -34,4 +37,17 @@ function(wyerrlog_component name)
   set_target_properties(${name} PROPERTIES
     PREFIX lib
     LIBRARY_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/bin")
+
+  # The components in the library's own build belong to its tests and examples.
+  if(CMAKE_PROJECT_NAME STREQUAL "wyerrlog")
+    return()
+  endif()
+  if(NOT arg_LIBRARY_DESTINATION)
+    set(arg_LIBRARY_DESTINATION bin)
+  endif()
+  if(NOT arg_CATALOG_DESTINATION)
+    set(arg_CATALOG_DESTINATION messages)
+  endif()
+  install(TARGETS ${name} LIBRARY DESTINATION "${arg_LIBRARY_DESTINATION}")
+  install(FILES ${arg_CATALOGS} DESTINATION "${arg_CATALOG_DESTINATION}")
 endfunction()

@@ -2,7 +2,7 @@
 # `development` what it needs to be built, `java` what Java code needs beside the first.
 #
 # Message components (components/) are the product's and are not installed; wyerrlog_component is, for
-# those who build theirs elsewhere.
+# those who build and install theirs elsewhere.
 include(CMakePackageConfigHelpers)
 
 set(package_directory "${CMAKE_INSTALL_LIBDIR}/cmake/wyerrlog")

@@ -46,7 +46,8 @@ header_version() {
   printf '%s' "$text"
 }
 
-# use_cmake BUILD OPTION...: builds and runs a CMake consumer, which inherits no flag of the library's.
+# use_cmake BUILD OPTION...: builds and runs a CMake consumer, which inherits no flag of the library's, and
+# runs it with its component installed.
 use_cmake() {
   local build=$1
   shift
@@ -54,6 +55,8 @@ use_cmake() {
     fail "$(<"$build.log")"
   cmake --build "$build" --parallel "$(nproc)" >"$build.log" || fail "$(<"$build.log")"
   expect_message "$build" "$build/consumer"
+  cmake --install "$build" --prefix "$build.installed" >/dev/null
+  expect_message "$build.installed" "$build/consumer"
   ! grep -E '"command".*main\.cpp' "$build/compile_commands.json" | grep -oE ' -(W|O|g|f)\S*' ||
     fail "the consumer is compiled with flags of the library"
 }
@@ -93,6 +96,8 @@ with_add_subdirectory() (
   local built
   built=$(find build -name '*.so' -o -name '*.a' | xargs -n1 basename | sort | xargs)
   [[ $built == "libWeb_Agent.so libWyXlate.so libwyerrlog.so libwyi18n.so" ]] || fail "built: $built"
+  built=$(cd build.installed && find . -type f -not -name error.log | sort | xargs)
+  [[ $built == "./bin/libWeb_Agent.so ./messages/webagent.properties" ]] || fail "installed: $built"
 )
 
 # with_java SCRATCH PREFIX JAVA_LIBRARY_PATH: after another consumer, whose component and catalog it takes.
