@@ -13,10 +13,25 @@ set(CPACK_PACKAGING_INSTALL_PREFIX "${CMAKE_INSTALL_PREFIX}")
 set(CPACK_PACKAGE_CONTACT "libwyerrlog maintainers <libwyerrlog@orvantis.example>" CACHE STRING
     "Maintainer of the packages")
 set(CPACK_DEBIAN_PACKAGE_RELEASE ${release})
+set(CPACK_DEBIAN_PACKAGE_SOURCE ${PROJECT_NAME})
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+
+# The documents that Debian asks of every package: licence, changes of the packages, and of what is in
+# them. Their date is that of SOURCE_DATE_EPOCH, if that is set.
+find_program(WYERRLOG_GZIP gzip REQUIRED)
+set(documents "${CMAKE_CURRENT_BINARY_DIR}/debian")
+string(TIMESTAMP packaged "%a, %d %b %Y %H:%M:%S +0000" UTC)
+configure_file("${CMAKE_CURRENT_LIST_DIR}/debian/changelog.in" debian/changelog.Debian @ONLY)
+configure_file("${PROJECT_SOURCE_DIR}/CHANGELOG.md" debian/changelog COPYONLY)
+foreach(changelog IN ITEMS changelog.Debian changelog)
+  execute_process(COMMAND ${WYERRLOG_GZIP} -9nc "${documents}/${changelog}"
+    OUTPUT_FILE "${documents}/${changelog}.gz" COMMAND_ERROR_IS_FATAL ANY)
+endforeach()
 
 # wyerrlog_package(<component> NAME <name> SECTION <section> WHAT <in a few words> CONTENT <a sentence>
 #                  [DEPENDS <packages>] [RECOMMENDS <packages>])
+#
+# Leaves the folder of its documents in package_documents.
 macro(wyerrlog_package component)
   cmake_parse_arguments(package "" "NAME;SECTION;WHAT;CONTENT;DEPENDS;RECOMMENDS" "" ${ARGN})
   set(CPACK_DEBIAN_${component}_PACKAGE_NAME "${package_NAME}")
@@ -31,6 +46,13 @@ macro(wyerrlog_package component)
     "rollover and retention, the terminal, or functions of the host."
     ""
     "${package_CONTENT}")
+
+  string(TOLOWER ${component} package_component)
+  set(package_documents "${CMAKE_INSTALL_DATADIR}/doc/${package_NAME}")
+  install(
+    FILES "${CMAKE_CURRENT_LIST_DIR}/debian/copyright"
+          "${documents}/changelog.gz" "${documents}/changelog.Debian.gz"
+    DESTINATION "${package_documents}" COMPONENT ${package_component})
 endmacro()
 set(same_version "${libraries_package} (= ${PROJECT_VERSION}-${release})")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "")  # each has its own
@@ -40,13 +62,22 @@ wyerrlog_package(RUNTIME NAME ${libraries_package} SECTION libs
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY >=)
-file(WRITE "${CMAKE_CURRENT_BINARY_DIR}/debian/triggers" "activate-noawait ldconfig\n")
-set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA "${CMAKE_CURRENT_BINARY_DIR}/debian/triggers")
+file(WRITE "${documents}/triggers" "activate-noawait ldconfig\n")
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA "${documents}/triggers")
+install(FILES docs/administration.md docs/formats.md docs/reliability.md
+  DESTINATION "${package_documents}" COMPONENT runtime)
 set(CPACK_DEBIAN_RUNTIME_DEBUGINFO_PACKAGE ON)
 
 wyerrlog_package(DEVELOPMENT NAME libwyerrlog-dev SECTION libdevel
   WHAT "development" DEPENDS "${same_version}"
-  CONTENT "This package has the headers, and the files for CMake and pkg-config.")
+  CONTENT "This package has headers, files for CMake and pkg-config, and the pages.")
+# As in the repository, for the links between them.
+install(FILES README.md DESTINATION "${package_documents}" COMPONENT development)
+install(DIRECTORY docs examples DESTINATION "${package_documents}" COMPONENT development
+  FILES_MATCHING
+  PATTERN "*.md" PATTERN "*.svg" PATTERN "*.h" PATTERN "*.cpp" PATTERN "*.java" PATTERN "*.conf"
+  PATTERN "*.properties" PATTERN "*.html" PATTERN "CMakeLists.txt"
+  PATTERN "docs/CMakeLists.txt" EXCLUDE)
 
 wyerrlog_package(JAVA NAME libwyerrlog-java SECTION java
   WHAT "Java" DEPENDS "${same_version}" RECOMMENDS "default-jre-headless | java17-runtime-headless"

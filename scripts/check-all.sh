@@ -12,7 +12,7 @@ seconds=${1:-60}
 [[ $seconds =~ ^[1-9][0-9]*$ ]] || fail "usage: check-all.sh [seconds [step...]]"
 steps=("${@:2}")
 ((${#steps[@]} > 0)) ||
-  steps=(format cppcheck tidy release asan tsan clang hardened java valgrind fuzz soak)
+  steps=(format cppcheck tidy release asan tsan clang hardened java packages valgrind fuzz soak)
 
 # run_tests_built_with FOLDER OPTION...: the release preset's tests in a build with other options; not
 # those whose figures and records are of the release build itself, and no packaging once more.
@@ -43,6 +43,10 @@ step_hardened() {
 step_java() {
   configure_and_build release
   ctest --preset release --label-regex '^java$'
+}
+step_packages() {
+  scripts/package.sh
+  lintian --allow-root --fail-on error "$(build_directory package)"/packages/*.deb
 }
 step_valgrind() { scripts/check-memory.sh; }
 step_fuzz() { scripts/fuzz.sh "$seconds"; }

@@ -24,6 +24,7 @@ ci_packages=(
 developer_packages=(
   "${ci_packages[@]}"
   clang-tidy cppcheck               # static checks
+  lintian                           # the check of the packages
   ccache                            # faster rebuilds
 )
 

@@ -8,12 +8,17 @@ source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 build=${1:-$(build_directory package)}
 packages=$build/packages
 
-# mend_symbols FILE: names a package of debug symbols as Debian does, and makes its checksums those of
-# the installed files; CPack names the files where it has packed them.
+# mend_symbols FILE: names a package of debug symbols as Debian does, makes its documents those of the
+# package it belongs to, and its checksums those of the installed files; CPack names the files where it
+# has packed them.
 mend_symbols() {
-  local folder=${1%.ddeb}
+  local folder=${1%.ddeb} name
   dpkg-deb --raw-extract "$1" "$folder"
   sed -i '/^Package-Type: ddeb$/d' "$folder/DEBIAN/control"
+  find "$folder/usr" -type f -exec chmod 644 {} +
+  name=$(dpkg-deb --field "$1" Package)
+  mkdir -p "$folder/usr/share/doc"
+  ln -s "${name%-dbgsym}" "$folder/usr/share/doc/$name"
   (cd "$folder" && find usr -type f -exec md5sum {} + >DEBIAN/md5sums)
   dpkg-deb --root-owner-group --build "$folder" "$folder.deb" >/dev/null
   rm -r "$1" "$folder"

@@ -13,6 +13,13 @@ for package in "$scratch"/build/packages/*.deb; do
   dpkg-deb --extract "$package" "$root"
   dpkg-deb --control "$package" "$scratch/control/$(basename "$package")"
 done
+for package in "$scratch"/build/packages/*.deb; do
+  documents=$root/usr/share/doc/$(dpkg-deb --field "$package" Package)
+  grep -q '^License: Apache-2.0$' "$documents/copyright" || fail "$package does not name its licence"
+  zgrep -qF '## [' "$documents/changelog.gz" || fail "$package does not say what has changed"
+done
+! command -v lintian >/dev/null ||
+  lintian --allow-root --fail-on error "$scratch"/build/packages/*.deb || fail "lintian finds errors"
 holds_no_path "$root" "$source_tree" "$scratch"
 holds_no_path "$scratch/control" "$source_tree" "$scratch"
 
