@@ -100,6 +100,17 @@ with_add_subdirectory() (
   [[ $built == "./bin/libWeb_Agent.so ./messages/webagent.properties" ]] || fail "installed: $built"
 )
 
+# with_fetch_content SCRATCH: configured alone; the build is that of with_add_subdirectory.
+with_fetch_content() (
+  new_project "$1" fetch_content
+  cmake -S . -B build -G Ninja -DFETCHCONTENT_SOURCE_DIR_WYERRLOG="$source_tree" >build.log 2>&1 ||
+    fail "$(<build.log)"
+  local targets
+  targets=$(cmake --build build --target help)
+  [[ $targets == *libWeb_Agent.so* && $targets == *libwyerrlog.so* ]] || fail "targets: $targets"
+  [[ $targets != *wyerrlog_java* ]] || fail "the jar is built although WYERRLOG_JNI is off"
+)
+
 # with_java SCRATCH PREFIX JAVA_LIBRARY_PATH: after another consumer, whose component and catalog it takes.
 with_java() (
   cp "$here/java/Consumer.java" "$1"
