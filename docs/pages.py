@@ -32,8 +32,8 @@ LAYOUT_CONF = str(DOCS / "examples/layouts.conf")
 # the components.
 RUNS = {
     "first_message": (["first_message"], {}),
-    "session_store": (["session_store", "error.log", "{messages}"], {}),
-    "session_store_de": (["session_store", "error.log", "{messages}"], {"LC_ALL": "de_DE.UTF-8"}),
+    "session_store": (["session_store", "./error.log", "{messages}"], {}),
+    "session_store_de": (["session_store", "./error.log", "{messages}"], {"LC_ALL": "de_DE.UTF-8"}),
     "messages": (["messages", "{messages}"], {}),
     "audit": (["audit"], {}),
     "trace": (["trace", TRACE_CONF, "0"], {}),
@@ -42,6 +42,7 @@ RUNS = {
     "callbacks": (["callbacks"], {}),
     "error_chain": (["error_chain", "{messages}"], {}),
     "processes": (["processes"], {}),
+    "one_call": (["one_call", TRACE_CONF], {}),
     "raw_classes": (["raw_classes", TRACE_CONF, "{messages}"], {}),
     "fields": (["reference_tables", "fields"], {}),
     "components": (["reference_tables", "components", "{build}/bin"], {}),
@@ -147,6 +148,14 @@ class Page:
             if not match[1].startswith("<!-- file: "):
                 self.faults.append(f"code of no file: {match[0]!r}")
 
+    def check_paths(self):
+        """A log's path without a folder is not rolled over; nobody should copy one."""
+        for block in re.findall(r"^```(?:cpp|java|properties)\n(.*?)^```$", self.text, re.S | re.M):
+            for path in re.findall(r"\"(\w+\.log)\"|file *= *(\w+\.log)", block):
+                self.faults.append(f"path without a folder: {''.join(path)}")
+        for path in re.findall(r"^ORVA_WA_ROOT=.* (\w+\.log)\b", self.text, re.M):
+            self.faults.append(f"path without a folder: {path}")
+
     def check_links(self):
         for target in re.findall(r"\]\(([^)\s]+)\)", self.text):
             if "://" in target:
@@ -178,6 +187,7 @@ def main():
             page.faults.clear()
         page.check_marks()
         page.check_code()
+        page.check_paths()
         page.check_links()
         for fault in page.faults:
             print(f"{path.relative_to(DOCS.parent)}: {fault}")

@@ -16,5 +16,11 @@ public final class Guide {
           "%s has %s sessions", new String[] {"alice", "3"});
     }
     // [/java]
+
+    // [six]
+    String[] six = {"a", "b", "c", "d", "e", "f"};
+    WyLogger.LogMsg(null, "Guide", 0x0C008002, six);
+    WyLogger.TraceMsg(null, "Guide", "main", 0x0C000000, "request 8", "%s %s %s %s %s %s", six);
+    // [/six]
   }
 }

@@ -9,8 +9,11 @@ namespace {
 
 // [audit]
 bool MayEnter(const std::string& strUser, const std::string& strResource, int iRule) {
+  char szTime[25];
+  const bool bLocal = theLogger()->ShouldUseLocalTime();
   // Nobody enters without a record.
-  return WyAudit("allow user=\"%s\" resource=\"%s\" rule=%d\n", strUser.c_str(),
+  return CWyErrLogMessage::GetTime(3, szTime, bLocal, sizeof szTime) &&
+         WyAudit("[%s] allow user=\"%s\" resource=\"%s\" rule=%d\n", szTime, strUser.c_str(),
                  strResource.c_str(), iRule);
 }
 // [/audit]
@@ -18,6 +21,6 @@ bool MayEnter(const std::string& strUser, const std::string& strResource, int iR
 }  // namespace
 
 int main() {
-  if (!AuditTo(*theLogger(), "audit.log")) return 1;
+  if (!AuditTo(*theLogger(), "./audit.log")) return 1;
   return MayEnter("alice", "/reports/q3.html", 2) ? 0 : 1;
 }

@@ -27,7 +27,7 @@ bool WriteStore(const char* pszFile, int iErrno, CWyError& errors) {
 
 int main(int argc, char** argv) {
   if (argc != 2 || !CWyXlate::SetResourceDirectory(argv[1])) return 2;
-  if (!LogTo(*theLogger(), "error.log")) return 1;
+  if (!LogTo(*theLogger(), "./error.log")) return 1;
 
   // [log]
   CWyError errors;

@@ -26,7 +26,7 @@ int main(int argc, char** argv) {
   // [catalogs]
   if (argc != 2 || !CWyXlate::SetResourceDirectory(argv[1])) return 2;
   // [/catalogs]
-  if (!LogTo(*theLogger(), "error.log")) return 1;
+  if (!LogTo(*theLogger(), "./error.log")) return 1;
 
   // [messages]
   const std::string strFile = "/var/lib/sessions";

@@ -15,7 +15,7 @@ int main() {
   CWyLogger* pRed = getMyLogger("red.example");
   CWyLogger* pBlue = getMyLogger("blue.example");
   if (pRed == nullptr || pBlue == nullptr) return 1;
-  if (!LogTo(*pRed, "red.log") || !LogTo(*pBlue, "blue.log")) return 1;
+  if (!LogTo(*pRed, "./red.log") || !LogTo(*pBlue, "./blue.log")) return 1;
 
   WyLog(*pRed, Information, "Tenant red started");
   WyLog(*pBlue, Information, "Tenant blue started");

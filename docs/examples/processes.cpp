@@ -14,7 +14,7 @@ constexpr unsigned int Information = WyMessageId(WyComponentId(1), WySeverity::I
 }  // namespace
 
 int main() {
-  if (!LogTo(*theLogger(), "error.log")) return 1;
+  if (!LogTo(*theLogger(), "./error.log")) return 1;
 
   // [threads]
   std::thread worker([] { WyLog(Information, "from a thread"); });

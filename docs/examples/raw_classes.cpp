@@ -8,8 +8,8 @@
 int main(int argc, char** argv) {
   if (argc != 3 || !CWyXlate::SetResourceDirectory(argv[2])) return 2;
   CWyLogger& logger = *theLogger();
-  if (!LogTo(logger, "error.log") || !AuditTo(logger, "audit.log")) return 1;
-  if (!TraceTo(logger, "trace.log", 0, argv[1])) return 1;
+  if (!LogTo(logger, "./error.log") || !AuditTo(logger, "./audit.log")) return 1;
+  if (!TraceTo(logger, "./trace.log", 0, argv[1])) return 1;
 
   // [message]
   CWyErrLogMessage msg(logger.ShouldUseLocalTime());

@@ -35,7 +35,7 @@ int main(int argc, char** argv) {
   if (argc != 3) return 2;
   // [enable]
   CWyLogger& logger = *theLogger();
-  if (!TraceTo(logger, "trace.log", std::atoi(argv[2]), argv[1])) return 1;
+  if (!TraceTo(logger, "./trace.log", std::atoi(argv[2]), argv[1])) return 1;
   // [/enable]
 
   FindSession("alice", 17);
