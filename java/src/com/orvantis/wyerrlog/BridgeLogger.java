@@ -39,29 +39,24 @@ final class BridgeLogger implements System.Logger {
 
   @Override
   public void log(Level level, ResourceBundle bundle, String text, Throwable thrown) {
-    if (!isLoggable(level)) {
-      return;
-    }
-    if (!bridge.hasOutputFor(level.getSeverity())) {
-      platform.log(level, bundle, text, thrown);
-      return;
-    }
-    write(level, () -> Bridge.withStackTrace(localized(bundle, text), thrown));
+    Supplier<String> whole = () -> Bridge.withStackTrace(localized(bundle, text), thrown);
+    write(level, whole, () -> platform.log(level, bundle, text, thrown));
   }
 
   @Override
   public void log(Level level, ResourceBundle bundle, String format, Object... parameters) {
+    Supplier<String> whole = () -> formatted(localized(bundle, format), parameters);
+    write(level, whole, () -> platform.log(level, bundle, format, parameters));
+  }
+
+  private void write(Level level, Supplier<String> text, Runnable handOver) {
     if (!isLoggable(level)) {
       return;
     }
     if (!bridge.hasOutputFor(level.getSeverity())) {
-      platform.log(level, bundle, format, parameters);
+      handOver.run();
       return;
     }
-    write(level, () -> formatted(localized(bundle, format), parameters));
-  }
-
-  private void write(Level level, Supplier<String> text) {
     bridge.run(() -> {
       CallSite site = CallSite.ofProgram(name);
       bridge.write(level.getSeverity(), site.className(), site.methodName(), text.get());

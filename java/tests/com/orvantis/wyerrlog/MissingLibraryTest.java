@@ -13,6 +13,7 @@ final class MissingLibraryTest {
 
   public static void main(String[] arguments) throws ReflectiveOperationException {
     System.setProperty(WyLogger.LIBRARY_PROPERTY, LIBRARY);
+    System.setProperty("wyerrlog.log.file", path("never.log")); // else no bridge needs the library
     Tests.run(MissingLibraryTest.class);
   }
 
