@@ -12,7 +12,7 @@ final class NativeLibrary {
   /**
    * Loads the library.
    *
-   * @throws UnsatisfiedLinkError when it cannot be loaded; the text tells what was tried
+   * @throws UnsatisfiedLinkError when it cannot be loaded; the text states what was tried
    */
   static void load() {
     String path = System.getProperty(WyLogger.LIBRARY_PROPERTY);

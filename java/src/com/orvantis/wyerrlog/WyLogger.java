@@ -50,7 +50,7 @@ package com.orvantis.wyerrlog;
  *
  * The first use of this class loads the native library, once: the file that the system property
  * {@value #LIBRARY_PROPERTY} names, or {@code libwyerrlog.so} in {@code java.library.path}. When
- * that is not possible, the first use throws an {@link UnsatisfiedLinkError} that tells what was
+ * that is not possible, the first use throws an {@link UnsatisfiedLinkError} that states what was
  * tried.
  */
 public final class WyLogger {
@@ -196,7 +196,7 @@ public final class WyLogger {
   /**
    * Logs a message with one to {@link #MAX_ARGUMENTS} arguments; for a null or empty array nothing
    * is logged. With more arguments the message is not logged either; where its component is traced,
-   * the process logger's trace tells so.
+   * the process logger's trace says so.
    *
    * @param loggerName as in {@code InitializeLog}
    * @param location as in {@code LogMsg} with one argument
@@ -234,7 +234,7 @@ public final class WyLogger {
    *
    * <p>With a null or empty array the message appears as it is. With more than
    * {@link #MAX_ARGUMENTS} arguments it does so too, and where the component is traced, the process
-   * logger's trace tells of it.
+   * logger's trace reports it.
    *
    * @param loggerName as in {@code InitializeLog}
    * @param srcFile field SrcFile, of which the part behind the last "/" counts
