@@ -29,7 +29,8 @@ set(CMAKE_BUILD_WITH_INSTALL_RPATH ON)
 # nothing of it is exported.
 add_library(wyerrlog_warnings INTERFACE)
 target_compile_options(wyerrlog_warnings INTERFACE
-  -Wall -Wextra -Wpedantic -Wshadow -Wconversion $<$<BOOL:${WYERRLOG_WERROR}>:-Werror>)
+  -Wall -Wextra -Wpedantic -Wshadow -Wconversion
+  $<$<CXX_COMPILER_ID:Clang>:-Wthread-safety> $<$<BOOL:${WYERRLOG_WERROR}>:-Werror>)
 
 add_compile_definitions($<$<CONFIG:Debug>:_GLIBCXX_ASSERTIONS>)
 

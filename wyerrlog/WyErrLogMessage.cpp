@@ -1,11 +1,14 @@
+// The text of a message and the memory it is kept in, which each thread passes from one message to
+// the next, so that a message usually allocates nothing.
+
 #include "wyerrlog/WyErrLogMessage.h"
 
 #include <new>
 #include <utility>
 
 #include "wyerrlog/WyErrLogPrivUtil.h"
-#include "wyerrlog/WyLogger.h"
-#include "wyerrlog/WyTextBuffer.h"
+#include "wyerrlog/internal/WyNeverDestroyed.h"
+#include "wyerrlog/internal/WyTextBuffer.h"
 
 // ---- Memory -------------------------------------------------------------------------------------
 
@@ -38,15 +41,15 @@ struct CWyErrLogMessage::Memory {
   // Not inlined: the compiler would find the thread's object anew at each use.
   [[gnu::noinline]] static Spare& OfThisThread() { return s_spare; }
 
-  // Has the spare memory freed at the end of the thread. False when the system cannot see to it.
+  // Has the spare memory freed at the end of the thread. Returns false if the system cannot.
   static bool OwnSpare() { return s_spare.bHasOwner = SpareOwner::Get().SetValue(&s_spare) == 0; }
   struct SpareOwner : CpaTls {
     SpareOwner() : CpaTls(Free) {}
     static SpareOwner& Get() {
-      static CWyImmortal<SpareOwner> s_owner;
+      static CWyNeverDestroyed<SpareOwner> s_owner;
       return s_owner.value;
     }
-    static const SpareOwner& s_madeAtLoad;
+    static const SpareOwner& s_constructedAtLoad;
     static void Free(void* pSpare) {
       static_cast<Spare*>(pSpare)->bThreadEnds = true;
       delete std::exchange(static_cast<Spare*>(pSpare)->pMemory, nullptr);
@@ -64,10 +67,10 @@ struct CWyErrLogMessage::Memory {
 
 constinit thread_local CWyErrLogMessage::Memory::Spare CWyErrLogMessage::Memory::s_spare;
 
-// Made when the library is loaded: a child that is forked while another thread makes it would wait
-// for that thread forever.
-const CWyErrLogMessage::Memory::SpareOwner& CWyErrLogMessage::Memory::SpareOwner::s_madeAtLoad =
-    Get();
+// Constructed when the library is loaded: a child that is forked while another thread constructs it
+// would wait for that thread forever.
+const CWyErrLogMessage::Memory::SpareOwner&
+    CWyErrLogMessage::Memory::SpareOwner::s_constructedAtLoad = Get();
 
 CWyErrLogMessage::Memory* CWyErrLogMessage::Memory::Take() {
   if (Memory* const pSpare = std::exchange(s_spare.pMemory, nullptr)) return pSpare;
@@ -89,8 +92,6 @@ void CWyErrLogMessage::Memory::HandOn(Memory* pMemory) {
 }
 
 // ---- Construction -------------------------------------------------------------------------------
-
-CWyErrLogMessage::CWyErrLogMessage() : CWyErrLogMessage(theLogger()->ShouldUseLocalTime()) {}
 
 CWyErrLogMessage::CWyErrLogMessage(bool bUseLocalTime)
     : m_pMemory(Memory::Take()),

@@ -24,7 +24,19 @@
 #include "wyerrlog/WyErrLogPort.h"
 
 class CWyLogger;
+class CWyMessageLookup;
 class CWyTextBuffer;
+
+// The layouts of trace records: the `iFormat` of CWyErrLogMessage::BeginTraceFormat,
+// CWyLogger::EnableTrace and WyInitLogger. Any other number gives records of one newline.
+namespace WyTraceLayout {
+enum Number : int {
+  Brackets = 0,    // [11/16/2026][17:16:13][Login accepted]
+  FixedWidth = 1,  // values padded with blanks or cut to their columns, two blanks between them
+  Delimited = 2,   // values with a separator between them
+  Xml = 3,         // an element for each field inside an element, on lines of their own
+};
+}  // namespace WyTraceLayout
 
 // A growable byte string that may hold zero bytes.
 class CpaStream {
@@ -217,17 +229,13 @@ class WYERRLOG_API CWyErrLogMessage {
 
   // ---- Trace records ----------------------------------------------------------------------------
 
-  // A record in one of four layouts: begin, one call per field, end. It is appended to the text.
-  //   0 bracketed    [11/16/2026][17:16:13][Login accepted]
-  //   1 fixed width  values padded with blanks or cut to their widths, two blanks between
-  //   2 delimited    values with the tag between them
-  //   3 XML          one element per field inside an element named by the tag, on lines of their
-  //   own
-  // Any other number gives a record of one newline. Values are written unchanged. The tag is not
-  // copied: it must live until EndTraceFormat; a null tag counts as an empty one.
+  // A record in one of the layouts of WyTraceLayout: begin, one call for each field, end. It is
+  // appended to the text, values unchanged. The tag is the separator of the layout Delimited and
+  // the name of the outer element of the layout Xml. It is not copied: it must live until
+  // EndTraceFormat; a null tag counts as an empty one.
   void BeginTraceFormat(int iFormat, bool bUseLocalTime, const char* pszTag);
-  void FormatTraceField(const char* pszValue, const char* pszName);  // layouts 0, 2 and 3
-  void FormatTraceField(const char* pszValue, int iWidth);           // layout 1
+  void FormatTraceField(const char* pszValue, const char* pszName);  // all but FixedWidth
+  void FormatTraceField(const char* pszValue, int iWidth);           // FixedWidth; bytes
   void EndTraceFormat();
 
   // ---- Audit records and free texts -------------------------------------------------------------
@@ -267,7 +275,7 @@ class WYERRLOG_API CWyErrLogMessage {
 
  private:
   WYERRLOG_LOCAL bool AppendPrintf(const char* pszPattern, va_list args);
-  WYERRLOG_LOCAL const char* Translate(const CWyLogger& logger, unsigned int uId,
+  WYERRLOG_LOCAL const char* Translate(const CWyMessageLookup& lookup, unsigned int uId,
                                        const char* pszLocale, char* pszOut, unsigned long uSize);
 
   friend class CWyLogger;

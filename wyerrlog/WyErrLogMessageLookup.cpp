@@ -1,3 +1,7 @@
+// Messages by identifier: the component's key or printf pattern, the translated text, and the
+// arguments in it. Look-ups go to the catalog of the process logger, inside its read-side section,
+// which keeps the texts valid.
+
 #include <wyi18n/wyi18n.h>
 #include <wyxlate/WyXlate.h>
 
@@ -8,10 +12,37 @@
 #include <string_view>
 
 #include "wyerrlog/WyErrLogMessage.h"
-#include "wyerrlog/WyErrLogPrivUtil.h"
-#include "wyerrlog/WyLogger.h"
 #include "wyerrlog/WyMessageId.h"
-#include "wyerrlog/WyTextBuffer.h"
+#include "wyerrlog/internal/WyMessageCatalog.h"
+#include "wyerrlog/internal/WyTextBuffer.h"
+
+// One look-up in the catalog of the process logger. Texts stay valid as long as the object.
+class CWyMessageLookup {
+ public:
+  CWyMessageLookup()
+      : m_pCatalog(ProcessCatalog()),
+        m_scope(m_pCatalog != nullptr ? &m_pCatalog->ReadSide() : nullptr) {}
+
+  const char* FetchMsg(unsigned int uId) const {
+    return m_pCatalog != nullptr ? m_pCatalog->FetchMsg(uId) : nullptr;
+  }
+  const char* GetMsgBundle(unsigned int uId) const {
+    return m_pCatalog != nullptr ? m_pCatalog->GetMsgBundle(uId) : nullptr;
+  }
+
+ private:
+  // Null while the process logger is under construction, and if there is no memory for it.
+  static const CWyMessageCatalog* ProcessCatalog() {
+    if (const CWyMessageCatalog* const pCatalog = CWyMessageCatalog::OfProcess()) return pCatalog;
+    // The first use in the process. A message that is not given its time base asks the process
+    // logger for it, which constructs that logger and its catalog.
+    const CWyErrLogMessage first;
+    return CWyMessageCatalog::OfProcess();
+  }
+
+  const CWyMessageCatalog* m_pCatalog;  // null: no message is found
+  const CWyReadSideSection::Scope m_scope;
+};
 
 namespace {
 
@@ -35,11 +66,11 @@ struct Template {
   std::unique_ptr<CWyXlateBundle, BundleRelease> pBundle;
 };
 
-Template FindTemplate(const CWyLogger& logger, unsigned int uId, const char* pszLocale) {
+Template FindTemplate(const CWyMessageLookup& lookup, unsigned int uId, const char* pszLocale) {
   if (WyComponentNumber(uId) == BuiltInComponent) return {"{0}", "wy-log-00000", nullptr};
-  const char* const pszBundle = logger.GetMsgBundle(uId);
+  const char* const pszBundle = lookup.GetMsgBundle(uId);
   if (pszBundle == nullptr) return {"missing component library", "wy-log-00001", nullptr};
-  const char* const pszKey = logger.FetchMsg(uId);
+  const char* const pszKey = lookup.FetchMsg(uId);
   if (pszKey == nullptr) return {"missing message key", "wy-log-00002", nullptr};
   Template found{pszKey, pszKey, nullptr};
   found.pBundle.reset(CWyXlate::GetBundle(pszBundle, pszLocale));
@@ -97,9 +128,9 @@ bool CWyErrLogMessage::FormatLogMessage(int iId, ...) {
 }
 
 bool CWyErrLogMessage::FormatLogMessageVA(int iId, va_list args) {
-  const CWyReadSections::Scope lookup(*theLogger()->m_pLookups);
+  const CWyMessageLookup lookup;
   const auto uId = static_cast<unsigned int>(iId);
-  const char* const pszPattern = theLogger()->FetchMsg(uId);
+  const char* const pszPattern = lookup.FetchMsg(uId);
   if (pszPattern == nullptr) return false;
   m_pBuffer->Append(SeverityWords[SeverityOf(uId)], ' ');
   AppendPrintf(pszPattern, args);
@@ -108,9 +139,9 @@ bool CWyErrLogMessage::FormatLogMessageVA(int iId, va_list args) {
 }
 
 bool CWyErrLogMessage::FormatLogMessage(int iId, char** ppszArguments, int iCount) {
-  const CWyReadSections::Scope lookup(*theLogger()->m_pLookups);
+  const CWyMessageLookup lookup;
   const auto uId = static_cast<unsigned int>(iId);
-  const char* const pszPattern = theLogger()->FetchMsg(uId);
+  const char* const pszPattern = lookup.FetchMsg(uId);
   if (pszPattern == nullptr) return false;
   m_pBuffer->Append(SeverityWords[SeverityOf(uId)], ' ');
   try {
@@ -123,9 +154,9 @@ bool CWyErrLogMessage::FormatLogMessage(int iId, char** ppszArguments, int iCoun
 }
 
 bool CWyErrLogMessage::FormatLogMessageForTrace(int iId, ...) {
-  const CWyReadSections::Scope lookup(*theLogger()->m_pLookups);
+  const CWyMessageLookup lookup;
   const auto uId = static_cast<unsigned int>(iId);
-  const char* const pszPattern = theLogger()->FetchMsg(uId);
+  const char* const pszPattern = lookup.FetchMsg(uId);
   m_nSeverity = static_cast<int>(SeverityOf(uId));
   if (pszPattern == nullptr) return false;
   m_pBuffer->Append(' ');
@@ -138,14 +169,14 @@ bool CWyErrLogMessage::FormatLogMessageForTrace(int iId, ...) {
 
 // ---- The translated way -------------------------------------------------------------------------
 
-// The caller has a section of m_pLookups open as long as it uses the key.
-const char* CWyErrLogMessage::Translate(const CWyLogger& logger, unsigned int uId,
+// The key is valid as long as the look-up.
+const char* CWyErrLogMessage::Translate(const CWyMessageLookup& lookup, unsigned int uId,
                                         const char* pszLocale, char* pszOut, unsigned long uSize) {
   if (uId != 0) {
     m_nMsgId = uId;
     m_nSeverity = static_cast<int>(SeverityOf(uId));
   }
-  const Template found = FindTemplate(logger, m_nMsgId, pszLocale);
+  const Template found = FindTemplate(lookup, m_nMsgId, pszLocale);
   if (pszOut == nullptr || uSize == 0) return found.pszKey;
   const char* apszArguments[CpaArgList::MaxArguments];
   const unsigned long uCount = m_args.toArgv(apszArguments);
@@ -160,29 +191,26 @@ const char* CWyErrLogMessage::Translate(const CWyLogger& logger, unsigned int uI
 
 const char* CWyErrLogMessage::PreformatMessage(unsigned int uId, const char* pszLocale,
                                                char* pszOut, unsigned long uSize) {
-  const CWyLogger& logger = *theLogger();
-  const CWyReadSections::Scope lookup(*logger.m_pLookups);
-  return Translate(logger, uId, pszLocale, pszOut, uSize);
+  const CWyMessageLookup lookup;
+  return Translate(lookup, uId, pszLocale, pszOut, uSize);
 }
 
 const char* CWyErrLogMessage::FormatMessage(unsigned int uId) {
-  const CWyLogger& logger = *theLogger();
-  const CWyReadSections::Scope lookup(*logger.m_pLookups);
+  const CWyMessageLookup lookup;
   char szText[TextSize];
   szText[0] = '\0';
-  const char* const pszKey = Translate(logger, uId, WyGetAdminLocale(), szText, TextSize);
+  const char* const pszKey = Translate(lookup, uId, WyGetAdminLocale(), szText, TextSize);
   m_pBuffer->Append(SeverityWords[m_nSeverity], '[', std::string_view(pszKey), ']', ' ',
                     std::string_view(szText), '\n');
   return GetBuffer();
 }
 
 const char* CWyErrLogMessage::FormatMessageForTrace(unsigned int uId) {
-  const CWyLogger& logger = *theLogger();
-  const CWyReadSections::Scope lookup(*logger.m_pLookups);
+  const CWyMessageLookup lookup;
   char szText[TextSize];
   szText[0] = '\0';
   m_pBuffer->Clear();
-  const char* const pszKey = Translate(logger, uId, "en", szText, TextSize);
+  const char* const pszKey = Translate(lookup, uId, "en", szText, TextSize);
   m_pBuffer->Append('[', std::string_view(pszKey), ']', ' ', std::string_view(szText));
   return GetBuffer();
 }

@@ -4,9 +4,9 @@
 #include <string_view>
 
 #include "wyerrlog/WyErrLogMessage.h"
-#include "wyerrlog/WyErrLogTimeText.h"
-#include "wyerrlog/WyTextBuffer.h"
-#include "wyerrlog/WyThreadStamp.h"
+#include "wyerrlog/internal/WyTextBuffer.h"
+#include "wyerrlog/internal/WyThreadStamp.h"
+#include "wyerrlog/internal/WyTimeText.h"
 
 namespace {
 

@@ -1,15 +1,15 @@
+// Trace records in their layouts, audit records, and free texts.
+
 #include <memory>
 #include <new>
 #include <string_view>
 
 #include "wyerrlog/WyErrLogMessage.h"
-#include "wyerrlog/WyTextBuffer.h"
+#include "wyerrlog/internal/WyTextBuffer.h"
 
 namespace {
 
 constexpr int TextSize = 4096;  // bytes of a text of usual length, with its terminator
-
-enum Layout { Bracketed = 0, FixedWidth = 1, Delimited = 2, Xml = 3 };
 
 std::string_view ViewOf(const char* pszText) { return pszText != nullptr ? pszText : ""; }
 
@@ -29,17 +29,18 @@ void CWyErrLogMessage::BeginTraceFormat(int iFormat, bool bUseLocalTime, const c
   m_bUseLocalTime = bUseLocalTime;
   m_pszTraceTag = pszTag;
   m_bFirstField = true;
-  if (iFormat == Xml) m_pBuffer->Append('<', ViewOf(pszTag), std::string_view(">\n"));
+  if (iFormat == WyTraceLayout::Xml)
+    m_pBuffer->Append('<', ViewOf(pszTag), std::string_view(">\n"));
 }
 
 void CWyErrLogMessage::FormatTraceField(const char* pszValue, const char* pszName) {
   const std::string_view value = ViewOf(pszValue);
-  if (m_nTraceFormat == Bracketed) {
+  if (m_nTraceFormat == WyTraceLayout::Brackets) {
     m_pBuffer->Append('[', value, ']');
-  } else if (m_nTraceFormat == Delimited) {
+  } else if (m_nTraceFormat == WyTraceLayout::Delimited) {
     m_pBuffer->Append(ViewOf(m_bFirstField ? "" : m_pszTraceTag), value);
     m_bFirstField = false;
-  } else if (m_nTraceFormat == Xml) {
+  } else if (m_nTraceFormat == WyTraceLayout::Xml) {
     AppendElement(*m_pBuffer, ViewOf(pszName), value);
   }
 }
@@ -52,7 +53,8 @@ void CWyErrLogMessage::FormatTraceField(const char* pszValue, int iWidth) {
 }
 
 void CWyErrLogMessage::EndTraceFormat() {
-  if (m_nTraceFormat == Xml) m_pBuffer->Append(std::string_view("</"), ViewOf(m_pszTraceTag), '>');
+  if (m_nTraceFormat == WyTraceLayout::Xml)
+    m_pBuffer->Append(std::string_view("</"), ViewOf(m_pszTraceTag), '>');
   m_pBuffer->Append('\n');
 }
 

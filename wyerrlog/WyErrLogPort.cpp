@@ -1,10 +1,21 @@
+// The handle layer on POSIX threads, and the two functions on top of the internal formatting and
+// time conversion. A semaphore wakes one waiter at a time: each waiter that takes a unit wakes the
+// next one while there are units and waiters.
+
 #include "wyerrlog/WyErrLogPort.h"
 
 #include <sched.h>
+#include <sys/time.h>
 
 #include <cstdint>
-#include <memory>
 #include <new>
+#include <utility>
+
+#include "wyerrlog/internal/WyMutex.h"
+#include "wyerrlog/internal/WyPlainFormat.h"
+#include "wyerrlog/internal/WyTimeConversion.h"
+
+// ---- Critical sections --------------------------------------------------------------------------
 
 void WyErrLogUtilInitializeCriticalSection(pthread_mutex_t* pMutex) {
   pthread_mutex_init(pMutex, nullptr);
@@ -16,46 +27,77 @@ void WyErrLogUtilEnterCriticalSection(pthread_mutex_t* pMutex) { pthread_mutex_l
 
 void WyErrLogUtilLeaveCriticalSection(pthread_mutex_t* pMutex) { pthread_mutex_unlock(pMutex); }
 
+// ---- Counting semaphores ------------------------------------------------------------------------
+
 namespace {
 
-struct Semaphore {
-  std::int64_t lCount;
-  std::int64_t lMaxCount;
-  std::int64_t lWaiters;
-  int bClosing;
-  pthread_mutex_t mutex;
-  pthread_cond_t condition;
-
-  // One wake-up at a time: each waiter that takes a unit wakes the next one.
-  void WakeNext() {
-    if (lCount > 0 && lWaiters > 0) pthread_cond_signal(&condition);
-  }
-
-  // Wakes who still waits; true when nobody does.
-  bool WakeAllForClose();
-
-  bool TryTake() {
-    if (bClosing != 0 || lCount <= 0) return false;
-    --lCount;
-    return true;
-  }
-};
-
-class MutexLock {
+class CWySemaphoreRecord {
  public:
-  explicit MutexLock(pthread_mutex_t& mutex) : m_mutex(mutex) { pthread_mutex_lock(&m_mutex); }
-  ~MutexLock() { pthread_mutex_unlock(&m_mutex); }
-  MutexLock(const MutexLock&) = delete;
-  MutexLock& operator=(const MutexLock&) = delete;
+  CWySemaphoreRecord(std::int64_t lInitial, std::int64_t lMaximum)
+      : m_lCount(lInitial), m_lMaximum(lMaximum) {}
+  ~CWySemaphoreRecord() { pthread_cond_destroy(&m_condition); }
+  CWySemaphoreRecord(const CWySemaphoreRecord&) = delete;
+  CWySemaphoreRecord& operator=(const CWySemaphoreRecord&) = delete;
+
+  bool Add(long lCount, long* plPrevious);
+  int Wait(bool bForever);
+  bool BeginClose();       // false if a close is under way already
+  bool WakeAllForClose();  // true if no thread waits any more
+  void ResetInForkedChild();
 
  private:
-  pthread_mutex_t& m_mutex;
+  void WakeNext() WYERRLOG_REQUIRES(m_mutex) {
+    if (m_lCount > 0 && m_lWaiters > 0) pthread_cond_signal(&m_condition);
+  }
+
+  CWyMutex m_mutex;
+  pthread_cond_t m_condition = PTHREAD_COND_INITIALIZER;
+  std::int64_t m_lCount WYERRLOG_GUARDED_BY(m_mutex);
+  const std::int64_t m_lMaximum;
+  std::int64_t m_lWaiters WYERRLOG_GUARDED_BY(m_mutex) = 0;
+  bool m_bClosing WYERRLOG_GUARDED_BY(m_mutex) = false;
 };
 
-bool Semaphore::WakeAllForClose() {
-  const MutexLock lock(mutex);
-  if (lWaiters > 0) pthread_cond_broadcast(&condition);
-  return lWaiters == 0;
+bool CWySemaphoreRecord::Add(long lCount, long* plPrevious) {
+  const CWyMutexLock lock(m_mutex);
+  if (m_bClosing || m_lMaximum - m_lCount < lCount) return false;
+  if (plPrevious != nullptr) *plPrevious = m_lCount;
+  m_lCount += lCount;
+  WakeNext();
+  return true;
+}
+
+int CWySemaphoreRecord::Wait(bool bForever) {
+  const CWyMutexLock lock(m_mutex);
+  while (bForever && m_lCount <= 0 && !m_bClosing) {
+    ++m_lWaiters;
+    pthread_cond_wait(&m_condition, m_mutex.Native());
+    --m_lWaiters;
+  }
+  if (m_bClosing) return WYERRLOG_WAIT_CLOSING;
+  const bool bTaken = m_lCount > 0;
+  if (bTaken) --m_lCount;
+  WakeNext();
+  return bTaken ? WYERRLOG_WAIT_ACQUIRED : WYERRLOG_WAIT_TIMEOUT;
+}
+
+bool CWySemaphoreRecord::BeginClose() {
+  const CWyMutexLock lock(m_mutex);
+  return !std::exchange(m_bClosing, true);
+}
+
+bool CWySemaphoreRecord::WakeAllForClose() {
+  const CWyMutexLock lock(m_mutex);
+  if (m_lWaiters > 0) pthread_cond_broadcast(&m_condition);
+  return m_lWaiters == 0;
+}
+
+// The child has one thread, and may find the mutex locked by one that does not exist there.
+void CWySemaphoreRecord::ResetInForkedChild() WYERRLOG_NO_THREAD_SAFETY_ANALYSIS {
+  new (&m_mutex) CWyMutex;
+  m_condition = PTHREAD_COND_INITIALIZER;
+  m_lCount = 0;
+  m_lWaiters = 0;
 }
 
 }  // namespace
@@ -63,64 +105,46 @@ bool Semaphore::WakeAllForClose() {
 void* WyErrLogUtilCreateSemaphore(void* pAttributes, long lInitial, long lMaximum,
                                   char* /*pszName*/) {
   if (pAttributes != nullptr || lInitial < 0 || lInitial > lMaximum) return nullptr;
-  std::unique_ptr<Semaphore> pSemaphore(new (std::nothrow) Semaphore{});
-  if (pSemaphore == nullptr) return nullptr;
-  if (pthread_mutex_init(&pSemaphore->mutex, nullptr) != 0) return nullptr;
-  if (pthread_cond_init(&pSemaphore->condition, nullptr) != 0) {
-    pthread_mutex_destroy(&pSemaphore->mutex);
-    return nullptr;
-  }
-  pSemaphore->lMaxCount = lMaximum;
-  pSemaphore->lCount = lInitial;
-  return pSemaphore.release();
+  return new (std::nothrow) CWySemaphoreRecord(lInitial, lMaximum);
 }
 
 int WyErrLogUtilReleaseSemaphore(void* hSemaphore, long lCount, long* plPrevious) {
   if (hSemaphore == nullptr || lCount <= 0) return 0;
-  auto& semaphore = *static_cast<Semaphore*>(hSemaphore);
-  const MutexLock lock(semaphore.mutex);
-  if (semaphore.bClosing != 0 || semaphore.lMaxCount - semaphore.lCount < lCount) return 0;
-  if (plPrevious != nullptr) *plPrevious = semaphore.lCount;
-  semaphore.lCount += lCount;
-  semaphore.WakeNext();
-  return 1;
+  return static_cast<CWySemaphoreRecord*>(hSemaphore)->Add(lCount, plPrevious) ? 1 : 0;
 }
 
 int WyErrLogUtilWaitForSingleObject(void* hSemaphore, unsigned long ulTimeout) {
   if (hSemaphore == nullptr) return WYERRLOG_WAIT_CLOSING;
-  auto& semaphore = *static_cast<Semaphore*>(hSemaphore);
-  const MutexLock lock(semaphore.mutex);
-  while (ulTimeout == WYERRLOG_INFINITE && semaphore.lCount <= 0 && semaphore.bClosing == 0) {
-    ++semaphore.lWaiters;
-    pthread_cond_wait(&semaphore.condition, &semaphore.mutex);
-    --semaphore.lWaiters;
-  }
-  if (semaphore.bClosing != 0) return WYERRLOG_WAIT_CLOSING;
-  const int iResult = semaphore.TryTake() ? WYERRLOG_WAIT_ACQUIRED : WYERRLOG_WAIT_TIMEOUT;
-  semaphore.WakeNext();
-  return iResult;
+  return static_cast<CWySemaphoreRecord*>(hSemaphore)->Wait(ulTimeout == WYERRLOG_INFINITE);
 }
 
 int WyErrLogUtilCloseHandle(void* hSemaphore) {
   if (hSemaphore == nullptr) return 0;
-  auto* const pSemaphore = static_cast<Semaphore*>(hSemaphore);
-  {
-    const MutexLock lock(pSemaphore->mutex);
-    if (pSemaphore->bClosing != 0) return 0;
-    pSemaphore->bClosing = 1;
-  }
+  const auto pSemaphore = static_cast<CWySemaphoreRecord*>(hSemaphore);
+  if (!pSemaphore->BeginClose()) return 0;
   while (!pSemaphore->WakeAllForClose()) sched_yield();
-  pthread_cond_destroy(&pSemaphore->condition);
-  pthread_mutex_destroy(&pSemaphore->mutex);
   delete pSemaphore;
   return 1;
 }
 
 void WyErrLogUtilResetSemaphoreInForkedChild(void* hSemaphore) {
   if (hSemaphore == nullptr) return;
-  auto& semaphore = *static_cast<Semaphore*>(hSemaphore);
-  pthread_mutex_init(&semaphore.mutex, nullptr);
-  pthread_cond_init(&semaphore.condition, nullptr);
-  semaphore.lCount = 0;
-  semaphore.lWaiters = 0;
+  static_cast<CWySemaphoreRecord*>(hSemaphore)->ResetInForkedChild();
+}
+
+// ---- Text and time ------------------------------------------------------------------------------
+
+int VSNPRINTFEX(char* pszBuffer, int iSize, const char* pszFormat, va_list args) {
+  return WyFormatBounded(pszBuffer, iSize, pszFormat, args);
+}
+
+bool WyErrLogGetCurrentTime(bool bLocal, tm& time, long& lMilliseconds) {
+  timeval now;
+  if (gettimeofday(&now, nullptr) != 0) {
+    time = tm{};
+    return false;
+  }
+  if (!WyBreakDownTime(now.tv_sec, bLocal, time)) return false;
+  lMilliseconds = now.tv_usec / 1000;
+  return true;
 }

@@ -1,20 +1,17 @@
-#include "wyerrlog/WyErrLogPrivUtil.h"
+// The classes between the C-style functions of the handle layer and the public locks. The one idea
+// of the reader-writer lock: m_uActive alone decides as long as no writer comes, and the mutex
+// orders everything that happens around writers.
 
-#include <sched.h>
+#include "wyerrlog/WyErrLogPrivUtil.h"
 
 #include <climits>
 #include <limits>
 #include <new>
+#include <utility>
 
-// ---- Critical section and semaphore -------------------------------------------------------------
+#include "wyerrlog/internal/WyDeadlockCheck.h"
 
-CWyErrLogCriticalSection::~CWyErrLogCriticalSection() {
-  WyErrLogUtilDeleteCriticalSection(&m_mutex);
-}
-
-void CWyErrLogCriticalSection::Enter() { WyErrLogUtilEnterCriticalSection(&m_mutex); }
-
-void CWyErrLogCriticalSection::Leave() { WyErrLogUtilLeaveCriticalSection(&m_mutex); }
+// ---- Semaphore ----------------------------------------------------------------------------------
 
 CWyErrLogSyncBase::CWyErrLogSyncBase() : m_hSem(nullptr) {}
 
@@ -43,15 +40,16 @@ int CWyErrLogSemaphore::Release(long lCount) {
 
 void CWyErrLogSemaphore::ResetInForkedChild() { WyErrLogUtilResetSemaphoreInForkedChild(m_hSem); }
 
-// ---- Reader/writer guard ------------------------------------------------------------------------
+// ---- Reader-writer lock ------------------------------------------------------------------------
 
 CWyGuard::CWyGuard()
-    : m_uActive(0),
+    : CWyForkReset(Reset),
+      m_uActive(0),
       m_readerSem(0, std::numeric_limits<long>::max(), true),
       m_writerSem(0, std::numeric_limits<long>::max(), true),
       m_iWaitingReaders(0),
       m_iWaitingWriters(0) {
-  if (!m_readerSem.IsMade() || !m_writerSem.IsMade()) throw std::bad_alloc();
+  if (!m_readerSem.IsCreated() || !m_writerSem.IsCreated()) throw std::bad_alloc();
   CWyForkRegistry::Add(*this);
 }
 
@@ -69,27 +67,29 @@ bool CWyGuard::JoinReaders() {
 }
 
 void CWyGuard::WaitForRead() {
-  m_cs.Enter();
-  const bool bMustWait = (m_uActive.load(std::memory_order_relaxed) & Writer) != 0;
-  if (bMustWait) {
+  {
+    const CWyMutexLock lock(m_mutex);
+    if ((m_uActive.load(std::memory_order_relaxed) & Writer) == 0) {
+      m_uActive.fetch_add(1, std::memory_order_acquire);
+      return;
+    }
     ++m_iWaitingReaders;
-  } else {
-    m_uActive.fetch_add(1, std::memory_order_acquire);
   }
-  m_cs.Leave();
-  if (!bMustWait) return;
   const CWyForkGate::Outside outside;  // see LockForWrite
   m_readerSem.Wait(WYERRLOG_INFINITE);
 }
 
 void CWyGuard::LockForWrite() {
-  m_cs.Enter();
-  const bool bMustWait = m_uActive.fetch_or(Writer, std::memory_order_acquire) != 0;
-  if (bMustWait) ++m_iWaitingWriters;
-  m_cs.Leave();
+  bool bMustWait;
+  {
+    const CWyMutexLock lock(m_mutex);
+    bMustWait = m_uActive.fetch_or(Writer, std::memory_order_acquire) != 0;
+    if (bMustWait) ++m_iWaitingWriters;
+  }
   if (bMustWait) {
-    // What a guard that is held already protects is whole here: one that initialises a logger has
-    // changed nothing yet, and one that releases it has emptied the log of each guard it had.
+    // What the guards that the thread holds already protect is consistent here: a thread that
+    // initialises a logger has changed nothing yet, and one that releases it has emptied the log of
+    // each guard that it had.
     const CWyForkGate::Outside outside;
     m_writerSem.Wait(WYERRLOG_INFINITE);
   }
@@ -107,76 +107,49 @@ void CWyGuard::Unlock() {
 }
 
 void CWyGuard::AdmitWriter() {
-  m_cs.Enter();
-  --m_iWaitingWriters;
-  m_cs.Leave();
+  {
+    const CWyMutexLock lock(m_mutex);
+    --m_iWaitingWriters;
+  }
   m_writerSem.Release(1);
 }
 
 void CWyGuard::UnlockWriter() {
   CWyForkGate::Leave();
-  m_cs.Enter();
-  const bool bWriterNext = m_iWaitingWriters > 0;
-  const int iReadersNext = bWriterNext ? 0 : m_iWaitingReaders;
-  if (bWriterNext) {
-    --m_iWaitingWriters;
-  } else {
-    m_iWaitingReaders = 0;
-    m_uActive.store(static_cast<unsigned int>(iReadersNext), std::memory_order_release);
+  bool bWriterNext;
+  int iReadersNext = 0;
+  {
+    const CWyMutexLock lock(m_mutex);
+    bWriterNext = m_iWaitingWriters > 0;
+    if (bWriterNext) {
+      --m_iWaitingWriters;
+    } else {
+      iReadersNext = std::exchange(m_iWaitingReaders, 0);
+      m_uActive.store(static_cast<unsigned int>(iReadersNext), std::memory_order_release);
+    }
   }
-  m_cs.Leave();
   if (bWriterNext) m_writerSem.Release(1);
   if (iReadersNext > 0) m_readerSem.Release(iReadersNext);
 }
 
-void CWyGuard::ResetInForkedChild(int iOwnHold) {
-  // The parent's other threads may have been anywhere inside these objects. They start afresh in
-  // place: destroying them would wait for threads that do not exist here.
-  new (&m_cs) CWyErrLogCriticalSection;
-  m_readerSem.ResetInForkedChild();
-  m_writerSem.ResetInForkedChild();
-  m_iWaitingReaders = 0;
-  m_iWaitingWriters = 0;
-  m_uActive = iOwnHold < 0 ? Writer : static_cast<unsigned int>(iOwnHold);
-}
-
-// ---- Lookups without a lock ---------------------------------------------------------------------
-
-namespace {
-
-// Threads take turns at the slots; a thread stays with the one it got.
-std::size_t SlotOfThisThread(std::size_t uSlots) {
-  static constinit std::atomic<std::size_t> s_uLast{0};
-  static constinit thread_local std::size_t s_uTurn = 0;
-  if (s_uTurn == 0) s_uTurn = s_uLast.fetch_add(1, std::memory_order_relaxed) + 1;
-  return s_uTurn % uSlots;
-}
-
-}  // namespace
-
-// Entering a section and making the data unreachable are both followed by a look at what the other
-// side did. Sequential consistency sees to it that one of the two sees the other.
-CWyReadSections::Scope::Scope(CWyReadSections& sections)
-    : m_lCount(sections.m_slots[SlotOfThisThread(sections.m_slots.size())].lCount) {
-  m_lCount.fetch_add(1, std::memory_order_seq_cst);
-}
-
-CWyReadSections::Scope::~Scope() { m_lCount.fetch_sub(1, std::memory_order_release); }
-
-void CWyReadSections::WaitForReaders() const {
-  for (const Slot& slot : m_slots) {
-    while (slot.lCount.load(std::memory_order_seq_cst) > 0) sched_yield();
-  }
-}
-
-void CWyReadSections::ResetInForkedChild() {
-  for (Slot& slot : m_slots) slot.lCount.store(0, std::memory_order_relaxed);
+// The parent's other threads may have been anywhere inside these objects. They are constructed
+// afresh in place: their destructors would wait for threads that do not exist here. The child has
+// one thread, so no lock is needed.
+void CWyGuard::Reset(CWyForkReset& object) WYERRLOG_NO_THREAD_SAFETY_ANALYSIS {
+  auto& guard = static_cast<CWyGuard&>(object);
+  const int iOwnHold = CWyGuardHold::OfThisThread(&guard);
+  new (&guard.m_mutex) CWyMutex;
+  guard.m_readerSem.ResetInForkedChild();
+  guard.m_writerSem.ResetInForkedChild();
+  guard.m_iWaitingReaders = 0;
+  guard.m_iWaitingWriters = 0;
+  guard.m_uActive = iOwnHold == CWyGuardHold::Write ? Writer : static_cast<unsigned int>(iOwnHold);
 }
 
 // ---- Thread-specific slots ----------------------------------------------------------------------
 
 CpaTls::CpaTls(void (*pfnDestructor)(void*)) : m_uKey(0) {
-  // Without a key there is never a value; 0 may be the key of somebody else.
+  // The system refuses this number from now on; 0 may be another owner's key.
   if (pthread_key_create(&m_uKey, pfnDestructor) != 0) m_uKey = PTHREAD_KEYS_MAX;
 }
 

@@ -1,9 +1,12 @@
+// The error chain: a singly linked list with its tail, so that entries are appended in constant
+// time.
+
 #include "wyerrlog/WyError.h"
 
 #include <utility>
 
-#include "wyerrlog/WyErrLogPrivUtil.h"
 #include "wyerrlog/WyLogger.h"
+#include "wyerrlog/internal/WyNoThrow.h"
 
 CWyErrData::CWyErrData() : m_pNext(nullptr), m_nErr(0), m_bLogged(false) {}
 

@@ -8,12 +8,12 @@
 #include <string>
 
 #include "wyerrlog/WyErrLogMessage.h"
-#include "wyerrlog/WyJavaText.h"
 #include "wyerrlog/WyLog.h"
 #include "wyerrlog/WyLogger.h"
 #include "wyerrlog/WyLoggerList.h"
-#include "wyerrlog/WyTextPattern.h"
 #include "wyerrlog/WyTraceData.h"
+#include "wyerrlog/internal/WyJavaText.h"
+#include "wyerrlog/internal/WyTextPattern.h"
 
 namespace {
 
@@ -45,7 +45,7 @@ struct OutputParameters {
 };
 
 CWyLogOutput* NewOutput(CWyLogger& logger, const OutputParameters& parameters) {
-  if (parameters.iType == 0) return logger.NewLogOutput(parameters.iType);
+  if (parameters.iType == WyOutputType::Console) return logger.NewLogOutput(parameters.iType);
   return logger.NewLogOutput(parameters.iType, parameters.pszFileName, parameters.iMode,
                              parameters.iMaxSizeMB, parameters.iMaxBackups);
 }

@@ -1,3 +1,6 @@
+// The output interface and its callback kinds. Callbacks have no state but the host's function:
+// what they hand over is the message's own text.
+
 #include "wyerrlog/WyLogOutput.h"
 
 // ---- The interface ------------------------------------------------------------------------------
@@ -20,7 +23,9 @@ bool CWyLogOutput::IsAsync() { return false; }
 
 // ---- Synchronous callback -----------------------------------------------------------------------
 
-CWySyncCallbackOutput::CWySyncCallbackOutput() : m_pfnCallback(nullptr) { SetType(2); }
+CWySyncCallbackOutput::CWySyncCallbackOutput() : m_pfnCallback(nullptr) {
+  SetType(WyOutputType::SyncCallback);
+}
 
 CWySyncCallbackOutput::~CWySyncCallbackOutput() = default;
 
@@ -44,7 +49,9 @@ bool CWySyncCallbackOutput::Close() {
 
 // ---- Asynchronous callback ----------------------------------------------------------------------
 
-CWyAsyncCallbackOutput::CWyAsyncCallbackOutput() : m_pfnCallback(nullptr) { SetType(3); }
+CWyAsyncCallbackOutput::CWyAsyncCallbackOutput() : m_pfnCallback(nullptr) {
+  SetType(WyOutputType::AsyncCallback);
+}
 
 CWyAsyncCallbackOutput::~CWyAsyncCallbackOutput() = default;
 
@@ -70,7 +77,7 @@ bool CWyAsyncCallbackOutput::IsAsync() { return true; }
 
 CWySyncParameterizedCallbackOutput::CWySyncParameterizedCallbackOutput()
     : m_pfnCallback(nullptr), m_pParam(nullptr) {
-  SetType(4);
+  SetType(WyOutputType::SyncParameterizedCallback);
 }
 
 CWySyncParameterizedCallbackOutput::~CWySyncParameterizedCallbackOutput() = default;
@@ -101,7 +108,7 @@ bool CWySyncParameterizedCallbackOutput::Close() {
 
 CWyAsyncParameterizedCallbackOutput::CWyAsyncParameterizedCallbackOutput()
     : m_pfnCallback(nullptr), m_pParam(nullptr) {
-  SetType(5);
+  SetType(WyOutputType::AsyncParameterizedCallback);
 }
 
 CWyAsyncParameterizedCallbackOutput::~CWyAsyncParameterizedCallbackOutput() = default;

@@ -13,6 +13,35 @@
 #include "wyerrlog/WyErrLogMessage.h"
 #include "wyerrlog/WyErrLogUtil.h"
 
+// ---- Numbers with names -------------------------------------------------------------------------
+
+// The kinds of outputs: what CWyLogOutput::GetType returns, and the first argument of
+// CWyLogger::NewLogOutput. Outputs of the host's own kinds use other numbers.
+namespace WyOutputType {
+enum Number : int {
+  Console = 0,
+  File = 1,
+  SyncCallback = 2,
+  AsyncCallback = 3,
+  SyncParameterizedCallback = 4,
+  AsyncParameterizedCallback = 5,
+};
+}  // namespace WyOutputType
+
+// What a file output does with an existing file when it opens it, and whether it rolls the file
+// over by size: the `iMode` of CWyFileOutput::SetParams and CWyLogger::NewLogOutput.
+namespace WyFileMode {
+enum Number : int {
+  Overwrite = 0,            // starts with an empty file
+  Append = 1,               // appends
+  RollAtOpen = 2,           // renames an existing file to a backup and starts a new one
+  AppendRollBySize = 3,     // appends; rolls over when the file reaches the size limit
+  RollAtOpenAndBySize = 4,  // both
+};
+}  // namespace WyFileMode
+
+// ---- The interface ------------------------------------------------------------------------------
+
 // The output interface. The order of the virtual operations is part of it.
 //
 // An output belongs to its maker until a logger has installed it, then to the logger, which closes
@@ -49,9 +78,8 @@ class WYERRLOG_API CWyLogOutput {
   // Whether the text may be used after Log has returned. Such an output cannot be the first of two.
   virtual bool IsAsync();
 
-  // 0 console, 1 file, 2 and 3 synchronous and asynchronous callback, 4 and 5 the same with a
-  // parameter. Outputs of the host's own take another number: the logger's DeleteLogOutput deletes
-  // only these six.
+  // A WyOutputType, or another number for outputs of the host's own: the logger's DeleteLogOutput
+  // deletes only the six kinds named there.
   int GetType() { return m_iType; }
   void SetType(int iType) { m_iType = iType; }
 

@@ -1,15 +1,27 @@
+// The life of a logger, its outputs, and the routing of messages of the error log and the audit
+// log. Each log has a guard of its own: held for reading while messages are written, for writing
+// while outputs are installed and removed. Init and Release hold a fourth one around them, so that
+// no two of those run at once.
+
 #include "wyerrlog/WyLogger.h"
 
 #include <pthread.h>
 
 #include <cerrno>
+#include <cstdlib>
 #include <exception>
 #include <new>
 #include <utility>
 
-#include "wyerrlog/WyErrLogPrivUtil.h"
-#include "wyerrlog/WyOutputCall.h"
-#include "wyerrlog/WyThreadTraceData.h"
+#include "wyerrlog/WyLoggerList.h"
+#include "wyerrlog/internal/WyDeadlockCheck.h"
+#include "wyerrlog/internal/WyLogAccess.h"
+#include "wyerrlog/internal/WyMessageCatalog.h"
+#include "wyerrlog/internal/WyNeverDestroyed.h"
+#include "wyerrlog/internal/WyNoThrow.h"
+#include "wyerrlog/internal/WyOutputCall.h"
+#include "wyerrlog/internal/WyProcessObject.h"
+#include "wyerrlog/internal/WyTraceRecordPool.h"
 #include "wyerrlog/thread_utility.h"
 
 std::atomic<bool> CWyLogger::m_bUnloadedComponents{false};
@@ -28,10 +40,20 @@ bool Replace(CWyLogOutput*& pInstalled, CWyLogOutput* pOutput) {
 }
 
 template <typename Output, typename... Parameters>
-CWyLogOutput* MakeOutput(Parameters... parameters) {
+CWyLogOutput* NewOutput(Parameters... parameters) {
   return WyNoThrow<CWyLogOutput*>(nullptr, [&] {
     auto pOutput = std::make_unique<Output>();
     return pOutput->SetParams(parameters...) ? pOutput.release() : nullptr;
+  });
+}
+
+// At process exit, objects are destroyed in the reverse order of their construction. Components are
+// older than the process's loggers, unless they have been unloaded and loaded again: then the
+// loggers have to end first.
+void EndLoggersBeforeComponents() {
+  [[maybe_unused]] static const int s_iRegistered = std::atexit([] {
+    CWyProcessObject<CWyLoggerList>::End();
+    CWyProcessObject<CWyLogger>::End();
   });
 }
 
@@ -39,19 +61,21 @@ CWyLogOutput* MakeOutput(Parameters... parameters) {
 
 // ---- Lifecycle ----------------------------------------------------------------------------------
 
-CWyLogger::CWyLogger() : m_pLookups(new (std::nothrow) CWyReadSections) {
-  // The console manager is made before the first logger is, so that it outlives their outputs.
+CWyLogger::CWyLogger()
+    : m_pCatalog(WyNoThrow<CWyMessageCatalog*>(nullptr, [] { return new CWyMessageCatalog; })) {
+  // The console manager is constructed before the first logger is, so that it outlives the loggers'
+  // outputs.
   m_bComplete = WyNoThrow(false, [] { return theConsoleManager() != nullptr; }) &&
-                m_pLookups != nullptr && m_lifecycleGuard.IsUsable() && m_logGuard.IsUsable() &&
+                m_pCatalog != nullptr && m_lifecycleGuard.IsUsable() && m_logGuard.IsUsable() &&
                 m_traceGuard.IsUsable() && m_auditGuard.IsUsable();
   Init();
 }
 
-CWyLogger::CWyLogger(CWyReadSections& lookups) : m_pLookups(&lookups) {}
+CWyLogger::CWyLogger(CWyMessageCatalog& emptyCatalog) : m_pCatalog(&emptyCatalog) {}
 
 CWyLogger::~CWyLogger() {
   End();
-  CWyThreadTracePool::FreeEntriesOf(*this);
+  CWyTraceRecordPool::FreeEntriesOf(*this);
 }
 
 // Whether host code under one of the guards calls.
@@ -61,44 +85,33 @@ bool CWyLogger::IsUsedByThisThread() const {
 }
 
 void CWyLogger::Init() {
-  const CWyGuardWait wait({&m_lifecycleGuard, &m_logGuard, &m_traceGuard, &m_auditGuard});
+  const CWyGuardWait wait({m_lifecycleGuard.Native(), m_logGuard.Native(), m_traceGuard.Native(),
+                           m_auditGuard.Native()});
   if (!m_bComplete || !wait.IsAllowed()) return;
   const CWyErrLogAutoWriter lifecycle(m_lifecycleGuard);
   const CWyErrLogAutoWriter log(m_logGuard);
   const CWyErrLogAutoWriter trace(m_traceGuard);
   const CWyErrLogAutoWriter audit(m_auditGuard);
   if (m_bInitialized) return;
-  if (!WyNoThrow(false, [this] { return Prepare(); })) {
-    ReleaseComponents();
-    ReleaseKnownInfo();
-    return;
-  }
+  // At process exit, libraries that are loaded still have no components any more.
+  if (!m_pCatalog->Load(!CWyProcessObject<CWyLogger>::HasEnded())) return;
+  if (m_bUnloadedComponents && m_pCatalog->HasLibraries()) EndLoggersBeforeComponents();
   ForgetTraceDecisions();
-  CWyThreadTracePool::AddLogger();
+  CWyTraceRecordPool::AddLogger();
   m_bHasThreadKey = pthread_key_create(&m_uThreadKey, FreeThreadTraceData) == 0;
+  m_pCatalog->Open();
+  if (CWyProcessObject<CWyLogger>::Is(this)) m_pCatalog->BecomeThatOfProcess();
   m_bInitialized = true;
 }
 
-bool CWyLogger::Prepare() {
-  LoadComponents();
-  MakeKnownInfo();
-  return true;
-}
-
 void CWyLogger::Release() {
-  const CWyGuardWait wait({&m_lifecycleGuard, &m_logGuard, &m_traceGuard, &m_auditGuard});
+  const CWyGuardWait wait({m_lifecycleGuard.Native(), m_logGuard.Native(), m_traceGuard.Native(),
+                           m_auditGuard.Native()});
   if (!wait.IsAllowed()) return;
   const CWyErrLogAutoWriter lifecycle(m_lifecycleGuard);
   if (!m_bInitialized) return;
-  // From here on nothing is installed any more. Look-ups take no guard: they are turned away, then
-  // those under way are waited for.
-  m_bInitialized = false;
-  {
-    const CWyForkGate::Outside outside;
-    m_pLookups->WaitForReaders();
-  }
-  UnloadComponents();
-  ReleaseComponents();
+  m_bInitialized = false;  // from here on nothing is installed any more
+  m_pCatalog->Close(!m_bUnloadedComponents.exchange(true));
   RemoveEverything();
 }
 
@@ -131,7 +144,7 @@ void CWyLogger::RemoveEverything() {
   });
   attempt(m_traceGuard, [this] { RemoveTraceOutputs(false); });
   attempt(m_auditGuard, [this] { Remove(m_pAuditOutput); });
-  ReleaseKnownInfo();
+  m_pCatalog->ClearLists();
   if (pThrown != nullptr) std::rethrow_exception(pThrown);
 }
 
@@ -141,42 +154,44 @@ void CWyLogger::ReleaseThreadRecords() {
   errno = iErrno;
   m_bHasThreadKey = false;
   initializeThreadKey(&m_uThreadKey);
-  CWyThreadTracePool::RemoveLogger(*this);
+  CWyTraceRecordPool::RemoveLogger(*this);
 }
 
 // ---- Outputs ------------------------------------------------------------------------------------
 
-CWyLogOutput* CWyLogger::NewLogOutput(int /*iType*/) { return MakeOutput<CWyConsoleOutput>(); }
+CWyLogOutput* CWyLogger::NewLogOutput(int /*iType*/) { return NewOutput<CWyConsoleOutput>(); }
 
 CWyLogOutput* CWyLogger::NewLogOutput(int /*iType*/, const char* pszFileName, int iMode,
                                       int iMaxSizeMB, int iMaxBackups) {
-  return MakeOutput<CWyFileOutput>(pszFileName, iMode, iMaxSizeMB, iMaxBackups);
+  return NewOutput<CWyFileOutput>(pszFileName, iMode, iMaxSizeMB, iMaxBackups);
 }
 
 CWyLogOutput* CWyLogger::NewLogOutput(int /*iType*/, CWySyncCallbackOutput::Callback pfnCallback) {
-  return MakeOutput<CWySyncCallbackOutput>(pfnCallback);
+  return NewOutput<CWySyncCallbackOutput>(pfnCallback);
 }
 
 CWyLogOutput* CWyLogger::NewLogOutput(int /*iType*/,
                                       CWySyncParameterizedCallbackOutput::Callback pfnCallback,
                                       void* pParam) {
-  return MakeOutput<CWySyncParameterizedCallbackOutput>(pfnCallback, pParam);
+  return NewOutput<CWySyncParameterizedCallbackOutput>(pfnCallback, pParam);
 }
 
 CWyLogOutput* CWyLogger::NewLogOutput(int /*iType*/, CWyAsyncCallbackOutput::Callback pfnCallback) {
-  return MakeOutput<CWyAsyncCallbackOutput>(pfnCallback);
+  return NewOutput<CWyAsyncCallbackOutput>(pfnCallback);
 }
 
 CWyLogOutput* CWyLogger::NewLogOutput(int /*iType*/,
                                       CWyAsyncParameterizedCallbackOutput::Callback pfnCallback,
                                       void* pParam) {
-  return MakeOutput<CWyAsyncParameterizedCallbackOutput>(pfnCallback, pParam);
+  return NewOutput<CWyAsyncParameterizedCallbackOutput>(pfnCallback, pParam);
 }
 
 void CWyLogger::DeleteLogOutput(CWyLogOutput* pOutput) {
   if (pOutput == nullptr) return;
   const int iType = pOutput->GetType();
-  if (0 <= iType && iType <= 5) delete pOutput;
+  if (WyOutputType::Console <= iType && iType <= WyOutputType::AsyncParameterizedCallback) {
+    delete pOutput;
+  }
 }
 
 // ---- Error log and audit log --------------------------------------------------------------------
@@ -237,8 +252,9 @@ bool CWyLogger::ShouldUseLocalTime() const {
 
 CWyLogger* theLogger() {
   if (CWyLogger* const pLogger = CWyProcessObject<CWyLogger>::Get()) return pLogger;
-  static CWyImmortal<CWyReadSections> s_lookups;
+  const CWyForkGate gate;  // a forked child must not find the construction half done
+  static CWyNeverDestroyed<CWyMessageCatalog> s_emptyCatalog;
   alignas(CWyLogger) static unsigned char s_storage[sizeof(CWyLogger)];
-  static CWyLogger* const s_pReleased = new (s_storage) CWyLogger(s_lookups.value);
+  static CWyLogger* const s_pReleased = new (s_storage) CWyLogger(s_emptyCatalog.value);
   return s_pReleased;
 }

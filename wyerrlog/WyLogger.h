@@ -5,9 +5,8 @@
 // configuration and the message components.
 
 #include <atomic>
-#include <list>
+#include <cstdint>
 #include <memory>
-#include <string>
 
 #include "wyerrlog/WyErrLogConfig.h"
 #include "wyerrlog/WyErrLogMessage.h"
@@ -17,7 +16,7 @@
 #include "wyerrlog/WyMessageId.h"
 #include "wyerrlog/WyTraceData.h"
 
-class CWyReadSections;
+class CWyMessageCatalog;
 
 // Every operation may be called by any thread. Log calls and trace decisions run side by side;
 // installing and removing outputs or configurations waits for those under way and holds up new
@@ -195,31 +194,18 @@ class WYERRLOG_API CWyLogger {
   bool ShouldUseLocalTime() const;
 
  private:
-  friend class CWyErrLogMessage;
   friend class CWyLoggerList;
   template <typename T>
   friend class CWyProcessObject;
   friend WYERRLOG_API CWyLogger* theLogger();
 
-  // A logger that stays released, in the place of one that could not be made.
-  WYERRLOG_LOCAL explicit CWyLogger(CWyReadSections& lookups);
+  // A logger that stays released, in place of one that could not be constructed.
+  WYERRLOG_LOCAL explicit CWyLogger(CWyMessageCatalog& emptyCatalog);
 
   WYERRLOG_LOCAL bool IsUsable() const { return m_bInitialized; }
   WYERRLOG_LOCAL bool IsUsedByThisThread() const;
-  WYERRLOG_LOCAL bool Prepare();
   WYERRLOG_LOCAL void RemoveEverything();
   WYERRLOG_LOCAL void End() noexcept;  // Release where nothing can be thrown
-  WYERRLOG_LOCAL void LoadComponents();
-  WYERRLOG_LOCAL CWyErrLogComponent* LoadLibraryOf(const char* pszLibName);
-  WYERRLOG_LOCAL void UnloadComponents();
-  WYERRLOG_LOCAL void ReleaseComponents();
-  WYERRLOG_LOCAL CWyErrLogComponent* FindComponent(unsigned int uId) const;
-  WYERRLOG_LOCAL bool AddComponent(CWyErrLogComponent& component);
-  WYERRLOG_LOCAL void GiveUpComponent(int iSlot);
-  WYERRLOG_LOCAL void AddComponentInfo(unsigned int uId, const char* pszName);
-  WYERRLOG_LOCAL void MakeKnownInfo();
-  WYERRLOG_LOCAL void InitDataFieldInfo();
-  WYERRLOG_LOCAL void ReleaseKnownInfo();
 
   // EnableTrace, step by step; from the second one on under the guard.
   WYERRLOG_LOCAL std::unique_ptr<CWyTraceData> NewTraceConfiguration(int iFormat,
@@ -246,7 +232,7 @@ class WYERRLOG_API CWyLogger {
   // TraceEnabled, ShouldTrace and ShouldTraceAlloc when the look without a lock left it open.
   WYERRLOG_LOCAL bool IsTracedNow(unsigned int uId);
   WYERRLOG_LOCAL bool ConfigureIfTraced(unsigned int uId, CWyTraceData& data);
-  WYERRLOG_LOCAL bool LendRecordIfTraced(unsigned int uId, CWyTraceData*& pData);
+  WYERRLOG_LOCAL bool TakeRecordIfTraced(unsigned int uId, CWyTraceData*& pData);
   WYERRLOG_LOCAL void ReleaseThreadRecords();
 
   unsigned int m_uThreadKey = 0;
@@ -256,18 +242,13 @@ class WYERRLOG_API CWyLogger {
   std::atomic<CWyLogOutput*> m_pTraceOutput{nullptr};
   std::atomic<CWyLogOutput*> m_pSecondTraceOutput{nullptr};
   CWyLogOutput* m_pAuditOutput = nullptr;
-  CWyErrLogComponent** m_ppComponents = nullptr;
-  int m_iComponentSlotCount = 0;
+  std::unique_ptr<CWyMessageCatalog> m_pCatalog;  // null if there was no memory for it
   std::atomic<bool> m_bUseLocalTime{false};
   CWyErrLogGuard m_logGuard;
   CWyErrLogGuard m_traceGuard;
   CWyErrLogGuard m_auditGuard;
-  std::string m_strAvailableComponents;
-  std::string m_strAvailableDataFields;
-  std::unique_ptr<WyTraceComponentInfo[]> m_pComponentInfo;
-  int m_iComponentInfoCount = 0;
-  std::unique_ptr<WyTraceDataFieldInfo[]> m_pDataFieldInfo;
-  int m_iDataFieldCount = 0;
+  // Unused. MayTrace is part of the hosts' code, so the two members behind stay where they are.
+  [[maybe_unused]] std::uintptr_t m_auUnused[12] = {};
   std::atomic<CWyTraceData*> m_pTraceData{nullptr};
   // By component and sub-component number: 0 undecided, 1 traced, -1 not traced.
   std::atomic<int> m_aiTraceDecision[256][256];
@@ -275,12 +256,8 @@ class WYERRLOG_API CWyLogger {
 
   // A system has a limited number of keys; a logger that got none finds its records more slowly.
   bool m_bHasThreadKey = false;
-  int m_iComponentInfoCapacity = 0;
-  std::list<std::string> m_subComponentNames;  // those that m_pComponentInfo points at
   // The highest version that a configuration of this logger has had.
   int m_iHighestVersion = 0;
-  // Open while a text of a component or one of the tables is used, which Release then waits for.
-  std::unique_ptr<CWyReadSections> m_pLookups;
   // Held by Init and Release, before any of the other guards.
   CWyErrLogGuard m_lifecycleGuard;
   // Without memory for the parts above the logger stays released for good.

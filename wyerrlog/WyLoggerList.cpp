@@ -1,9 +1,14 @@
+// The registry of named loggers. Its guard is held for writing while a logger is constructed or
+// destroyed; look-ups of the same thread in that time find the loggers that are there.
+
 #include "wyerrlog/WyLoggerList.h"
 
 #include <cstring>
 #include <string>
 
-#include "wyerrlog/WyErrLogPrivUtil.h"
+#include "wyerrlog/internal/WyLogAccess.h"
+#include "wyerrlog/internal/WyNoThrow.h"
+#include "wyerrlog/internal/WyProcessObject.h"
 
 bool CWyLoggerList::cmp_cstr::operator()(const char* pszFirst, const char* pszSecond) const {
   return strcmp(pszFirst, pszSecond) < 0;

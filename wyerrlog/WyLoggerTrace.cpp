@@ -1,5 +1,11 @@
+// Whether a component is traced, the calling thread's trace record, and the routing of trace
+// messages. Most calls end in MayTrace, two loads without a lock, at the place of the call; what
+// comes after it is not inlined there. While a configuration is being replaced MayTrace may return
+// the decision of the one before; a trace record may be missing then.
+
 #include "wyerrlog/WyLogger.h"
-#include "wyerrlog/WyThreadTraceData.h"
+#include "wyerrlog/internal/WyLogAccess.h"
+#include "wyerrlog/internal/WyTraceRecordPool.h"
 #include "wyerrlog/thread_utility.h"
 
 namespace {
@@ -10,10 +16,6 @@ enum Decision { Undecided = 0, Traced = 1, NotTraced = -1 };
 }  // namespace
 
 // ---- Decisions ----------------------------------------------------------------------------------
-
-// Most calls end in MayTrace, a look without a lock. While a configuration is being swapped it may
-// answer for the one before; a trace record may be missing then. What comes after it is not part of
-// the callers, so that these save no registers.
 
 bool CWyLogger::IsTraceOn() const {
   return m_bInitialized.load(std::memory_order_acquire) &&
@@ -66,11 +68,11 @@ bool CWyLogger::ConfigureIfTraced(unsigned int uId, CWyTraceData& data) {
 }
 
 bool CWyLogger::ShouldTraceAlloc(unsigned int uId, CWyTraceData** ppData) {
-  return MayTrace(uId) && ppData != nullptr && LendRecordIfTraced(uId, *ppData);
+  return MayTrace(uId) && ppData != nullptr && TakeRecordIfTraced(uId, *ppData);
 }
 
 // One hold from the decision to the record: the configuration cannot change in between.
-bool CWyLogger::LendRecordIfTraced(unsigned int uId, CWyTraceData*& pData) {
+bool CWyLogger::TakeRecordIfTraced(unsigned int uId, CWyTraceData*& pData) {
   if (!IsTraceOn()) return false;
   const CWyLogReader reader(m_traceGuard);
   if (!reader || !IsTraceOn() || !Decide(uId) || pData != nullptr) return false;
@@ -84,13 +86,13 @@ bool CWyLogger::LendRecordIfTraced(unsigned int uId, CWyTraceData*& pData) {
 
 CWyTraceData* CWyLogger::RecordOfThisThread() {
   auto* pEntry = m_bHasThreadKey ? static_cast<ThreadTraceData*>(WyTlsGetValue(m_uThreadKey))
-                                 : CWyThreadTracePool::Find(*this);
+                                 : CWyTraceRecordPool::Find(*this);
   if (pEntry == nullptr) {
-    pEntry = CWyThreadTracePool::Take(this, m_bHasThreadKey);
+    pEntry = CWyTraceRecordPool::Take(this, m_bHasThreadKey);
     if (pEntry == nullptr) return nullptr;
     if (m_bHasThreadKey) WyTlsSetValue(m_uThreadKey, pEntry);
     if (m_bHasThreadKey && WyTlsGetValue(m_uThreadKey) != pEntry) {  // no memory
-      CWyThreadTracePool::Free(pEntry);
+      CWyTraceRecordPool::Free(pEntry);
       return nullptr;
     }
   }
@@ -111,4 +113,14 @@ bool CWyLogger::LogTraceMsg(CWyErrLogMessage& msg) {
     if (!pOutput->Log(msg)) bAllLogged = false;
   }
   return bInstalled && bAllLogged;
+}
+
+// ---- The pool of per-thread trace records -------------------------------------------------------
+
+ThreadTraceData* GetThreadTraceData() { return CWyTraceRecordPool::Take(nullptr, true); }
+
+void DestroyAllThreadTraceData() { CWyTraceRecordPool::DestroyFreeEntries(); }
+
+void FreeThreadTraceData(void* pEntry) {
+  CWyTraceRecordPool::Free(static_cast<ThreadTraceData*>(pEntry));
 }

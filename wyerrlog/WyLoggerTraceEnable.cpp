@@ -1,19 +1,16 @@
+// Turning tracing on and off. A new configuration is read without the trace guard, so that no
+// thread is held up by the file; only the exchange happens under it.
+
 #include <algorithm>
 #include <utility>
 
-#include "wyerrlog/WyErrLogPrivUtil.h"
 #include "wyerrlog/WyLogger.h"
-#include "wyerrlog/WyOutputCall.h"
+#include "wyerrlog/internal/WyLogAccess.h"
+#include "wyerrlog/internal/WyMessageCatalog.h"
+#include "wyerrlog/internal/WyNoThrow.h"
+#include "wyerrlog/internal/WyOutputCall.h"
 
 namespace {
-
-// Modes of AssembleTraceMessage.
-enum Header { Names = 1, EqualsSigns = 3 };
-
-// Modes of file outputs.
-enum FileMode { Append = 1, RollOverAtOpen = 2, LimitedAppend = 3 };
-
-constexpr int FileOutputType = 1;
 
 bool IsEmpty(const char* pszText) { return pszText == nullptr || *pszText == '\0'; }
 
@@ -37,8 +34,8 @@ bool CWyLogger::EnableTrace(CWyLogOutput* pOutput, CWyLogOutput* pSecondOutput, 
   if (pConfiguration == nullptr) return false;
   CWyErrLogMessage header1(bUseLocalTime);
   CWyErrLogMessage header2(bUseLocalTime);
-  const bool bHeaders = pConfiguration->AssembleTraceMessage(&header1, Names) &&
-                        pConfiguration->AssembleTraceMessage(&header2, EqualsSigns);
+  const bool bHeaders = pConfiguration->AssembleTraceMessage(&header1, WyTraceLine::Names) &&
+                        pConfiguration->AssembleTraceMessage(&header2, WyTraceLine::EqualsSigns);
 
   const CWyLogWriter writer(m_traceGuard);
   if (!writer || !CanEnableTrace(pOutput, pSecondOutput, bOutputOnly)) return false;
@@ -64,7 +61,7 @@ bool CWyLogger::EnableTrace(CWyLogOutput* pOutput, CWyLogOutput* pSecondOutput, 
   return true;
 }
 
-// Reads the file without a lock of any kind: a pipe may keep it waiting without end. A release
+// Reads the file without a lock of any kind: a pipe may keep it waiting indefinitely. A release
 // waits for the copying of the tables alone.
 std::unique_ptr<CWyTraceData> CWyLogger::NewTraceConfiguration(int iFormat,
                                                                const char* pszDelimiter,
@@ -72,12 +69,12 @@ std::unique_ptr<CWyTraceData> CWyLogger::NewTraceConfiguration(int iFormat,
                                                                bool bUseLocalTime) {
   auto pConfiguration = WyNoThrow<std::unique_ptr<CWyTraceData>>(
       nullptr, [] { return std::make_unique<CWyTraceData>(); });
-  if (pConfiguration == nullptr || m_pLookups == nullptr) return nullptr;
+  if (pConfiguration == nullptr || m_pCatalog == nullptr) return nullptr;
   {
-    const CWyReadSections::Scope lookup(*m_pLookups);
-    if (!m_bInitialized ||
-        !pConfiguration->SetTables(iFormat, pszDelimiter, m_iComponentInfoCount,
-                                   m_pComponentInfo.get(), m_pDataFieldInfo.get(), bUseLocalTime)) {
+    const CWyReadSideSection::Scope lookup(m_pCatalog->ReadSide());
+    if (!pConfiguration->SetTables(iFormat, pszDelimiter, m_pCatalog->ComponentInfoCount(),
+                                   m_pCatalog->ComponentInfo(), m_pCatalog->DataFieldInfo(),
+                                   bUseLocalTime)) {
       return nullptr;
     }
   }
@@ -156,17 +153,18 @@ bool WyInitLogger(bool bAppend, bool bUseLocalTime, int iMaxSizeMB, int iFormat,
   if (IsEmpty(pszConfigFile) || IsEmpty(pszTraceFile)) return false;
   CWyLogger& logger = *theLogger();
   logger.UseLocalTime(bUseLocalTime);
-  const int iMode = iMaxSizeMB > 0 ? LimitedAppend : bAppend ? Append : RollOverAtOpen;
-  if (iMode == LimitedAppend && !bAppend) {
+  int iMode = bAppend ? WyFileMode::Append : WyFileMode::RollAtOpen;
+  if (iMaxSizeMB > 0) iMode = WyFileMode::AppendRollBySize;
+  if (iMaxSizeMB > 0 && !bAppend) {
     // An existing file is rolled over by opening it once.
-    CWyLogOutput* const pOnce =
-        logger.NewLogOutput(FileOutputType, pszTraceFile, RollOverAtOpen, iMaxSizeMB, iBackups);
+    CWyLogOutput* const pOnce = logger.NewLogOutput(WyOutputType::File, pszTraceFile,
+                                                    WyFileMode::RollAtOpen, iMaxSizeMB, iBackups);
     if (pOnce == nullptr) return false;
     pOnce->Open();
     logger.DeleteLogOutput(pOnce);
   }
   CWyLogOutput* const pOutput =
-      logger.NewLogOutput(FileOutputType, pszTraceFile, iMode, iMaxSizeMB, iBackups);
+      logger.NewLogOutput(WyOutputType::File, pszTraceFile, iMode, iMaxSizeMB, iBackups);
   if (pOutput == nullptr) return false;
   const char* const pszSeparator = IsEmpty(pszDelimiter) ? nullptr : pszDelimiter;
   if (logger.EnableTrace(pOutput, iFormat, pszSeparator, pszConfigFile, bUseLocalTime, false,

@@ -18,9 +18,16 @@
 //
 // All of it is constant expressions: any thread, any time, no state.
 
-// How grave a message is: bits 14 and 15. In lines of the error log these are "INVALID MESSAGE
+// The severity of a message: bits 14 and 15. In lines of the error log these are "INVALID MESSAGE
 // TYPE", "INFO", "WARNING" and "ERROR".
-enum class WySeverity : unsigned int { Invalid, Information, Warning, Error };
+namespace WySeverity {
+enum Number : unsigned int {
+  Invalid = 0,
+  Information = 1,
+  Warning = 2,
+  Error = 3,
+};
+}  // namespace WySeverity
 
 // A component by its number, 1 to 255, or its sub-component of that number.
 constexpr unsigned int WyComponentId(unsigned int uComponent, unsigned int uSubComponent = 0) {
@@ -28,7 +35,7 @@ constexpr unsigned int WyComponentId(unsigned int uComponent, unsigned int uSubC
 }
 
 // A message of the component with the identifier `uComponentId`, by its number, 1 to 16383.
-constexpr unsigned int WyMessageId(unsigned int uComponentId, WySeverity severity,
+constexpr unsigned int WyMessageId(unsigned int uComponentId, WySeverity::Number severity,
                                    unsigned int uNumber) {
   return uComponentId | (static_cast<unsigned int>(severity) << 14) | uNumber;
 }
@@ -40,8 +47,8 @@ constexpr unsigned int WyComponentNumber(unsigned int uId) { return uId >> 24; }
 constexpr unsigned int WySubComponentNumber(unsigned int uId) { return (uId >> 16) & 0xFF; }
 
 // The severity of a message.
-constexpr WySeverity WyMessageSeverity(unsigned int uMessageId) {
-  return static_cast<WySeverity>((uMessageId >> 14) & 3);
+constexpr WySeverity::Number WyMessageSeverity(unsigned int uMessageId) {
+  return static_cast<WySeverity::Number>((uMessageId >> 14) & 3);
 }
 
 // The number of a message within its component, 1 to 16383.

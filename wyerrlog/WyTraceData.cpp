@@ -9,8 +9,8 @@
 #include <new>
 
 #include "wyerrlog/WyErrLogPort.h"
-#include "wyerrlog/WyErrLogTimeText.h"
-#include "wyerrlog/WyThreadStamp.h"
+#include "wyerrlog/internal/WyThreadStamp.h"
+#include "wyerrlog/internal/WyTimeText.h"
 
 namespace {
 

@@ -40,6 +40,17 @@ struct WyTraceDataFieldInfo {
   char szValue[1024];      // texts of up to 1023 bytes
 };
 
+// The lines that CWyTraceData::AssembleTraceMessage writes: a record, or a line of the header above
+// the records.
+namespace WyTraceLine {
+enum Number : int {
+  Values = 0,  // of the fields
+  Names = 1,   // of the fields
+  Dashes = 2,  // as long as the names or, in the layout FixedWidth, the columns
+  EqualsSigns = 3,
+};
+}  // namespace WyTraceLine
+
 // One trace call, when the logger has said that its component is traced:
 //
 //   CWyTraceData* pData = nullptr;
@@ -135,8 +146,8 @@ class WYERRLOG_API CWyTraceData {
 
   // ---- The record -------------------------------------------------------------------------------
 
-  // Writes a line of the selected fields into the message: mode 0 the values, 1 the names, 2
-  // dashes, any other equals signs. Layout 3 has mode 0 alone: false for the others.
+  // Writes a line of the selected fields into the message; `iMode` is a WyTraceLine. The layout Xml
+  // has Values alone: returns false for the others.
   bool AssembleTraceMessage(CWyErrLogMessage* pMsg, int iMode);
   bool Format();  // assembles the values into the record's own message
   bool Log();     // hands that message to the logger; its answer

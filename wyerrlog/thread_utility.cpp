@@ -1,3 +1,5 @@
+// Thin covers of the POSIX calls that leave errno alone.
+
 #include "wyerrlog/thread_utility.h"
 
 #include <pthread.h>

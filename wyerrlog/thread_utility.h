@@ -3,7 +3,7 @@
 
 // Thread ids and thread-specific keys, as unsigned numbers.
 
-// Sets the id variable to 0: no thread.
+// Sets the id variable to 0: no thread. For hosts; the library itself keeps no such variable.
 void initializeThreadId(unsigned long* pId);
 
 // The id of the thread with the given POSIX handle: the handle itself, unchanged.
@@ -12,8 +12,8 @@ unsigned long getThreadId(unsigned long threadHandle);
 // Sets the key variable to 0: no key.
 void initializeThreadKey(unsigned int* pKey);
 
-// pthread_getspecific and pthread_setspecific for callers in the middle of somebody else's work:
-// the calling thread's errno is as it was before.
+// As pthread_getspecific(3) and pthread_setspecific(3), without changing the calling thread's
+// errno, which the host may be about to read.
 void* WyTlsGetValue(unsigned int uKey);
 void WyTlsSetValue(unsigned int uKey, void* pValue);
 

@@ -11,8 +11,8 @@ namespace {
 using bench::Check;
 
 CWyLogOutput* NewFile(const Workload& workload) {
-  constexpr int FileOutput = 1, MaxBackups = 5;
-  return theLogger()->NewLogOutput(FileOutput, workload.strPath.c_str(),
+  constexpr int MaxBackups = 5;
+  return theLogger()->NewLogOutput(WyOutputType::File, workload.strPath.c_str(),
                                    static_cast<int>(workload.fileKind), SizeLimit, MaxBackups);
 }
 

@@ -9,7 +9,7 @@ namespace {
 
 constexpr int MaxSize = 2000, MaxBackups = 5;
 
-// Modes 1, 3 and 4.
+// The argument is a WyFileMode.
 void Write(benchmark::State& state) {
   const TempDirectory directory;
   CWyFileOutput output;
@@ -21,14 +21,20 @@ void Write(benchmark::State& state) {
   for (auto _ : state) benchmark::DoNotOptimize(output.Log(strLine.c_str()));
   output.Close();
 }
-BENCHMARK(Write)->Arg(1)->Arg(3)->Arg(4)->ArgName("mode")->Iterations(200'000);
+BENCHMARK(Write)
+    ->Arg(WyFileMode::Append)
+    ->Arg(WyFileMode::AppendRollBySize)
+    ->Arg(WyFileMode::RollAtOpenAndBySize)
+    ->ArgName("mode")
+    ->Iterations(200'000);
 
 void Rollover(benchmark::State& state) {
   const TempDirectory directory;
   CWyFileOutput output;
-  bench::Check(
-      output.SetParams(directory.Path("a.log").c_str(), 3, MaxSize, MaxBackups) && output.Open(),
-      "no file");
+  bench::Check(output.SetParams(directory.Path("a.log").c_str(), WyFileMode::AppendRollBySize,
+                                MaxSize, MaxBackups) &&
+                   output.Open(),
+               "no file");
   for (auto _ : state) bench::Check(output.Rollover(), "no rollover");
   output.Close();
 }

@@ -28,8 +28,7 @@ inline constexpr const char* SevenFieldsOfNobody =
 // A log that goes nowhere, for what the parts cost without the system.
 inline void Discard(const char*, int) {}
 inline CWyLogOutput* NewDiscardingOutput() {
-  constexpr int CallbackOutput = 2;
-  return theLogger()->NewLogOutput(CallbackOutput, Discard);
+  return theLogger()->NewLogOutput(WyOutputType::SyncCallback, Discard);
 }
 
 inline void Check(bool bDone, const char* pszWhat) {

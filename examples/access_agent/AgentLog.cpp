@@ -61,10 +61,10 @@ bool AgentLog::OpenLogs(const Tenant& tenant) const {
 }
 
 CWyLogOutput* AgentLog::NewFileOutput(const Tenant& tenant, const char* pszName) const {
-  constexpr int FileOutput = 1, Append = 1, AppendAndRollOver = 3;
-  const int iMode = m_options.iMaxSizeMB > 0 ? AppendAndRollOver : Append;
-  return tenant.pLogger->NewLogOutput(FileOutput, (tenant.strDirectory + "/" + pszName).c_str(),
-                                      iMode, m_options.iMaxSizeMB, m_options.iMaxBackups);
+  const int iMode = m_options.iMaxSizeMB > 0 ? WyFileMode::AppendRollBySize : WyFileMode::Append;
+  return tenant.pLogger->NewLogOutput(WyOutputType::File,
+                                      (tenant.strDirectory + "/" + pszName).c_str(), iMode,
+                                      m_options.iMaxSizeMB, m_options.iMaxBackups);
 }
 
 std::string AgentLog::TenantOf(const std::string& strHost) const {
@@ -82,11 +82,11 @@ bool AgentLog::TurnTracingOn() const {
 }
 
 bool AgentLog::TurnTracingOn(const Tenant& tenant) const {
-  constexpr int ConsoleOutput = 0;
   CWyLogger& logger = *tenant.pLogger;
   const std::string& strConfig = m_options.strTraceConfig;
   CWyLogOutput* pFile = NewFileOutput(tenant, "trace.log");
-  CWyLogOutput* pConsole = m_options.bTraceToConsole ? logger.NewLogOutput(ConsoleOutput) : nullptr;
+  CWyLogOutput* pConsole =
+      m_options.bTraceToConsole ? logger.NewLogOutput(WyOutputType::Console) : nullptr;
   const bool bOn = logger.EnableTrace(pFile, pConsole, m_options.iTraceLayout,
                                       m_options.strTraceDelimiter.c_str(), strConfig.c_str(),
                                       logger.ShouldUseLocalTime(), false, false);

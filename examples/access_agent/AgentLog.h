@@ -22,7 +22,7 @@ struct AgentLogOptions {
   int iMaxSizeMB = 0;             // a log is rolled over before it reaches this size; 0: never
   int iMaxBackups = 0;            // of each log; 0: all are kept
   std::string strTraceConfig;
-  int iTraceLayout = 0;  // 0 brackets, 1 columns, 2 delimited, 3 XML
+  int iTraceLayout = WyTraceLayout::Brackets;
   std::string strTraceDelimiter = ",";
   bool bTraceToConsole = false;  // to the terminal as well
 };

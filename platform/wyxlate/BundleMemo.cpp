@@ -27,7 +27,7 @@ class CWyBundleMemo::ThreadEnd {
     static const ThreadEnd s_end;
     return s_end;
   }
-  static const ThreadEnd& s_madeAtLoad;
+  static const ThreadEnd& s_constructedAtLoad;
 
   static void Forget(void* pMemo) {
     CWyBundleMemo& memo = *static_cast<CWyBundleMemo*>(pMemo);
@@ -41,9 +41,9 @@ class CWyBundleMemo::ThreadEnd {
   bool m_bHasKey;
 };
 
-// Made when the library is loaded: a child that is forked while another thread makes it would wait
-// for that thread forever.
-const CWyBundleMemo::ThreadEnd& CWyBundleMemo::ThreadEnd::s_madeAtLoad = Get();
+// Constructed when the library is loaded: a child that is forked while another thread constructs it
+// would wait for that thread forever.
+const CWyBundleMemo::ThreadEnd& CWyBundleMemo::ThreadEnd::s_constructedAtLoad = Get();
 
 CWyBundleMemo& CWyBundleMemo::OfThisThread() { return t_memo; }
 

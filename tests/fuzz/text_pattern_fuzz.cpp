@@ -10,7 +10,7 @@
 #include <string_view>
 
 #include "fuzz/FuzzInput.h"
-#include "wyerrlog/WyTextPattern.h"
+#include "wyerrlog/internal/WyTextPattern.h"
 
 namespace {
 

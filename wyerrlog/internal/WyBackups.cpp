@@ -1,0 +1,86 @@
+// Backups are looked for in the directory each time: other processes and administrators add and
+// delete them too.
+
+#include "wyerrlog/internal/WyBackups.h"
+
+#include <dirent.h>
+#include <wyi18n/wyi18n.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <iterator>
+#include <memory>
+
+namespace {
+
+constexpr int MaxAttempts = 10000;
+
+struct DirectoryCloser {
+  void operator()(DIR* pDirectory) const { closedir(pDirectory); }
+};
+
+using DirectoryPtr = std::unique_ptr<DIR, DirectoryCloser>;
+
+DirectoryPtr OpenDirectory(const std::string& strPath) {
+  DIR* pDirectory;
+  do {
+    pDirectory = opendir(strPath.c_str());
+  } while (pDirectory == nullptr && errno == EINTR);
+  return DirectoryPtr(pDirectory);
+}
+
+}  // namespace
+
+bool CWyBackups::Read() {
+  const DirectoryPtr pDirectory = OpenDirectory(m_strDirectory);
+  if (!pDirectory) return false;
+  while (const dirent* pEntry = readdir(pDirectory.get())) {
+    if (m_naming.Matches(pEntry->d_name)) m_names.emplace_back(pEntry->d_name);
+  }
+  return true;
+}
+
+bool CWyBackups::DeleteAllBut(size_t uCount) {
+  if (m_names.size() <= uCount) return true;
+  const auto firstKept = std::prev(m_names.end(), static_cast<std::ptrdiff_t>(uCount));
+  std::partial_sort(m_names.begin(), firstKept, m_names.end(),
+                    [this](const std::string& strFirst, const std::string& strSecond) {
+                      return m_naming.IsOlder(strFirst, strSecond);
+                    });
+  for (auto surplus = m_names.begin(); surplus != firstKept; ++surplus) {
+    if (WyUnlink(Path(*surplus).c_str()) != 0) return false;
+  }
+  m_names.erase(m_names.begin(), firstKept);
+  return true;
+}
+
+// Each turn that goes on has met one more existing name; nobody makes so many in a moment.
+CWyBackups::Move CWyBackups::Add(const char* pszLogFile, const std::string& strStamp) const {
+  std::string strNumber = FirstFreeNumber(strStamp);
+  for (int i = 0; i < MaxAttempts; ++i, strNumber = CWyBackupName::NextNumber(strNumber)) {
+    const std::string strBackup = Path(m_naming.Make(strStamp, strNumber));
+    if (WyAccess(strBackup.c_str(), F_OK) == 0) continue;
+    if (errno != ENOENT) return Move::Failed;
+    if (WyRename(pszLogFile, strBackup.c_str()) == 0) return Move::Done;
+    if (errno == EACCES && strNumber.empty()) return Move::Refused;
+    if (errno != EEXIST) return Move::Failed;
+  }
+  return Move::Failed;
+}
+
+std::string CWyBackups::Path(std::string_view strName) const {
+  return std::string(m_strDirectory).append("/").append(strName);
+}
+
+// Above all numbers of the same second, also where a lower one has become free: the highest number
+// is the newest backup.
+std::string CWyBackups::FirstFreeNumber(const std::string& strStamp) const {
+  bool bFirst = true;
+  std::string_view strHighest;
+  for (const std::string& strName : m_names) {
+    if (m_naming.Stamp(strName) != strStamp) continue;
+    bFirst = false;
+    strHighest = std::max(strHighest, m_naming.Number(strName), CWyBackupName::IsLower);
+  }
+  return bFirst ? std::string() : CWyBackupName::NextNumber(strHighest);
+}

@@ -1,0 +1,159 @@
+// A fork copies the memory as it is at that moment, and only the thread that forks. Three steps
+// make the copy usable:
+//
+//   before   waits until no other thread is inside a gate, a registered mutex or a conversion of a
+//            time; none can enter one until the fork is over;
+//   after    both processes leave all of them;
+//   child    registered objects forget the threads that do not exist there.
+//
+// Readers of a guard are not waited for: they change nothing that a guard protects, and they may be
+// inside a callback of the host for as long as it likes. Nor are writers inside a host's Open or
+// Close (CWyForkGate::Outside), nor other threads that fork.
+
+#include "wyerrlog/internal/WyForkHandling.h"
+
+#include <sched.h>
+#include <unistd.h>
+
+#include <atomic>
+
+#include "wyerrlog/internal/WyNeverDestroyed.h"
+
+namespace {
+
+// ---- The registered objects ---------------------------------------------------------------------
+
+// A ring through the registered objects and this list itself.
+template <typename T>
+class CWyForkList {
+ public:
+  void Add(T& object) {
+    CWyForkLink& link = object;
+    if (link.m_pNext != nullptr) return;
+    link.m_pNext = &m_ends;
+    link.m_pPrevious = m_ends.m_pPrevious;
+    m_ends.m_pPrevious->m_pNext = &link;
+    m_ends.m_pPrevious = &link;
+  }
+
+  void Remove(T& object) {
+    CWyForkLink& link = object;
+    if (link.m_pNext == nullptr) return;
+    link.m_pNext->m_pPrevious = link.m_pPrevious;
+    link.m_pPrevious->m_pNext = link.m_pNext;
+    link.m_pNext = link.m_pPrevious = nullptr;
+  }
+
+  template <typename Step>
+  void ForEach(Step step) {
+    for (CWyForkLink* p = m_ends.m_pNext; p != &m_ends; p = p->m_pNext) step(static_cast<T&>(*p));
+  }
+
+ private:
+  CWyForkLink m_ends{&m_ends, &m_ends};
+};
+
+constinit CWyNeverDestroyed<CWyMutex> s_listMutex;
+constinit CWyNeverDestroyed<CWyForkList<CWyForkMutex>> s_mutexes;
+constinit CWyNeverDestroyed<CWyForkList<CWyForkReset>> s_resets;
+
+template <typename T>
+void Insert(CWyForkList<T>& list, T& object) {
+  const CWyMutexLock lock(s_listMutex.value);
+  list.Add(object);
+}
+
+template <typename T>
+void Erase(CWyForkList<T>& list, T& object) {
+  const CWyMutexLock lock(s_listMutex.value);
+  list.Remove(object);
+}
+
+constinit CWyNeverDestroyed<CWyMutex> s_timeConversion;
+constinit std::atomic<int> s_iPid{0};
+
+// ---- The gate -----------------------------------------------------------------------------------
+
+constinit CWyNeverDestroyed<CWyMutex> s_gate;
+// How often all threads have entered, and those among them that are about to fork.
+constinit int s_iEntered WYERRLOG_GUARDED_BY(s_gate.value) = 0;
+constinit int s_iForking WYERRLOG_GUARDED_BY(s_gate.value) = 0;
+thread_local int t_iEntered = 0;  // the calling thread
+
+// Leaves s_gate locked. Between two looks other threads may come and go: one that is inside may be
+// waiting for one that has yet to enter. Threads that are inside and fork too (in a component that
+// is being loaded, for instance) would wait for this one in turn, so they are not waited for.
+void CloseGate() WYERRLOG_ACQUIRE(s_gate.value) {
+  s_gate.value.lock();
+  s_iForking += t_iEntered;
+  while (s_iEntered != s_iForking) {
+    s_gate.value.unlock();
+    sched_yield();
+    s_gate.value.lock();
+  }
+}
+
+// ---- The handlers -------------------------------------------------------------------------------
+
+// The locks taken before the fork are released after it, in another function: the analysis of
+// thread safety looks at one function at a time.
+
+void BeforeFork() WYERRLOG_NO_THREAD_SAFETY_ANALYSIS {
+  CloseGate();
+  s_listMutex.value.lock();
+  s_mutexes.value.ForEach([](CWyForkMutex& mutex)
+                              WYERRLOG_NO_THREAD_SAFETY_ANALYSIS { mutex.lock(); });
+  s_timeConversion.value.lock();
+}
+
+void AfterFork() WYERRLOG_NO_THREAD_SAFETY_ANALYSIS {
+  s_timeConversion.value.unlock();
+  s_mutexes.value.ForEach([](CWyForkMutex& mutex)
+                              WYERRLOG_NO_THREAD_SAFETY_ANALYSIS { mutex.unlock(); });
+  s_listMutex.value.unlock();
+  s_iForking -= t_iEntered;
+  s_gate.value.unlock();
+}
+
+void AfterForkInChild() WYERRLOG_NO_THREAD_SAFETY_ANALYSIS {
+  s_iPid.store(getpid(), std::memory_order_relaxed);
+  s_resets.value.ForEach([](CWyForkReset& object) { object.ResetInForkedChild(); });
+  s_iEntered = s_iForking = t_iEntered;
+  AfterFork();
+}
+
+// Installed when the library is loaded, so that no fork can come before.
+[[maybe_unused]] const int s_iInstalled = pthread_atfork(BeforeFork, AfterFork, AfterForkInChild);
+
+}  // namespace
+
+void CWyForkRegistry::Add(CWyForkMutex& mutex) { Insert(s_mutexes.value, mutex); }
+void CWyForkRegistry::Remove(CWyForkMutex& mutex) { Erase(s_mutexes.value, mutex); }
+
+void CWyForkRegistry::Add(CWyForkReset& object) { Insert(s_resets.value, object); }
+void CWyForkRegistry::Remove(CWyForkReset& object) { Erase(s_resets.value, object); }
+
+void CWyForkGate::Move(int iEntered) {
+  const CWyMutexLock lock(s_gate.value);
+  s_iEntered += iEntered;
+  t_iEntered += iEntered;
+}
+
+void CWyForkGate::Enter() { Move(1); }
+
+void CWyForkGate::Leave() { Move(-1); }
+
+CWyForkGate::Outside::Outside() : m_iEntered(t_iEntered) { Move(-m_iEntered); }
+
+CWyForkGate::Outside::~Outside() { Move(m_iEntered); }
+
+CWyMutex& WyTimeConversionMutex() { return s_timeConversion.value; }
+
+int WyProcessId() {
+  int iPid = s_iPid.load(std::memory_order_relaxed);
+  if (iPid == 0) {
+    iPid = getpid();
+    s_iPid.store(iPid, std::memory_order_relaxed);
+  }
+  return iPid;
+}

@@ -1,0 +1,102 @@
+#ifndef WYERRLOG_INTERNAL_WYMESSAGECATALOG_H
+#define WYERRLOG_INTERNAL_WYMESSAGECATALOG_H
+
+// The message components of one logger: which text key an identifier has, and what a trace
+// configuration can select.
+
+#include <atomic>
+#include <list>
+#include <memory>
+#include <string>
+
+#include "wyerrlog/WyTraceData.h"
+#include "wyerrlog/internal/WyReadSideSection.h"
+
+class CWyErrLogComponent;
+
+// A logger owns its catalog, fills it when it is initialised and empties it when it is released.
+// Messages ask the catalog of the process logger, without going through the logger.
+//
+// Look-ups take no lock. A caller that goes on using a text that it has looked up stays inside
+// ReadSide() meanwhile: Close waits for it, then gives the components up. The operations that
+// change the catalog are called by one thread at a time, under the logger's guards.
+class CWyMessageCatalog {
+ public:
+  CWyMessageCatalog() = default;
+  ~CWyMessageCatalog();
+  CWyMessageCatalog(const CWyMessageCatalog&) = delete;
+  CWyMessageCatalog& operator=(const CWyMessageCatalog&) = delete;
+
+  // ---- Filling and emptying ---------------------------------------------------------------------
+
+  // Creates the built-in component, with `bLibraries` loads the known component libraries that
+  // there are, and builds the lists. Returns false, with nothing loaded, if memory allocation
+  // fails. Look-ups find nothing until Open.
+  bool Load(bool bLibraries);
+  bool HasLibraries() const;
+  void Open() { m_bOpen = true; }
+
+  // Turns look-ups away, waits for those under way, and gives the components up; with
+  // `bUnloadLibraries` closes their libraries (dlclose). The lists stay until ClearLists.
+  void Close(bool bUnloadLibraries);
+
+  // Builds the lists below afresh from the components. Returns false if memory allocation fails.
+  bool BuildLists();
+  void ClearLists();
+
+  // ---- Look-ups ---------------------------------------------------------------------------------
+
+  CWyReadSideSection& ReadSide() const { return m_readSide; }
+
+  // The message key (or printf pattern) of an identifier, and the name of its component's bundle;
+  // null if there is no such component or message.
+  const char* FetchMsg(unsigned int uId) const;
+  const char* GetMsgBundle(unsigned int uId) const;
+
+  // The two lists as texts (see CWyLogger::GetAvailableComponents); empty once they are cleared.
+  const std::string& AvailableComponents() const { return m_strAvailableComponents; }
+  const std::string& AvailableDataFields() const { return m_strAvailableDataFields; }
+
+  // The same as tables, which a trace configuration copies. Call them inside
+  // ReadSide(); null unless open.
+  const WyTraceComponentInfo* ComponentInfo() const;
+  int ComponentInfoCount() const { return m_iComponentInfoCount; }
+  const WyTraceDataFieldInfo* DataFieldInfo() const { return m_pDataFieldInfo.get(); }
+
+  // ---- The catalog of the process logger --------------------------------------------------------
+
+  // Null until the process logger has been constructed; from then on always the same.
+  static const CWyMessageCatalog* OfProcess() {
+    return s_pOfProcess.load(std::memory_order_acquire);
+  }
+  void BecomeThatOfProcess() { s_pOfProcess.store(this, std::memory_order_release); }
+
+ private:
+  void LoadComponents(bool bLibraries);
+  void ReleaseComponents();
+  CWyErrLogComponent* FindComponent(unsigned int uId) const;
+
+  void BuildComponentList();
+  bool AddComponent(CWyErrLogComponent& component);
+  void GiveUpComponent(CWyErrLogComponent*& pSlot);
+  void AddComponentInfo(unsigned int uId, const char* pszName);
+  void BuildDataFieldList();
+
+  static std::atomic<const CWyMessageCatalog*> s_pOfProcess;
+
+  // Slot n - 1 has the component of number n, or null. Slot 0 has the built-in component, owned.
+  std::unique_ptr<CWyErrLogComponent*[]> m_ppComponents;
+  int m_iSlotCount = 0;
+  std::atomic<bool> m_bOpen{false};
+  mutable CWyReadSideSection m_readSide;
+
+  std::string m_strAvailableComponents;
+  std::string m_strAvailableDataFields;
+  std::unique_ptr<WyTraceComponentInfo[]> m_pComponentInfo;
+  int m_iComponentInfoCount = 0;
+  int m_iComponentInfoCapacity = 0;
+  std::list<std::string> m_subComponentNames;  // those that m_pComponentInfo points at
+  std::unique_ptr<WyTraceDataFieldInfo[]> m_pDataFieldInfo;
+};
+
+#endif

@@ -1,0 +1,18 @@
+#ifndef WYERRLOG_INTERNAL_WYNEVERDESTROYED_H
+#define WYERRLOG_INTERNAL_WYNEVERDESTROYED_H
+
+// Static objects that outlive the process's exit handlers.
+
+// Holds an object whose destructor never runs. Threads that outlive main, and destructors of other
+// static objects, may still use it.
+//
+//   constinit CWyNeverDestroyed<CWyMutex> s_mutex;
+//   const CWyMutexLock lock(s_mutex.value);
+template <typename T>
+union CWyNeverDestroyed {
+  T value;
+  constexpr CWyNeverDestroyed() : value() {}
+  ~CWyNeverDestroyed() {}
+};
+
+#endif

@@ -1,0 +1,73 @@
+#ifndef WYERRLOG_INTERNAL_WYPROCESSOBJECT_H
+#define WYERRLOG_INTERNAL_WYPROCESSOBJECT_H
+
+// The process-wide objects that must work whenever a thread calls: the process logger and the
+// registry of named loggers.
+
+#include <atomic>
+#include <new>
+
+#include "wyerrlog/internal/WyForkHandling.h"
+#include "wyerrlog/internal/WyNoThrow.h"
+
+// The one object of class T in this process. It is constructed by the first call of Get, ended at
+// process exit (T::End releases what it holds), and never destroyed: threads that outlive main may
+// still call it. Requires: T::IsUsable says whether memory sufficed to construct it; both
+// operations may be private, with this class as a friend.
+template <typename T>
+class CWyProcessObject {
+ public:
+  // Returns null if memory allocation fails; the next call tries again. Thread-safe.
+  static T* Get() {
+    if (T* pObject = s_pConstructed.load(std::memory_order_acquire)) return pObject;
+    // The construction may call in again (from a plug-in's constructor): it gets the object as far
+    // as that is.
+    if (s_bConstructing) return Storage();
+    const CWyForkGate gate;  // a forked child must not find the construction half done
+    return WyNoThrow<T*>(nullptr, [] {
+      static const CWyProcessObject s_object;  // a construction that threw is tried again
+      return Storage();
+    });
+  }
+
+  // Ends the object for good if it has been constructed. For the library's own exit handlers, which
+  // call it when the components that it uses are about to be destroyed.
+  static void End() {
+    if (s_pConstructed.load() == nullptr) return;
+    s_bEnded.store(true);
+    Storage()->End();
+  }
+  static bool HasEnded() { return s_bEnded.load(); }
+
+  // Whether the object is this one, which may be under construction.
+  static bool Is(const T* pObject) { return pObject == Storage(); }
+
+  CWyProcessObject(const CWyProcessObject&) = delete;
+  CWyProcessObject& operator=(const CWyProcessObject&) = delete;
+
+ private:
+  CWyProcessObject() {
+    const Constructing constructing;
+    T* const pObject = new (s_storage) T;
+    if (!pObject->IsUsable()) {
+      pObject->~T();
+      throw std::bad_alloc();
+    }
+    s_pConstructed.store(pObject, std::memory_order_release);
+  }
+  ~CWyProcessObject() { End(); }
+
+  struct Constructing {
+    Constructing() { s_bConstructing = true; }
+    ~Constructing() { s_bConstructing = false; }
+  };
+
+  static T* Storage() { return std::launder(reinterpret_cast<T*>(s_storage)); }
+
+  static inline constinit std::atomic<T*> s_pConstructed{nullptr};
+  static inline constinit std::atomic<bool> s_bEnded{false};
+  static inline constinit thread_local bool s_bConstructing = false;  // the calling thread is
+  alignas(T) static inline unsigned char s_storage[sizeof(T)];
+};
+
+#endif

@@ -1,0 +1,118 @@
+#ifndef WYERRLOG_INTERNAL_WYTEXTBUFFER_H
+#define WYERRLOG_INTERNAL_WYTEXTBUFFER_H
+
+// The growing text of a message.
+//
+// A record is put together from some ten pieces. A piece costs a comparison and a copy here,
+// without a call but the copy's, which is the greater part of what a std::string would take. And
+// nothing here throws: a text that memory was lacking for is marked and takes nothing more until it
+// is cleared.
+
+#include <cstring>
+#include <memory>
+#include <string_view>
+
+class CWyTextBuffer {
+ public:
+  // A text of no memory, which never gets any, when `bUsable` is false.
+  constexpr explicit CWyTextBuffer(bool bUsable) : m_bUsable(bUsable), m_bIncomplete(!bUsable) {}
+
+  const char* c_str() const { return m_pText != nullptr ? m_pText.get() : ""; }
+  std::size_t size() const { return m_uSize; }
+  std::size_t capacity() const { return m_uCapacity; }
+
+  bool IsUsable() const { return m_bUsable; }
+
+  // A piece is missing: there was no memory for it.
+  bool IsIncomplete() const { return m_bIncomplete; }
+
+  // To be called when a piece was lost before it came here.
+  void SetIncomplete() { m_bIncomplete = true; }
+
+  // Empties the text and keeps its memory.
+  void Clear() {
+    m_uSize = 0;
+    if (m_pText != nullptr) m_pText[0] = '\0';
+    m_bIncomplete = !m_bUsable;
+  }
+
+  // Empties the text and gives its memory up.
+  void Free() {
+    m_pText.reset();
+    m_uCapacity = 0;
+    Clear();
+  }
+
+  // Appends the pieces, texts and characters. They may lie within this very text.
+  template <typename... Pieces>
+  void Append(const Pieces&... pieces) {
+    const std::size_t uSize = (SizeOf(pieces) + ...);
+    if (HasRoom(uSize)) {
+      CopyAll(pieces...);
+    } else {
+      AppendAndGrow(uSize, pieces...);
+    }
+  }
+  // Appends `uGap` blanks and the piece, filled up with blanks to `uWidth` bytes, which it does not
+  // exceed.
+  void AppendColumn(std::size_t uGap, std::string_view piece, std::size_t uWidth) {
+    std::unique_ptr<char[]> pPrevious;
+    if (!HasRoom(uGap + uWidth) && !Grow(uGap + uWidth, pPrevious)) return;
+    char* const pColumn = m_pText.get() + m_uSize;
+    std::memset(pColumn, ' ', uGap + uWidth);
+    std::memcpy(pColumn + uGap, piece.data(), piece.size());
+    AppendedUpTo(pColumn + uGap + uWidth);
+  }
+
+  // Replaces the text by the piece, which may lie within it.
+  void Assign(std::string_view piece);
+
+  // Where `uSize` bytes may be written behind the text, which AppendedUpTo then makes part of it;
+  // null without memory for them.
+  char* Room(std::size_t uSize) {
+    std::unique_ptr<char[]> pPrevious;
+    return HasRoom(uSize) || Grow(uSize, pPrevious) ? m_pText.get() + m_uSize : nullptr;
+  }
+  void AppendedUpTo(char* pEnd) {
+    *pEnd = '\0';
+    m_uSize = static_cast<std::size_t>(pEnd - m_pText.get());
+  }
+
+ private:
+  static std::size_t SizeOf(char) { return 1; }
+  static std::size_t SizeOf(std::string_view piece) { return piece.size(); }
+  static char* Copy(char piece, char* pTo) {
+    *pTo = piece;
+    return pTo + 1;
+  }
+  static char* Copy(std::string_view piece, char* pTo) {
+    std::memcpy(pTo, piece.data(), piece.size());
+    return pTo + piece.size();
+  }
+
+  // Not in an incomplete text.
+  bool HasRoom(std::size_t uSize) const { return m_uCapacity - m_uSize > uSize && !m_bIncomplete; }
+  template <typename... Pieces>
+  void CopyAll(const Pieces&... pieces) {
+    char* pEnd = m_pText.get() + m_uSize;
+    ((pEnd = Copy(pieces, pEnd)), ...);
+    AppendedUpTo(pEnd);
+  }
+
+  template <typename... Pieces>
+  [[gnu::noinline]] void AppendAndGrow(std::size_t uSize, Pieces... pieces) {
+    std::unique_ptr<char[]> pPrevious;
+    if (Grow(uSize, pPrevious)) CopyAll(pieces...);
+  }
+
+  // Makes room for `uSize` bytes more; `pPrevious` gets the memory that the text was in.
+  bool Grow(std::size_t uSize, std::unique_ptr<char[]>& pPrevious);
+
+  std::unique_ptr<char[]> m_pText;  // m_uCapacity bytes, one of them for the terminator
+  std::size_t m_uSize = 0;
+  std::size_t m_uCapacity = 0;
+  const bool m_bUsable;
+  bool m_bIncomplete;
+};
+
+#endif

@@ -1,0 +1,77 @@
+// The texts are written one behind the other into the prolog's buffer, and again only when a part
+// of them has changed: the ids in a forked child, the time each second.
+
+#include "wyerrlog/internal/WyThreadStamp.h"
+
+#include <pthread.h>
+#include <sys/time.h>
+
+#include <cstdio>
+#include <cstring>
+
+#include "wyerrlog/internal/WyForkHandling.h"
+#include "wyerrlog/internal/WyTimeConversion.h"
+#include "wyerrlog/internal/WyTimeText.h"
+#include "wyerrlog/thread_utility.h"
+
+namespace {
+
+constinit thread_local CWyThreadStamp t_stamp;
+
+}  // namespace
+
+// Not inlined: the compiler would find the thread's object anew at each use, which is a call.
+[[gnu::noinline]] CWyThreadStamp& CWyThreadStamp::OfThisThread() { return t_stamp; }
+
+bool CWyThreadStamp::HasIdsOfThisProcess() const { return m_iPid == WyProcessId(); }
+
+std::string_view CWyThreadStamp::Pid() {
+  if (!HasIdsOfThisProcess()) WriteIds();
+  return {m_szProlog + 1, m_uPidLength};
+}
+
+std::string_view CWyThreadStamp::Tid() {
+  if (!HasIdsOfThisProcess()) WriteIds();
+  const std::size_t uStart = m_uPidLength + 2;
+  return {m_szProlog + uStart, m_uIdsLength - strlen("][") - uStart};
+}
+
+void CWyThreadStamp::WriteIds() {
+  m_iPid = WyProcessId();
+  const auto uTid = static_cast<unsigned int>(getThreadId(pthread_self()));
+  const int iPidEnd = snprintf(m_szProlog, sizeof m_szProlog, "[%d", m_iPid);
+  const int iIdsEnd = snprintf(m_szProlog, sizeof m_szProlog, "[%d/%u][", m_iPid, uTid);
+  m_uPidLength = static_cast<std::size_t>(iPidEnd - 1);
+  m_uIdsLength = static_cast<std::size_t>(iIdsEnd);
+  m_uPrologLength = m_uIdsLength;
+}
+
+bool CWyThreadStamp::Refresh(bool bLocal) {
+  if (!HasIdsOfThisProcess()) WriteIds();
+  timeval now;
+  if (gettimeofday(&now, nullptr) != 0) {
+    m_uPrologLength = m_uIdsLength;
+    return false;
+  }
+  m_lMilliseconds = now.tv_usec / 1000;
+  const bool bSameSecond =
+      m_tSeconds == now.tv_sec && m_bLocal == bLocal && m_uPrologLength > m_uIdsLength;
+  return bSameSecond || WriteTime(now.tv_sec, bLocal);
+}
+
+bool CWyThreadStamp::WriteTime(time_t tSeconds, bool bLocal) {
+  m_uPrologLength = m_uIdsLength;
+  char* const pszDateTime = m_szProlog + m_uIdsLength;
+  const std::size_t uRoom = sizeof m_szProlog - m_uIdsLength - strlen("][");
+  tm time;
+  if (!WyBreakDownTime(tSeconds, bLocal, time)) return false;
+  if (!WyWriteDateTime(pszDateTime, uRoom, time)) return false;
+  char* const pszEnd = pszDateTime + strlen(pszDateTime);
+  memcpy(pszEnd, "][", strlen("]["));
+  m_uPrologLength = static_cast<std::size_t>(pszEnd - m_szProlog) + strlen("][");
+  m_uDateLength = static_cast<std::size_t>(WyAppendDateText(m_szDate, time) - m_szDate);
+  WyAppendTimeText(m_szTime, time);
+  m_tSeconds = tSeconds;
+  m_bLocal = bLocal;
+  return true;
+}

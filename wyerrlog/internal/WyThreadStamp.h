@@ -1,0 +1,49 @@
+#ifndef WYERRLOG_INTERNAL_WYTHREADSTAMP_H
+#define WYERRLOG_INTERNAL_WYTHREADSTAMP_H
+
+// What records say of where and when they come from, as texts. A thread keeps its own:
+// its ids stay the same until it is in a forked child, date and time stay the same for a second, so
+// that nearly every record copies what the one before it wrote.
+
+#include <ctime>
+#include <string_view>
+
+class CWyThreadStamp {
+ public:
+  static CWyThreadStamp& OfThisThread();
+
+  // Decimal numbers: the id of this process, and the low 32 bits of the thread's id.
+  std::string_view Pid();
+  std::string_view Tid();
+
+  // Makes this the stamp of the present moment, in local time or UTC. False when the time cannot be
+  // read or converted; then there is nothing of it but what Prolog says.
+  bool Refresh(bool bLocal);
+
+  // "[pid/tid][Mon Nov 16 2026 17:16:13]["; without the time, "[pid/tid][".
+  std::string_view Prolog() const { return {m_szProlog, m_uPrologLength}; }
+  std::string_view Date() const { return {m_szDate, m_uDateLength}; }    // "11/16/2026"
+  std::string_view TimeOfDay() const { return {m_szTime, TimeLength}; }  // "17:16:13"
+  long Milliseconds() const { return m_lMilliseconds; }
+
+ private:
+  static constexpr std::size_t TimeLength = 8;
+
+  bool HasIdsOfThisProcess() const;
+  void WriteIds();
+  bool WriteTime(time_t tSeconds, bool bLocal);
+
+  int m_iPid = 0;
+  bool m_bLocal = false;
+  time_t m_tSeconds = 0;
+  long m_lMilliseconds = 0;
+  std::size_t m_uPidLength = 0;
+  std::size_t m_uIdsLength = 0;
+  std::size_t m_uPrologLength = 0;
+  std::size_t m_uDateLength = 0;
+  char m_szTime[TimeLength]{};
+  char m_szDate[24]{};
+  char m_szProlog[104]{};
+};
+
+#endif

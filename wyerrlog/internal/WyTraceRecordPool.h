@@ -1,0 +1,69 @@
+#ifndef WYERRLOG_INTERNAL_WYTRACERECORDPOOL_H
+#define WYERRLOG_INTERNAL_WYTRACERECORDPOOL_H
+
+// The process-wide pool of per-thread trace records, shared by all loggers.
+
+#include <pthread.h>
+
+#include <memory>
+
+#include "wyerrlog/WyTraceData.h"
+
+class CWyLogger;
+
+// One entry of the pool: a record, allocated for the first thread that takes the entry, and the
+// thread that has it. Changed only by the pool, with its mutex held.
+class ThreadTraceData {
+ public:
+  CWyTraceData* Record() const { return m_pRecord.get(); }
+
+ private:
+  friend class CWyTraceRecordPool;
+
+  bool IsOf(const CWyLogger& logger) const { return m_pLogger == &logger; }
+  bool AllocateRecord();  // false if memory allocation fails
+
+  std::unique_ptr<CWyTraceData> m_pRecord;
+  bool m_bFree = true;
+  pthread_t m_thread = 0;                // the thread that has it, unless it is free
+  const CWyLogger* m_pLogger = nullptr;  // the logger that the thread uses it for
+  // The logger has been released. The thread may be filling the record at that moment, so the entry
+  // stays with it, for its next record of any logger.
+  bool m_bOrphaned = false;
+  // The destructor of a thread-specific key frees the entry when its thread ends. Otherwise the
+  // pool does: for a logger without a key, and once the logger and its key are gone.
+  bool m_bFreedByKey = false;
+};
+
+// The pool exists while any logger is initialised. An entry that a thread has is never given to
+// another thread and never destroyed, until the thread ends or the logger is destroyed, which no
+// thread uses any more then. Thread-safe.
+class CWyTraceRecordPool {
+ public:
+  // A logger has been initialised.
+  static void AddLogger();
+  // A logger has been released. Requires: its key has been deleted, so that no key frees its
+  // entries any more.
+  static void RemoveLogger(const CWyLogger& logger);
+  // A logger is destroyed: its entries become free, and memory that is not needed is freed.
+  static void FreeEntriesOf(const CWyLogger& logger);
+
+  // Returns the calling thread's entry for a logger that has no key to find it by; null if it has
+  // none.
+  static ThreadTraceData* Find(const CWyLogger& logger);
+  // Returns a new entry of the calling thread, its record without values; null if memory
+  // allocation fails.
+  static ThreadTraceData* Take(const CWyLogger* pLogger, bool bFreedByKey);
+
+  // The thread that has the entry ends. No effect if it has been freed already.
+  static void Free(ThreadTraceData* pEntry);
+  static void DestroyFreeEntries();
+
+  // The calling thread ends: frees its entries that no key frees.
+  static void FreeEntriesOfThread();
+
+ private:
+  class State;
+};
+
+#endif
