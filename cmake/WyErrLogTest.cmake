@@ -1,24 +1,31 @@
 include_guard(GLOBAL)
 include(GoogleTest)
 
-# wyerrlog_test(<name> SOURCES <file>... [LIBRARIES <target>...] [LABELS <label>...]
-#               [ENVIRONMENT <NAME=value>...] [TIMEOUT <seconds>])
+# wyerrlog_test(<name> [SOURCES <file>...] [LIBRARIES <target>...] [LABELS <label>...]
+#               [COMPONENTS <target>...] [ENVIRONMENT <NAME=value>...] [TIMEOUT <seconds>])
 #
-# Builds one GoogleTest program and gives every TEST in it to CTest, which runs each in a process of its
-# own: a TEST may use process-wide state freely. The program's name is a label of its tests, so
-# `ctest -L <name>` runs one program's tests. Headers of the folder tests/ are included by their path
-# from there. Test programs are never installed.
+# Builds one GoogleTest program, of <name>.cpp unless SOURCES says otherwise, and gives every TEST in it
+# to CTest, which runs each in a process of its own: a TEST may use process-wide state freely. COMPONENTS
+# are the message components of the build tree that its loggers find. The program's name is a label of
+# its tests, so `ctest -L <name>` runs one program's tests. Headers of the folder tests/ are included by
+# their path from there. Test programs are never installed.
 function(wyerrlog_test name)
-  cmake_parse_arguments(PARSE_ARGV 1 arg "" "TIMEOUT" "SOURCES;LIBRARIES;LABELS;ENVIRONMENT")
-  if(arg_UNPARSED_ARGUMENTS OR NOT arg_SOURCES)
-    message(FATAL_ERROR "wyerrlog_test(${name}): SOURCES missing, or unknown arguments: "
-                        "${arg_UNPARSED_ARGUMENTS}")
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "TIMEOUT" "SOURCES;LIBRARIES;LABELS;COMPONENTS;ENVIRONMENT")
+  if(arg_UNPARSED_ARGUMENTS)
+    message(FATAL_ERROR "wyerrlog_test(${name}): unknown arguments: ${arg_UNPARSED_ARGUMENTS}")
+  endif()
+  if(NOT arg_SOURCES)
+    set(arg_SOURCES ${name}.cpp)
   endif()
   if(NOT arg_TIMEOUT)
     set(arg_TIMEOUT 120)
   endif()
 
   add_executable(${name} ${arg_SOURCES})
+  if(arg_COMPONENTS)
+    list(APPEND arg_ENVIRONMENT "ORVA_WA_ROOT=${PROJECT_BINARY_DIR}")
+    add_dependencies(${name} ${arg_COMPONENTS})
+  endif()
   target_include_directories(${name} PRIVATE "${PROJECT_SOURCE_DIR}/tests")
   target_link_libraries(${name} PRIVATE
     ${arg_LIBRARIES} GTest::gmock GTest::gtest_main wyerrlog_warnings)

@@ -73,9 +73,7 @@ class Audit : public Contestant {
 class Trace : public Contestant {
  public:
   Trace(const Workload& workload, int iLayout, const char* pszConfiguration) {
-    Check(test_support::EnableTrace(*theLogger(), NewFile(workload), pszConfiguration,
-                                    {.iFormat = iLayout, .pszDelimiter = ";"}),
-          "no tracing");
+    bench::EnableTrace(NewFile(workload), pszConfiguration, iLayout);
   }
   void Log(const Records& records) override {
     LogEach(records, [](const Record& record) {

@@ -2,21 +2,39 @@
 
 #include <benchmark/benchmark.h>
 
+#include <filesystem>
+
 #include "bench/support/AgentHost.h"
-#include "test_support/TempDirectory.h"
 
 namespace {
 
 constexpr int MaxSize = 2000, MaxBackups = 5;
 
+// A log file in a directory of its own, which is removed at the end with all it contains.
+class LogFile {
+ public:
+  LogFile() : m_strDirectory(std::filesystem::temp_directory_path() / "wyerrlog_XXXXXX") {
+    bench::Check(mkdtemp(m_strDirectory.data()) != nullptr, "no directory");
+  }
+  ~LogFile() { std::filesystem::remove_all(m_strDirectory); }
+  LogFile(const LogFile&) = delete;
+  LogFile& operator=(const LogFile&) = delete;
+
+  void Open(CWyFileOutput& output, int iMode) const {
+    const std::string strPath = m_strDirectory + "/a.log";
+    bench::Check(output.SetParams(strPath.c_str(), iMode, MaxSize, MaxBackups) && output.Open(),
+                 "no file");
+  }
+
+ private:
+  std::string m_strDirectory;
+};
+
 // The argument is a WyFileMode.
 void Write(benchmark::State& state) {
-  const TempDirectory directory;
+  const LogFile file;
   CWyFileOutput output;
-  bench::Check(output.SetParams(directory.Path("a.log").c_str(), static_cast<int>(state.range(0)),
-                                MaxSize, MaxBackups) &&
-                   output.Open(),
-               "no file");
+  file.Open(output, static_cast<int>(state.range(0)));
   const std::string strLine = std::string(124, 'x') + '\n';
   for (auto _ : state) benchmark::DoNotOptimize(output.Log(strLine.c_str()));
   output.Close();
@@ -29,12 +47,9 @@ BENCHMARK(Write)
     ->Iterations(200'000);
 
 void Rollover(benchmark::State& state) {
-  const TempDirectory directory;
+  const LogFile file;
   CWyFileOutput output;
-  bench::Check(output.SetParams(directory.Path("a.log").c_str(), WyFileMode::AppendRollBySize,
-                                MaxSize, MaxBackups) &&
-                   output.Open(),
-               "no file");
+  file.Open(output, WyFileMode::AppendRollBySize);
   for (auto _ : state) bench::Check(output.Rollover(), "no rollover");
   output.Close();
 }

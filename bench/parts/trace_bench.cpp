@@ -2,6 +2,8 @@
 
 #include <benchmark/benchmark.h>
 
+#include <memory>
+
 #include "bench/support/AgentHost.h"
 
 namespace {
@@ -9,10 +11,7 @@ namespace {
 bool Trace() { return bench::TraceRefusal(*theLogger(), "alice01", "write", "/reports/2026/q1"); }
 
 void TurnTracingOn(const char* pszConfiguration, int iLayout = 0) {
-  bench::Check(
-      test_support::EnableTrace(*theLogger(), bench::NewDiscardingOutput(), pszConfiguration,
-                                {.iFormat = iLayout, .pszDelimiter = ";"}),
-      "no tracing");
+  bench::EnableTrace(bench::NewDiscardingOutput(), pszConfiguration, iLayout);
 }
 void TraceSevenFields(const benchmark::State&) { TurnTracingOn(bench::SevenFields); }
 void TurnTracingOff(const benchmark::State&) { theLogger()->DisableTrace(false); }
@@ -54,13 +53,13 @@ void Filtered(benchmark::State& state) {
 }
 BENCHMARK(Filtered);
 
-std::unique_ptr<CWyTraceData> NewConfiguration(int iLayout) {
-  auto pMaster = test_support::NewConfiguration(
-      "version: 1.1\ncomponents: Log\n"
-      "data: Date, PreciseTime, Pid, Tid, SrcFile, Function, Message\n",
-      iLayout, ";");
-  bench::Check(pMaster != nullptr, "no configuration");
-  return pMaster;
+// A record of a configuration that is not installed any more.
+std::unique_ptr<CWyTraceData> NewRecord(int iLayout) {
+  auto pRecord = std::make_unique<CWyTraceData>();
+  TurnTracingOn(bench::SevenFields, iLayout);
+  bench::Check(theLogger()->ShouldTrace(Agent::Traced, pRecord.get()), "no record");
+  theLogger()->DisableTrace(false);
+  return pRecord;
 }
 
 void SetValues(CWyTraceData& data) {
@@ -74,7 +73,7 @@ void SetValues(CWyTraceData& data) {
 
 // The assembly of a record whose values are set.
 void Layout(benchmark::State& state) {
-  const auto pData = NewConfiguration(static_cast<int>(state.range(0)));
+  const auto pData = NewRecord(static_cast<int>(state.range(0)));
   SetValues(*pData);
   for (auto _ : state) {
     CWyErrLogMessage msg(false);
@@ -84,7 +83,7 @@ void Layout(benchmark::State& state) {
 BENCHMARK(Layout)->DenseRange(0, 3)->ArgName("layout");
 
 void SetAndEmpty(benchmark::State& state) {
-  const auto pData = NewConfiguration(0);
+  const auto pData = NewRecord(0);
   for (auto _ : state) {
     SetValues(*pData);
     benchmark::DoNotOptimize(pData->LeaveNoBody());
@@ -94,7 +93,7 @@ BENCHMARK(SetAndEmpty);
 
 // What a thread does at its first trace call after a new configuration.
 void Refresh(benchmark::State& state) {
-  const auto pMaster = NewConfiguration(0);
+  const auto pMaster = NewRecord(0);
   const auto pData = std::make_unique<CWyTraceData>();
   for (auto _ : state) {
     *pData = *pMaster;

@@ -4,12 +4,15 @@
 // What the benchmarks have in common: the component whose messages they log, and trace records of
 // seven fields.
 
+#include <sys/mman.h>
+#include <unistd.h>
+
 #include <cstdlib>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 
 #include "bench/component/AgentMessages.h"
-#include "test_support/Tracing.h"
 #include "wyerrlog/WyLogField.h"
 #include "wyerrlog/WyLogger.h"
 #include "wyxlate/WyXlate.h"
@@ -40,6 +43,16 @@ inline void ProvideComponent() {
   setenv("ORVA_WA_ROOT", BENCH_ROOT, 1);
   setenv("LC_ALL", "C", 1);
   Check(CWyXlate::SetResourceDirectory(BENCH_ROOT "/messages"), "no message catalogs");
+}
+
+// Traces to the output in a layout, with the text as the configuration file.
+inline void EnableTrace(CWyLogOutput* pOutput, std::string_view configuration, int iLayout = 0) {
+  const int hFile = memfd_create("trace.conf", MFD_CLOEXEC);
+  const std::string strPath = "/proc/self/fd/" + std::to_string(hFile);
+  Check(write(hFile, configuration.data(), configuration.size()) > 0 &&
+            theLogger()->EnableTrace(pOutput, iLayout, ";", strPath.c_str(), false, false, false),
+        "no tracing");
+  close(hFile);
 }
 
 // One trace call: seven fields, and the user when a filter asks for it. Answers whether a record

@@ -43,7 +43,7 @@ bool Applies(const Point& point, const Scenario& scenario) {
   return point.effect != Effect::DeathHalfWay || !bTogether;
 }
 
-// Answers whether the point was reached.
+// Returns whether the point was reached.
 bool DiesAt(const Point& point, long lTurn, const Scenario& scenario) {
   LoggingRun run(scenario);
   const pid_t pid = fork();

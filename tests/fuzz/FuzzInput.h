@@ -49,6 +49,37 @@ inline std::string Argument(std::string_view text) {
   return strLong;
 }
 
+// Takes as many of these characters as the text begins with.
+inline std::string_view TakeAny(std::string_view& text, std::string_view characters) {
+  const std::size_t uEnd = std::min(text.find_first_not_of(characters), text.size());
+  const std::string_view part = text.substr(0, uEnd);
+  text.remove_prefix(uEnd);
+  return part;
+}
+
+// A conversion of printf.
+struct Conversion {
+  std::string_view text;    // from the "%" to the letter; empty: none that we know
+  std::string_view length;  // "l" and the like
+  char cLetter = '\0';
+};
+
+// Reads the conversion that begins at the "%" in front. Widths and precisions have three digits at
+// most: what is compared is the text, not the patience.
+inline Conversion ReadConversion(std::string_view format) {
+  constexpr std::string_view Digits = "0123456789";
+  std::string_view rest = format.substr(1);
+  TakeAny(rest, "-+ #0");
+  if (TakeAny(rest, Digits).size() > 3) return {};
+  if (rest.starts_with('.')) {
+    rest.remove_prefix(1);
+    if (TakeAny(rest, Digits).size() > 3) return {};
+  }
+  const std::string_view length = TakeAny(rest, "hljzt");
+  if (rest.empty()) return {};
+  return {format.substr(0, format.size() - rest.size() + 1), length, rest[0]};
+}
+
 }  // namespace fuzz
 
 #endif

@@ -1,19 +1,15 @@
 // Formats with printf rules, in all the ways that the library does, against the C library's
 // vsnprintf.
 //
-// The first four lines are the arguments, the rest is the format. Its conversions are made ones
-// that fit the arguments, so that any input may be formatted.
+// The first four lines are a text, an int, a long and a double, the rest is the format. Its
+// conversions are made ones of these, one after another, so that any input may be formatted.
 
 #include <algorithm>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
-#include <memory>
 #include <string>
 #include <string_view>
-#include <utility>
-#include <variant>
 #include <vector>
 
 #include "fuzz/FuzzInput.h"
@@ -25,172 +21,94 @@ namespace {
 
 using fuzz::Require;
 
-constexpr std::size_t MaxArguments = 4;
-
-using FormatArgument = std::variant<int, long, double, const char*>;
-
-// ---- A format that is safe, and what it takes
-// -----------------------------------------------------
-
-struct Conversion {
-  std::string_view text;    // from the "%" to the letter; empty: none that we know
-  std::string_view length;  // "l" and the like
-  char cLetter = '\0';
+// What an argument can be shown as: the lengths of its type, and the letters.
+struct Slot {
+  std::vector<std::string_view> lengths;
+  std::string_view letters;
 };
 
-std::string_view TakeAny(std::string_view& rest, std::string_view characters) {
-  const std::string_view taken =
-      rest.substr(0, std::min(rest.find_first_not_of(characters), rest.size()));
-  rest.remove_prefix(taken.size());
-  return taken;
+// The flags, the width and the precision of the conversion, and, if the argument has them, its
+// length and its letter.
+std::string Fitted(const fuzz::Conversion& conversion, const Slot& slot) {
+  const auto& lengths = slot.lengths;
+  const bool bLength = std::count(lengths.begin(), lengths.end(), conversion.length) > 0;
+  const bool bLetter = slot.letters.find(conversion.cLetter) != slot.letters.npos;
+  std::string strFitted(conversion.text.substr(0, conversion.text.find_first_of("hljzt")));
+  if (strFitted.size() == conversion.text.size()) strFitted.pop_back();
+  strFitted += bLength ? conversion.length : lengths.front();
+  return strFitted + (bLetter ? conversion.cLetter : slot.letters.front());
 }
 
-// Reads the conversion that begins at the "%" in front. Widths and precisions have four digits at
-// most: what is compared is the text, not the patience.
-Conversion ReadConversion(std::string_view format) {
-  constexpr std::string_view Digits = "0123456789";
-  std::string_view rest = format.substr(1);
-  TakeAny(rest, "-+ #0");
-  if (TakeAny(rest, Digits).size() > 4) return {};
-  if (rest.starts_with('.')) {
-    rest.remove_prefix(1);
-    if (TakeAny(rest, Digits).size() > 4) return {};
-  }
-  const std::string_view length = TakeAny(rest, "hljzt");
-  if (rest.empty()) return {};
-  return {format.substr(0, format.size() - rest.size() + 1), length, rest[0]};
-}
-
-bool IsOneOf(std::string_view text, std::initializer_list<std::string_view> texts) {
-  return std::find(texts.begin(), texts.end(), text) != texts.end();
-}
-
-// The input's text as the argument that the conversion takes; false when it takes none that we
-// have.
-bool ToArgument(const Conversion& conversion, const std::string& strText,
-                FormatArgument& argument) {
-  const bool bInteger = std::strchr("diuxXo", conversion.cLetter) != nullptr;
-  if (bInteger && IsOneOf(conversion.length, {"l", "ll", "j", "z", "t"})) {
-    argument = std::atol(strText.c_str());
-  } else if (bInteger && IsOneOf(conversion.length, {"", "h", "hh"})) {
-    argument = std::atoi(strText.c_str());
-  } else if (!conversion.length.empty()) {
-    return false;
-  } else if (conversion.cLetter == 'c') {
-    argument = 'A' + static_cast<int>(strText.size() % 26);
-  } else if (conversion.cLetter == 's') {
-    argument = strText == "null" ? nullptr : strText.c_str();
-  } else if (std::strchr("feg", conversion.cLetter) != nullptr) {
-    argument = std::atof(strText.c_str());
-  } else {
-    return false;
-  }
-  return true;
-}
-
-struct SafeFormat {
-  std::string strFormat;
-  std::vector<FormatArgument> arguments;
-};
-
-SafeFormat MakeSafe(std::string_view format, const std::vector<std::string>& texts) {
-  SafeFormat safe;
-  while (!format.empty()) {
-    const std::size_t uPlain = std::min(format.find('%'), format.size());
-    safe.strFormat += format.substr(0, uPlain);
-    format.remove_prefix(uPlain);
-    if (format.empty()) break;
-
-    const Conversion conversion = ReadConversion(format);
-    const std::size_t uNext = safe.arguments.size();
-    FormatArgument argument;
-    if (conversion.cLetter != '\0' && uNext < MaxArguments &&
-        ToArgument(conversion, texts[uNext], argument)) {
-      safe.strFormat += conversion.text;
-      safe.arguments.push_back(argument);
-      format.remove_prefix(conversion.text.size());
-    } else {
+std::string MakeSafe(std::string_view format) {
+  static const Slot s_slots[] = {{{""}, "s"},
+                                 {{"", "h", "hh"}, "diuxXo"},
+                                 {{"l", "ll", "z", "j", "t"}, "diuxXo"},
+                                 {{""}, "feg"}};
+  std::string strSafe;
+  const Slot* pSlot = std::begin(s_slots);
+  while (true) {
+    const std::string_view plain = format.substr(0, format.find('%'));
+    strSafe += plain;
+    format.remove_prefix(plain.size());
+    if (format.empty()) return strSafe;
+    const fuzz::Conversion conversion = fuzz::ReadConversion(format);
+    if (conversion.text.empty() || conversion.text == "%%" || pSlot == std::end(s_slots)) {
       // A "%" at the very end stays one: formatting fails there.
-      safe.strFormat += format == "%" ? "%" : "%%";
+      strSafe += format == "%" ? "%" : "%%";
       format.remove_prefix(format.starts_with("%%") ? 2 : 1);
+    } else {
+      strSafe += Fitted(conversion, *pSlot++);
+      format.remove_prefix(conversion.text.size());
     }
   }
-  return safe;
 }
 
-// ---- The comparison
-// -------------------------------------------------------------------------------
+// A va_list for each call that reads it.
+class Arguments {
+ public:
+  explicit Arguments(va_list args) { va_copy(m_args, args); }
+  ~Arguments() { va_end(m_args); }
+  Arguments(const Arguments&) = delete;
+  Arguments& operator=(const Arguments&) = delete;
 
-// A buffer of exactly this size in memory of its own, so that the sanitizer sees what is beyond.
-std::unique_ptr<char[]> NewBuffer(std::size_t uSize) {
-  auto pBuffer = std::make_unique<char[]>(uSize);
-  std::fill_n(pBuffer.get(), uSize, '\x7f');
-  return pBuffer;
-}
+  va_list m_args;
+};
 
-void CompareBounded(int iSize, const std::string& strWhole, bool bFails, const char* pszFormat,
-                    va_list args) {
-  const auto pBuffer = NewBuffer(static_cast<std::size_t>(iSize) + 1);
-  va_list copy;
-  va_copy(copy, args);
-  const int iResult = VSNPRINTFEX(pBuffer.get(), iSize, pszFormat, copy);
-  va_end(copy);
-
+// A buffer in memory of its own, so that the sanitizer sees what is written behind it.
+void CompareBounded(std::size_t uSize, const std::string& strWhole, bool bFails,
+                    const char* pszFormat, va_list args) {
+  std::vector<char> buffer(uSize + 1, '\x7f');
+  const int iSize = static_cast<int>(uSize);
+  const int iResult = VSNPRINTFEX(buffer.data(), iSize, pszFormat, Arguments(args).m_args);
   const int iLength = static_cast<int>(strWhole.size());
   Require(bFails ? iResult < 0 : iResult == (iLength < iSize ? iLength : iLength + 1));
-  Require(pBuffer[static_cast<std::size_t>(iSize)] == '\x7f');
-  if (iSize == 0) return;
-  const std::string strKept = strWhole.substr(0, static_cast<std::size_t>(iSize) - 1);
-  Require(std::string(pBuffer.get()) == strKept);
+  Require(buffer[uSize] == '\x7f');
+  Require(uSize == 0 || buffer.data() == strWhole.substr(0, uSize - 1));
 }
 
 void CompareMessages(const std::string& strWhole, const char* pszFormat, va_list args) {
   if (*pszFormat == '\0') return;
-  va_list copy;
-  va_copy(copy, args);
-  CWyErrLogMessage message(false);
-  Require(message.FormatAuditMessageVA(pszFormat, copy));
-  va_end(copy);
-  Require(message.GetBuffer() == strWhole);
-
   static CWyTraceData s_record;
-  va_copy(copy, args);
-  Require(s_record.FormatTraceMessageVA(pszFormat, copy) == strWhole);
-  va_end(copy);
+  CWyErrLogMessage message(false);
+  Require(message.FormatAuditMessageVA(pszFormat, Arguments(args).m_args));
+  Require(message.GetBuffer() == strWhole);
+  Require(s_record.FormatTraceMessageVA(pszFormat, Arguments(args).m_args) == strWhole);
 }
 
 void Compare(const char* pszFormat, ...) {
   va_list args;
-  va_list copy;
   va_start(args, pszFormat);
-  va_copy(copy, args);
-  const int iLength = vsnprintf(nullptr, 0, pszFormat, copy);
-  va_end(copy);
-  std::string strWhole(static_cast<std::size_t>(std::max(iLength, 0)) + 1, '\0');
-  va_copy(copy, args);
-  if (iLength > 0) vsnprintf(strWhole.data(), strWhole.size(), pszFormat, copy);
-  va_end(copy);
-  strWhole.pop_back();
-
-  const int iSize = static_cast<int>(strWhole.size());
-  for (const int iBuffer : {0, 1, iSize / 2, iSize, iSize + 1, iSize + 2}) {
-    CompareBounded(iBuffer, strWhole, iLength < 0, pszFormat, args);
+  const int iLength = vsnprintf(nullptr, 0, pszFormat, Arguments(args).m_args);
+  std::string strWhole(static_cast<std::size_t>(std::max(iLength, 0)), '\0');
+  if (iLength > 0) {
+    vsnprintf(strWhole.data(), strWhole.size() + 1, pszFormat, Arguments(args).m_args);
+  }
+  const std::size_t uSize = strWhole.size();
+  for (const std::size_t uBuffer : {std::size_t{0}, uSize / 2, uSize, uSize + 1, uSize + 2}) {
+    CompareBounded(uBuffer, strWhole, iLength < 0, pszFormat, args);
   }
   CompareMessages(strWhole, pszFormat, args);
   va_end(args);
-}
-
-// Calls Compare with the arguments as what they are.
-template <typename... Given>
-void CompareWith(const SafeFormat& format, Given... given) {
-  if constexpr (sizeof...(given) < MaxArguments) {
-    if (sizeof...(given) < format.arguments.size()) {
-      std::visit([&](auto argument) { CompareWith(format, given..., argument); },
-                 format.arguments[sizeof...(given)]);
-      return;
-    }
-  }
-  Compare(format.strFormat.c_str(), given...);
 }
 
 }  // namespace
@@ -198,7 +116,9 @@ void CompareWith(const SafeFormat& format, Given... given) {
 int LLVMFuzzerTestOneInput(const std::uint8_t* pData, std::size_t uSize) {
   std::string_view input = fuzz::Text(pData, uSize);
   std::vector<std::string> texts;
-  while (texts.size() < MaxArguments) texts.push_back(fuzz::Argument(fuzz::Take(input, '\n')));
-  CompareWith(MakeSafe(input.substr(0, input.find('\0')), texts));
+  while (texts.size() < 4) texts.push_back(fuzz::Argument(fuzz::Take(input, '\n')));
+  const std::string strFormat = MakeSafe(input.substr(0, input.find('\0')));
+  Compare(strFormat.c_str(), texts[0] == "null" ? nullptr : texts[0].c_str(),
+          std::atoi(texts[1].c_str()), std::atol(texts[2].c_str()), std::atof(texts[3].c_str()));
   return 0;
 }

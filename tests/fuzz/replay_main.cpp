@@ -1,7 +1,7 @@
 // Runs a fuzz target without a fuzzer: every file of a corpus, then mutations of them that are the
 // same in every run.
 //
-//   <program> <corpus folder> [<mutations>]
+//   <program> <corpus folder> <mutations>
 
 #include <algorithm>
 #include <cstdint>
@@ -22,12 +22,10 @@ void Run(const std::string& strInput) {
   LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t*>(strInput.data()), strInput.size());
 }
 
-std::vector<std::string> ReadCorpus(const std::filesystem::path& folder) {
-  std::vector<std::filesystem::path> paths;
-  for (const auto& entry : std::filesystem::directory_iterator(folder))
-    paths.push_back(entry.path());
+std::vector<std::string> ReadCorpus(const char* pszFolder) {
+  const std::filesystem::directory_iterator folder(pszFolder);
+  std::vector<std::filesystem::path> paths(begin(folder), end(folder));
   std::sort(paths.begin(), paths.end());
-
   std::vector<std::string> inputs;
   for (const auto& path : paths) {
     std::ifstream file(path, std::ios::binary);
@@ -79,13 +77,11 @@ class Mutator {
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (argc < 2) return EXIT_FAILURE;
+  if (argc != 3) return EXIT_FAILURE;
   const auto corpus = ReadCorpus(argv[1]);
-  if (corpus.empty()) return EXIT_FAILURE;
   for (const std::string& strInput : corpus) Run(strInput);
-
   Mutator mutator(corpus);
-  for (int i = argc > 2 ? std::atoi(argv[2]) : 0; i > 0; --i) Run(mutator.Next());
+  for (int i = std::atoi(argv[2]); i > 0; --i) Run(mutator.Next());
   std::printf("%zu files of %s\n", corpus.size(), argv[1]);
-  return EXIT_SUCCESS;
+  return corpus.empty() ? EXIT_FAILURE : EXIT_SUCCESS;
 }

@@ -18,37 +18,15 @@ using fuzz::Require;
 
 constexpr std::size_t MaxTexts = 5;
 
-std::size_t CountDigits(std::string_view text) {
-  return std::min(text.find_first_not_of("0123456789"), text.size());
-}
-
-// The length of the conversion of a text at the "%" in front; 0 for any other, and for those that
-// have a number of more than three digits.
-std::size_t TextConversionLength(std::string_view pattern) {
-  std::string_view rest = pattern.substr(1);
-  rest.remove_prefix(rest.starts_with('-') ? 1 : 0);
-  const std::size_t uWidth = CountDigits(rest);
-  rest.remove_prefix(uWidth);
-  std::size_t uPrecision = 0;
-  if (rest.starts_with('.')) {
-    uPrecision = CountDigits(rest.substr(1));
-    rest.remove_prefix(1 + uPrecision);
-  }
-  if (!rest.starts_with('s') || uWidth > 3 || uPrecision > 3) return 0;
-  return pattern.size() - rest.size() + 1;
-}
-
 // Whether every "%" is a conversion of one of the texts, or a doubled one.
 bool IsPrintfOfTexts(std::string_view pattern) {
   std::size_t uTexts = 0;
   for (auto u = pattern.find('%'); u != pattern.npos; u = pattern.find('%')) {
     pattern.remove_prefix(u);
-    std::size_t uLength = pattern.starts_with("%%") ? 2 : 0;
-    if (uLength == 0) {
-      uLength = TextConversionLength(pattern);
-      if (uLength == 0 || ++uTexts > MaxTexts) return false;
-    }
-    pattern.remove_prefix(uLength);
+    const fuzz::Conversion conversion = fuzz::ReadConversion(pattern);
+    const bool bText = conversion.cLetter == 's' && conversion.length.empty();
+    if (!pattern.starts_with("%%") && (!bText || ++uTexts > MaxTexts)) return false;
+    pattern.remove_prefix(pattern.starts_with("%%") ? 2 : conversion.text.size());
   }
   return true;
 }

@@ -103,20 +103,52 @@ std::string SetValue(CWyTraceData& record, const InputField& field, bool& bPasse
   }
 }
 
-std::string Column(const InputField& field, std::string strValue, int iFormat) {
+struct Layout {
+  int iFormat;
+  std::string strDelimiter;
+};
+
+std::string Column(const InputField& field, std::string strText, const Layout& layout) {
   const std::string strName = field.info.pszName;
-  switch (iFormat) {
+  switch (layout.iFormat) {
     case 0:
-      return "[" + strValue + "]";
+      return "[" + strText + "]";
     case 1:
-      strValue.resize(field.info.uWidth, ' ');
-      return strValue;
+      strText.resize(field.info.uWidth, ' ');
+      return strText;
     case 2:
-      return strValue;
+      return strText;
     case 3:
-      return "\t<" + strName + ">" + strValue + "</" + strName + ">\n";
+      return "\t<" + strName + ">" + strText + "</" + strName + ">\n";
     default:
       return "";
+  }
+}
+
+// The line with these texts of the fields.
+std::string Expected(const std::vector<InputField>& fields, const std::vector<std::string>& texts,
+                     const Layout& layout) {
+  const int iFormat = layout.iFormat;
+  const std::string strBetween = iFormat == 1 ? "  " : iFormat == 2 ? layout.strDelimiter : "";
+  std::string strLine = iFormat == 3 ? "<TraceMessage>\n" : "";
+  for (std::size_t i = 0; i < fields.size(); ++i) {
+    strLine += (i == 0 ? "" : strBetween) + Column(fields[i], texts[i], layout);
+  }
+  return strLine + (iFormat == 3 ? "</TraceMessage>\n" : "\n");
+}
+
+// The titles, and the lines of dashes and of equals signs under them.
+void CheckTitles(CWyTraceData& record, const std::vector<InputField>& fields,
+                 const Layout& layout) {
+  for (const int iMode : {1, 2, 3}) {
+    std::vector<std::string> texts;
+    for (const InputField& field : fields) {
+      const std::string strName = field.info.pszName;
+      const std::size_t uLength = layout.iFormat == 1 ? field.info.uWidth : strName.size();
+      texts.push_back(iMode == 1 ? strName : std::string(uLength, iMode == 2 ? '-' : '='));
+    }
+    Require(test_support::Line(record, iMode) ==
+            (layout.iFormat == 3 ? "(refused)" : Expected(fields, texts, layout)));
   }
 }
 
@@ -125,28 +157,25 @@ std::string Column(const InputField& field, std::string strValue, int iFormat) {
 int LLVMFuzzerTestOneInput(const std::uint8_t* pData, std::size_t uSize) {
   std::string_view input = fuzz::Text(pData, uSize);
   const std::string strLayout = fuzz::Argument(fuzz::Take(input, '\n'));
-  const int iFormat = strLayout.empty() ? 0 : (strLayout[0] & 7);
-  const std::string strDelimiter = strLayout.empty() ? "" : strLayout.substr(1);
+  const Layout layout{strLayout.empty() ? 0 : (strLayout[0] & 7),
+                      strLayout.empty() ? "" : strLayout.substr(1)};
   const auto fields = ReadFields(input);
 
   CWyTraceData record;
   {
-    const auto pMaster =
-        test_support::NewConfiguration(Configuration(fields), iFormat, strDelimiter.c_str());
+    const auto pMaster = test_support::NewConfiguration(Configuration(fields), layout.iFormat,
+                                                        layout.strDelimiter.c_str());
     Require(pMaster != nullptr);
     record = *pMaster;
   }
-  const std::string strBetween = iFormat == 1 ? "  " : iFormat == 2 ? strDelimiter : "";
-  std::string strExpected = iFormat == 3 ? "<TraceMessage>\n" : "";
+  std::vector<std::string> values;
   for (const InputField& field : fields) {
     bool bPassed = false;
-    const std::string strValue = SetValue(record, field, bPassed);
-    Require(bPassed == Passes(field, strValue));
-    if (&field != &fields.front()) strExpected += strBetween;
-    strExpected += Column(field, strValue, iFormat);
+    values.push_back(SetValue(record, field, bPassed));
+    Require(bPassed == Passes(field, values.back()));
   }
-  strExpected += iFormat == 3 ? "</TraceMessage>\n" : "\n";
-  Require(test_support::Line(record, 0) == strExpected);
+  Require(test_support::Line(record, 0) == Expected(fields, values, layout));
+  CheckTitles(record, fields, layout);
 
   record.LeaveNoBody();
   for (const InputField& field : fields) {

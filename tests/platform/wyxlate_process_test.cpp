@@ -1,7 +1,6 @@
 // What holds for the process as a whole: threads and forked children.
 
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -9,6 +8,7 @@
 
 #include "platform/BundleText.h"
 #include "platform/TestDirectory.h"
+#include "test_support/ChildProcess.h"
 #include "test_support/Sanitizer.h"
 #include "test_support/TestThread.h"
 
@@ -73,14 +73,10 @@ TEST(WyXlateProcess, ChildForkedInTheMidstOfOtherThreadsCallsCanUseIt) {
   for (int i = 0; i < 100; ++i) {
     threads.WaitForSteps(10);
     const pid_t child = ::fork();
-    ASSERT_GE(child, 0);
     if (child == 0) {
       ::_exit(UseLibraryInChild(directory.Name()));
     }
-    int iStatus = 0;
-    ASSERT_EQ(::waitpid(child, &iStatus, 0), child);
-    ASSERT_TRUE(WIFEXITED(iStatus)) << "signal " << WTERMSIG(iStatus);
-    ASSERT_EQ(WEXITSTATUS(iStatus), 0);
+    ASSERT_EQ(test_support::StatusOf(child), 0);
   }
 }
 

@@ -6,17 +6,16 @@
 #include <ctime>
 #include <functional>
 
-// The clock and the file operations that a test program puts in the place of the system's, by
-// linking SystemStandIns.cpp. At first they are the system's own.
+// The clock and the file operations that a test program puts in place of the system's, by linking
+// the target system_stand_ins. At first they are the system's own.
 namespace stand_ins {
 
-// What time() and gettimeofday() tell, in seconds since the epoch; 0 is the real time.
+// What time() and gettimeofday() return, in seconds since the epoch; 0 is the real time.
 inline std::atomic<time_t> clock{0};
 
-// Called in the place of WyRename while it is set; goes on to RealRename as it likes.
-inline std::function<int(const char* pszFrom, const char* pszTo)> rename;
-int RealRename(const char* pszFrom, const char* pszTo);
-int Refuse(int iErrno);  // sets errno and answers -1
+// Called before each write, and with the new name before each renaming, while they are set.
+inline std::function<void()> before_write;
+inline std::function<void(const char* pszTo)> before_rename;
 
 // ---- Faults -------------------------------------------------------------------------------------
 
@@ -52,10 +51,10 @@ struct Fault {
   long lFirst = 1;
   long lCount = 1;
 };
-inline constexpr long ForEver = LONG_MAX / 2;
+inline constexpr long AllCalls = LONG_MAX / 2;
 
-void Inject(const Fault& fault);  // in the place of an earlier one of the same kind
-bool Withdraw(Call call);         // whether the fault has befallen a call
+void Inject(const Fault& fault);  // replaces an earlier one of the same kind
+bool Withdraw(Call call);         // returns whether the fault has befallen a call
 
 // How many files were opened so that a program which the process executes would inherit them.
 inline std::atomic<int> inheritable_opens{0};

@@ -7,6 +7,9 @@ import java.time.format.DateTimeFormatter;
 import java.util.Collections;
 import java.util.List;
 import java.util.Locale;
+import java.util.Set;
+import java.util.stream.Collectors;
+import java.util.stream.IntStream;
 
 /** The native methods. */
 final class WyLoggerTest {
@@ -159,17 +162,32 @@ final class WyLoggerTest {
     openTrace("format", "format.log", "data Message");
     String[] five = {"bob", null, "/x", "d", "e"};
     for (String[] arguments : new String[][] {{}, {"1"}, five}) {
-      checkEqual(1,
-          WyLogger.TraceMsg(
-              "format", "", "", AUTHENTICATION, "", "%s|%s|%3s|%d%n%*s%5$s%", arguments));
+      WyLogger.TraceMsg("format", "", "", AUTHENTICATION, "", "%s|%3s|%d%", arguments);
     }
-    WyLogger.TraceMsg("format", "", "", AUTHENTICATION, "", "%s%s%s%s%s%s", five);
-    String text = "ä€\u0001" + "x".repeat(100_000);
+    String text = "ä€\u0001"
+        + "x".repeat(100_000);
     WyLogger.TraceMsg("format", "", "", AUTHENTICATION, "", "%s", new String[] {text});
-    String rest = "|%d%n%*s%5$s%]";
-    checkEqual(List.of("[%s|%s|%3s" + rest, "[1||   " + rest, "[bob|| /x" + rest, "[bob/xde%s]",
-                   "[" + text + "]"),
+    checkEqual(List.of("[%s|%3s|%d%]", "[1|   |%d%]", "[bob|   |%d%]", "[" + text + "]"),
         records("format.log"));
+  }
+
+  @Test
+  static void threadsWriteTheirOwnMessages() {
+    openLog("many", "many.log");
+    openTrace("many", "many.trace", "data Message");
+    Set<String> texts =
+        IntStream.range(0, 5000).mapToObj(i -> "round " + i).collect(Collectors.toSet());
+    texts.parallelStream().forEach(text -> {
+      WyLogger.LogMsg("many", "x", WyLogger.MESSAGE_INFORMATION, text);
+      WyLogger.TraceMsg("many", "", "", WyLogger.COMPONENT_LOG, "", "%s", new String[] {text});
+    });
+    for (List<String> lines : List.of(messages("many.log"), records("many.trace"))) {
+      checkEqual(texts.size(), lines.size());
+      checkEqual(texts,
+          lines.stream()
+              .map(line -> line.replaceFirst("^.*(round \\d+)\\]?$", "$1"))
+              .collect(Collectors.toSet()));
+    }
   }
 
   // ---- Too many arguments -----------------------------------------------------------------------

@@ -3,8 +3,6 @@
 // log and the audit log took is in their files once and whole, and the process does not grow.
 
 #include <gtest/gtest.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <atomic>
 #include <barrier>
@@ -14,8 +12,10 @@
 #include <filesystem>
 #include <fstream>
 #include <list>
+#include <set>
 #include <string>
 
+#include "test_support/ChildProcess.h"
 #include "test_support/Footprint.h"
 #include "test_support/Sanitizer.h"
 #include "test_support/TempDirectory.h"
@@ -49,6 +49,7 @@ struct Tally {
 std::atomic<long> g_lLastNumber{0};
 
 const std::string Filler(300, '.');
+constexpr const char* Delimiter = " a delimiter of more than fifteen bytes ";
 
 struct Footprint {
   std::size_t uMemory = MemoryInUse();
@@ -125,6 +126,15 @@ class Soak {
     std::this_thread::yield();
   }
 
+  // In one of two shapes, with texts that the configuration owns.
+  bool EnableTraceFile(CWyLogger& logger, const char* pszName, int iMode, bool bDelimited) {
+    const char* const pszConfiguration =
+        bDelimited ? "components: Log\ndata: User, Message, Function\nMessage: !=no\n"
+                   : LegacyMessages;
+    return EnableTrace(logger, File(logger, pszName, iMode), pszConfiguration,
+                       {.iFormat = bDelimited ? 2 : 0, .pszDelimiter = Delimiter});
+  }
+
   CWyLogOutput* File(CWyLogger& logger, const char* pszName, int iMode) {
     return logger.NewLogOutput(1, m_directory.Path(pszName).c_str(), iMode, 1, 0);
   }
@@ -135,8 +145,7 @@ class Soak {
     EXPECT_TRUE(
         logger.SetLogOutput(File(logger, iRound % 3 == 0 ? "plain" : "error", iRound % 3 + 1)));
     EXPECT_TRUE(logger.EnableAuditLogRollover(File(logger, "audit", iRound % 2 == 0 ? 3 : 1)));
-    EXPECT_TRUE(
-        EnableTrace(logger, File(logger, "trace", 3), LegacyMessages, {.iFormat = iRound % 3}));
+    EXPECT_TRUE(EnableTraceFile(logger, "trace", 3, iRound % 2 == 0));
     if (iRound % 10 == 0) logger.DisableLog();
     if (iRound % 7 == 0) logger.DisableTrace(iRound % 2 == 0);
     std::this_thread::sleep_for(milliseconds(5));
@@ -150,8 +159,7 @@ class Soak {
       if (IsSanitized) _exit(2);
       _exit(LogNumber(*theLogger(), &CWyLogger::LogErrMsg, lNumber) ? 0 : 2);
     }
-    int iStatus = -1;
-    EXPECT_EQ(waitpid(pid, &iStatus, 0), pid);
+    const int iStatus = StatusOf(pid);
     EXPECT_TRUE(WIFEXITED(iStatus)) << iStatus;
     if (iStatus == 0) {
       m_taken.Add(lNumber);
@@ -164,7 +172,7 @@ class Soak {
     CWyLogger* const pTenant = getMyLogger("tenant");
     ASSERT_NE(pTenant, nullptr);
     EXPECT_TRUE(pTenant->SetLogOutput(File(*pTenant, "tenant", 1)));
-    EXPECT_TRUE(EnableTrace(*pTenant, File(*pTenant, "trace", 1), LegacyMessages));
+    EXPECT_TRUE(EnableTraceFile(*pTenant, "trace", 1, true));
     {
       const TestThread thread([&] {
         LogCounted(*pTenant, &CWyLogger::LogErrMsg);
@@ -179,7 +187,7 @@ class Soak {
   void CollectFiles() {
     for (const std::string& strName : m_directory.Names()) {
       const std::string strPath = m_directory.Path(strName);
-      if (!strName.starts_with("trace")) Count(strPath);
+      strName.starts_with("trace") ? CheckRecords(strPath) : Count(strPath);
       std::filesystem::remove(strPath);
       ++m_iFiles;
     }
@@ -195,6 +203,21 @@ class Soak {
       } else {
         ++m_iBroken;
       }
+    }
+  }
+
+  void CheckRecords(const std::string& strPath) {
+    static const std::string s_strDelimiter = Delimiter;
+    static const std::set<std::string> s_whole = {
+        "[" + Filler + "]",
+        s_strDelimiter + Filler + s_strDelimiter,
+        "[Message]",
+        "[=======]",
+        "User" + s_strDelimiter + "Message" + s_strDelimiter + "Function",
+        "====" + s_strDelimiter + "=======" + s_strDelimiter + "========"};
+    std::ifstream file(strPath);
+    for (std::string strLine; std::getline(file, strLine);) {
+      if (!s_whole.contains(strLine)) ++m_iBroken;
     }
   }
 

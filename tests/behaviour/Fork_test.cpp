@@ -3,9 +3,6 @@
 #include <gtest/gtest.h>
 #include <pthread.h>
 #include <sys/time.h>
-#include <sys/wait.h>
-#include <unistd.h>
-#include <wyxlate/WyXlate.h>
 
 #include <array>
 #include <atomic>
@@ -18,6 +15,7 @@
 #include <string>
 
 #include "components/wytestcomponent/TestMessages.h"
+#include "test_support/ChildProcess.h"
 #include "test_support/HostOutput.h"
 #include "test_support/Sanitizer.h"
 #include "test_support/TempDirectory.h"
@@ -46,6 +44,8 @@ extern "C" __attribute__((visibility("default"))) int pthread_key_create(
 namespace {
 
 using test_support::BusyThreads;
+using test_support::SetMessageDirectory;
+using test_support::StatusOf;
 using test_support::TestThread;
 
 constexpr bool ChildrenRun = !test_support::IsSanitized;  // else they end at once
@@ -57,11 +57,6 @@ pid_t StartChild(Body body) {
   if (pid != 0) return pid;
   alarm(5);
   _exit(!ChildrenRun || body() ? 0 : 1);
-}
-
-bool EndedWell(pid_t pid) {
-  int iStatus = -1;
-  return waitpid(pid, &iStatus, 0) == pid && iStatus == 0;
 }
 
 constexpr int Children = ChildrenRun ? 1000 : 50;
@@ -83,12 +78,6 @@ bool LogLine(int iWay) {
 }
 
 bool LogAllWays() { return LogLine(0) && LogLine(1) && LogLine(2) && LogLine(3); }
-
-void SetMessageDirectory() {
-  const char* const pszRoot = getenv("ORVA_WA_ROOT");
-  ASSERT_NE(pszRoot, nullptr);
-  EXPECT_TRUE(CWyXlate::SetResourceDirectory((pszRoot + std::string("/messages")).c_str()));
-}
 
 bool SetLogFile(const std::string& strPath) {
   CWyLogOutput* const pOutput = theLogger()->NewLogOutput(1, strPath.c_str(), 1, 0, 0);
@@ -118,10 +107,11 @@ TEST(Fork, ChildrenForkedDuringTheFirstMessagesLog) {
   // A bundle is remembered by the second message that needs it.
   TestThread logging([] { EXPECT_TRUE(LogAllWays() && LogAllWays()); });
   EXPECT_TRUE(test_support::Eventually([&] { return g_bKeyHeld || logging.IsDone(); }));
-  EXPECT_TRUE(EndedWell(StartChild([] {
-    g_bHoldKeys = false;
-    return LogAllWays() && LogAllWays();
-  })));
+  EXPECT_EQ(StatusOf(StartChild([] {
+              g_bHoldKeys = false;
+              return LogAllWays() && LogAllWays();
+            })),
+            0);
   g_bHoldKeys = false;
   g_bHoldKeys.notify_all();
 }
@@ -129,8 +119,7 @@ TEST(Fork, ChildrenForkedDuringTheFirstMessagesLog) {
 TEST(Fork, ChildrenOfABusyLoggingProcessLogUnderTheirOwnIds) {
   const TempDirectory directory;
   ASSERT_TRUE(SetLogFile(directory.Path("log")));
-  ASSERT_TRUE(
-      CWyXlate::SetResourceDirectory((getenv("ORVA_WA_ROOT") + std::string("/messages")).c_str()));
+  SetMessageDirectory();
   std::map<int, int> children;
   {
     const BusyThreads threads(8, [](int i) {
@@ -146,7 +135,7 @@ TEST(Fork, ChildrenOfABusyLoggingProcessLogUnderTheirOwnIds) {
         return true;
       });
       if (ChildrenRun) children[pid] = 4;
-      ASSERT_TRUE(EndedWell(pid)) << i;
+      ASSERT_EQ(StatusOf(pid), 0) << i;
     }
   }
   std::map<int, int> lines = LinesByProcess(directory.Read("log"));
@@ -163,12 +152,14 @@ TEST(Fork, ChildrenFindOutputsAndLoggersWholeWhileTheyAreReplaced) {
     if (i % 3 == 0) theLogger()->DisableLog();
     if (i % 20 == 0) getMyLogger("tenant");
     if (i % 20 == 10) removeMyLogger("tenant");
+    if (i % 5 == 0) SetMessageDirectory();  // the catalogs are read again
     LogLine(i);
   });
   for (int i = 0; i < FewerChildren; ++i) {
-    ASSERT_TRUE(EndedWell(StartChild([&] {
+    const pid_t pid = StartChild([&] {
       return SetLogFile(directory.Path("child")) && LogAllWays() && getMyLogger("child") != nullptr;
-    }))) << i;
+    });
+    ASSERT_EQ(StatusOf(pid), 0) << i;
   }
   EXPECT_EQ(LinesByProcess(directory.Read("log") + directory.Read("child")).count(0), 0u);
 }
@@ -202,7 +193,7 @@ TEST(Fork, ChildrenForkedInsideACallbackLogAndLeaveTheCallback) {
     };
     const bool bReturned = LogLine(0);
     if (pid == 0) _exit(bReturned && bLogged && LogLine(0) ? 0 : 1);
-    ASSERT_TRUE(EndedWell(pid)) << i;
+    ASSERT_EQ(StatusOf(pid), 0) << i;
   }
   EXPECT_EQ(directory.Read("audit").size(), ChildrenRun ? FewerChildren * strlen("audit\n") : 0);
 }
@@ -214,7 +205,7 @@ TEST(Fork, InsideACallbackDoesNotWaitForAReleaseThatWaitsForTheCallback) {
   t_duringNextCall = [&] {
     releasing.emplace([&] { logger.Release(); });
     ASSERT_TRUE(releasing->Blocks());
-    EXPECT_TRUE(EndedWell(StartChild([] { return !LogLine(0); })));
+    EXPECT_EQ(StatusOf(StartChild([] { return !LogLine(0); })), 0);
   };
   EXPECT_TRUE(LogAudit());
   releasing.reset();
@@ -234,7 +225,7 @@ TEST(Fork, OfThreadsThatAreOpeningOutputsAtTheSameTime) {
       const pid_t pid = StartChild([&] {
         return LogAllWays() && SetLogFile(directory.Path("log")) && getMyLogger("child") != nullptr;
       });
-      EXPECT_TRUE(EndedWell(pid));
+      EXPECT_EQ(StatusOf(pid), 0);
     };
     for (int i = 0; i < FewerChildren; ++i) {
       EXPECT_TRUE(logger.SetLogOutput(new test_support::HostOutput(script)));

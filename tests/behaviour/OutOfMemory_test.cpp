@@ -3,15 +3,13 @@
 
 #include <dlfcn.h>
 #include <gtest/gtest.h>
-#include <sys/wait.h>
-#include <unistd.h>
 #include <wyi18n/wyi18n.h>
-#include <wyxlate/WyXlate.h>
 
 #include <memory>
 #include <string>
 
 #include "components/wytestcomponent/TestMessages.h"
+#include "test_support/ChildProcess.h"
 #include "test_support/FailingMemory.h"
 #include "test_support/Sanitizer.h"
 #include "test_support/TempDirectory.h"
@@ -143,17 +141,8 @@ class Host {
 
   void Trace() {
     const std::string strValue = m_strTag + std::string(LongValue, 'v') + " traced";
-    const bool bTaken = Ask([&] {
-      CWyTraceData* pData = nullptr;
-      if (!theLogger()->TraceEnabled(LegacyId)) return false;
-      if (!theLogger()->ShouldTraceAlloc(LegacyId, &pData)) return false;
-      const CWyTraceSupresser suppress;
-      const bool bLogged = pData->SetFieldValue(MessageField, strValue.c_str()) &&
-                           pData->SetFieldValue(UserField, pData->FormatTraceMessage("%d", 7)) &&
-                           pData->Format() && pData->Log();
-      pData->LeaveNoBody();
-      return bLogged;
-    });
+    const bool bTaken =
+        Ask([&] { return test_support::Trace(*theLogger(), strValue.c_str(), LegacyId); });
     ExpectWritten(bTaken, "trace", ">" + strValue + "</Message>");
   }
 
@@ -226,8 +215,7 @@ bool FailsAt(long lNumber, bool bAllAfterIt) {
     if (__lsan_do_leak_check != nullptr) __lsan_do_leak_check();
     _exit(testing::Test::HasFailure() ? 1 : bFailed ? 2 : 3);
   }
-  int iStatus = -1;
-  EXPECT_EQ(waitpid(pid, &iStatus, 0), pid);
+  const int iStatus = StatusOf(pid);
   EXPECT_TRUE(WIFEXITED(iStatus) && WEXITSTATUS(iStatus) >= 2)
       << "allocation " << lNumber << ", status " << iStatus;
   return WIFEXITED(iStatus) && WEXITSTATUS(iStatus) == 2;
@@ -239,13 +227,12 @@ INSTANTIATE_TEST_SUITE_P(Allocation, OutOfMemory, testing::Bool(),
                          [](const auto& param) { return param.param ? "AndAllAfterIt" : "Alone"; });
 
 TEST_P(OutOfMemory, ThrowsNothingAndLosesNothingThatWasAnsweredTrue) {
-  CWyXlate::SetResourceDirectory((getenv("ORVA_WA_ROOT") + std::string("/messages")).c_str());
+  SetMessageDirectory();
   long lNumber = 1;
   for (; FailsAt(lNumber, GetParam()); lNumber += Step) {
     if (HasFailure()) FAIL() << "allocation " << lNumber;
   }
   EXPECT_GT(lNumber, 50) << "allocations";
-  RecordProperty("allocations", static_cast<int>(lNumber));
 }
 
 }  // namespace

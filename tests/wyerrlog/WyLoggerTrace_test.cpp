@@ -3,13 +3,12 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <latch>
 #include <list>
 #include <set>
 
+#include "test_support/ChildProcess.h"
 #include "test_support/HostOutput.h"
 #include "test_support/Sanitizer.h"
 #include "test_support/TempDirectory.h"
@@ -25,6 +24,11 @@ using testing::IsEmpty;
 constexpr const char* Titles = "[Message][User]\n";
 constexpr const char* LegacyUsers = "components: Log/Legacy\ndata: Message, User\n";
 constexpr const char* LogFunctions = "components: Log\ndata: Function\n";
+
+CWyTraceData* RecordOf(CWyLogger& logger) {
+  CWyTraceData* pData = nullptr;
+  return logger.ShouldTraceAlloc(LegacyId, &pData) ? pData : nullptr;
+}
 
 class Tracing : public testing::Test {
  protected:
@@ -139,44 +143,39 @@ TEST_F(Tracing, IsDecidedOncePerComponentAndConfiguration) {
   const auto legacy = [&] { return m_logger.TraceEnabled(LegacyId); };
   EXPECT_FALSE(m_logger.TraceEnabled(0));
   EXPECT_TRUE(Enable(m_first, "components:\ndata:\n"));
-  EXPECT_TRUE(m_logger.TraceEnabled(0));
-  EXPECT_FALSE(legacy());
+  EXPECT_TRUE(m_logger.TraceEnabled(0) && !legacy());
   EXPECT_TRUE(Enable(m_first, LegacyMessages));
   EXPECT_TRUE(legacy());
   EXPECT_TRUE(m_logger.TraceEnabled(LegacyId | 0xFFFF)) << "the bits of a message do not count";
   for (const unsigned int uId : {1u, 0x01000000u, 0xFFFF0000u}) {
     EXPECT_FALSE(m_logger.TraceEnabled(uId)) << uId;
   }
-  EXPECT_TRUE(m_logger.TraceEnabled(0));
   EXPECT_TRUE(Enable(m_first, LegacyMessages));
   EXPECT_FALSE(m_logger.TraceEnabled(LegacyId | 1)) << "but those of the first one asked for do";
   EXPECT_FALSE(legacy());
+  m_logger.DisableTrace(true);
   EXPECT_TRUE(Enable(m_first, LogFunctions));
   EXPECT_TRUE(legacy());
   m_logger.DisableTrace(true);
   CWyTraceData record;
-  CWyTraceData* pData = nullptr;
   EXPECT_FALSE(m_logger.TraceEnabled(0) || legacy() || m_logger.ShouldTrace(LegacyId, &record) ||
-               m_logger.ShouldTraceAlloc(LegacyId, &pData));
+               RecordOf(m_logger) != nullptr);
   EXPECT_TRUE(Enable(m_first, LegacyMessages, {.bOutputOnly = true}));
   EXPECT_TRUE(legacy());
-}
-
-CWyTraceData* RecordOf(CWyLogger& logger) {
-  CWyTraceData* pData = nullptr;
-  return logger.ShouldTraceAlloc(LegacyId, &pData) ? pData : nullptr;
 }
 
 TEST_F(Tracing, HandsOutAThreadsRecordOnce) {
   EnableBoth();
   CWyTraceData* pData = nullptr;
   EXPECT_FALSE(m_logger.ShouldTraceAlloc(LegacyId, nullptr));
+  EXPECT_FALSE(m_logger.ShouldTrace(LegacyId, nullptr));
   EXPECT_FALSE(m_logger.ShouldTraceAlloc(LogId, &pData) || pData != nullptr);
   ASSERT_TRUE(m_logger.ShouldTraceAlloc(LegacyId, &pData));
   CWyTraceData* const pTaken = pData;
   pTaken->SetLogger(nullptr);
   EXPECT_FALSE(m_logger.ShouldTraceAlloc(LegacyId, &pData) || pData != pTaken);
-  EXPECT_EQ(RecordOf(m_logger), pTaken);
+  m_logger.Init();
+  EXPECT_EQ(RecordOf(m_logger), pTaken) << "a second Init changes nothing";
   EXPECT_EQ(pTaken->GetLogger(), &m_logger);
 }
 
@@ -188,7 +187,6 @@ TEST_F(Tracing, BringsRecordsUpToEachNewConfigurationOfWhicheverLogger) {
     EXPECT_EQ(Line(own, 1), pszTitles);
     EXPECT_EQ(Line(*RecordOf(logger), 1), pszTitles);
   };
-  EXPECT_FALSE(m_logger.ShouldTrace(LegacyId, nullptr));
   m_fourth.bOpens = false;
   HostOutput refused(m_fourth);
   for (int i = 0; i < 3; ++i) {
@@ -205,6 +203,29 @@ TEST_F(Tracing, BringsRecordsUpToEachNewConfigurationOfWhicheverLogger) {
     m_logger.DisableTrace(false);
     EXPECT_FALSE(m_logger.ShouldTrace(LegacyId, &own));
   }
+}
+
+TEST_F(Tracing, LeavesThreadsAndRecordsUsableThatOutliveTheirLogger) {
+  const auto pOwn = std::make_unique<CWyTraceData>();
+  for (int i = 0; i < (IsSanitized ? 20 : 200); ++i) {
+    auto pLogger = std::make_unique<CWyLogger>();
+    ASSERT_TRUE(EnableTrace(*pLogger, new HostOutput(m_first),
+                            "components: Log\ndata: User, Message\nMessage: !=no\n",
+                            {.iFormat = 2, .pszDelimiter = " of more than fifteen bytes "}));
+    std::latch traced(1);
+    // Comes to its end while the logger does.
+    const TestThread thread([&] {
+      EXPECT_TRUE(Trace(*pLogger, "m") && pLogger->ShouldTrace(LegacyId, pOwn.get()));
+      traced.count_down();
+    });
+    traced.wait();
+    pLogger.reset();
+  }
+  // The tables, names, filters and the delimiter are still there.
+  ASSERT_NE(pOwn->GetComponentInfo("Log/Legacy"), nullptr);
+  EXPECT_TRUE(pOwn->ComponentSelected(LegacyId) && pOwn->SetFieldValue(UserField, "u"));
+  EXPECT_FALSE(pOwn->SetFieldValue(MessageField, "no"));
+  EXPECT_EQ(Line(*pOwn, 0), "u of more than fifteen bytes no\n");
 }
 
 // The records of so many threads that live at the same time. They are left with values in them.
@@ -255,9 +276,7 @@ TEST_F(Tracing, GivesTheThreadsOfAForkedChildRecordsOfTheirOwn) {
     _exit(bOwn ? 0 : 1);
   }
   end.count_down();
-  int iStatus = -1;
-  EXPECT_EQ(waitpid(pid, &iStatus, 0), pid);
-  EXPECT_EQ(iStatus, 0);
+  EXPECT_EQ(StatusOf(pid), 0);
 }
 
 // ---- While others reconfigure -------------------------------------------------------------------
@@ -281,8 +300,13 @@ TEST_F(Tracing, OfWhatIsNotTracedIsAnsweredAtOnceWhileAnOutputIsBeingOpened) {
         EnableTrace(m_logger, new HostOutput(m_second), LegacyMessages, {.bOutputOnly = true}));
   });
   ASSERT_TRUE(Eventually([&] { return !m_second.Events().empty(); }));
-  const TestThread traced([&] { EXPECT_TRUE(m_logger.TraceEnabled(LegacyId)); });
-  EXPECT_TRUE(traced.Blocks());
+  CWyTraceData configured;
+  const TestThread asking([&] { EXPECT_TRUE(m_logger.TraceEnabled(LegacyId)); });
+  const TestThread configuring([&] { EXPECT_TRUE(m_logger.ShouldTrace(LegacyId, &configured)); });
+  const TestThread tracing([&] { EXPECT_NE(RecordOf(m_logger), nullptr); });
+  for (const TestThread* pThread : {&asking, &configuring, &tracing}) {
+    EXPECT_TRUE(pThread->Blocks()) << "of what is traced a thread waits";
+  }
   const auto ask = [&] {
     CWyTraceData own;
     CWyTraceData* pData = nullptr;

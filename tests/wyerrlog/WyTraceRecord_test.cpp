@@ -1,8 +1,8 @@
-// The trace record: values, filters, the four layouts, and what it shares with its configuration.
+// The trace record: ids, long values and the clock. Its layouts, filters and values of all kinds
+// are the fuzz target trace_record's.
 
 #include <gmock/gmock.h>
 
-#include <algorithm>
 #include <climits>
 #include <ctime>
 #include <thread>
@@ -24,49 +24,6 @@ std::string Value(CWyTraceData& data, unsigned int uId) {
 }
 
 std::string Times(size_t uCount, char c) { return std::string(uCount, c); }
-
-TEST(TraceRecord, WritesRecordsAndTitleLinesInItsLayout) {
-  const std::string strNone = "(refused)";
-  const struct {
-    int iFormat;
-    const char* pszDelimiter;
-    std::string strRecord, strTitles, strUnderline;
-  } cases[] = {
-      {0, "|", "[11/16/2026][17:16:13][Login accepted]\n", "[Date][Time][Message]\n",
-       "[====][====][=======]\n"},
-      {1, nullptr,
-       "11/16/2026" + Times(8, ' ') + "17:16:13  Login accepted" + Times(50, ' ') + "\n",
-       "Date" + Times(14, ' ') + "Time" + Times(6, ' ') + "Message" + Times(57, ' ') + "\n",
-       Times(16, '=') + "  ========  " + Times(64, '=') + "\n"},
-      {2, "|", "11/16/2026|17:16:13|Login accepted\n", "Date|Time|Message\n",
-       "====|====|=======\n"},
-      {3, "|",
-       "<TraceMessage>\n\t<Date>11/16/2026</Date>\n\t<Time>17:16:13</Time>\n"
-       "\t<Message>Login accepted</Message>\n</TraceMessage>\n",
-       strNone, strNone},
-      {4, "|", "\n", "\n", "\n"}};
-  CWyTraceData record;
-  record.SetFieldValue(Message, "Login accepted");
-  record.SetFieldValue(Time, "17:16:13");
-  record.SetFieldValue(Date, "11/16/2026");
-  record.SetFieldValue(User, "not selected");
-  CWyErrLogMessage msg(false);
-  for (const auto& [iFormat, pszDelimiter, strRecord, strTitles, strUnderline] : cases) {
-    record = *NewConfiguration("components\ndata: Date, Time, Message\n", iFormat, pszDelimiter);
-    EXPECT_TRUE(record.AssembleTraceMessage(&msg, 0));
-    EXPECT_EQ(msg.GetBuffer(), strRecord) << "whatever layout the message had before";
-    msg.CleanUpMessage();
-    EXPECT_EQ(Line(record, 1), strTitles);
-    EXPECT_EQ(Line(record, 3), strUnderline);
-    EXPECT_EQ(Line(record, -7), strUnderline);
-    std::string strDashes = strUnderline;
-    std::replace(strDashes.begin(), strDashes.end(), '=', '-');
-    EXPECT_EQ(Line(record, 2), strDashes);
-  }
-  EXPECT_FALSE(record.AssembleTraceMessage(nullptr, 0));
-  record = *NewConfiguration("components\n", 3);
-  EXPECT_EQ(Line(record, 0), "<TraceMessage>\n</TraceMessage>\n") << "no fields";
-}
 
 TEST(TraceRecord, KeepsNoLargeTextWhenItIsEmptied) {
   CWyTraceData record;
@@ -104,20 +61,15 @@ TEST(TraceRecord, AsksTheSystemForIdsAndRefusesFieldsThatDoNotExist) {
                  record.SetFieldValue(uId, 1.0) || record.SetFieldValue(uId, "x") ||
                  record.SetFieldValue(uId, true) || record.TestDataFilter(uId));
   }
-  record = *NewConfiguration("components\ndata\nUser ==5\nPid ==0");
-  EXPECT_TRUE(record.SetFieldValue(User, 5) && record.TestDataFilter(User));
-  EXPECT_FALSE(record.SetFieldValue(User, 5.0) || record.TestDataFilter(Message));
-  EXPECT_FALSE(record.SetFieldValue(Pid, 0));
-  record.SetFieldValue(65, Times(5000, 'x').c_str());  // released by the destructor
+  EXPECT_FALSE(record.AssembleTraceMessage(nullptr, 0));
 }
 
-TEST(TraceRecord, KeepsLongValuesInMemoryOfTheirOwnUntilItIsEmptied) {
+TEST(TraceRecord, KeepsLongValuesInMemoryOfTheirOwn) {
   CWyTraceData record;
   record = *NewConfiguration("components\ndata User\n");
   const WyTraceDataFieldInfo& user = *record.GetDataFieldInfo(User);
   record.SetFieldValue(User, Times(1023, 'a').c_str());
   EXPECT_EQ(user.pszValue, user.szValue);
-
   const std::string strLong = Times(1023, 'b') + "c";
   record.SetFieldValue(User, strLong.c_str());
   EXPECT_TRUE(user.bValueAllocated);
@@ -127,12 +79,7 @@ TEST(TraceRecord, KeepsLongValuesInMemoryOfTheirOwnUntilItIsEmptied) {
   record.SetFieldValue(User, user.pszValue + 100);
   EXPECT_EQ(Value(record, User), strLong.substr(100));
   EXPECT_NE(user.pszValue, user.szValue) << "a buffer that is there is used again";
-  record.SetFieldValue(SrcFile, Times(5000, 's').c_str());
-  EXPECT_EQ(Value(record, SrcFile), Times(1023, 's'));
-
-  EXPECT_TRUE(record.LeaveNoBody());
-  EXPECT_TRUE(!user.bValueAllocated && user.pszValue == user.szValue);
-  EXPECT_EQ(Line(record, 0), "[]\n");
+  record.SetFieldValue(65, strLong.c_str());  // released by the destructor
 }
 
 // What a logger with the configuration writes of the second of two records whose fields are set
@@ -201,17 +148,13 @@ TEST(TraceSupresser, SwitchesTracingOfItsThreadOffUntilAnyHolderEnds) {
 
 TEST(RequestContext, BelongsToTheThreadThatSetIt) {
   int iMine = 0;
-  int iOther = 0;
-  EXPECT_EQ(CWyRequestContext::GetRequestContextData(), nullptr);
   CWyRequestContext::SetRequestContextData(&iMine);
-  std::thread([&iOther] {
+  std::thread([&iMine] {
     EXPECT_EQ(CWyRequestContext::GetRequestContextData(), nullptr);
-    CWyRequestContext::SetRequestContextData(&iOther);
+    CWyRequestContext::SetRequestContextData(&iMine + 1);
     EXPECT_TRUE(CWyTraceSupresser::isTracing()) << "a slot of its own";
   }).join();
   EXPECT_EQ(CWyRequestContext::GetRequestContextData(), &iMine);
-  CWyRequestContext::SetRequestContextData(nullptr);
-  EXPECT_EQ(CWyRequestContext::GetRequestContextData(), nullptr);
 }
 
 bool IsSuppressedInScope() {

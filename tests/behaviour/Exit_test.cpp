@@ -6,7 +6,6 @@
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
-#include <wyxlate/WyXlate.h>
 
 #include <cstdlib>
 #include <memory>
@@ -14,6 +13,7 @@
 #include <thread>
 
 #include "components/wytestcomponent/TestMessages.h"
+#include "test_support/ChildProcess.h"
 #include "test_support/Sanitizer.h"
 #include "test_support/TempDirectory.h"
 #include "test_support/TestThread.h"
@@ -45,10 +45,9 @@ bool ExitsWell(Body body) {
     if (strShown.size() < 10000) strShown.append(acPiece, static_cast<std::size_t>(n));
   }
   close(hTerminal);
-  int iStatus = -1;
-  if (waitpid(pid, &iStatus, 0) == pid && iStatus == 0) return true;
-  ADD_FAILURE() << "status " << iStatus << " after " << strShown;
-  return false;
+  const int iStatus = test_support::StatusOf(pid);
+  EXPECT_EQ(iStatus, 0) << strShown;
+  return iStatus == 0;
 }
 
 // A translated message of a plug-in.
@@ -60,7 +59,7 @@ bool LogError(CWyLogger& logger = *theLogger()) {
 }
 
 void SetUpLogging() {
-  CWyXlate::SetResourceDirectory((getenv("ORVA_WA_ROOT") + std::string("/messages")).c_str());
+  test_support::SetMessageDirectory();
   CWyLogger& logger = *theLogger();
   EXPECT_TRUE(logger.SetLogOutput(logger.NewLogOutput(0)));
   EXPECT_TRUE(test_support::EnableTrace(logger, logger.NewLogOutput(1, "/dev/null", 1, 0, 0),

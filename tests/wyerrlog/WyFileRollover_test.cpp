@@ -1,27 +1,35 @@
+// What rollovers name their backups, and what becomes of renames that fail. That nothing is lost
+// by other faults is the fault ladder's; which backups go is the fuzz target's of their names.
+
 #include <gtest/gtest.h>
 
 #include <cerrno>
 #include <climits>
+#include <fstream>
+#include <latch>
 #include <vector>
 
 #include "test_support/SystemStandIns.h"
 #include "test_support/TempDirectory.h"
+#include "test_support/TestThread.h"
 #include "wyerrlog/WyLogOutput.h"
 
 namespace {
 
-using Names = std::set<std::string>;
+using stand_ins::AllCalls;
+using stand_ins::Call;
+using stand_ins::Effect;
+using test_support::TestThread;
 
-// The clock stands at this second, in a zone five and a half hours east of Greenwich.
-constexpr time_t FixedTime = 1709627829;
 const std::string Stamp = "_20240305_140709";
 
 class FileRollover : public testing::Test {
  protected:
+  // The clock stands at that second, in a zone five and a half hours east of Greenwich.
   FileRollover() {
     setenv("TZ", "TEST-5:30", 1);
     tzset();
-    stand_ins::clock = FixedTime;
+    stand_ins::clock = 1709627829;
   }
   ~FileRollover() override { AllowRenames(); }
 
@@ -32,57 +40,40 @@ class FileRollover : public testing::Test {
   }
   void RefuseRenames(int iErrno) {
     m_iRefused = 0;
-    stand_ins::rename = [this, iErrno](const char*, const char*) {
-      ++m_iRefused;
-      return stand_ins::Refuse(iErrno);
-    };
+    stand_ins::before_rename = [this](const char*) { ++m_iRefused; };
+    stand_ins::Inject({Call::Rename, Effect::Failure, iErrno, 1, AllCalls});
   }
-  void AllowRenames() { stand_ins::rename = nullptr; }
+  void AllowRenames() {
+    stand_ins::before_rename = nullptr;
+    stand_ins::Withdraw(Call::Rename);
+  }
 
   TempDirectory m_directory;
   int m_iRefused = 0;
 };
 
+// Also for paths of nearly every length that the system takes.
 TEST_F(FileRollover, NamesBackupsByLocalTimeAndNumbersThoseOfOneSecond) {
+  std::string strStem = "app-1.2/";
+  while (m_directory.Path(strStem).size() + 460 < PATH_MAX) strStem += std::string(200, 'd') + '/';
+  std::filesystem::create_directories(m_directory.Path(strStem));
+  strStem += std::string(210, 'n');
   struct Case {
     const char* pszExtension;
     std::vector<std::string> existing;
     const char* pszNew;
   };
-  std::filesystem::create_directory(m_directory.Path("app-1.2"));
   for (const Case& c : {Case{".a", {}, ""}, Case{"", {""}, "_01"}, Case{".b", {"_5", "_06"}, "_07"},
-                        Case{".e", {"", "_99", "_100"}, "_101"},
-                        Case{".f", {"_99999999999999999999"}, "_100000000000000000000"}}) {
-    const std::string strStem = "app-1.2/t";
+                        Case{".c", {"_99"}, "_100"}, Case{".d", {"", "_99", "_100"}, "_101"}}) {
     const auto backup = [&](const std::string& n) { return strStem + Stamp + n + c.pszExtension; };
+    m_directory.Write(strStem + "_20240305_140708_50" + c.pszExtension, "of another second");
     for (const std::string& strNumber : c.existing) m_directory.Write(backup(strNumber), "theirs");
     m_directory.Write(strStem + c.pszExtension, "ours");
     CWyFileOutput output;
     EXPECT_TRUE(Open(output, strStem + c.pszExtension, 2, 0));
-    EXPECT_EQ(m_directory.Read(backup(c.pszNew)), "ours") << backup(c.pszNew);
+    EXPECT_EQ(m_directory.Read(backup(c.pszNew)), "ours") << c.pszNew << c.pszExtension;
     for (const std::string& n : c.existing) EXPECT_EQ(m_directory.Read(backup(n)), "theirs");
   }
-}
-
-TEST_F(FileRollover, WorksForEveryPathThatTheSystemTakes) {
-  std::string strLog;
-  while (m_directory.Path(strLog).size() + 460 < PATH_MAX) strLog += std::string(200, 'd') + '/';
-  std::filesystem::create_directories(m_directory.Path(strLog));
-  strLog += std::string(239, 'n');
-  CWyFileOutput output;
-  ASSERT_TRUE(Open(output, strLog, 3, 0));
-  EXPECT_TRUE(output.Log("new"));
-  EXPECT_EQ(m_directory.Read(strLog), "new");
-  EXPECT_TRUE(std::filesystem::exists(m_directory.Path(strLog + Stamp)));
-}
-
-TEST_F(FileRollover, KeepsTheNewestOfOneSecond) {
-  CWyFileOutput output;
-  ASSERT_TRUE(Open(output, "t.log", 3, 2));
-  for (const char* pszText : {"1\n", "2\n", "3\n", "4\n", "5\n"}) EXPECT_TRUE(output.Log(pszText));
-  std::string strAll;
-  for (const std::string& strName : m_directory.Names()) strAll += m_directory.Read(strName);
-  EXPECT_EQ(strAll, "5\n3\n4\n") << "the log before its backups";
 }
 
 TEST_F(FileRollover, ARefusedRenameIsTriedAgainWhenMoreThan300SecondsHavePassed) {
@@ -140,6 +131,45 @@ TEST_F(FileRollover, IsTriedAgainAlsoWhenTheOldFileCouldNotBeOpenedAgainUnlessSi
   }
 }
 
+TEST_F(FileRollover, ThreadsCountWhatOthersAreAboutToWrite) {
+  m_directory.Write("a.log", std::string((1 << 20) - 10, 'x'));
+  CWyFileOutput output;
+  ASSERT_TRUE(output.SetParams(m_directory.Path("a.log").c_str(), 3, 1, 0) && output.Open());
+  std::latch inWrite(1), leaveWrite(1);
+  std::atomic<bool> bFirst{true};
+  stand_ins::before_write = [&] {
+    if (!bFirst.exchange(false)) return;
+    inWrite.count_down();
+    leaveWrite.wait();
+  };
+  {
+    const TestThread first([&] { EXPECT_TRUE(output.Log("first")); });
+    inWrite.wait();
+    const TestThread second([&] { EXPECT_TRUE(output.Log("second")); });
+    EXPECT_TRUE(second.Blocks() && !second.IsDone());
+    leaveWrite.count_down();
+  }
+  stand_ins::before_write = nullptr;
+  EXPECT_EQ(m_directory.Read("a.log"), "second");
+}
+
+TEST_F(FileRollover, ARefusedSecondBackupOfASecondClosesTheOutput) {
+  m_directory.Write("a.log", "ours");
+  m_directory.Write("a" + Stamp + ".log", "theirs");
+  RefuseRenames(EACCES);
+  CWyFileOutput output;
+  EXPECT_FALSE(Open(output, "a.log", 2, 0) || output.Log("dropped\n"));
+  EXPECT_EQ(m_directory.Read("a.log"), "ours");
+}
+
+TEST_F(FileRollover, ABackupThatCannotBeDeletedClosesTheOutput) {
+  m_directory.Write("a.log", "ours");
+  std::filesystem::create_directories(m_directory.Path("a_20000101_000000.log/kept"));
+  CWyFileOutput output;
+  EXPECT_FALSE(Open(output, "a.log", 2, 1) || output.Log("dropped\n"));
+  EXPECT_EQ(m_directory.Read("a.log"), "ours");
+}
+
 TEST_F(FileRollover, TheRetryDoesNotOpenWhatWasClosed) {
   m_directory.Write("a.log", "old\n");
   RefuseRenames(EACCES);
@@ -148,44 +178,18 @@ TEST_F(FileRollover, TheRetryDoesNotOpenWhatWasClosed) {
   AllowRenames();
   stand_ins::clock += 301;
   EXPECT_FALSE(output.Log("late\n"));
-  EXPECT_EQ(m_directory.Names(), Names{"a.log"});
-}
-
-TEST_F(FileRollover, AnyOtherFailureClosesTheOutputAndLeavesTheLogFileAlone) {
-  struct Case {
-    std::string strLog;
-    const char* pszDirectory;  // lies beside the log file
-    int iErrno;
-  };
-  for (const Case& c :
-       {Case{"a.log", ".", EIO},
-        Case{"c.log", "c_20240305_140709.log", EACCES},  // the name is taken
-        Case{"d.log", "d_20000101_000000.log/cannot/be/deleted", 0},
-        Case{std::string(236, 'n') + ".log", ".", 0}}) {  // the backup's is too long
-    m_directory.Write(c.strLog, "old\n");
-    std::filesystem::create_directories(m_directory.Path(c.pszDirectory));
-    CWyFileOutput output;
-    ASSERT_TRUE(Open(output, c.strLog, 3, c.iErrno == EACCES ? 0 : 1));
-    if (c.iErrno != 0) RefuseRenames(c.iErrno);
-    EXPECT_FALSE(output.Log("dropped\n")) << c.strLog;
-    AllowRenames();
-    EXPECT_FALSE(output.Log("dropped\n")) << c.strLog;
-    EXPECT_EQ(m_directory.Read(c.strLog), "old\n");
-  }
+  EXPECT_EQ(m_directory.Names(), std::set<std::string>{"a.log"});
 }
 
 TEST_F(FileRollover, NeverReplacesAFileThatTakesTheNameInBetween) {
   // The system's own way; file systems and systems without it.
-  int iCase = 0;
   for (const int iRenameat2 : {0, EINVAL, ENOSYS}) {
-    const long lCount = iRenameat2 == 0 ? 0 : stand_ins::ForEver;
-    stand_ins::Inject({stand_ins::Call::Rename, stand_ins::Effect::Failure, iRenameat2, 1, lCount});
-    const std::string strStem = std::to_string(iCase++);
+    stand_ins::Inject({Call::Rename, Effect::Failure, iRenameat2, 1, iRenameat2 ? AllCalls : 0});
+    const std::string strStem = std::to_string(iRenameat2);
     m_directory.Write(strStem + ".log", "ours");
     int iTaken = 0;
-    stand_ins::rename = [&iTaken](const char* pszFrom, const char* pszTo) {
+    stand_ins::before_rename = [&iTaken](const char* pszTo) {
       if (iTaken++ < 2) std::ofstream(pszTo) << "theirs";
-      return stand_ins::RealRename(pszFrom, pszTo);
     };
     CWyFileOutput output;
     EXPECT_TRUE(Open(output, strStem + ".log", 2, 0));

@@ -1,0 +1,128 @@
+// Loggers under names, many of them.
+
+#include "wyerrlog/WyLoggerList.h"
+
+#include <gmock/gmock.h>
+#include <pthread.h>
+#include <wyi18n/wyi18n.h>
+
+#include <array>
+#include <barrier>
+#include <list>
+#include <set>
+
+#include "test_support/Footprint.h"
+#include "test_support/TempDirectory.h"
+#include "test_support/TestThread.h"
+#include "test_support/Tracing.h"
+
+// In the place of the platform's: without a search for plug-ins, loggers are made quickly.
+__attribute__((visibility("default"))) void* WyLoadLibrary(const char*) { return nullptr; }
+
+namespace {
+
+using namespace test_support;
+
+TEST(LoggerList, FindsLoggersByTheBytesOfTheirNames) {
+  EXPECT_EQ(theLoggerList()->GetLogger("A"), nullptr);
+  EXPECT_TRUE(removeMyLogger("A")) << "nothing has been added yet";
+  EXPECT_FALSE(removeMyLogger(nullptr));
+  std::string strName = "A";
+  CWyLogger* const pLogger = getMyLogger(strName.c_str());
+  strName[0] = 'b';
+  ASSERT_NE(pLogger, nullptr);
+  EXPECT_EQ(getMyLogger("A"), pLogger);
+  EXPECT_EQ(theLoggerList()->AddLogger("A"), pLogger);
+  CWyLogger* const apOthers[] = {getMyLogger("a"), getMyLogger("A "), getMyLogger("\xc3\xa4")};
+  EXPECT_THAT(apOthers, testing::Each(testing::Ne(pLogger)));
+  EXPECT_THAT(apOthers, testing::Each(testing::Ne(theLogger())));
+  for (const char* pszRefused : {"", static_cast<const char*>(nullptr)}) {
+    EXPECT_EQ(getMyLogger(pszRefused), nullptr);
+    EXPECT_EQ(theLoggerList()->AddLogger(pszRefused), nullptr);
+    EXPECT_EQ(theLoggerList()->GetLogger(pszRefused), nullptr);
+    EXPECT_FALSE(removeMyLogger(pszRefused));
+  }
+  pLogger->SetExecutionTimeThreshold(7);
+  EXPECT_TRUE(removeMyLogger("A"));
+  EXPECT_FALSE(removeMyLogger("A"));
+  EXPECT_EQ(theLoggerList()->GetLogger("A"), nullptr);
+  EXPECT_EQ(getMyLogger("A")->GetExecutionTimeThreshold(), 0) << "a fresh one";
+}
+
+TEST(LoggerList, AddsANameOnceWhoeverAsksAtTheSameTime) {
+  std::array<CWyLogger*, 4> apLoggers{};
+  std::barrier start(4);
+  std::list<TestThread> threads;
+  for (CWyLogger*& pLogger : apLoggers) {
+    threads.emplace_back([&] {
+      start.arrive_and_wait();
+      pLogger = getMyLogger("A");
+    });
+  }
+  threads.clear();
+  EXPECT_NE(apLoggers[0], nullptr);
+  EXPECT_THAT(apLoggers, testing::Each(theLoggerList()->GetLogger("A")));
+}
+
+// A trace record of the logger by each of several threads, which live on from one logger to the
+// next; no two of them the same.
+class TracingThreads {
+ public:
+  static constexpr std::size_t Threads = 3;
+
+  TracingThreads() {
+    for (std::size_t i = 0; i < Threads; ++i) {
+      m_threads.emplace_back([this, i] {
+        for (m_turn.arrive_and_wait(); m_pLogger != nullptr; m_turn.arrive_and_wait()) {
+          EXPECT_TRUE(Trace(*m_pLogger, "line"));
+          EXPECT_TRUE(m_pLogger->ShouldTraceAlloc(LegacyId, &(m_records[i] = nullptr)));
+          m_turn.arrive_and_wait();
+        }
+      });
+    }
+  }
+  ~TracingThreads() { m_turn.arrive_and_wait(); }
+
+  void Use(CWyLogger& logger) {
+    m_pLogger = &logger;
+    m_turn.arrive_and_wait();
+    m_turn.arrive_and_wait();
+    m_pLogger = nullptr;
+    EXPECT_EQ(std::set(m_records.begin(), m_records.end()).size(), Threads);
+  }
+
+ private:
+  CWyLogger* m_pLogger = nullptr;
+  std::array<CWyTraceData*, Threads> m_records{};
+  std::barrier<> m_turn{Threads + 1};
+  std::list<TestThread> m_threads;
+};
+
+// One use of each of many loggers, by threads that have a record of each.
+void UseLoggers(TracingThreads& threads, const std::string& strTrace, int iCount) {
+  const auto name = [](int i) { return "tenant " + std::to_string(i); };
+  for (int i = 0; i < iCount; ++i) {
+    CWyLogger& logger = *getMyLogger(name(i).c_str());
+    ASSERT_TRUE(EnableTrace(logger, logger.NewLogOutput(1, strTrace.c_str(), 1, 0, 0),
+                            LegacyMessages, {.iFormat = 3}));
+    threads.Use(logger);
+  }
+  for (int i = 0; i < iCount; ++i) EXPECT_TRUE(removeMyLogger(name(i).c_str()));
+}
+
+TEST(LoggerList, TracesWithLoggersForWhichTheSystemHasNoThreadKeyLeft) {
+  const TempDirectory directory;
+  TracingThreads threads;
+  UseLoggers(threads, directory.Path("trace"), 1);
+  std::vector<pthread_key_t> keys;
+  for (pthread_key_t key; pthread_key_create(&key, nullptr) == 0;) keys.push_back(key);
+  for (size_t i = 0; i < 10; ++i) pthread_key_delete(keys[i]);
+  UseLoggers(threads, directory.Path("trace"), 40);
+  const size_t uMemory = MemoryInUse();
+  const long lDescriptors = OpenDescriptors();
+  for (int i = 0; i < 5; ++i) UseLoggers(threads, directory.Path("trace"), 40);
+  EXPECT_LE(MemoryInUse(), uMemory + 500000);
+  EXPECT_EQ(OpenDescriptors(), lDescriptors);
+}
+
+}  // namespace
