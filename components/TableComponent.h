@@ -9,9 +9,9 @@
 //   constexpr WyErrSubComponentInfo SubComponents[] = {{"Auth", "Authentication", "..."}, ...};
 //
 //   extern "C" CWyErrLogComponent* GetComponentPtr() {
-//     static CWyTableComponent component(Component, "login", "Login_Logout", "...", Messages,
+//     static CWyTableComponent s_component(Component, "login", "Login_Logout", "...", Messages,
 //                                        SubComponents);
-//     return &component;
+//     return &s_component;
 //   }
 
 #include <span>

@@ -6,7 +6,7 @@ namespace {
 
 // Row i belongs to component number i + 1. Rows are only ever added at the end: the numbers are
 // part of every message identifier.
-const char* s_KnownComponentLibs[] = {
+const char* s_apszComponentLibs[] = {
     "wylogcomponent",         "wytestcomponent",     "Login_Logout",
     "IsAuthorized",           "Policy_Server",       "Web_Agent",
     "Apache_Agent",           "Application_Agent",   "Authentication_Schemes",
@@ -17,9 +17,9 @@ const char* s_KnownComponentLibs[] = {
     "Agent_Connection",       "Cluster_Management",  "Cache_Management",
     "Resource_Filter",        "Response_Generation", "Event_Handler",
 };
-static_assert(std::size(s_KnownComponentLibs) == 27);
+static_assert(std::size(s_apszComponentLibs) == 27);
 
-constexpr KNOWNDATAFIELDINFO s_KnownDataFields[] = {
+constexpr KNOWNDATAFIELDINFO KnownDataFields[] = {
     {"Message", 64},
     {"SrcFile", 32},
     {"Pid", 8},
@@ -87,18 +87,18 @@ constexpr KNOWNDATAFIELDINFO s_KnownDataFields[] = {
     {"ExecutionTime", 24},
     {"Tenant", 64},
 };
-static_assert(std::size(s_KnownDataFields) == 66);
+static_assert(std::size(KnownDataFields) == 66);
 
 }  // namespace
 
 bool GetKnownComponentLibs(int* pCount, const char*** pppszNames) {
-  *pCount = static_cast<int>(std::size(s_KnownComponentLibs));
-  *pppszNames = s_KnownComponentLibs;
+  *pCount = static_cast<int>(std::size(s_apszComponentLibs));
+  *pppszNames = s_apszComponentLibs;
   return true;
 }
 
 bool GetKnownDataFields(int* pCount, const KNOWNDATAFIELDINFO** ppRows) {
-  *pCount = static_cast<int>(std::size(s_KnownDataFields));
-  *ppRows = s_KnownDataFields;
+  *pCount = static_cast<int>(std::size(KnownDataFields));
+  *ppRows = KnownDataFields;
   return true;
 }

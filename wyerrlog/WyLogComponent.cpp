@@ -15,10 +15,9 @@ CWyErrLogComponent::~CWyErrLogComponent() = default;
 namespace {
 
 // The whole message is the first argument.
-constexpr const char* s_MessageList[] = {"%1s", "%1s", "%1s"};
+constexpr const char* Messages[] = {"%1s", "%1s", "%1s"};
 
-constexpr WyErrSubComponentInfo s_SubComponentList[] = {
-    {"Legacy", "Legacy", "Legacy Description."}};
+constexpr WyErrSubComponentInfo SubComponents[] = {{"Legacy", "Legacy", "Legacy Description."}};
 
 }  // namespace
 
@@ -28,17 +27,17 @@ CWyLogComponent::CWyLogComponent()
 CWyLogComponent::~CWyLogComponent() = default;
 
 void CWyLogComponent::GetSubComponents(int* pCount, const WyErrSubComponentInfo** ppList) {
-  *pCount = static_cast<int>(std::size(s_SubComponentList));
-  *ppList = s_SubComponentList;
+  *pCount = static_cast<int>(std::size(SubComponents));
+  *ppList = SubComponents;
 }
 
 const char* CWyLogComponent::FetchMessage(unsigned int uId) {
   const unsigned int uNumber = WyMessageNumber(uId);
-  if (uNumber < 1 || uNumber > std::size(s_MessageList)) return nullptr;
-  return s_MessageList[uNumber - 1];
+  if (uNumber < 1 || uNumber > std::size(Messages)) return nullptr;
+  return Messages[uNumber - 1];
 }
 
 CWyErrLogComponent* GetComponentPtr() {
-  static CWyLogComponent component;
-  return &component;
+  static CWyLogComponent s_component;
+  return &s_component;
 }

@@ -31,7 +31,7 @@ constexpr WyErrSubComponentInfo SubComponents[] = {
 }  // namespace
 
 extern "C" CWyErrLogComponent* GetComponentPtr() {
-  static CWyTableComponent component(IsAuthorized::Component, "isauth", "IsAuthorized",
-                                     "Decides what users may do", Messages, SubComponents);
-  return &component;
+  static CWyTableComponent s_component(IsAuthorized::Component, "isauth", "IsAuthorized",
+                                       "Decides what users may do", Messages, SubComponents);
+  return &s_component;
 }

@@ -20,7 +20,7 @@ constexpr WyErrSubComponentInfo SubComponents[] = {
 }  // namespace
 
 extern "C" CWyErrLogComponent* GetComponentPtr() {
-  static CWyTableComponent component(LoginLogout::Component, "login", "Login_Logout",
-                                     "Login and logout of users", Messages, SubComponents);
-  return &component;
+  static CWyTableComponent s_component(LoginLogout::Component, "login", "Login_Logout",
+                                       "Login and logout of users", Messages, SubComponents);
+  return &s_component;
 }

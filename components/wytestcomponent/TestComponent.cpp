@@ -24,7 +24,7 @@ constexpr WyErrSubComponentInfo SubComponents[] = {
 }  // namespace
 
 extern "C" CWyErrLogComponent* GetComponentPtr() {
-  static CWyTableComponent component(TestComponent::Component, "wytest", "wytestcomponent",
-                                     "Messages for tests", Messages, SubComponents);
-  return &component;
+  static CWyTableComponent s_component(TestComponent::Component, "wytest", "wytestcomponent",
+                                       "Messages for tests", Messages, SubComponents);
+  return &s_component;
 }

@@ -21,36 +21,32 @@ int RefuseNullPath() {
 // Repeats a system call that a signal handler interrupts.
 template <typename Call>
 int Uninterrupted(Call call) {
-  int result;
+  int iResult;
   do {
-    result = call();
-  } while (result < 0 && errno == EINTR);
-  return result;
+    iResult = call();
+  } while (iResult < 0 && errno == EINTR);
+  return iResult;
 }
 
 // Not one with contents: a remote file system may have renamed although it reports a failure.
 void RemoveEmptyFile(const char* path) {
   struct stat status;
-  if (::lstat(path, &status) == 0 && status.st_size == 0) {
-    ::unlink(path);
-  }
+  if (::lstat(path, &status) == 0 && status.st_size == 0) ::unlink(path);
 }
 
 // An empty file takes the name, and only that one is replaced. A process that is killed in between
 // leaves it behind, but never two names of one file.
 int RenameOntoPlaceholder(const char* from, const char* to) {
   const int fd = WyOpen(to, O_WRONLY | O_CREAT | O_EXCL, 0644);
-  if (fd < 0) {
-    return -1;
-  }
+  if (fd < 0) return -1;
   ::close(fd);
-  const int result = std::rename(from, to);
-  if (result != 0) {
-    const int reason = errno;
+  const int iResult = std::rename(from, to);
+  if (iResult != 0) {
+    const int iErrno = errno;
     RemoveEmptyFile(to);
-    errno = reason;
+    errno = iErrno;
   }
-  return result;
+  return iResult;
 }
 
 const char* ReadEnvironment(const char* pszName) {
@@ -80,34 +76,26 @@ bool IsSet(const char* pszValue) { return pszValue != nullptr && *pszValue != '\
 class CWyLocaleVariables {
  public:
   const char* FirstSet() {
-    if (!HasSameEntries()) {
-      Find();
-    }
-    if (const char* const pszValue = ValueOf(m_pszAll, kAll); IsSet(pszValue)) {
+    if (!HasSameEntries()) Find();
+    if (const char* const pszValue = ValueOf(m_pszAll, All); IsSet(pszValue)) return pszValue;
+    if (const char* const pszValue = ValueOf(m_pszMessages, Messages); IsSet(pszValue)) {
       return pszValue;
     }
-    if (const char* const pszValue = ValueOf(m_pszMessages, kMessages); IsSet(pszValue)) {
-      return pszValue;
-    }
-    const char* const pszValue = ValueOf(m_pszLang, kLang);
+    const char* const pszValue = ValueOf(m_pszLang, Lang);
     return IsSet(pszValue) ? pszValue : nullptr;
   }
 
  private:
-  static constexpr std::size_t kMostEntries = 128;  // of a larger environment none are kept
-  static constexpr char kAll[] = "LC_ALL=";
-  static constexpr char kMessages[] = "LC_MESSAGES=";
-  static constexpr char kLang[] = "LANG=";
+  static constexpr std::size_t MaxEntries = 128;  // of a larger environment none are kept
+  static constexpr char All[] = "LC_ALL=";
+  static constexpr char Messages[] = "LC_MESSAGES=";
+  static constexpr char Lang[] = "LANG=";
 
   bool HasSameEntries() const {
-    if (environ == nullptr || m_uEntries == 0) {
-      return false;
-    }
+    if (environ == nullptr || m_uEntries == 0) return false;
     // An environment that has become shorter differs where it ends.
     for (std::size_t i = 0; i < m_uEntries; ++i) {
-      if (environ[i] != m_apszEntries[i]) {
-        return false;
-      }
+      if (environ[i] != m_apszEntries[i]) return false;
     }
     return true;
   }
@@ -115,9 +103,7 @@ class CWyLocaleVariables {
   // The first entry of a variable counts.
   template <std::size_t Size>
   static void Note(const char*& pszFound, const char (&name)[Size], const char* pszEntry) {
-    if (pszFound == nullptr && ValueOf(pszEntry, name) != nullptr) {
-      pszFound = pszEntry;
-    }
+    if (pszFound == nullptr && ValueOf(pszEntry, name) != nullptr) pszFound = pszEntry;
   }
 
   void Find() {
@@ -125,15 +111,13 @@ class CWyLocaleVariables {
     m_uEntries = 0;
     std::size_t uEntries = 0;
     for (char** ppszEntry = environ; ppszEntry != nullptr && *ppszEntry != nullptr; ++ppszEntry) {
-      Note(m_pszAll, kAll, *ppszEntry);
-      Note(m_pszMessages, kMessages, *ppszEntry);
-      Note(m_pszLang, kLang, *ppszEntry);
-      if (uEntries < kMostEntries) {
-        m_apszEntries[uEntries] = *ppszEntry;
-      }
+      Note(m_pszAll, All, *ppszEntry);
+      Note(m_pszMessages, Messages, *ppszEntry);
+      Note(m_pszLang, Lang, *ppszEntry);
+      if (uEntries < MaxEntries) m_apszEntries[uEntries] = *ppszEntry;
       ++uEntries;
     }
-    if (uEntries < kMostEntries) {
+    if (uEntries < MaxEntries) {
       m_apszEntries[uEntries] = nullptr;
       m_uEntries = uEntries + 1;
     }
@@ -144,7 +128,7 @@ class CWyLocaleVariables {
   const char* m_pszMessages = nullptr;
   const char* m_pszLang = nullptr;
   std::size_t m_uEntries = 0;  // with the null that ends them; 0: look afresh
-  const char* m_apszEntries[kMostEntries] = {};
+  const char* m_apszEntries[MaxEntries] = {};
 };
 
 constinit thread_local CWyLocaleVariables t_localeVariables;
@@ -155,9 +139,7 @@ constinit thread_local CWyLocaleVariables t_localeVariables;
 }  // namespace
 
 int WyOpen(const char* path, int flags, int mode) {
-  if (path == nullptr) {
-    return RefuseNullPath();
-  }
+  if (path == nullptr) return RefuseNullPath();
   return Uninterrupted([=] { return ::open(path, flags | O_CLOEXEC, static_cast<mode_t>(mode)); });
 }
 
@@ -166,13 +148,11 @@ int WyAccess(const char* path, int mode) {
 }
 
 int WyRename(const char* from, const char* to) {
-  if (from == nullptr || to == nullptr) {
-    return RefuseNullPath();
-  }
-  const int result =
+  if (from == nullptr || to == nullptr) return RefuseNullPath();
+  const int iResult =
       Uninterrupted([=] { return ::renameat2(AT_FDCWD, from, AT_FDCWD, to, RENAME_NOREPLACE); });
-  const bool offered = result == 0 || (errno != EINVAL && errno != ENOSYS);
-  return offered ? result : RenameOntoPlaceholder(from, to);
+  const bool bSupported = iResult == 0 || (errno != EINVAL && errno != ENOSYS);
+  return bSupported ? iResult : RenameOntoPlaceholder(from, to);
 }
 
 int WyUnlink(const char* path) {
@@ -181,9 +161,7 @@ int WyUnlink(const char* path) {
 
 void* WyLoadLibrary(const char* name) {
   // dlopen answers both with the program itself.
-  if (name == nullptr || *name == '\0') {
-    return nullptr;
-  }
+  if (name == nullptr || *name == '\0') return nullptr;
   return ::dlopen(name, RTLD_NOW | RTLD_LOCAL);
 }
 

@@ -18,7 +18,7 @@ namespace {
 
 // More names than a product has. A host that passes on whatever locales its clients name does not
 // fill the memory: at this number the cache starts afresh.
-constexpr std::size_t kMaxBundles = 4096;
+constexpr std::size_t MaxBundles = 4096;
 
 bool IsReadableDirectory(const char* pszDirectory) {
   struct stat info;
@@ -32,33 +32,29 @@ void RegisterForkHandlers() {
                    [] { theBundleCache().ResumeAfterFork(); });
 }
 
-CWyBundleCache* MakeProcessCache() {
+CWyBundleCache* NewProcessCache() {
   RegisterForkHandlers();
   return new CWyBundleCache;
 }
 
 // Makes the cache while the library is loaded. A child that is forked while another thread makes it
 // would wait for that thread for ever.
-[[maybe_unused]] const CWyBundleCache& g_cacheMadeAtLoad = theBundleCache();
+[[maybe_unused]] const CWyBundleCache& s_cacheConstructedAtLoad = theBundleCache();
 
 }  // namespace
 
 CWyBundleCache& theBundleCache() {
   // Never deleted: threads that outlive main, and destructors that run later than those of this
   // library, still look up messages.
-  static CWyBundleCache* const s_pCache = MakeProcessCache();
+  static CWyBundleCache* const s_pCache = NewProcessCache();
   return *s_pCache;
 }
 
 bool CWyBundleCache::SetDirectory(const char* pszDirectory) {
-  if (pszDirectory == nullptr || !IsReadableDirectory(pszDirectory)) {
-    return false;
-  }
+  if (pszDirectory == nullptr || !IsReadableDirectory(pszDirectory)) return false;
   std::error_code error;
   std::string strDirectory = std::filesystem::absolute(pszDirectory, error).string();
-  if (error) {
-    return false;
-  }
+  if (error) return false;
   BundleMap discarded;  // outlives the lock
   const std::unique_lock<CWyForkableLock> lock(m_lock);
   m_origin.strDirectory.swap(strDirectory);
@@ -76,26 +72,18 @@ BundleRef CWyBundleCache::Get(const char* pszBundle, const char* pszLocale) {
     pKept->AddReference();
     return BundleRef(pKept);
   }
-  const KeyView key(pszBundle, *pszLocale == '\0' ? kDefaultLocale : pszLocale);
+  const KeyView key(pszBundle, *pszLocale == '\0' ? DefaultLocale : pszLocale);
   std::optional<BundleRef> known = Find(key);
-  if (!known) {
-    return Load(key);
-  }
-  if (*known != nullptr) {
-    memo.Keep(pszBundle, pszLocale, uGeneration, **known);
-  }
+  if (!known) return Load(key);
+  if (*known != nullptr) memo.Keep(pszBundle, pszLocale, uGeneration, **known);
   return *std::move(known);
 }
 
 std::optional<BundleRef> CWyBundleCache::Find(const KeyView& key) {
   const std::shared_lock<CWyForkableLock> lock(m_lock);
-  if (m_origin.strDirectory.empty()) {
-    return BundleRef();
-  }
+  if (m_origin.strDirectory.empty()) return BundleRef();
   const auto entry = m_bundles.find(key);
-  if (entry == m_bundles.end()) {
-    return std::nullopt;
-  }
+  if (entry == m_bundles.end()) return std::nullopt;
   return Share(entry->second);
 }
 
@@ -107,9 +95,7 @@ CWyBundleCache::Origin CWyBundleCache::GetOrigin() {
 // A bundle is kept under the locale's canonical spelling, and under each spelling that callers use,
 // so that a hit needs no conversion and all spellings share one bundle.
 BundleRef CWyBundleCache::Load(const KeyView& key) {
-  if (!IsBundleName(key.bundle)) {
-    return nullptr;
-  }
+  if (!IsBundleName(key.bundle)) return nullptr;
   const Origin origin = GetOrigin();
   const std::string strLocale = CanonicalLocale(key.locale);
   const KeyView canonicalKey(key.bundle, strLocale);
@@ -132,8 +118,6 @@ void CWyBundleCache::Remember(const Origin& origin, const KeyView& key, const Bu
   if (m_origin.uGeneration != origin.uGeneration) {
     return;  // the bundle comes from a directory that is no longer set
   }
-  if (m_bundles.size() >= kMaxBundles) {
-    m_bundles.swap(discarded);
-  }
+  if (m_bundles.size() >= MaxBundles) m_bundles.swap(discarded);
   m_bundles.try_emplace(std::move(ownKey), Share(bundle));
 }

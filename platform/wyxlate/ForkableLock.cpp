@@ -2,15 +2,15 @@
 
 void CWyForkableLock::lock() {
   m_writers.lock();
-  int iReaders = m_iReaders.fetch_add(kWriter) + kWriter;
-  while (iReaders != kWriter) {
+  int iReaders = m_iReaders.fetch_add(Writer) + Writer;
+  while (iReaders != Writer) {
     m_iReaders.wait(iReaders);
     iReaders = m_iReaders.load();
   }
 }
 
 void CWyForkableLock::unlock() {
-  m_iReaders.fetch_sub(kWriter);
+  m_iReaders.fetch_sub(Writer);
   m_writers.unlock();
 }
 

@@ -25,9 +25,7 @@ class CWyForkableLock {
     EnterBehindWriter();
   }
   void unlock_shared() {
-    if (m_iReaders.fetch_sub(1) == kWriter + 1) {
-      m_iReaders.notify_one();
-    }
+    if (m_iReaders.fetch_sub(1) == Writer + 1) m_iReaders.notify_one();
   }
 
   // One thread holds the lock for writing, and no other in any way. In a forked child, the thread
@@ -36,13 +34,13 @@ class CWyForkableLock {
   void unlock();
 
  private:
-  static constexpr int kWriter = std::numeric_limits<int>::min();
+  static constexpr int Writer = std::numeric_limits<int>::min();
 
   void EnterBehindWriter();
 
   // Held by the writer from the moment it asks for the lock.
   std::mutex m_writers;
-  // The number of threads that read, plus kWriter while there is a writer.
+  // The number of threads that read, plus Writer while there is a writer.
   std::atomic<int> m_iReaders{0};
 };
 

@@ -11,9 +11,9 @@ namespace {
 template <typename Visitor>
 void ForEachSuffix(std::string_view locale, Visitor visit) {
   visit(std::string());
-  for (std::size_t nEnd = 0; nEnd < locale.size(); ++nEnd) {
-    nEnd = std::min(locale.find('_', nEnd), locale.size());
-    visit('_' + std::string(locale.substr(0, nEnd)));
+  for (std::size_t uEnd = 0; uEnd < locale.size(); ++uEnd) {
+    uEnd = std::min(locale.find('_', uEnd), locale.size());
+    visit('_' + std::string(locale.substr(0, uEnd)));
   }
 }
 
@@ -28,8 +28,8 @@ LoadResult LoadBundle(const std::string& strDirectory, std::string_view bundle,
   // Each file replaces the keys it shares with the more general ones before it.
   ForEachSuffix(locale, [&](const std::string& strSuffix) {
     const FileState state = ReadPropertiesFile(strStem + strSuffix + ".properties", table);
-    bFound |= state == FileState::kRead;
-    bComplete &= state != FileState::kBusy;
+    bFound |= state == FileState::Read;
+    bComplete &= state != FileState::Busy;
   });
   return {BundleRef(bFound ? new CWyLoadedBundle(std::move(table)) : nullptr), bComplete};
 }

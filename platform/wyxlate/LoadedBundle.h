@@ -20,18 +20,16 @@ class CWyLoadedBundle final : public CWyXlateBundle {
   // The text of the key, valid as long as the bundle; null when there is none.
   const char* Find(std::string_view key) const { return m_patterns.Find(key); }
 
-  void AddReference() { m_nReferences.fetch_add(1, std::memory_order_relaxed); }
+  void AddReference() { m_iReferences.fetch_add(1, std::memory_order_relaxed); }
   void DropReference() {
-    if (m_nReferences.fetch_sub(1, std::memory_order_acq_rel) == 1) {
-      delete this;
-    }
+    if (m_iReferences.fetch_sub(1, std::memory_order_acq_rel) == 1) delete this;
   }
 
  private:
   ~CWyLoadedBundle() = default;
 
   const CWyPatternTable m_patterns;
-  std::atomic<int> m_nReferences{1};
+  std::atomic<int> m_iReferences{1};
 };
 
 struct CWyBundleReleaser {
@@ -43,15 +41,13 @@ using BundleRef = std::unique_ptr<CWyLoadedBundle, CWyBundleReleaser>;
 
 // A second reference to the same bundle.
 inline BundleRef Share(const BundleRef& bundle) {
-  if (bundle != nullptr) {
-    bundle->AddReference();
-  }
+  if (bundle != nullptr) bundle->AddReference();
   return BundleRef(bundle.get());
 }
 
 struct LoadResult {
   BundleRef bundle;
-  bool bComplete;  // false: a file may have been missed (FileState::kBusy)
+  bool bComplete;  // false: a file may have been missed (FileState::Busy)
 };
 
 // Reads the bundle's files from `strDirectory`. The bundle name has passed IsBundleName and the

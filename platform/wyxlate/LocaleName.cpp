@@ -5,9 +5,9 @@
 
 namespace {
 
-constexpr std::size_t kMaxParts = 4;
-constexpr std::size_t kMaxPartLength = 8;
-constexpr std::size_t kScriptLength = 4;
+constexpr std::size_t MaxParts = 4;
+constexpr std::size_t LongestPart = 8;
+constexpr std::size_t ScriptLength = 4;
 
 // The C library's functions follow the locale of the process; names do not.
 char ToLower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c; }
@@ -23,17 +23,17 @@ bool HasLocaleCharacters(std::string_view locale) {
 }
 
 bool IsLanguage(std::string_view part) {
-  return part.size() >= 2 && part.size() <= kMaxPartLength &&
+  return part.size() >= 2 && part.size() <= LongestPart &&
          std::all_of(part.begin(), part.end(), IsLetter);
 }
 
 bool IsSubtag(std::string_view part) {
-  return !part.empty() && part.size() <= kMaxPartLength &&
+  return !part.empty() && part.size() <= LongestPart &&
          std::all_of(part.begin(), part.end(), IsLetterOrDigit);
 }
 
 bool IsScript(std::string_view part) {
-  return part.size() == kScriptLength && std::all_of(part.begin(), part.end(), IsLetter);
+  return part.size() == ScriptLength && std::all_of(part.begin(), part.end(), IsLetter);
 }
 
 std::string_view TakePart(std::string_view& name) {
@@ -66,9 +66,7 @@ std::string CanonicalLocale(std::string_view locale) {
     return {};
   }
   std::string_view name = locale.substr(0, locale.find_first_of(".@"));
-  if (name == "C" || name == "POSIX") {
-    return std::string(kDefaultLocale);
-  }
+  if (name == "C" || name == "POSIX") return std::string(DefaultLocale);
   const bool bEndsInSeparator = name.ends_with('-') || name.ends_with('_');
   const std::string_view language = TakePart(name);
   if (!IsLanguage(language) || bEndsInSeparator) {
@@ -76,7 +74,7 @@ std::string CanonicalLocale(std::string_view locale) {
   }
   std::string strLocale(language);
   std::transform(strLocale.begin(), strLocale.end(), strLocale.begin(), ToLower);
-  for (std::size_t n = 1; n < kMaxParts && !name.empty(); ++n) {
+  for (std::size_t n = 1; n < MaxParts && !name.empty(); ++n) {
     const std::string_view part = TakePart(name);
     if (!IsSubtag(part)) {
       return {};

@@ -8,20 +8,20 @@
 
 namespace {
 
-constexpr unsigned long kMaxArguments = 13;
+constexpr unsigned long MaxArguments = 13;
 
 // Writes text into a buffer of fixed size. What does not fit is dropped.
 class CWyBoundedWriter {
  public:
-  CWyBoundedWriter(char* pBuffer, std::size_t nSize)
-      : m_pBegin(pBuffer), m_pNext(pBuffer), m_pEnd(pBuffer + nSize) {}
+  CWyBoundedWriter(char* pBuffer, std::size_t uSize)
+      : m_pBegin(pBuffer), m_pNext(pBuffer), m_pEnd(pBuffer + uSize) {}
 
   bool IsFull() const { return m_pNext == m_pEnd; }
 
   void Append(const char* pText, const char* pTextEnd) {
-    const auto nCopied = static_cast<std::size_t>(std::min(pTextEnd - pText, m_pEnd - m_pNext));
-    std::memcpy(m_pNext, pText, nCopied);
-    m_pNext += nCopied;
+    const auto uCopied = static_cast<std::size_t>(std::min(pTextEnd - pText, m_pEnd - m_pNext));
+    std::memcpy(m_pNext, pText, uCopied);
+    m_pNext += uCopied;
   }
 
   // Ends the text with a zero byte, for which the buffer has one byte more; returns its length.
@@ -46,11 +46,9 @@ std::optional<Placeholder> ParsePlaceholder(const char* pBrace) {
   const char* p = pBrace + 1;
   unsigned long uIndex = 0;
   for (; *p >= '0' && *p <= '9'; ++p) {
-    uIndex = std::min(uIndex * 10 + static_cast<unsigned long>(*p - '0'), kMaxArguments);
+    uIndex = std::min(uIndex * 10 + static_cast<unsigned long>(*p - '0'), MaxArguments);
   }
-  if (*p != '}' || p == pBrace + 1) {
-    return std::nullopt;
-  }
+  if (*p != '}' || p == pBrace + 1) return std::nullopt;
   return Placeholder{uIndex, p + 1};
 }
 
@@ -65,7 +63,7 @@ class CWyPatternFormatter {
  public:
   CWyPatternFormatter(CWyBoundedWriter& writer, unsigned long uCount, const char** ppArguments)
       : m_writer(writer),
-        m_uCount(ppArguments == nullptr ? 0 : std::min(uCount, kMaxArguments)),
+        m_uCount(ppArguments == nullptr ? 0 : std::min(uCount, MaxArguments)),
         m_ppArguments(ppArguments) {}
 
   void Format(const char* p) {
@@ -139,9 +137,7 @@ class CWyPatternFormatter {
 
 int CWyXlate::FormatMessage(char* out, unsigned long size, const char* pattern, unsigned long argc,
                             const char** argv) {
-  if (out == nullptr || pattern == nullptr) {
-    return -1;
-  }
+  if (out == nullptr || pattern == nullptr) return -1;
   CWyBoundedWriter writer(out, std::min(size, static_cast<unsigned long>(INT_MAX)));
   CWyPatternFormatter(writer, argc, argv).Format(pattern);
   return writer.Finish();

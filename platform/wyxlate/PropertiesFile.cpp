@@ -12,22 +12,22 @@
 
 namespace {
 
-constexpr off_t kMaxFileSize = off_t{64} << 20;
-constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
-constexpr std::string_view kBlanks = " \t\f";
-constexpr std::string_view kLineEnds = "\r\n";
+constexpr off_t LargestFile = off_t{64} << 20;
+constexpr std::string_view ByteOrderMark = "\xEF\xBB\xBF";
+constexpr std::string_view Blanks = " \t\f";
+constexpr std::string_view LineEnds = "\r\n";
 
-constexpr std::uint32_t kReplacementCharacter = 0xFFFD;
+constexpr std::uint32_t ReplacementCharacter = 0xFFFD;
 
 void SkipBlanks(std::string_view& text) {
-  const std::size_t nBlanks = text.find_first_not_of(kBlanks);
-  text.remove_prefix(nBlanks == std::string_view::npos ? text.size() : nBlanks);
+  const std::size_t uBlanks = text.find_first_not_of(Blanks);
+  text.remove_prefix(uBlanks == std::string_view::npos ? text.size() : uBlanks);
 }
 
 // Takes the text up to the next line end from the front of `text`, and the line end with it.
 std::string_view TakeLine(std::string_view& text) {
-  const std::size_t nEnd = text.find_first_of(kLineEnds);
-  const std::string_view line = text.substr(0, nEnd);
+  const std::size_t uEnd = text.find_first_of(LineEnds);
+  const std::string_view line = text.substr(0, uEnd);
   text.remove_prefix(line.size());
   if (text.substr(0, 2) == "\r\n") {
     text.remove_prefix(2);
@@ -39,10 +39,10 @@ std::string_view TakeLine(std::string_view& text) {
 
 // An odd number of backslashes at its end joins a line to the next; an even number are escapes.
 bool IsContinued(std::string_view line) {
-  const std::size_t nLast = line.find_last_not_of('\\');
-  const std::size_t nBackslashes =
-      nLast == std::string_view::npos ? line.size() : line.size() - nLast - 1;
-  return nBackslashes % 2 != 0;
+  const std::size_t uLast = line.find_last_not_of('\\');
+  const std::size_t uBackslashes =
+      uLast == std::string_view::npos ? line.size() : line.size() - uLast - 1;
+  return uBackslashes % 2 != 0;
 }
 
 bool IsBlankOrComment(std::string_view line) {
@@ -82,27 +82,19 @@ void SkipSeparator(std::string_view& text) {
 }
 
 std::optional<unsigned> HexDigit(char c) {
-  if (c >= '0' && c <= '9') {
-    return static_cast<unsigned>(c - '0');
-  }
+  if (c >= '0' && c <= '9') return static_cast<unsigned>(c - '0');
   const char cLower = static_cast<char>(c | 0x20);
-  if (cLower >= 'a' && cLower <= 'f') {
-    return static_cast<unsigned>(cLower - 'a' + 10);
-  }
+  if (cLower >= 'a' && cLower <= 'f') return static_cast<unsigned>(cLower - 'a' + 10);
   return std::nullopt;
 }
 
 // The value of "\uXXXX" at the front of `text`.
 std::optional<std::uint32_t> UnicodeEscape(std::string_view text) {
-  if (text.size() < 6 || text[0] != '\\' || text[1] != 'u') {
-    return std::nullopt;
-  }
+  if (text.size() < 6 || text[0] != '\\' || text[1] != 'u') return std::nullopt;
   std::uint32_t uValue = 0;
   for (const char c : text.substr(2, 4)) {
     const std::optional<unsigned> digit = HexDigit(c);
-    if (!digit) {
-      return std::nullopt;
-    }
+    if (!digit) return std::nullopt;
     uValue = uValue << 4 | *digit;
   }
   return uValue;
@@ -134,9 +126,7 @@ void AppendUtf8(std::uint32_t u, std::string& str) {
 // there is none.
 bool TakeUnicodeEscape(std::string_view& text, std::string& str) {
   const std::optional<std::uint32_t> first = UnicodeEscape(text);
-  if (!first) {
-    return false;
-  }
+  if (!first) return false;
   text.remove_prefix(6);
   std::uint32_t uCharacter = *first;
   const std::optional<std::uint32_t> second = UnicodeEscape(text);
@@ -144,7 +134,7 @@ bool TakeUnicodeEscape(std::string_view& text, std::string& str) {
     text.remove_prefix(6);
     uCharacter = 0x10000 + ((uCharacter - 0xD800) << 10) + (*second - 0xDC00);
   } else if (IsHighSurrogate(uCharacter) || IsLowSurrogate(uCharacter) || uCharacter == 0) {
-    uCharacter = kReplacementCharacter;
+    uCharacter = ReplacementCharacter;
   }
   AppendUtf8(uCharacter, str);
   return true;
@@ -172,21 +162,15 @@ std::string Unescape(std::string_view text) {
     const std::string_view run = text.substr(0, text.find('\\'));
     str += run;
     text.remove_prefix(run.size());
-    if (text.empty() || TakeUnicodeEscape(text, str)) {
-      continue;
-    }
-    if (text.size() > 1) {
-      str += EscapedCharacter(text[1]);
-    }
+    if (text.empty() || TakeUnicodeEscape(text, str)) continue;
+    if (text.size() > 1) str += EscapedCharacter(text[1]);
     text.remove_prefix(text.size() > 1 ? 2 : 1);
   }
   return str;
 }
 
 void ParseEntry(std::string_view line, PropertyTable& table) {
-  if (line.empty()) {
-    return;
-  }
+  if (line.empty()) return;
   const std::string_view key = line.substr(0, KeyLength(line));
   line.remove_prefix(key.size());
   SkipSeparator(line);
@@ -197,9 +181,7 @@ class CWyDescriptor {
  public:
   explicit CWyDescriptor(int fd) : m_fd(fd) {}
   ~CWyDescriptor() {
-    if (m_fd >= 0) {
-      ::close(m_fd);
-    }
+    if (m_fd >= 0) ::close(m_fd);
   }
   CWyDescriptor(const CWyDescriptor&) = delete;
   CWyDescriptor& operator=(const CWyDescriptor&) = delete;
@@ -224,55 +206,45 @@ bool IsShortage(int iError) { return iError == EMFILE || iError == ENFILE || iEr
 // Reads the file to its end, or as much as it had when it was opened. Nothing when reading fails.
 std::optional<std::string> ReadRegularFile(int fd) {
   struct stat info;
-  if (::fstat(fd, &info) != 0 || !S_ISREG(info.st_mode) || info.st_size > kMaxFileSize) {
+  if (::fstat(fd, &info) != 0 || !S_ISREG(info.st_mode) || info.st_size > LargestFile) {
     return std::nullopt;
   }
   std::string strText(static_cast<std::size_t>(info.st_size), '\0');
-  std::size_t nRead = 0;
-  while (nRead < strText.size()) {
-    const ssize_t iCount = ::read(fd, strText.data() + nRead, strText.size() - nRead);
-    if (iCount == 0) {
-      break;
-    }
+  std::size_t uRead = 0;
+  while (uRead < strText.size()) {
+    const ssize_t iCount = ::read(fd, strText.data() + uRead, strText.size() - uRead);
+    if (iCount == 0) break;
     if (iCount > 0) {
-      nRead += static_cast<std::size_t>(iCount);
+      uRead += static_cast<std::size_t>(iCount);
     } else if (errno != EINTR) {
       return std::nullopt;
     }
   }
-  strText.resize(nRead);
+  strText.resize(uRead);
   return strText;
 }
 
 }  // namespace
 
 void ParseProperties(std::string_view text, PropertyTable& table) {
-  if (text.substr(0, kByteOrderMark.size()) == kByteOrderMark) {
-    text.remove_prefix(kByteOrderMark.size());
+  if (text.substr(0, ByteOrderMark.size()) == ByteOrderMark) {
+    text.remove_prefix(ByteOrderMark.size());
   }
   std::string strJoined;
   while (!text.empty()) {
     std::string_view line = TakeLine(text);
     SkipBlanks(line);
-    if (IsBlankOrComment(line)) {
-      continue;
-    }
-    if (IsContinued(line)) {
-      line = JoinContinuation(line, text, strJoined);
-    }
+    if (IsBlankOrComment(line)) continue;
+    if (IsContinued(line)) line = JoinContinuation(line, text, strJoined);
     ParseEntry(line, table);
   }
 }
 
 FileState ReadPropertiesFile(const std::string& strPath, PropertyTable& table) {
   const CWyDescriptor file(OpenForReading(strPath));
-  if (file.Get() < 0) {
-    return IsShortage(errno) ? FileState::kBusy : FileState::kAbsent;
-  }
+  if (file.Get() < 0) return IsShortage(errno) ? FileState::Busy : FileState::Absent;
   const std::optional<std::string> text = ReadRegularFile(file.Get());
-  if (!text) {
-    return FileState::kAbsent;
-  }
+  if (!text) return FileState::Absent;
   ParseProperties(*text, table);
-  return FileState::kRead;
+  return FileState::Read;
 }

@@ -17,9 +17,9 @@ using PropertyTable = std::unordered_map<std::string, std::string, CWyTextHash, 
 void ParseProperties(std::string_view text, PropertyTable& table);
 
 enum class FileState {
-  kRead,    // its entries are in the table
-  kAbsent,  // no such file, or none that can be read; the table is unchanged
-  kBusy,    // the process or the system is short of memory or descriptors; it may exist
+  Read,    // its entries are in the table
+  Absent,  // no such file, or none that can be read; the table is unchanged
+  Busy,    // the process or the system is short of memory or descriptors; it may exist
 };
 
 // Adds the entries of the file `strPath` to `table`, replacing those it already has.

@@ -21,9 +21,7 @@ std::uint64_t LoadWord(const char* p) {
 inline std::uint64_t LoadShortText(std::string_view text) {
   const char* p = text.data();
   const std::size_t n = text.size();
-  if (n >= 4) {
-    return LoadWord<std::uint32_t>(p) << 32 | LoadWord<std::uint32_t>(p + n - 4);
-  }
+  if (n >= 4) return LoadWord<std::uint32_t>(p) << 32 | LoadWord<std::uint32_t>(p + n - 4);
   if (n > 0) {
     return LoadWord<unsigned char>(p) << 16 | LoadWord<unsigned char>(p + n / 2) << 8 |
            LoadWord<unsigned char>(p + n - 1);

@@ -13,9 +13,7 @@ bool CWyXlate::SetResourceDirectory(const char* directory) {
 }
 
 CWyXlateBundle* CWyXlate::GetBundle(const char* bundle, const char* locale) {
-  if (bundle == nullptr) {
-    return nullptr;
-  }
+  if (bundle == nullptr) return nullptr;
   try {
     return theBundleCache().Get(bundle, locale != nullptr ? locale : "").release();
   } catch (const std::exception&) {
