@@ -1,3 +1,6 @@
+// What a thread keeps of its last look-ups, and how it is released when the thread ends. The memo
+// is plain thread-local memory without a destructor, so it also serves destructors that run late.
+
 #include "wyxlate/BundleMemo.h"
 
 #include <pthread.h>
@@ -10,11 +13,11 @@ constinit thread_local CWyBundleMemo t_memo;
 
 }  // namespace
 
-// Not an object of the thread's: without memory to note that it is to be destroyed, the C library
-// would end the process.
+// Watches for the end of threads, by a thread-specific key. A thread-local object with a destructor
+// would not do: the C library allocates memory to note it, and ends the process if that fails.
 class CWyBundleMemo::ThreadEnd {
  public:
-  // False when the system cannot see to it.
+  // Returns false if the system has no key, or no memory for the thread's value.
   static bool Watch() {
     const ThreadEnd& end = Get();
     return end.m_bHasKey && pthread_setspecific(end.m_key, &OfThisThread()) == 0;
@@ -31,6 +34,8 @@ class CWyBundleMemo::ThreadEnd {
 
   static void Forget(void* pMemo) {
     CWyBundleMemo& memo = *static_cast<CWyBundleMemo*>(pMemo);
+    // A look-up by a destructor that runs after this one must keep nothing: it would never be
+    // released.
     memo.m_bThreadEnds = true;
     for (Entry& entry : memo.m_entries) {
       const BundleRef released(std::exchange(entry.pBundle, nullptr));
@@ -56,6 +61,7 @@ void CWyBundleMemo::Keep(const char* pszBundle, const char* pszLocale, unsigned 
   Entry& entry = m_entries[IndexOf(pszBundle, pszLocale)];
   std::memcpy(entry.szBundle, pszBundle, uBundleSize);
   std::memcpy(entry.szLocale, pszLocale, uLocaleSize);
+  // Before the old reference is dropped, which may be one to the same bundle.
   bundle.AddReference();
   const BundleRef released(std::exchange(entry.pBundle, &bundle));
   entry.uGeneration = uGeneration;

@@ -1,3 +1,6 @@
+// Merges the files of a bundle into one table when the bundle is loaded, so that a look-up of a
+// message searches one table and not one for each file.
+
 #include "wyxlate/LoadedBundle.h"
 
 #include <algorithm>
@@ -5,9 +8,8 @@
 
 namespace {
 
-// What the locale adds to the names of a bundle's files, from the general to the special: "",
-// "_zh",
-// "_zh_Hant", "_zh_Hant_TW". Calls `visit` with each.
+// Calls `visit` with what the locale adds to the names of a bundle's files, from the general to the
+// special: "", "_zh", "_zh_Hant", "_zh_Hant_TW".
 template <typename Visitor>
 void ForEachSuffix(std::string_view locale, Visitor visit) {
   visit(std::string());
@@ -25,7 +27,9 @@ LoadResult LoadBundle(const std::string& strDirectory, std::string_view bundle,
   PropertyTable table;
   bool bFound = false;
   bool bComplete = true;
-  // Each file replaces the keys it shares with the more general ones before it.
+  // A special file replaces the keys that it shares with the general ones read before it. A file
+  // that could not be opened for a shortage leaves the bundle incomplete: its keys would be
+  // missing.
   ForEachSuffix(locale, [&](const std::string& strSuffix) {
     const FileState state = ReadPropertiesFile(strStem + strSuffix + ".properties", table);
     bFound |= state == FileState::Read;

@@ -1,3 +1,8 @@
+// Java's resource-bundle format in three steps: natural lines are joined to logical ones, a logical
+// line is split into key and value, and escapes are resolved last, so that an escaped separator or
+// line end is part of its text. Nothing in a file is an error; what a file cannot mean is read in
+// the way that WyXlate.h states.
+
 #include "wyxlate/PropertiesFile.h"
 
 #include <fcntl.h>
@@ -12,11 +17,14 @@
 
 namespace {
 
+// Far above any catalog. A larger file under such a name is a mistake, and must not take the
+// process's memory.
 constexpr off_t LargestFile = off_t{64} << 20;
 constexpr std::string_view ByteOrderMark = "\xEF\xBB\xBF";
 constexpr std::string_view Blanks = " \t\f";
 constexpr std::string_view LineEnds = "\r\n";
 
+// Unicode's character for what cannot be represented.
 constexpr std::uint32_t ReplacementCharacter = 0xFFFD;
 
 void SkipBlanks(std::string_view& text) {
@@ -24,7 +32,8 @@ void SkipBlanks(std::string_view& text) {
   text.remove_prefix(uBlanks == std::string_view::npos ? text.size() : uBlanks);
 }
 
-// Takes the text up to the next line end from the front of `text`, and the line end with it.
+// Takes the text up to the next line end from the front of `text`, and the line end with it: "\n",
+// "\r" or "\r\n".
 std::string_view TakeLine(std::string_view& text) {
   const std::size_t uEnd = text.find_first_of(LineEnds);
   const std::string_view line = text.substr(0, uEnd);
@@ -50,7 +59,8 @@ bool IsBlankOrComment(std::string_view line) {
 }
 
 // Appends the continuation lines of `line` from the front of `text`; the whole is built in
-// `strJoined`.
+// `strJoined`. A continuation line has no comments: "#" is text there. At the end of the text
+// TakeLine returns an empty line, which is not continued, so the loop ends.
 std::string_view JoinContinuation(std::string_view line, std::string_view& text,
                                   std::string& strJoined) {
   strJoined.clear();
@@ -70,6 +80,7 @@ std::size_t KeyLength(std::string_view line) {
   while (n < line.size() && std::string_view("=: \t\f").find(line[n]) == std::string_view::npos) {
     n += line[n] == '\\' ? 2 : 1;
   }
+  // A backslash at the very end of the line counts for two and steps past it.
   return n < line.size() ? n : line.size();
 }
 
@@ -81,6 +92,7 @@ void SkipSeparator(std::string_view& text) {
   }
 }
 
+// Not isxdigit(3), which follows the process's locale.
 std::optional<unsigned> HexDigit(char c) {
   if (c >= '0' && c <= '9') return static_cast<unsigned>(c - '0');
   const char cLower = static_cast<char>(c | 0x20);
@@ -122,8 +134,9 @@ void AppendUtf8(std::uint32_t u, std::string& str) {
   }
 }
 
-// Takes a "\uXXXX", or two of them that are a surrogate pair, from the front of `text`. False when
-// there is none.
+// Takes a "\uXXXX", or two of them that are a surrogate pair, from the front of `text`. Returns
+// false if there is none. Half a pair is not a character, and a zero would end the text for every
+// caller.
 bool TakeUnicodeEscape(std::string_view& text, std::string& str) {
   const std::optional<std::uint32_t> first = UnicodeEscape(text);
   if (!first) return false;
@@ -157,12 +170,14 @@ char EscapedCharacter(char c) {
 
 std::string Unescape(std::string_view text) {
   std::string str;
+  // An escape is longer than what it stands for: the text never grows beyond this.
   str.reserve(text.size());
   while (!text.empty()) {
     const std::string_view run = text.substr(0, text.find('\\'));
     str += run;
     text.remove_prefix(run.size());
     if (text.empty() || TakeUnicodeEscape(text, str)) continue;
+    // A backslash at the very end stands for nothing.
     if (text.size() > 1) str += EscapedCharacter(text[1]);
     text.remove_prefix(text.size() > 1 ? 2 : 1);
   }
@@ -174,6 +189,7 @@ void ParseEntry(std::string_view line, PropertyTable& table) {
   const std::string_view key = line.substr(0, KeyLength(line));
   line.remove_prefix(key.size());
   SkipSeparator(line);
+  // The last value of a key counts, within a file and over the more general file before it.
   table.insert_or_assign(Unescape(key), Unescape(line));
 }
 
@@ -192,7 +208,9 @@ class CWyDescriptor {
   const int m_fd;
 };
 
-// A pipe of that name must not make the caller wait for its writer, hence O_NONBLOCK.
+// O_NONBLOCK: a pipe of that name must not make the caller wait for its writer. O_NOCTTY: a
+// terminal must not become that of the process. Not WyOpen, since neither platform library uses the
+// other: a host may put its own in the place of one of them.
 int OpenForReading(const std::string& strPath) {
   int fd;
   do {
@@ -201,9 +219,11 @@ int OpenForReading(const std::string& strPath) {
   return fd;
 }
 
+// Errors that pass. All others are the file's own: it counts as absent.
 bool IsShortage(int iError) { return iError == EMFILE || iError == ENFILE || iError == ENOMEM; }
 
-// Reads the file to its end, or as much as it had when it was opened. Nothing when reading fails.
+// Reads the file to its end, or as much as it had when it was opened; nothing if reading fails.
+// fstat(2) asks for the file that is open: the name may have been given to another one since.
 std::optional<std::string> ReadRegularFile(int fd) {
   struct stat info;
   if (::fstat(fd, &info) != 0 || !S_ISREG(info.st_mode) || info.st_size > LargestFile) {

@@ -1,3 +1,7 @@
+// The exported operations. Exceptions end here: if memory allocation fails, a directory is not set
+// and a bundle is not found. Every CWyXlateBundle comes from GetBundle, which returns
+// CWyLoadedBundle alone; hence the casts.
+
 #include <wyxlate/WyXlate.h>
 
 #include <exception>
@@ -15,6 +19,7 @@ bool CWyXlate::SetResourceDirectory(const char* directory) {
 CWyXlateBundle* CWyXlate::GetBundle(const char* bundle, const char* locale) {
   if (bundle == nullptr) return nullptr;
   try {
+    // The reference becomes the caller's, who ends it with Release.
     return theBundleCache().Get(bundle, locale != nullptr ? locale : "").release();
   } catch (const std::exception&) {
     return nullptr;
