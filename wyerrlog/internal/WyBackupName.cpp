@@ -1,3 +1,7 @@
+// The names of backups, assembled and parsed. What is parsed are the names of all files in the
+// log's directory, which other programs choose, so nothing is assumed of their length or digits:
+// numbers stay decimal texts, because one in a file name may exceed every integer type.
+
 #include "wyerrlog/internal/WyBackupName.h"
 
 #include <algorithm>
@@ -7,8 +11,11 @@ namespace {
 
 constexpr size_t StampLength = 16;  // "_YYYYMMDD_hhmmss"
 
+// Not isdigit(3), which follows the process's locale.
 bool IsDigit(char c) { return c >= '0' && c <= '9'; }
 
+// Only the form is tested, not whether the digits are a date: a stamp of an unset clock is one,
+// too. Requires: StampLength characters, which Matches has checked.
 bool IsStamp(std::string_view strText) {
   for (size_t i = 0; i < StampLength; ++i) {
     const bool bUnderscore = i == 0 || i == 9;
@@ -17,6 +24,7 @@ bool IsStamp(std::string_view strText) {
   return true;
 }
 
+// A lone underscore passes; Number then returns the empty text, which stands for 0.
 bool IsSuffix(std::string_view strText) {
   if (strText.empty()) return true;
   return strText[0] == '_' && std::all_of(strText.begin() + 1, strText.end(), IsDigit);
@@ -35,6 +43,7 @@ CWyBackupName::CWyBackupName(std::string_view strFileName)
 }
 
 bool CWyBackupName::Matches(std::string_view strEntry) const {
+  // The length first: the parts behind it are cut out at fixed places.
   return strEntry.size() >= m_strStem.size() + StampLength + m_strExtension.size() &&
          strEntry.starts_with(m_strStem) && IsStamp(Stamp(strEntry)) &&
          IsSuffix(Suffix(strEntry)) && ExtensionOf(strEntry) == m_strExtension;
@@ -55,6 +64,7 @@ std::string_view CWyBackupName::Number(std::string_view strBackup) const {
   return strSuffix;
 }
 
+// A total order: names with equal stamps and numbers ("_1" and "_01") are compared as texts.
 bool CWyBackupName::IsOlder(std::string_view strFirst, std::string_view strSecond) const {
   const int iStamps = Stamp(strFirst).compare(Stamp(strSecond));
   if (iStamps != 0) return iStamps < 0;
@@ -64,6 +74,7 @@ bool CWyBackupName::IsOlder(std::string_view strFirst, std::string_view strSecon
   return strFirst < strSecond;
 }
 
+// Two digits at least: up to 99 backups of a second are in order in a listing of the directory.
 std::string CWyBackupName::Make(std::string_view strStamp, std::string_view strNumber) const {
   std::string strName(m_strStem);
   strName += strStamp;
@@ -74,6 +85,7 @@ std::string CWyBackupName::Make(std::string_view strStamp, std::string_view strN
 }
 
 std::string CWyBackupName::MakeStamp(const tm& time) {
+  // Room for six ints of any value: a wrong clock may return such a time.
   char szStamp[96];
   const int iLength =
       snprintf(szStamp, sizeof szStamp, "_%04d%02d%02d_%02d%02d%02d", time.tm_year + 1900,
@@ -94,6 +106,7 @@ std::string CWyBackupName::NextNumber(std::string_view strNumber) {
   return "1" + strNext;
 }
 
+// Without leading zeros a longer number is the higher one.
 bool CWyBackupName::IsLower(std::string_view strNumber, std::string_view strOther) {
   if (strNumber.size() != strOther.size()) return strNumber.size() < strOther.size();
   return strNumber < strOther;

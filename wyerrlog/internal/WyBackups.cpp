@@ -1,5 +1,5 @@
-// Backups are looked for in the directory each time: other processes and administrators add and
-// delete them too.
+// Backups are looked for in the directory at each rollover: other processes and administrators add
+// and delete them too, so that a list in memory would soon be wrong.
 
 #include "wyerrlog/internal/WyBackups.h"
 
@@ -13,6 +13,8 @@
 
 namespace {
 
+// More names than other processes can create between the reading of the directory and the rename.
+// The limit ends the loop on a file system that reports every name as existing.
 constexpr int MaxAttempts = 10000;
 
 struct DirectoryCloser {
@@ -21,6 +23,7 @@ struct DirectoryCloser {
 
 using DirectoryPtr = std::unique_ptr<DIR, DirectoryCloser>;
 
+// opendir(3) is open(2), which a signal handler may interrupt.
 DirectoryPtr OpenDirectory(const std::string& strPath) {
   DIR* pDirectory;
   do {
@@ -40,6 +43,8 @@ bool CWyBackups::Read() {
   return true;
 }
 
+// Puts only the surplus into order. If one backup cannot be deleted the rollover fails: there are
+// never more backups than the retention allows.
 bool CWyBackups::DeleteAllBut(size_t uCount) {
   if (m_names.size() <= uCount) return true;
   const auto firstKept = std::prev(m_names.end(), static_cast<std::ptrdiff_t>(uCount));
@@ -54,7 +59,9 @@ bool CWyBackups::DeleteAllBut(size_t uCount) {
   return true;
 }
 
-// Each turn that goes on has met one more existing name; nobody makes so many in a moment.
+// WyRename never replaces a file, so a name that another process has created since it was tested
+// costs one more attempt. Only for the plain name EACCES is Refused, which has the rollover tried
+// again later; with a number every error is a failure.
 CWyBackups::Move CWyBackups::Add(const char* pszLogFile, const std::string& strStamp) const {
   std::string strNumber = FirstFreeNumber(strStamp);
   for (int i = 0; i < MaxAttempts; ++i, strNumber = CWyBackupName::NextNumber(strNumber)) {
@@ -72,8 +79,8 @@ std::string CWyBackups::Path(std::string_view strName) const {
   return std::string(m_strDirectory).append("/").append(strName);
 }
 
-// Above all numbers of the same second, also where a lower one has become free: the highest number
-// is the newest backup.
+// The number above all numbers of the same second, even if a lower one is unused: the highest
+// number is the newest backup, and retention deletes by that order.
 std::string CWyBackups::FirstFreeNumber(const std::string& strStamp) const {
   bool bFirst = true;
   std::string_view strHighest;

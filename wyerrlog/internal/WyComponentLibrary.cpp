@@ -1,6 +1,6 @@
-// Every load of a library takes a reference of the system's (dlopen). A component counts its loads
-// in a holder that hangs on the component itself, because several loggers may load the same library
-// on several threads at once.
+// Every load of a library takes a reference of the dynamic linker's (dlopen(3)). A component counts
+// its loads in a handle that it points to itself, because several loggers may load the same library
+// on several threads at once and all get the same component.
 
 #include "wyerrlog/internal/WyComponentLibrary.h"
 
@@ -29,11 +29,12 @@ struct LibraryCloser {
 };
 using LibraryPtr = std::unique_ptr<void, LibraryCloser>;
 
-// Protects the handles in all components. Loggers may be released at the very end of a process.
+// Protects the handles of all components. Never destroyed: loggers may be released at the very end
+// of a process.
 constinit CWyNeverDestroyed<CWyMutex> s_handleMutex;
 
-// A library that does not define the symbol itself would return that of one it is linked to, this
-// library's own entry point for instance.
+// Whether the library itself defines the symbol. dlsym(3) also searches the libraries that it is
+// linked to, and would return this library's own entry point for a plug-in without one.
 bool IsDefinedIn(void* hLib, const void* pSymbol) {
   link_map* pLibrary = nullptr;
   link_map* pDefiner = nullptr;
@@ -43,6 +44,8 @@ bool IsDefinedIn(void* hLib, const void* pSymbol) {
          pLibrary == pDefiner;
 }
 
+// The plug-in's static constructors have run in dlopen(3), its entry point runs here. Neither is
+// called with the mutex held: it may log, and so load libraries itself.
 CWyErrLogComponent* ComponentOf(void* hLib) {
   char szEntryPoint[] = "GetComponentPtr";
   void* const pSymbol = WyErrLogUtilGetProcAddress(hLib, szEntryPoint);
@@ -51,6 +54,9 @@ CWyErrLogComponent* ComponentOf(void* hLib) {
                                            reinterpret_cast<CWyErrLogComponent* (*)()>(pSymbol));
 }
 
+// Requires: the library stays open for the call. A component that another library returned before
+// has that library's handle; the reference taken now then stays for good, since no unload could be
+// counted for it.
 void CountLoad(CWyErrLogComponent& component, LibraryPtr pLib) {
   const CWyMutexLock lock(s_handleMutex.value);
   auto* const pHandle = static_cast<LibraryHandle*>(component.GetHandle());
@@ -59,6 +65,7 @@ void CountLoad(CWyErrLogComponent& component, LibraryPtr pLib) {
   } else if (pHandle->hLib == pLib.get()) {
     ++pHandle->iLoads;
   }
+  // Last: if the allocation of the handle throws, the library is closed again.
   static_cast<void>(pLib.release());
 }
 
@@ -73,7 +80,9 @@ CWyErrLogComponent* WyLoadComponentLibrary(const char* pszLibName) {
 }
 
 void WyUnloadComponentLibrary(CWyErrLogComponent& component) {
-  LibraryPtr pLib;  // closed last, without the mutex: its code runs then
+  // Objects are destroyed in reverse order: the mutex is released, then the handle deleted, then
+  // the library closed, whose destructors run code of the plug-in.
+  LibraryPtr pLib;
   std::unique_ptr<LibraryHandle> pLast;
   const CWyMutexLock lock(s_handleMutex.value);
   auto* const pHandle = static_cast<LibraryHandle*>(component.GetHandle());

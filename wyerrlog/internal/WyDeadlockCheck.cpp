@@ -17,6 +17,8 @@
 
 namespace {
 
+// Constant-initialized and without a destructor: threads may log while their other objects are
+// destroyed.
 constinit thread_local CWyGuardHold* t_pInnermostHold = nullptr;
 
 }  // namespace
@@ -41,9 +43,11 @@ class CWyGuardWait::List : public CWyForkReset {
  public:
   constexpr List() : CWyForkReset(KeepThoseOfThisThread) {}
 
-  // Enters the wait unless it would close a cycle. Returns whether it has.
+  // Enters the wait unless it would close a cycle. Returns whether it has. Test and entry are one
+  // step under the mutex: of two threads that would wait for each other, the second one finds the
+  // first.
   bool AddIfAllowed(CWyGuardWait& wait) {
-    // Here, because a process without waits has nothing that a fork could damage.
+    // Registered here: a process without waits has nothing that a fork could damage.
     CWyForkRegistry::Add(m_mutex);
     CWyForkRegistry::Add(*this);
     const CWyMutexLock lock(m_mutex);
@@ -63,7 +67,8 @@ class CWyGuardWait::List : public CWyForkReset {
 
  private:
   // Whether a thread that waits for the guard waits, directly or through others, for the calling
-  // thread.
+  // thread. The list of holds that a wait refers to may be read here: it stays as it is until the
+  // wait is removed, which takes the mutex.
   bool EndsAtThisThread(const CWyGuard* pGuard) WYERRLOG_REQUIRES(m_mutex) {
     if (pGuard == nullptr) return false;
     if (CWyGuardHold::OfThisThread(pGuard) != 0) return true;
@@ -76,7 +81,8 @@ class CWyGuardWait::List : public CWyForkReset {
     return false;
   }
 
-  // In a forked child, whose one thread has the mutex locked since before the fork.
+  // In a forked child, whose one thread has locked the mutex before the fork. The waits of other
+  // threads are on stacks that no thread uses any more.
   static void KeepThoseOfThisThread(CWyForkReset& object) WYERRLOG_NO_THREAD_SAFETY_ANALYSIS {
     for (CWyGuardWait** ppWait = &static_cast<List&>(object).m_pFirst; *ppWait != nullptr;) {
       if ((*ppWait)->m_ulThread == pthread_self()) {

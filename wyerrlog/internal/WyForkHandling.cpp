@@ -6,9 +6,9 @@
 //   after    both processes leave all of them;
 //   child    registered objects forget the threads that do not exist there.
 //
-// Readers of a guard are not waited for: they change nothing that a guard protects, and they may be
-// inside a callback of the host for as long as it likes. Nor are writers inside a host's Open or
-// Close (CWyForkGate::Outside), nor other threads that fork.
+// A fork does not wait for readers of a guard: they change nothing that a guard protects, and they
+// may be inside a callback of the host for as long as it likes. Nor does it wait for writers inside
+// a host's Open or Close (CWyForkGate::Outside), nor for other threads that fork.
 
 #include "wyerrlog/internal/WyForkHandling.h"
 
@@ -23,7 +23,7 @@ namespace {
 
 // ---- The registered objects ---------------------------------------------------------------------
 
-// A ring through the registered objects and this list itself.
+// A ring through the registered objects and this list itself; nothing is allocated.
 template <typename T>
 class CWyForkList {
  public:
@@ -75,12 +75,13 @@ constinit std::atomic<int> s_iPid{0};
 // ---- The gate -----------------------------------------------------------------------------------
 
 constinit CWyNeverDestroyed<CWyMutex> s_gate;
-// How often all threads have entered, and those among them that are about to fork.
+// How often all threads have entered, and how often those that are about to fork. One mutex and two
+// counts instead of a reader-writer lock: a thread may enter again, and may fork inside.
 constinit int s_iEntered WYERRLOG_GUARDED_BY(s_gate.value) = 0;
 constinit int s_iForking WYERRLOG_GUARDED_BY(s_gate.value) = 0;
 thread_local int t_iEntered = 0;  // the calling thread
 
-// Leaves s_gate locked. Between two looks other threads may come and go: one that is inside may be
+// Leaves s_gate locked. It is unlocked between two looks, because a thread that is inside may be
 // waiting for one that has yet to enter. Threads that are inside and fork too (in a component that
 // is being loaded, for instance) would wait for this one in turn, so they are not waited for.
 void CloseGate() WYERRLOG_ACQUIRE(s_gate.value) {
@@ -98,6 +99,8 @@ void CloseGate() WYERRLOG_ACQUIRE(s_gate.value) {
 // The locks taken before the fork are released after it, in another function: the analysis of
 // thread safety looks at one function at a time.
 
+// The gate first: a thread inside it may need the mutexes to leave. The list's mutex next, so that
+// the list is the same before and after. The time conversion last: it is locked with others held.
 void BeforeFork() WYERRLOG_NO_THREAD_SAFETY_ANALYSIS {
   CloseGate();
   s_listMutex.value.lock();
@@ -115,6 +118,8 @@ void AfterFork() WYERRLOG_NO_THREAD_SAFETY_ANALYSIS {
   s_gate.value.unlock();
 }
 
+// The resets come first, with the mutexes still held: the child has one thread for certain only
+// until the last handler returns.
 void AfterForkInChild() WYERRLOG_NO_THREAD_SAFETY_ANALYSIS {
   s_iPid.store(getpid(), std::memory_order_relaxed);
   s_resets.value.ForEach([](CWyForkReset& object) { object.ResetInForkedChild(); });
@@ -149,6 +154,8 @@ CWyForkGate::Outside::~Outside() { Move(m_iEntered); }
 
 CWyMutex& WyTimeConversionMutex() { return s_timeConversion.value; }
 
+// getpid(2) is a system call each time, so its result is kept; a child's is stored by its handler.
+// Threads that come first at the same time store the same number.
 int WyProcessId() {
   int iPid = s_iPid.load(std::memory_order_relaxed);
   if (iPid == 0) {

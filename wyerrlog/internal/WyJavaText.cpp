@@ -1,3 +1,7 @@
+// The bytes of Java strings, held for one native call. The virtual machine may copy or pin a
+// string; either way it is released with the object, and so are local references, of which a native
+// method may only have a limited number at a time.
+
 #include "wyerrlog/internal/WyJavaText.h"
 
 // ---- One string ---------------------------------------------------------------------------------
@@ -16,6 +20,8 @@ CWyJavaText::~CWyJavaText() {
 
 // ---- Arrays of strings --------------------------------------------------------------------------
 
+// Texts that are lost stand as empty ones, and the caller asks AreLost: half of the arguments would
+// make a wrong message. A longer array is not fetched at all; the caller warns of it.
 CWyJavaArguments::CWyJavaArguments(JNIEnv* pEnv, jobjectArray hArray)
     : m_iCount(hArray != nullptr ? pEnv->GetArrayLength(hArray) : 0) {
   m_texts.fill("");

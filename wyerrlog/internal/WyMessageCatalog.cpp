@@ -1,5 +1,6 @@
-// A catalog is filled before it opens and changes only after it has closed, which is why look-ups
-// need no lock: they test m_bOpen inside the read-side section, and Close waits for that section.
+// A catalog has three states: loaded (look-ups find nothing yet), open, closed. It is filled before
+// it opens and changes only after it has closed, which is why look-ups need no lock: they test
+// m_bOpen inside the read-side section, and Close waits for that section.
 
 #include "wyerrlog/internal/WyMessageCatalog.h"
 
@@ -16,6 +17,7 @@
 namespace {
 
 // Entries of the component table to begin with, for each slot, and those added when it is full.
+// Most components have fewer than ten sub-components, so the table seldom grows.
 constexpr int ComponentInfoPerSlot = 10;
 constexpr int ComponentInfoGrowth = 50;
 
@@ -32,6 +34,8 @@ CWyMessageCatalog::~CWyMessageCatalog() { ReleaseComponents(); }
 
 // ---- Filling and emptying -----------------------------------------------------------------------
 
+// All or nothing: a catalog with a part of its components would report messages as missing for as
+// long as the logger is initialised.
 bool CWyMessageCatalog::Load(bool bLibraries) {
   const bool bLoaded = WyNoThrow(false, [this, bLibraries] {
     LoadComponents(bLibraries);
@@ -47,21 +51,28 @@ void CWyMessageCatalog::LoadComponents(bool bLibraries) {
   const char** ppszNames = nullptr;
   GetKnownComponentLibs(&m_iSlotCount, &ppszNames);
   m_ppComponents.reset(new CWyErrLogComponent*[static_cast<std::size_t>(m_iSlotCount)]());
+  // Slot 0 is never loaded from a library, whatever the table says: a process without plug-ins has
+  // the built-in component all the same.
   m_ppComponents[0] = new CWyLogComponent;
   for (int i = 1; bLibraries && i < m_iSlotCount; ++i) {
     m_ppComponents[static_cast<std::size_t>(i)] = WyLoadComponentLibrary(ppszNames[i]);
   }
 }
 
+// From slot 1 on: the built-in component is in no library of its own.
 bool CWyMessageCatalog::HasLibraries() const {
   return std::any_of(m_ppComponents.get() + 1, m_ppComponents.get() + m_iSlotCount,
                      [](const CWyErrLogComponent* pComponent) { return pComponent != nullptr; });
 }
 
+// The order matters: look-ups are turned away, those under way end, and only then the code that
+// they may be calling is unloaded. Unloading a library takes its components out of the memory, so
+// nothing of them is read afterwards.
 void CWyMessageCatalog::Close(bool bUnloadLibraries) {
   m_bOpen = false;
   {
-    const CWyForkGate::Outside outside;  // a reader may be a thread that forks
+    // A reader may be a thread that forks, and that fork would wait for this thread.
+    const CWyForkGate::Outside outside;
     m_readSide.WaitForReaders();
   }
   for (int i = 1; bUnloadLibraries && i < m_iSlotCount; ++i) {
@@ -79,6 +90,8 @@ void CWyMessageCatalog::ReleaseComponents() {
 
 // ---- Look-ups -----------------------------------------------------------------------------------
 
+// Requires: the caller is inside the read-side section, and stays there while it uses what it
+// finds. The number comes from the caller's identifier and may be any.
 CWyErrLogComponent* CWyMessageCatalog::FindComponent(unsigned int uId) const {
   if (!m_bOpen) return nullptr;
   const unsigned int uNumber = WyComponentNumber(uId);
@@ -86,6 +99,8 @@ CWyErrLogComponent* CWyMessageCatalog::FindComponent(unsigned int uId) const {
   return m_ppComponents[uNumber - 1];
 }
 
+// A plug-in that throws has no message: neither the exception nor its object may outlive the call,
+// since the library may be closed next.
 const char* CWyMessageCatalog::FetchMsg(unsigned int uId) const {
   CWyErrLogComponent* const pComponent = FindComponent(uId);
   if (pComponent == nullptr) return nullptr;
@@ -111,6 +126,8 @@ bool CWyMessageCatalog::BuildLists() {
   });
 }
 
+// The list is "name ; description : sub-name ; sub-description&... | " for each component; the last
+// separator is cut off at the end.
 void CWyMessageCatalog::BuildComponentList() {
   m_strAvailableComponents.clear();
   m_iComponentInfoCount = 0;
@@ -126,8 +143,8 @@ void CWyMessageCatalog::BuildComponentList() {
   }
 }
 
-// Before the catalog opens, no other thread uses the component. Later it keeps its slot, and is in
-// no list.
+// Before the catalog opens, no other thread uses the component, and it is unloaded. Later it keeps
+// its slot, since look-ups may be using it, and is in no list.
 void CWyMessageCatalog::GiveUpComponent(CWyErrLogComponent*& pSlot) {
   if (!m_bOpen) WyUnloadComponentLibrary(*std::exchange(pSlot, nullptr));
 }
@@ -142,6 +159,8 @@ bool CWyMessageCatalog::AddComponent(CWyErrLogComponent& component) {
   });
   if (!bListed) return false;
 
+  // Nothing is appended before the plug-in has returned its sub-components: one that throws leaves
+  // no half entry.
   const unsigned int uId = component.GetComponentID();
   const char* const pszName = OrEmpty(component.GetComponentName());
   std::string& strList = m_strAvailableComponents;
@@ -149,9 +168,12 @@ bool CWyMessageCatalog::AddComponent(CWyErrLogComponent& component) {
   AddComponentInfo(uId, pszName);
   if (iCount != 0) strList.append(" : ");
   for (int i = 0; i < iCount; ++i) {
+    // The plug-in's array may be filled to the last byte, without a terminator.
     const std::string strSubName(pList[i].szName, strnlen(pList[i].szName, sizeof pList[i].szName));
     strList.append(strSubName).append(" ; ").append(OrEmpty(pList[i].pszDescription));
     if (i + 1 < iCount) strList.append("&");
+    // In a list, because the table points at the texts: they must not move when the next one is
+    // added.
     m_subComponentNames.push_back(std::string(pszName) + "/" + strSubName);
     AddComponentInfo(static_cast<unsigned int>(i + 1) << 16 | uId,
                      m_subComponentNames.back().c_str());

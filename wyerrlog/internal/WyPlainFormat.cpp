@@ -1,6 +1,7 @@
 // Nearly every format that is logged is plain: its conversions are texts ("%s", "%20s"), decimal
 // integers ("%d", "%5lu", "%zu") and "%%". Such a format is written here, at a fifth of what
-// vsnprintf takes; any other goes to vsnprintf as a whole.
+// vsnprintf(3) takes; any other goes to vsnprintf as a whole, so that the result is always the same
+// as that of vsnprintf.
 
 #include "wyerrlog/internal/WyPlainFormat.h"
 
@@ -17,7 +18,8 @@ namespace {
 // The format is not plain, or its text is longer than an int can count.
 constexpr int NotPlain = INT_MIN;
 
-// Writes what fits and counts everything, as vsnprintf does.
+// Writes what fits and counts everything, as vsnprintf does: the caller learns from the count how
+// large a buffer the text needs.
 class CWyBoundedText {
  public:
   CWyBoundedText(char* pszBuffer, std::size_t uSize)
@@ -37,6 +39,7 @@ class CWyBoundedText {
     Append(text);
   }
 
+  // vsnprintf fails for a text longer than INT_MAX; it is called to say so itself.
   int Terminate() {
     if (m_bTerminated) *m_psz = '\0';
     return m_uLength <= INT_MAX ? static_cast<int>(m_uLength) : NotPlain;
@@ -57,12 +60,15 @@ struct Conversion {
   const char* pszRest;
 
   explicit Conversion(const char* psz) {
+    // Digits are read as long as the width is not above this. What is left of a longer number is no
+    // conversion letter, so such a format goes to vsnprintf.
     constexpr std::size_t LargestWidth = 1000;
     if (*psz != '0') {  // which would be a flag
       for (; '0' <= *psz && *psz <= '9' && uWidth <= LargestWidth; ++psz) {
         uWidth = uWidth * 10 + static_cast<std::size_t>(*psz - '0');
       }
     }
+    // On x86-64 both long and size_t have 64 bits.
     if (*psz == 'l' || *psz == 'z') {
       bLong = true;
       ++psz;
@@ -72,6 +78,7 @@ struct Conversion {
   }
 };
 
+// 24 characters: 64 bits have at most 20, with a sign.
 template <typename Number>
 void AppendNumber(CWyBoundedText& text, Number value, std::size_t uWidth) {
   char szDigits[24];
@@ -79,11 +86,13 @@ void AppendNumber(CWyBoundedText& text, Number value, std::size_t uWidth) {
   text.AppendAlignedRight({szDigits, static_cast<std::size_t>(pEnd - szDigits)}, uWidth);
 }
 
+// A null text is printed as glibc's vsnprintf prints it.
 void AppendText(CWyBoundedText& text, const char* pszText, std::size_t uWidth) {
   text.AppendAlignedRight(pszText != nullptr ? pszText : "(null)", uWidth);
 }
 
-// False when the conversion is not a plain one.
+// Returns false, without taking an argument, if the conversion is not a plain one. On x86-64 a
+// va_list is an array and passed by its address, so the caller goes on with the next argument.
 bool AppendArgument(CWyBoundedText& text, const Conversion& conversion, va_list args) {
   switch (conversion.cLetter) {
     case 's':
@@ -105,7 +114,8 @@ bool AppendArgument(CWyBoundedText& text, const Conversion& conversion, va_list 
   }
 }
 
-// As vsnprintf, or NotPlain; the buffer may have been written to by then.
+// As vsnprintf, or NotPlain; the buffer may have been written to by then. The two most common
+// conversions are tested first and need no parsing.
 int FormatPlainly(char* pszBuffer, std::size_t uSize, const char* pszFormat, va_list args) {
   CWyBoundedText text(pszBuffer, uSize);
   while (true) {
@@ -127,6 +137,7 @@ int FormatPlainly(char* pszBuffer, std::size_t uSize, const char* pszFormat, va_
 
 int WyFormatBounded(char* pszBuffer, int iSize, const char* pszFormat, va_list args) {
   const auto uSize = static_cast<std::size_t>(std::max(iSize, 0));
+  // A copy is read, because vsnprintf may have to start over with the first argument.
   va_list argsCopy;
   va_copy(argsCopy, args);
   int iLength = FormatPlainly(pszBuffer, uSize, pszFormat, argsCopy);
@@ -136,5 +147,6 @@ int WyFormatBounded(char* pszBuffer, int iSize, const char* pszFormat, va_list a
     if (uSize > 0) *pszBuffer = '\0';
     return iLength;
   }
+  // Cut texts return the size that they need, with the terminator.
   return iLength < iSize ? iLength : iLength + 1;
 }

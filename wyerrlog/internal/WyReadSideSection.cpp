@@ -1,6 +1,6 @@
-// The two sides of a read-side section. To enter and to make the data unreachable are both followed
-// by a look at what the other side has done: sequential consistency guarantees that at least one of
-// the two sees the other.
+// The two sides of a read-side section. A reader enters, then tests whether the data is reachable;
+// the remover makes the data unreachable, then tests whether a reader is inside. With sequential
+// consistency at least one of the two sees the other.
 
 #include "wyerrlog/internal/WyReadSideSection.h"
 
@@ -8,7 +8,8 @@
 
 namespace {
 
-// Threads take turns at the slots. A thread keeps the one it got first.
+// Threads take turns at the slots. A thread keeps the one it got first, so that its counter stays
+// in its processor's cache. Any distribution is correct: it only spreads the load.
 std::size_t SlotOfThisThread(std::size_t uSlots) {
   static constinit std::atomic<std::size_t> s_uLastTurn{0};
   static constinit thread_local std::size_t s_uTurn = 0;
@@ -18,6 +19,8 @@ std::size_t SlotOfThisThread(std::size_t uSlots) {
 
 }  // namespace
 
+// A child has none of the threads that were inside, but for the one that forked: a Scope that this
+// one is in ends with a count below zero, which is why WaitForReaders compares with > 0.
 CWyReadSideSection::CWyReadSideSection()
     : CWyForkReset([](CWyForkReset& object) {
         for (Slot& slot : static_cast<CWyReadSideSection&>(object).m_slots) {
@@ -36,9 +39,12 @@ CWyReadSideSection::Scope::Scope(CWyReadSideSection* pSection) : m_plReaders(nul
 }
 
 CWyReadSideSection::Scope::~Scope() {
+  // Release: what the reader did with the data comes before the remover's look that finds it gone.
   if (m_plReaders != nullptr) m_plReaders->fetch_sub(1, std::memory_order_release);
 }
 
+// One slot after another: a reader that enters a slot already passed has found the data
+// unreachable.
 void CWyReadSideSection::WaitForReaders() const {
   for (const Slot& slot : m_slots) {
     while (slot.lReaders.load(std::memory_order_seq_cst) > 0) sched_yield();

@@ -1,3 +1,6 @@
+// The growing of a message's text, which is out of the way of appending to it. A text that could
+// not grow is marked incomplete and stays as it is: no log call writes a line with a piece missing.
+
 #include "wyerrlog/internal/WyTextBuffer.h"
 
 #include <algorithm>
@@ -12,6 +15,9 @@ constexpr std::size_t LargestSize = std::numeric_limits<int>::max();  // lengths
 
 }  // namespace
 
+// The capacity at least doubles, so that a long text is copied a constant number of times for each
+// byte. The old memory goes to the caller: the pieces to be appended may lie in it. The text counts
+// as incomplete until everything has succeeded, which is one mark for all ways out.
 bool CWyTextBuffer::Grow(std::size_t uSize, std::unique_ptr<char[]>& pPrevious) {
   if (m_bIncomplete) return false;
   m_bIncomplete = true;
@@ -31,6 +37,7 @@ void CWyTextBuffer::Assign(std::string_view piece) {
   m_bIncomplete = !m_bUsable;
   std::unique_ptr<char[]> pPrevious;
   if (!HasRoom(piece.size()) && !Grow(piece.size(), pPrevious)) return;
+  // The piece may be a part of this text, in memory that is kept or, after Grow, in pPrevious.
   std::memmove(m_pText.get(), piece.data(), piece.size());
   AppendedUpTo(m_pText.get() + piece.size());
 }

@@ -1,5 +1,6 @@
 // The texts are written one behind the other into the prolog's buffer, and again only when a part
-// of them has changed: the ids in a forked child, the time each second.
+// of them has changed: the ids in a forked child, the time each second. A record then costs a
+// reading of the clock and a copy.
 
 #include "wyerrlog/internal/WyThreadStamp.h"
 
@@ -16,6 +17,8 @@
 
 namespace {
 
+// Constant-initialized and without a destructor: it needs no test for its first use, and serves
+// threads whose other objects are destroyed.
 constinit thread_local CWyThreadStamp t_stamp;
 
 }  // namespace
@@ -23,6 +26,7 @@ constinit thread_local CWyThreadStamp t_stamp;
 // Not inlined: the compiler would find the thread's object anew at each use, which is a call.
 [[gnu::noinline]] CWyThreadStamp& CWyThreadStamp::OfThisThread() { return t_stamp; }
 
+// A thread's stamp is copied by a fork and still has the parent's id there; the thread's id stays.
 bool CWyThreadStamp::HasIdsOfThisProcess() const { return m_iPid == WyProcessId(); }
 
 std::string_view CWyThreadStamp::Pid() {
@@ -36,8 +40,10 @@ std::string_view CWyThreadStamp::Tid() {
   return {m_szProlog + uStart, m_uIdsLength - strlen("][") - uStart};
 }
 
+// The time behind the ids is gone with them: the prolog ends here until WriteTime writes it again.
 void CWyThreadStamp::WriteIds() {
   m_iPid = WyProcessId();
+  // The low 32 bits, as the format has them.
   const auto uTid = static_cast<unsigned int>(getThreadId(pthread_self()));
   const int iPidEnd = snprintf(m_szProlog, sizeof m_szProlog, "[%d", m_iPid);
   const int iIdsEnd = snprintf(m_szProlog, sizeof m_szProlog, "[%d/%u][", m_iPid, uTid);
@@ -50,15 +56,19 @@ bool CWyThreadStamp::Refresh(bool bLocal) {
   if (!HasIdsOfThisProcess()) WriteIds();
   timeval now;
   if (gettimeofday(&now, nullptr) != 0) {
+    // The previous time would be wrong in the record: it is left out.
     m_uPrologLength = m_uIdsLength;
     return false;
   }
   m_lMilliseconds = now.tv_usec / 1000;
+  // The last condition: a conversion that failed before left no time to copy.
   const bool bSameSecond =
       m_tSeconds == now.tv_sec && m_bLocal == bLocal && m_uPrologLength > m_uIdsLength;
   return bSameSecond || WriteTime(now.tv_sec, bLocal);
 }
 
+// The prolog's length is set last, and m_tSeconds with it: after a failure there is no time, and
+// the next record tries again.
 bool CWyThreadStamp::WriteTime(time_t tSeconds, bool bLocal) {
   m_uPrologLength = m_uIdsLength;
   char* const pszDateTime = m_szProlog + m_uIdsLength;
