@@ -1,11 +1,16 @@
+// The two known tables. Both are part of the published interface: component numbers stand in
+// message identifiers, field numbers in the code of hosts, names in trace configuration files. So
+// rows are only ever added at the end.
+
 #include "wyerrlog/WyErrLogConfig.h"
 
 #include <iterator>
 
 namespace {
 
-// Row i belongs to component number i + 1. Rows are only ever added at the end: the numbers are
-// part of every message identifier.
+// Row i belongs to component number i + 1 and names its library, lib<name>.so; the first row is the
+// built-in component. Not constant, because GetKnownComponentLibs returns a pointer to it that is
+// not.
 const char* s_apszComponentLibs[] = {
     "wylogcomponent",         "wytestcomponent",     "Login_Logout",
     "IsAuthorized",           "Policy_Server",       "Web_Agent",
@@ -19,6 +24,8 @@ const char* s_apszComponentLibs[] = {
 };
 static_assert(std::size(s_apszComponentLibs) == 27);
 
+// Row i is the field number i: its name on the "data" line of a trace configuration, and the width
+// of its column, in bytes, in the layout FixedWidth.
 constexpr KNOWNDATAFIELDINFO KnownDataFields[] = {
     {"Message", 64},
     {"SrcFile", 32},

@@ -12,10 +12,12 @@
 
 // ---- Memory -------------------------------------------------------------------------------------
 
-// What the texts of a message are kept in. A thread's messages hand it on from one to the next, so
-// that usually none of them has to allocate.
+// The memory of a message: its text and its arguments. Between two messages the thread keeps it as
+// its spare, so that usually no message allocates.
 struct CWyErrLogMessage::Memory {
-  static constexpr std::size_t LargestKept = std::size_t{64} << 10;  // bytes; larger are not kept
+  // Bytes. Far above usual records, but a thread that once logs a huge one does not keep its
+  // memory.
+  static constexpr std::size_t LargestKept = std::size_t{64} << 10;
 
   CWyTextBuffer text;
   CpaArgList args;
@@ -23,14 +25,14 @@ struct CWyErrLogMessage::Memory {
   explicit Memory(bool bUsable) : text(bUsable) {}
 
   static Memory* Take();
-  static void HandOn(Memory* pMemory);
+  static void Recycle(Memory* pMemory);
 
   bool IsLarge() const {
     return text.capacity() + args.m_stream.m_strBytes.capacity() > LargestKept;
   }
 
-  // The calling thread's. Of plain values, so that it is there also for messages that come when the
-  // thread's objects are destroyed already.
+  // The calling thread's. Of plain values, so that messages find it whose thread has already
+  // destroyed its other objects.
   struct Spare {
     Memory* pMemory = nullptr;
     bool bHasOwner = false;
@@ -38,10 +40,10 @@ struct CWyErrLogMessage::Memory {
   };
   static thread_local Spare s_spare;
 
-  // Not inlined: the compiler would find the thread's object anew at each use.
+  // Not inlined: the compiler would find the thread's object anew at each use, which is a call.
   [[gnu::noinline]] static Spare& OfThisThread() { return s_spare; }
 
-  // Has the spare memory freed at the end of the thread. Returns false if the system cannot.
+  // Has the spare memory freed at the end of the thread. Returns false if the system refuses.
   static bool OwnSpare() { return s_spare.bHasOwner = SpareOwner::Get().SetValue(&s_spare) == 0; }
   struct SpareOwner : CpaTls {
     SpareOwner() : CpaTls(Free) {}
@@ -56,7 +58,8 @@ struct CWyErrLogMessage::Memory {
     }
   };
 
-  // Stands in when there is no memory: an incomplete text that stays empty, never destroyed.
+  // Used if memory allocation fails: an incomplete text that stays empty. All messages of the
+  // thread that have no memory share it; none of them is ever written. Never destroyed.
   static Memory& None() {
     alignas(Memory) static thread_local unsigned char s_storage[sizeof(Memory)];
     static thread_local Memory* s_pNone = nullptr;
@@ -72,13 +75,17 @@ constinit thread_local CWyErrLogMessage::Memory::Spare CWyErrLogMessage::Memory:
 const CWyErrLogMessage::Memory::SpareOwner&
     CWyErrLogMessage::Memory::SpareOwner::s_constructedAtLoad = Get();
 
+// The spare is taken out, so a second message of the thread, which a callback constructs during a
+// log call, finds none and allocates its own.
 CWyErrLogMessage::Memory* CWyErrLogMessage::Memory::Take() {
   if (Memory* const pSpare = std::exchange(s_spare.pMemory, nullptr)) return pSpare;
   Memory* const pNew = new (std::nothrow) Memory(true);
   return pNew != nullptr ? pNew : &None();
 }
 
-void CWyErrLogMessage::Memory::HandOn(Memory* pMemory) {
+// Freed at once after the end of the thread has been noted: no later step would free a spare. None
+// has no memory to free.
+void CWyErrLogMessage::Memory::Recycle(Memory* pMemory) {
   Spare& spare = OfThisThread();
   pMemory->text.Clear();
   pMemory->args.clear();
@@ -99,7 +106,7 @@ CWyErrLogMessage::CWyErrLogMessage(bool bUseLocalTime)
       m_bUseLocalTime(bUseLocalTime),
       m_args(m_pMemory->args) {}
 
-CWyErrLogMessage::~CWyErrLogMessage() { Memory::HandOn(m_pMemory); }
+CWyErrLogMessage::~CWyErrLogMessage() { Memory::Recycle(m_pMemory); }
 
 // ---- The text -----------------------------------------------------------------------------------
 

@@ -46,7 +46,9 @@ class CWyMessageLookup {
 
 namespace {
 
-constexpr int TextSize = 4096;  // bytes of a formatted message with its terminator
+// The contract's limit of 4095 bytes for a formatted message; it is on the stack, so its size is
+// fixed.
+constexpr int TextSize = 4096;  // bytes, with the terminator
 
 constexpr unsigned int BuiltInComponent = 1;
 
@@ -58,7 +60,7 @@ struct BundleRelease {
   void operator()(CWyXlateBundle* pBundle) const { pBundle->Release(); }
 };
 
-// What an identifier's message looks like in a locale. The texts belong to the component and to the
+// The form of an identifier's message in a locale. The texts belong to the component and to the
 // bundle, which is held as long as this object lives.
 struct Template {
   const char* pszPattern;
@@ -66,6 +68,9 @@ struct Template {
   std::unique_ptr<CWyXlateBundle, BundleRelease> pBundle;
 };
 
+// Never fails: each thing that is missing has a text and a key of its own, so that the log shows
+// what to install. A key without a translation stands for its text. The built-in component has no
+// catalog: its message is its first argument.
 Template FindTemplate(const CWyMessageLookup& lookup, unsigned int uId, const char* pszLocale) {
   if (WyComponentNumber(uId) == BuiltInComponent) return {"{0}", "wy-log-00000", nullptr};
   const char* const pszBundle = lookup.GetMsgBundle(uId);
@@ -85,11 +90,12 @@ void CopyCut(char* pszOut, const char* pszText, unsigned long uSize) {
   pszOut[uLength] = '\0';
 }
 
+// By severity: two bits of an identifier, so every value has its word.
 constexpr std::string_view SeverityWords[] = {"[INVALID MESSAGE TYPE]", "[INFO]", "[WARNING]",
                                               "[ERROR]"};
 
-// The "%s" of the pattern replaced by the texts one after another, each within what the one before
-// has brought, too.
+// Replaces the "%s" of the pattern by the texts, one after another. The search goes on where the
+// text inserted last begins, so a "%s" in it takes the next text.
 std::string Substitute(const char* pszPattern, char** ppszArguments, int iCount) {
   std::string strText = pszPattern;
   std::size_t uFrom = 0;
@@ -103,7 +109,8 @@ std::string Substitute(const char* pszPattern, char** ppszArguments, int iCount)
 
 }  // namespace
 
-// Formats into memory of its own: the message's text may be among the arguments.
+// Formats into a buffer of its own: the message's text, which may move when it grows, may be among
+// the arguments.
 bool CWyErrLogMessage::AppendPrintf(const char* pszPattern, va_list args) {
   if (*pszPattern == '\0') return true;
   char szText[TextSize];
@@ -127,6 +134,8 @@ bool CWyErrLogMessage::FormatLogMessage(int iId, ...) {
   return bFound;
 }
 
+// The pattern is the component's own, so it is trusted to fit the arguments. The look-up lives
+// until the pattern has been used.
 bool CWyErrLogMessage::FormatLogMessageVA(int iId, va_list args) {
   const CWyMessageLookup lookup;
   const auto uId = static_cast<unsigned int>(iId);
@@ -144,6 +153,7 @@ bool CWyErrLogMessage::FormatLogMessage(int iId, char** ppszArguments, int iCoun
   const char* const pszPattern = lookup.FetchMsg(uId);
   if (pszPattern == nullptr) return false;
   m_pBuffer->Append(SeverityWords[SeverityOf(uId)], ' ');
+  // A text of any length, which a std::string assembles; here its exception ends.
   try {
     m_pBuffer->Append(std::string_view(Substitute(pszPattern, ppszArguments, iCount)));
   } catch (const std::bad_alloc&) {
@@ -157,6 +167,7 @@ bool CWyErrLogMessage::FormatLogMessageForTrace(int iId, ...) {
   const CWyMessageLookup lookup;
   const auto uId = static_cast<unsigned int>(iId);
   const char* const pszPattern = lookup.FetchMsg(uId);
+  // Also for a message that is not found: GetMsgSeverity reports the identifier's severity.
   m_nSeverity = static_cast<int>(SeverityOf(uId));
   if (pszPattern == nullptr) return false;
   m_pBuffer->Append(' ');
@@ -169,7 +180,9 @@ bool CWyErrLogMessage::FormatLogMessageForTrace(int iId, ...) {
 
 // ---- The translated way -------------------------------------------------------------------------
 
-// The key is valid as long as the look-up.
+// The key is valid as long as the look-up. The identifier 0 keeps the one used last. Without
+// arguments the pattern is copied as it is: quotes and braces have a meaning only if there is
+// something to insert.
 const char* CWyErrLogMessage::Translate(const CWyMessageLookup& lookup, unsigned int uId,
                                         const char* pszLocale, char* pszOut, unsigned long uSize) {
   if (uId != 0) {
@@ -180,8 +193,10 @@ const char* CWyErrLogMessage::Translate(const CWyMessageLookup& lookup, unsigned
   if (pszOut == nullptr || uSize == 0) return found.pszKey;
   const char* apszArguments[CpaArgList::MaxArguments];
   const unsigned long uCount = m_args.toArgv(apszArguments);
+  // An argument could not be copied: the text would be wrong, so the message is not written.
   if (m_args.m_bIncomplete) m_pBuffer->SetIncomplete();
   if (uCount != 0) {
+    // It writes up to its size, and a terminator behind.
     CWyXlate::FormatMessage(pszOut, uSize - 1, found.pszPattern, uCount, apszArguments);
   } else {
     CopyCut(pszOut, found.pszPattern, uSize);
@@ -195,6 +210,8 @@ const char* CWyErrLogMessage::PreformatMessage(unsigned int uId, const char* psz
   return Translate(lookup, uId, pszLocale, pszOut, uSize);
 }
 
+// The locale is read for each message: the host may change the environment at run time, and finding
+// it unchanged is cheap (see platform/wyi18n).
 const char* CWyErrLogMessage::FormatMessage(unsigned int uId) {
   const CWyMessageLookup lookup;
   char szText[TextSize];
@@ -205,6 +222,7 @@ const char* CWyErrLogMessage::FormatMessage(unsigned int uId) {
   return GetBuffer();
 }
 
+// Trace records are in English, whatever the administrator's locale.
 const char* CWyErrLogMessage::FormatMessageForTrace(unsigned int uId) {
   const CWyMessageLookup lookup;
   char szText[TextSize];

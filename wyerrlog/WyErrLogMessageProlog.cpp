@@ -1,3 +1,7 @@
+// The prolog of an error-log line, and ids and times as texts for buffers of the host. Most of a
+// prolog is a copy of the thread's stamp, which changes once a second; only the place of the call
+// is new in each record.
+
 #include <charconv>
 #include <cstring>
 #include <ctime>
@@ -10,9 +14,11 @@
 
 namespace {
 
+// The contract's sizes. A smaller buffer is refused whatever its text would be, so that a program
+// fails at once and not when its process id has grown.
 constexpr int SmallestPidBuffer = 10;
 constexpr int SmallestTidBuffer = 15;
-constexpr int SmallestTimeBuffer = 25;
+constexpr int SmallestTimeBuffer = 25;       // "Mon Nov 16 2026 17:16:13"
 constexpr std::size_t LargestLineSize = 16;  // ":2147483647]"
 
 bool Copy(std::string_view text, char* pszBuffer, int iSize) {
@@ -38,6 +44,7 @@ bool CWyErrLogMessage::GetTime(int iForm, char* pszBuffer, bool bLocal, int iSiz
   tm time;
   long lMilliseconds = 0;
   if (!WyErrLogGetCurrentTime(bLocal, time, lMilliseconds)) return false;
+  // Dates may be longer than usual (a year of five digits), hence their size; times of day may not.
   switch (iForm) {
     case 0:
       return WyWriteDate(pszBuffer, static_cast<std::size_t>(iSize), time);
@@ -57,11 +64,15 @@ bool CWyErrLogMessage::GetDateTime(const tm* pTime, char* pszBuffer, int iSize) 
   return WyWriteDateTime(pszBuffer, static_cast<std::size_t>(iSize), *pTime);
 }
 
+// The result is a part of the argument: nothing is copied. A path that ends in "/" has an empty
+// file part.
 const char* CWyErrLogMessage::PathnameFindFilePart(const char* pszPath) {
   const char* const pszSlash = strrchr(pszPath, '/');
   return pszSlash != nullptr ? pszSlash + 1 : pszPath;
 }
 
+// All of it is written into room that is asked for once, and becomes part of the text by its last
+// step. If the clock fails the text ends behind the ids.
 bool CWyErrLogMessage::FormatLogProlog(const char* pszPath, int iLine, int iType) {
   m_nType = iType;
   m_pBuffer->Clear();
@@ -77,6 +88,7 @@ bool CWyErrLogMessage::FormatLogProlog(const char* pszPath, int iLine, int iType
   psz += file.copy(psz, file.size());
   if (iLine > 0) {
     *psz++ = ':';
+    // Cannot fail: the room has space for every int.
     psz = std::to_chars(psz, psz + LargestLineSize, iLine).ptr;
   }
   *psz++ = ']';

@@ -1,4 +1,5 @@
-// Trace records in their layouts, audit records, and free texts.
+// Trace records in their layouts, audit records, and free texts. Values appear unchanged in every
+// layout, also if they contain the characters that separate fields.
 
 #include <memory>
 #include <new>
@@ -9,8 +10,10 @@
 
 namespace {
 
+// On the stack, so that audit records of usual length allocate nothing.
 constexpr int TextSize = 4096;  // bytes of a text of usual length, with its terminator
 
+// A null text counts as an empty one: a record must not fail because of a field.
 std::string_view ViewOf(const char* pszText) { return pszText != nullptr ? pszText : ""; }
 
 // A function of its own, so that the other layouts save no registers for it.
@@ -33,6 +36,7 @@ void CWyErrLogMessage::BeginTraceFormat(int iFormat, bool bUseLocalTime, const c
     m_pBuffer->Append('<', ViewOf(pszTag), std::string_view(">\n"));
 }
 
+// In a layout that does not exist a field is nothing, and the record is its newline.
 void CWyErrLogMessage::FormatTraceField(const char* pszValue, const char* pszName) {
   const std::string_view value = ViewOf(pszValue);
   if (m_nTraceFormat == WyTraceLayout::Brackets) {
@@ -45,6 +49,8 @@ void CWyErrLogMessage::FormatTraceField(const char* pszValue, const char* pszNam
   }
 }
 
+// Longer values are cut to the column, in bytes: the columns of all records stay aligned. Two
+// blanks separate the columns.
 void CWyErrLogMessage::FormatTraceField(const char* pszValue, int iWidth) {
   const auto uWidth = static_cast<std::size_t>(iWidth > 0 ? iWidth : 0);
   const std::string_view value = ViewOf(pszValue).substr(0, uWidth);
@@ -68,7 +74,9 @@ bool CWyErrLogMessage::FormatAuditMessage(const char* pszFormat, ...) {
   return bFormatted;
 }
 
-// Both ways into memory of their own: the message's text may be among the arguments.
+// Both ways format into memory of their own, because the message's text may be among the arguments.
+// A longer record is formatted twice, hence the copy of the arguments; that it is appended is the
+// contract.
 bool CWyErrLogMessage::FormatAuditMessageVA(const char* pszFormat, va_list args) {
   if (pszFormat == nullptr || *pszFormat == '\0') return false;
   va_list argsCopy;
@@ -89,6 +97,7 @@ bool CWyErrLogMessage::FormatAuditMessageVA(const char* pszFormat, va_list args)
 
 char* CWyErrLogMessage::FormatTraceMessage(const char* pszFormat, ...) {
   if (pszFormat == nullptr || *pszFormat == '\0') return nullptr;
+  // Freed by FreeFormattedMessage alone, in this library, whatever allocator the host uses.
   auto* const pszText = new char[TextSize];
   va_list args;
   va_start(args, pszFormat);

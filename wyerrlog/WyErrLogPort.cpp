@@ -31,6 +31,9 @@ void WyErrLogUtilLeaveCriticalSection(pthread_mutex_t* pMutex) { pthread_mutex_u
 
 namespace {
 
+// A count under a mutex, with a condition for the waiters. sem_t would not do: here a count has a
+// maximum, and closing wakes all waiters and waits until they have left. States: open, then
+// closing, in which every call fails.
 class CWySemaphoreRecord {
  public:
   CWySemaphoreRecord(std::int64_t lInitial, std::int64_t lMaximum)
@@ -58,6 +61,7 @@ class CWySemaphoreRecord {
   bool m_bClosing WYERRLOG_GUARDED_BY(m_mutex) = false;
 };
 
+// The subtraction cannot overflow: the count is never above the maximum, nor below 0.
 bool CWySemaphoreRecord::Add(long lCount, long* plPrevious) {
   const CWyMutexLock lock(m_mutex);
   if (m_bClosing || m_lMaximum - m_lCount < lCount) return false;
@@ -69,6 +73,7 @@ bool CWySemaphoreRecord::Add(long lCount, long* plPrevious) {
 
 int CWySemaphoreRecord::Wait(bool bForever) {
   const CWyMutexLock lock(m_mutex);
+  // A wait may end without a signal, and another thread may have taken the unit before.
   while (bForever && m_lCount <= 0 && !m_bClosing) {
     ++m_lWaiters;
     pthread_cond_wait(&m_condition, m_mutex.Native());
@@ -77,6 +82,7 @@ int CWySemaphoreRecord::Wait(bool bForever) {
   if (m_bClosing) return WYERRLOG_WAIT_CLOSING;
   const bool bTaken = m_lCount > 0;
   if (bTaken) --m_lCount;
+  // One signal stands for all units of an Add: the thread that was woken wakes the next one.
   WakeNext();
   return bTaken ? WYERRLOG_WAIT_ACQUIRED : WYERRLOG_WAIT_TIMEOUT;
 }
@@ -86,13 +92,16 @@ bool CWySemaphoreRecord::BeginClose() {
   return !std::exchange(m_bClosing, true);
 }
 
+// A waiter counts until it has the mutex again. So at 0 no thread is inside pthread_cond_wait(3)
+// any more.
 bool CWySemaphoreRecord::WakeAllForClose() {
   const CWyMutexLock lock(m_mutex);
   if (m_lWaiters > 0) pthread_cond_broadcast(&m_condition);
   return m_lWaiters == 0;
 }
 
-// The child has one thread, and may find the mutex locked by one that does not exist there.
+// The child has one thread, and may find the mutex locked by one that does not exist there. Mutex
+// and condition are set to their initial state: destroying them in use is undefined.
 void CWySemaphoreRecord::ResetInForkedChild() WYERRLOG_NO_THREAD_SAFETY_ANALYSIS {
   new (&m_mutex) CWyMutex;
   m_condition = PTHREAD_COND_INITIALIZER;
@@ -122,6 +131,7 @@ int WyErrLogUtilCloseHandle(void* hSemaphore) {
   if (hSemaphore == nullptr) return 0;
   const auto pSemaphore = static_cast<CWySemaphoreRecord*>(hSemaphore);
   if (!pSemaphore->BeginClose()) return 0;
+  // Yields without the mutex, which the waiters need to leave.
   while (!pSemaphore->WakeAllForClose()) sched_yield();
   delete pSemaphore;
   return 1;
@@ -138,6 +148,7 @@ int VSNPRINTFEX(char* pszBuffer, int iSize, const char* pszFormat, va_list args)
   return WyFormatBounded(pszBuffer, iSize, pszFormat, args);
 }
 
+// The milliseconds last: on failure they stay as they were.
 bool WyErrLogGetCurrentTime(bool bLocal, tm& time, long& lMilliseconds) {
   timeval now;
   if (gettimeofday(&now, nullptr) != 0) {

@@ -1,6 +1,11 @@
 // The classes between the C-style functions of the handle layer and the public locks. The one idea
 // of the reader-writer lock: m_uActive alone decides as long as no writer comes, and the mutex
-// orders everything that happens around writers.
+// orders everything that happens around writers. The states of m_uActive:
+//
+//   0            free
+//   n            n readers hold the lock
+//   Writer | n   a writer waits for n readers, and later ones wait for the writer
+//   Writer       a writer holds the lock
 
 #include "wyerrlog/WyErrLogPrivUtil.h"
 
@@ -55,6 +60,8 @@ CWyGuard::CWyGuard()
 
 CWyGuard::~CWyGuard() { CWyForkRegistry::Remove(*this); }
 
+// Any number of readers but 0 will do: the waiting writer is admitted by the last one to leave,
+// which may be this one. From 0 readers the writer may have been admitted already.
 bool CWyGuard::JoinReaders() {
   unsigned int uActive = m_uActive.load(std::memory_order_relaxed);
   while ((uActive & ~Writer) != 0) {
@@ -68,6 +75,8 @@ bool CWyGuard::JoinReaders() {
 
 void CWyGuard::WaitForRead() {
   {
+    // Writer changes only under the mutex, so this test decides: either there is no writer any
+    // more, or UnlockWriter will find this thread counted.
     const CWyMutexLock lock(m_mutex);
     if ((m_uActive.load(std::memory_order_relaxed) & Writer) == 0) {
       m_uActive.fetch_add(1, std::memory_order_acquire);
@@ -75,10 +84,14 @@ void CWyGuard::WaitForRead() {
     }
     ++m_iWaitingReaders;
   }
+  // Without the mutex: the semaphore keeps a unit that comes before the wait.
   const CWyForkGate::Outside outside;  // see LockForWrite
   m_readerSem.Wait(WYERRLOG_INFINITE);
 }
 
+// Setting Writer turns later readers away, so that a stream of readers cannot keep the writer
+// waiting indefinitely. The fork gate is entered last: a fork does not wait for a writer that waits
+// itself.
 void CWyGuard::LockForWrite() {
   bool bMustWait;
   {
@@ -106,6 +119,7 @@ void CWyGuard::Unlock() {
   }
 }
 
+// Called by one thread only: the reader that left Writer behind without readers.
 void CWyGuard::AdmitWriter() {
   {
     const CWyMutexLock lock(m_mutex);
@@ -114,6 +128,9 @@ void CWyGuard::AdmitWriter() {
   m_writerSem.Release(1);
 }
 
+// The gate is left first. A fork between the two steps finds whole what the guard protects, and the
+// child frees the guard itself (Reset). The next writer takes over the bit as it stands: the guard
+// is never free in between, so no reader overtakes.
 void CWyGuard::UnlockWriter() {
   CWyForkGate::Leave();
   bool bWriterNext;
@@ -124,6 +141,7 @@ void CWyGuard::UnlockWriter() {
     if (bWriterNext) {
       --m_iWaitingWriters;
     } else {
+      // Counted as holders before they wake: what follows cannot take the lock from them.
       iReadersNext = std::exchange(m_iWaitingReaders, 0);
       m_uActive.store(static_cast<unsigned int>(iReadersNext), std::memory_order_release);
     }
@@ -149,7 +167,7 @@ void CWyGuard::Reset(CWyForkReset& object) WYERRLOG_NO_THREAD_SAFETY_ANALYSIS {
 // ---- Thread-specific slots ----------------------------------------------------------------------
 
 CpaTls::CpaTls(void (*pfnDestructor)(void*)) : m_uKey(0) {
-  // The system refuses this number from now on; 0 may be another owner's key.
+  // The system refuses this number in every call; 0 may be another owner's key.
   if (pthread_key_create(&m_uKey, pfnDestructor) != 0) m_uKey = PTHREAD_KEYS_MAX;
 }
 

@@ -1,5 +1,6 @@
-// The public locks: each owns one object of the private layer, and a guard adds what it knows of
-// the calling thread's other guards (WyDeadlockCheck.h).
+// The public locks: each owns one object of the private layer, so that installed headers contain no
+// member of the system's types. A guard adds what it knows of the calling thread's other guards
+// (WyDeadlockCheck.h).
 
 #include "wyerrlog/WyErrLogUtil.h"
 
@@ -31,6 +32,7 @@ void CWyErrLogCS::Leave() WYERRLOG_NO_THREAD_SAFETY_ANALYSIS {
 
 // ---- Guard --------------------------------------------------------------------------------------
 
+// A guard without memory is not usable, and refuses; an exception would reach the host.
 CWyErrLogGuard::CWyErrLogGuard()
     : m_pGuard(WyNoThrow<CWyGuard*>(nullptr, [] { return new CWyGuard; })) {}
 
@@ -55,6 +57,8 @@ bool CWyErrLogGuard::IsHeldByThisThread() const {
   return CWyGuardHold::OfThisThread(m_pGuard) != 0;
 }
 
+// The caller has looked at the thread's list of holds. Most threads hold nothing, and for those a
+// wait cannot close a cycle.
 bool CWyErrLogGuard::AdmitReader(bool bHoldsOthers) {
   if (m_pGuard == nullptr) return false;
   if (bHoldsOthers) return AdmitNestedReader();
@@ -62,6 +66,9 @@ bool CWyErrLogGuard::AdmitReader(bool bHoldsOthers) {
   return true;
 }
 
+// In this order: a guard of the thread's own would deadlock behind a waiting writer; without a wait
+// there is no cycle; only then the wait is entered into the list that all threads share. Joining
+// fails if a writer holds the guard, and the caller is refused.
 bool CWyErrLogGuard::AdmitNestedReader() {
   if (IsHeldByThisThread()) return false;
   if (m_pGuard->TryLockForRead()) return true;
@@ -83,12 +90,14 @@ bool CWyErrLogGuard::AdmitWriter() {
 namespace {
 
 using HoldNote = CWyErrLogGuard::HoldNote;
+// The public header has room for a CWyGuardHold without its definition.
 static_assert(sizeof(CWyGuardHold) == sizeof(HoldNote) && alignof(CWyGuardHold) <= alignof(void*));
 
 void NoteHold(HoldNote& note, const CWyErrLogGuard& guard, int iKind) {
   new (&note) CWyGuardHold(guard.Native(), iKind);
 }
 
+// std::launder, because the object was constructed in memory of another type.
 void ForgetHold(HoldNote& note) {
   std::launder(reinterpret_cast<CWyGuardHold*>(&note))->~CWyGuardHold();
 }

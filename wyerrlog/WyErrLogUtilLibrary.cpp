@@ -19,8 +19,9 @@ constexpr std::size_t LongestRoot = WorkingSize - sizeof "/bin/x";  // leaves a 
 constinit CWyNeverDestroyed<CWyMutex> s_mutex;
 constinit char s_szDirectory[WorkingSize] WYERRLOG_GUARDED_BY(s_mutex.value) = "";
 
-// "bin/" below the installation root, empty as long as the variable is unset or too long. Never
-// changes once it is set.
+// "bin/" below the installation root, empty as long as the variable is unset or too long. It never
+// changes once it is set: all components come from one installation, and the text may be read
+// without the mutex.
 const char* LibraryDirectory() {
   const CWyMutexLock lock(s_mutex.value);
   if (s_szDirectory[0] != '\0') return s_szDirectory;
@@ -48,6 +49,8 @@ bool AddSharedObjectEnding(std::string& strName) {
 
 }  // namespace
 
+// The order of the names is the contract's (WyErrLogUtil.h). At most WorkingSize - 1 bytes of a
+// name count: a longer one is no path that the system opens.
 void* WyErrLogUtilLoadLibrary(char* pszName) {
   if (pszName == nullptr) return nullptr;
   if (void* hLib = WyLoadLibrary(pszName)) return hLib;
@@ -56,6 +59,7 @@ void* WyErrLogUtilLoadLibrary(char* pszName) {
   if (AddSharedObjectEnding(strName)) {
     if (void* hLib = WyLoadLibrary(strName.c_str())) return hLib;
   }
+  // A path is what it is: neither the system's search path nor the installation root applies.
   if (strName.find('/') != std::string::npos) return nullptr;
 
   if (!strName.starts_with("lib")) {

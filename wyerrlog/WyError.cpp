@@ -1,5 +1,5 @@
 // The error chain: a singly linked list with its tail, so that entries are appended in constant
-// time.
+// time. A chain owns its entries, and each entry has one owner: copying a chain moves them.
 
 #include "wyerrlog/WyError.h"
 
@@ -26,6 +26,7 @@ CWyError& CWyError::operator=(const CWyError& other) {
   return *this;
 }
 
+// The source is empty afterwards, although it is constant: its members are mutable for this.
 void CWyError::TakeOver(const CWyError& other) {
   m_pHead = std::exchange(other.m_pHead, nullptr);
   m_pTail = std::exchange(other.m_pTail, nullptr);
@@ -35,6 +36,7 @@ CWyErrData* CWyError::NewErrData() {
   return WyNoThrow<CWyErrData*>(nullptr, [] { return new CWyErrData; });
 }
 
+// In a loop: a destructor that deleted the next entry would need stack for every entry.
 void CWyError::Clear() {
   while (m_pHead != nullptr) delete std::exchange(m_pHead, m_pHead->GetNext());
   m_pTail = nullptr;
@@ -56,6 +58,8 @@ void CWyError::SetError(CWyErrData* pEntry) {
   AddError(pEntry);
 }
 
+// An entry counts as logged after one attempt, successful or not: a second call writes no message
+// twice.
 bool CWyError::LogMessages() {
   CWyLogger& logger = *theLogger();
   bool bAllWritten = true;
@@ -67,6 +71,7 @@ bool CWyError::LogMessages() {
   return bAllWritten;
 }
 
+// The last entry stands for the whole chain: the others count as logged too.
 bool CWyError::LogLastMessage() {
   if (m_pTail != nullptr) theLogger()->LogErrMsg(m_pTail->GetMsg());
   for (CWyErrData* pEntry = m_pHead; pEntry != nullptr; pEntry = pEntry->GetNext()) {

@@ -1,3 +1,6 @@
+// Small text files, read byte by byte: a line ends at its newline however a pipe delivers it, and
+// what follows stays in the file. A configuration is read seldom enough for one system call a byte.
+
 #include "wyerrlog/WyFileUtil.h"
 
 #include <fcntl.h>
@@ -26,9 +29,11 @@ bool CWyFile::OpenFile(const char* pszPath, int iMode) {
     default:
       return false;
   }
+  // O_NONBLOCK: the opening of a pipe must not wait for its other end. O_NOCTTY: a terminal must
+  // not become that of the process.
   m_fd = WyOpen(pszPath, iFlags | O_NONBLOCK | O_NOCTTY, 0644);
   if (m_fd == -1) return false;
-  fcntl(m_fd, F_SETFL, iFlags & O_APPEND);  // reads may wait
+  fcntl(m_fd, F_SETFL, iFlags & O_APPEND);  // reads may wait: for the lines of a pipe
   return true;
 }
 
@@ -44,7 +49,9 @@ int CWyFile::ReadLine(void* pBuffer, int iSize) {
   int iLength = 0;
   while (iLength < iSize) {
     const ssize_t lRead = read(m_fd, pszLine + iLength, 1);
+    // A signal handler of the host interrupts a read that waits, before any byte is read.
     if (lRead < 0 && errno == EINTR) continue;
+    // The last line may have no newline; after it 0 is returned.
     if (lRead == 0) break;
     if (lRead != 1) return -1;
     if (pszLine[iLength++] == '\n') break;
@@ -53,6 +60,7 @@ int CWyFile::ReadLine(void* pBuffer, int iSize) {
   return iLength;
 }
 
+// A write that the system cuts short is not continued: the result reports it.
 int CWyFile::WriteFile(void* pBuffer, unsigned int uLength) {
   if (pBuffer == nullptr || m_fd < 0) return -1;
   return static_cast<int>(write(m_fd, pBuffer, uLength));

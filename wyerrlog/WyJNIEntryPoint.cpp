@@ -1,6 +1,6 @@
-// The native methods of the Java class com.orvantis.wyerrlog.WyLogger, whose documentation tells
-// what they do. Each one converts its strings, calls the logger and gives the strings back; when
-// the virtual machine has no memory for one of them, the call fails or logs nothing.
+// The native methods of the Java class com.orvantis.wyerrlog.WyLogger, whose documentation states
+// their contracts. Each one converts its strings, calls the logger and releases the strings; if the
+// virtual machine has no memory for one of them, the call fails or logs nothing.
 
 #include <jni.h>
 #include <wyxlate/WyXlate.h>
@@ -17,9 +17,11 @@
 
 namespace {
 
+// The results that the Java class documents. What logs and traces returns Done in any case.
 enum Result : jint { NoLogger = -1, Failed = 0, Done = 1 };
 
-// Runs a method's body: no C++ exception may pass through the frames of the virtual machine.
+// Runs a method's body. No C++ exception may pass through the frames of the virtual machine: it
+// would end the process, so every exception ends here, those of a host's outputs included.
 template <typename Body>
 jint Run(Result onException, Body body) noexcept {
   try {
@@ -29,6 +31,8 @@ jint Run(Result onException, Body body) noexcept {
   }
 }
 
+// The empty name and null are the process logger's. A name whose bytes are lost selects none: the
+// process logger would be the wrong one.
 CWyLogger* SelectLogger(const CWyJavaText& name) {
   if (name.IsLost()) return nullptr;
   return *name.OrEmpty() == '\0' ? theLogger() : getMyLogger(name.OrNull());
@@ -50,7 +54,8 @@ CWyLogOutput* NewOutput(CWyLogger& logger, const OutputParameters& parameters) {
                              parameters.iMaxSizeMB, parameters.iMaxBackups);
 }
 
-// The answer to an attempt to install an output, which belongs to the caller when that failed.
+// Returns the result of an attempt to install an output. If it failed the output still belongs to
+// the caller, which no Java code could delete.
 jint Installed(bool bInstalled, CWyLogger& logger, CWyLogOutput* pOutput) {
   if (bInstalled) return Done;
   logger.DeleteLogOutput(pOutput);
@@ -60,12 +65,14 @@ jint Installed(bool bInstalled, CWyLogger& logger, CWyLogOutput* pOutput) {
 // ---- Log messages -------------------------------------------------------------------------------
 
 template <typename... Texts>
+// The location is the Java caller's text as it stands, so there is no line number.
 void WriteLogMessage(CWyLogger& logger, const CWyJavaText& location, jint iMessageId,
                      const Texts&... texts) {
   WyLog(logger, {static_cast<unsigned int>(iMessageId), {location.OrEmpty(), 0, ""}}, texts...);
 }
 
-// Warnings, in the process logger's trace, of a call with more arguments than there may be.
+// A call with more arguments than the pattern can take is reported as a warning in the process
+// logger's trace: a Java caller has no result to look at.
 constexpr const char* FunctionThatWarns = "WyJNIEntryPoint::LogMsg";
 
 void WarnOfUnloggedMessage(jint iMessageId) {
@@ -89,7 +96,7 @@ void WarnOfUnformattedMessage(unsigned int uComponentId, const char* pszMessage)
 
 // ---- Trace messages -----------------------------------------------------------------------------
 
-// The Java arguments of a TraceMsg.
+// The Java arguments of a TraceMsg: converted only if the call is traced.
 struct TraceCall {
   jstring hLoggerName;
   jstring hSrcFile;
@@ -102,6 +109,7 @@ struct TraceCall {
   unsigned int ComponentId() const { return static_cast<unsigned int>(iComponentId); }
 };
 
+// The same as bytes. An object is constructed on the stack of the method and released with it.
 struct TraceTexts {
   TraceTexts(JNIEnv* pEnv, const TraceCall& call)
       : srcFile(pEnv, call.hSrcFile),
@@ -122,7 +130,8 @@ struct TraceTexts {
   CWyJavaArguments arguments;
 };
 
-// The message is a pattern when there are arguments for it, and a text otherwise.
+// The message is a pattern if there are arguments for it, and a text otherwise. In either case it
+// goes through "%s": a Java text must never be a format of printf.
 const char* MessageOf(const TraceTexts& texts, CWyTraceData& record) {
   const CWyJavaArguments& arguments = texts.arguments;
   if (arguments.Count() == 0 || arguments.AreTooMany()) {
@@ -139,6 +148,7 @@ const char* MessageOf(const TraceTexts& texts, CWyTraceData& record) {
   CWyTraceData ownRecord;
   ownRecord.SetLogger(&logger);
   const bool bTraced = logger.TraceEnabled(0) && logger.ShouldTrace(uComponentId, &ownRecord);
+  // The thread may be inside a trace record already: a callback may call Java code.
   if (!bTraced || !CWyTraceSupresser::isTracing()) return;
   CWyTraceRecord(ownRecord)
       .Set(WyField::Function, texts.function.OrEmpty())
@@ -152,6 +162,7 @@ void Trace(JNIEnv* pEnv, const TraceCall& call) {
   const CWyJavaText loggerName(pEnv, call.hLoggerName);
   CWyLogger* const pLogger = SelectLogger(loggerName);
   if (pLogger == nullptr) return;
+  // The length is asked for before anything is converted: a longer array is not fetched.
   const bool bWarn = call.hArguments != nullptr &&
                      pEnv->GetArrayLength(call.hArguments) > CWyJavaArguments::MaxCount;
   // Most calls are not traced: they end here, before anything else is converted.
@@ -167,6 +178,9 @@ void Trace(JNIEnv* pEnv, const TraceCall& call) {
 
 // ---- The native methods -------------------------------------------------------------------------
 
+// The names are those that the virtual machine derives from class, method and, for overloaded
+// methods, the signature. Strings are null in Java as in C; each body's first lines decide what
+// null means.
 extern "C" {
 
 JNIEXPORT jint JNICALL Java_com_orvantis_wyerrlog_WyLogger_InitializeLog(
@@ -177,6 +191,7 @@ JNIEXPORT jint JNICALL Java_com_orvantis_wyerrlog_WyLogger_InitializeLog(
     const CWyJavaText loggerName(pEnv, hLoggerName);
     CWyLogger* const pLogger = SelectLogger(loggerName);
     if (pLogger == nullptr) return NoLogger;
+    // Never set to UTC here: a logger that several callers initialise keeps local time.
     if (bUseLocalTime != JNI_FALSE) pLogger->UseLocalTime(true);
     CWyLogOutput* const pOutput =
         NewOutput(*pLogger, {iOutputType, fileName.OrNull(), iMode, iMaxSizeMB, iMaxBackups});
@@ -245,6 +260,7 @@ Java_com_orvantis_wyerrlog_WyLogger_LogMsg__Ljava_lang_String_2Ljava_lang_String
       return Done;
     }
     if (arguments.Count() == 0 || arguments.AreLost()) return Done;
+    // Always five: placeholders without an argument get the empty text.
     const auto& [a1, a2, a3, a4, a5] = arguments.Texts();
     WriteLogMessage(*pLogger, location, iMessageId, a1, a2, a3, a4, a5);
     return Done;

@@ -1,3 +1,6 @@
+// The base of message components, and the built-in component number 1, which logs texts that have
+// no message definition. It is compiled into the library, so that it works without any plug-in.
+
 #include "wyerrlog/WyLogComponent.h"
 
 #include <iterator>
@@ -14,7 +17,7 @@ CWyErrLogComponent::~CWyErrLogComponent() = default;
 
 namespace {
 
-// The whole message is the first argument.
+// The whole message is the first argument; one message for each severity.
 constexpr const char* Messages[] = {"%1s", "%1s", "%1s"};
 
 constexpr WyErrSubComponentInfo SubComponents[] = {{"Legacy", "Legacy", "Legacy Description."}};
@@ -37,6 +40,8 @@ const char* CWyLogComponent::FetchMessage(unsigned int uId) {
   return Messages[uNumber - 1];
 }
 
+// The entry point that plug-ins define. The loader of components tells this one apart by the
+// library that defines it.
 CWyErrLogComponent* GetComponentPtr() {
   static CWyLogComponent s_component;
   return &s_component;

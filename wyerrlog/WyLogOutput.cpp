@@ -1,14 +1,17 @@
 // The output interface and its callback kinds. Callbacks have no state but the host's function:
-// what they hand over is the message's own text.
+// they pass the message's own text, so no log call copies it. The functions run with the log's
+// guard held for reading (see CWyLogger), so parameters never change during a call.
 
 #include "wyerrlog/WyLogOutput.h"
 
 // ---- The interface ------------------------------------------------------------------------------
 
+// No kind of the library: DeleteLogOutput leaves outputs of the host's own kinds alone.
 CWyLogOutput::CWyLogOutput() : m_iType(-1) {}
 
 CWyLogOutput::~CWyLogOutput() = default;
 
+// Nothing is ever held back, so there is nothing to flush.
 bool CWyLogOutput::Flush() { return true; }
 
 void CWyLogOutput::EnableBuffering(bool /*bEnable*/) {}
@@ -34,6 +37,7 @@ bool CWySyncCallbackOutput::SetParams(Callback pfnCallback) {
   return true;
 }
 
+// Without a function too: SetParams accepts null, and each Log then returns false.
 bool CWySyncCallbackOutput::Open() { return true; }
 
 bool CWySyncCallbackOutput::Log(CWyErrLogMessage& msg) {
@@ -42,6 +46,7 @@ bool CWySyncCallbackOutput::Log(CWyErrLogMessage& msg) {
   return true;
 }
 
+// Forgets the function: the module that it lies in may be unloaded after this.
 bool CWySyncCallbackOutput::Close() {
   m_pfnCallback = nullptr;
   return true;
@@ -64,11 +69,13 @@ bool CWyAsyncCallbackOutput::Open() { return true; }
 
 bool CWyAsyncCallbackOutput::Log(CWyErrLogMessage& msg) {
   if (m_pfnCallback == nullptr) return false;
+  // The length before the text: ReleaseBuffer is the point where a caller could take the text over.
   const int iLength = msg.GetStringLen();
   m_pfnCallback(msg.ReleaseBuffer(), iLength, CWyErrLogMessage::FreeBuffer);
   return true;
 }
 
+// Keeps the function: the host may still be busy with texts that it was given.
 bool CWyAsyncCallbackOutput::Close() { return true; }
 
 bool CWyAsyncCallbackOutput::IsAsync() { return true; }
@@ -88,6 +95,7 @@ bool CWySyncParameterizedCallbackOutput::SetParams(Callback pfnCallback, void* p
   return true;
 }
 
+// Unlike the kinds without a parameter: here Open refuses what could not be called.
 bool CWySyncParameterizedCallbackOutput::Open() {
   return m_pfnCallback != nullptr && m_pParam != nullptr;
 }
@@ -123,6 +131,8 @@ bool CWyAsyncParameterizedCallbackOutput::Open() {
   return m_pfnCallback != nullptr && m_pParam != nullptr;
 }
 
+// The parameter may be null here, and only Open refuses that: a host may construct and use such an
+// output without a logger.
 bool CWyAsyncParameterizedCallbackOutput::Log(CWyErrLogMessage& msg) {
   if (m_pfnCallback == nullptr) return false;
   const int iLength = msg.GetStringLen();

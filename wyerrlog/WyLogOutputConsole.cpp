@@ -1,5 +1,5 @@
-// The terminal: one handle of "/dev/tty" for all console outputs of the process, open while one of
-// them is.
+// The terminal: one descriptor of "/dev/tty" for all console outputs of the process, open while one
+// of them is. Messages appear there wherever standard output and standard error go.
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -17,6 +17,7 @@ CWyConsoleManager::~CWyConsoleManager() = default;
 int CWyConsoleManager::GetConsoleHandle() {
   const CWyErrLogAutoCS lock(m_cs);
   if (m_iRefCount == 0) {
+    // Fails in a process without a controlling terminal, a daemon for instance.
     const int hConsole = WyOpen("/dev/tty", O_RDWR, 0);
     m_hConsole = hConsole < 0 ? -1 : hConsole;
   }
@@ -31,6 +32,8 @@ void CWyConsoleManager::ReleaseConsoleHandle() {
   m_hConsole = -1;
 }
 
+// The loggers' constructor calls this before anything else, so the manager outlives their outputs
+// at process exit.
 CWyConsoleManager* theConsoleManager() {
   const CWyForkGate gate;  // a forked child must not find the construction half done
   static CWyConsoleManager s_consoleManager;
@@ -45,6 +48,7 @@ CWyConsoleOutput::~CWyConsoleOutput() = default;
 
 bool CWyConsoleOutput::SetParams() { return true; }
 
+// A second Open would take a second reference that no Close returns.
 bool CWyConsoleOutput::Open() {
   if (m_hConsole != -1) return false;
   m_hConsole = theConsoleManager()->GetConsoleHandle();
@@ -53,6 +57,8 @@ bool CWyConsoleOutput::Open() {
 
 bool CWyConsoleOutput::Log(CWyErrLogMessage& msg) {
   if (m_hConsole == -1) return false;
+  // One write(2): several threads' messages are not mixed within a line. It waits while the
+  // terminal is stopped (Ctrl-S).
   return write(m_hConsole, msg.GetBuffer(), static_cast<size_t>(msg.GetStringLen())) >= 0;
 }
 

@@ -90,8 +90,8 @@ void CWyMessageCatalog::ReleaseComponents() {
 
 // ---- Look-ups -----------------------------------------------------------------------------------
 
-// Requires: the caller is inside the read-side section, and stays there while it uses what it
-// finds. The number comes from the caller's identifier and may be any.
+// A caller that Close may overtake stays inside the read-side section while it uses what it finds;
+// any other orders its calls and the release itself. The number in an identifier may be any.
 CWyErrLogComponent* CWyMessageCatalog::FindComponent(unsigned int uId) const {
   if (!m_bOpen) return nullptr;
   const unsigned int uNumber = WyComponentNumber(uId);
