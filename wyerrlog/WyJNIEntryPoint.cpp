@@ -187,6 +187,7 @@ JNIEXPORT jint JNICALL Java_com_orvantis_wyerrlog_WyLogger_InitializeLog(
     JNIEnv* pEnv, jobject, jstring hLoggerName, jint iOutputType, jstring hFileName, jint iMode,
     jint iMaxSizeMB, jboolean bUseLocalTime, jint iMaxBackups) {
   return Run(Failed, [=]() -> jint {
+    // A name whose bytes are lost is null, which the file output refuses.
     const CWyJavaText fileName(pEnv, hFileName);
     const CWyJavaText loggerName(pEnv, hLoggerName);
     CWyLogger* const pLogger = SelectLogger(loggerName);
@@ -204,6 +205,7 @@ JNIEXPORT jint JNICALL Java_com_orvantis_wyerrlog_WyLogger_SetResourcesDirectory
     JNIEnv* pEnv, jobject, jstring hDirectory) {
   return Run(Failed, [=]() -> jint {
     const CWyJavaText directory(pEnv, hDirectory);
+    // A directory whose bytes are lost counts as the empty text, and is refused with it.
     if (*directory.OrEmpty() == '\0') return Failed;
     return CWyXlate::SetResourceDirectory(directory.OrNull()) ? Done : Failed;
   });
@@ -223,6 +225,7 @@ JNIEXPORT jint JNICALL Java_com_orvantis_wyerrlog_WyLogger_InitializeTrace(
     if (pLogger == nullptr || *configFile.OrEmpty() == '\0' || delimiter.IsLost()) return Failed;
     CWyLogOutput* const pOutput =
         NewOutput(*pLogger, {iOutputType, fileName.OrNull(), iMode, iMaxSizeMB, iMaxBackups});
+    // EnableTrace refuses an output that could not be constructed, and deleting null has no effect.
     const bool bEnabled =
         pLogger->EnableTrace(pOutput, iFormat, delimiter.OrNull(), configFile.OrNull(),
                              bUseLocalTime != JNI_FALSE, false, false);

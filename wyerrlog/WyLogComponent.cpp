@@ -40,8 +40,8 @@ const char* CWyLogComponent::FetchMessage(unsigned int uId) {
   return Messages[uNumber - 1];
 }
 
-// The entry point that plug-ins define. The loader of components tells this one apart by the
-// library that defines it.
+// The entry point that plug-ins define. A plug-in without one must not get this: the loader checks
+// which library defines it (WyComponentLibrary.cpp).
 CWyErrLogComponent* GetComponentPtr() {
   static CWyLogComponent s_component;
   return &s_component;

@@ -1,6 +1,6 @@
 // The output interface and its callback kinds. Callbacks have no state but the host's function:
 // they pass the message's own text, so no log call copies it. The functions run with the log's
-// guard held for reading (see CWyLogger), so parameters never change during a call.
+// guard held for reading (see CWyLogger), so Close never runs beside a Log.
 
 #include "wyerrlog/WyLogOutput.h"
 
@@ -69,13 +69,12 @@ bool CWyAsyncCallbackOutput::Open() { return true; }
 
 bool CWyAsyncCallbackOutput::Log(CWyErrLogMessage& msg) {
   if (m_pfnCallback == nullptr) return false;
-  // The length before the text: ReleaseBuffer is the point where a caller could take the text over.
   const int iLength = msg.GetStringLen();
   m_pfnCallback(msg.ReleaseBuffer(), iLength, CWyErrLogMessage::FreeBuffer);
   return true;
 }
 
-// Keeps the function: the host may still be busy with texts that it was given.
+// Keeps the function, unlike the synchronous kind: a closed output may be opened again.
 bool CWyAsyncCallbackOutput::Close() { return true; }
 
 bool CWyAsyncCallbackOutput::IsAsync() { return true; }

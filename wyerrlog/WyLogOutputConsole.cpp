@@ -32,8 +32,8 @@ void CWyConsoleManager::ReleaseConsoleHandle() {
   m_hConsole = -1;
 }
 
-// The loggers' constructor calls this before anything else, so the manager outlives their outputs
-// at process exit.
+// Each logger's constructor calls this, so the manager is older than every logger and outlives
+// their outputs at process exit.
 CWyConsoleManager* theConsoleManager() {
   const CWyForkGate gate;  // a forked child must not find the construction half done
   static CWyConsoleManager s_consoleManager;

@@ -1,5 +1,8 @@
 // Log files: opening, and writing within the size limit. Threads write side by side as long as the
 // file has room for all of them; the one that finds it full waits for the others and rolls it over.
+//
+// The states of an output: closed (m_hFile is -1); open; open with a rollover to be tried again
+// (m_bRolloverRetry); and that without a file, which could not be opened again (AwaitsRetry).
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -15,14 +18,16 @@
 
 namespace {
 
-constexpr int SizeLimitMB = 4096;  // what 32 bits of bytes cannot hold any more
-constexpr time_t RetrySeconds = 300;
+constexpr int SizeLimitMB = 4096;     // what 32 bits of bytes cannot hold any more
+constexpr time_t RetrySeconds = 300;  // the contract's; see CWyFileOutput::Rollover
 
 bool IsSizeLimited(int iMode) {
   return iMode == WyFileMode::AppendRollBySize || iMode == WyFileMode::RollAtOpenAndBySize;
 }
 
-// Bytes that a thread is about to write, counted for a scope.
+// Bytes that a thread is about to write, counted for a scope that ends after the write. So another
+// thread finds each byte counted here or in the size of the file, for a moment in both, never in
+// neither.
 class CWyReservation {
  public:
   CWyReservation(std::atomic<uint64_t>& uReserved, uint64_t uBytes)
@@ -40,7 +45,9 @@ class CWyReservation {
   uint64_t m_uTotal;
 };
 
-// The flags of the ways to open a log file, 0 to 2; -1 for any other.
+// The flags of the ways to open a log file, 0 to 2; -1 for any other. O_APPEND lets the system put
+// each write at the end of the file, also if several processes write. Way 1 is without it: the
+// threads share the descriptor's offset, which the system moves with each write.
 int OpenFlags(int iHow) {
   switch (iHow) {
     case 0:
@@ -56,7 +63,8 @@ int OpenFlags(int iHow) {
 
 }  // namespace
 
-// The headers are given their texts ready made, so their time base has no effect.
+// The headers are given texts that are complete, so their time base has no effect. A message
+// without a time base would ask the process logger, which may be under construction.
 CWyFileOutput::CWyFileOutput()
     : m_uReserved(0),
       m_pszFileName(nullptr),
@@ -82,6 +90,7 @@ bool CWyFileOutput::SetParams(const char* pszFileName, int iMode, int iMaxSizeMB
   if (iMode < WyFileMode::Overwrite || iMode > WyFileMode::RollAtOpenAndBySize) return false;
   if (iMaxSizeMB < 0 || iMaxSizeMB >= SizeLimitMB || iMaxBackups < 0) return false;
 
+  // Nothing changes before the copy has been allocated: a refused call keeps the former parameters.
   const size_t uSize = strlen(pszFileName) + 1;
   char* pszCopy = new (std::nothrow) char[uSize];
   if (pszCopy == nullptr) return false;
@@ -97,6 +106,8 @@ bool CWyFileOutput::SetParams(const char* pszFileName, int iMode, int iMaxSizeMB
 
 // ---- Opening and closing ------------------------------------------------------------------------
 
+// A file that does not exist yet is not rolled over, whatever the mode: there is nothing to back
+// up.
 bool CWyFileOutput::Open() {
   if (!FileExists(m_pszFileName)) return OpenFile(0);
   switch (m_iMode) {
@@ -112,6 +123,8 @@ bool CWyFileOutput::Open() {
 
 bool CWyFileOutput::Close() { return CloseFile(); }
 
+// Any error but ENOENT counts as an existing file: taken for a new one, the file would be
+// truncated. errno is reset because a missing file is no failure.
 bool CWyFileOutput::FileExists(const char* pszPath) const {
   if (WyAccess(pszPath, F_OK) == 0 || errno != ENOENT) return true;
   errno = 0;
@@ -122,7 +135,8 @@ bool CWyFileOutput::OpenFile(int iHow) {
   const int iFlags = OpenFlags(iHow);
   if (iFlags == -1) return false;
   CloseFile();
-  // O_NONBLOCK: a pipe that nobody reads, or a terminal line, must not keep the host waiting.
+  // O_NONBLOCK: open(2) of a pipe without a reader, or of a terminal line, must not wait. O_NOCTTY:
+  // a terminal must not become that of the process.
   m_hFile = WyOpen(m_pszFileName, iFlags | O_NONBLOCK | O_NOCTTY, 0644);
   if (m_hFile == -1) return false;
   if (AcceptFile(iFlags)) return true;
@@ -130,7 +144,8 @@ bool CWyFileOutput::OpenFile(int iHow) {
   return false;
 }
 
-// The writes that follow may wait: O_NONBLOCK was for the opening alone.
+// Asks for the file that is open, not for the name, which may have been given to another one since.
+// O_NONBLOCK was for the opening alone: a write to a device may wait, and must not fail instead.
 bool CWyFileOutput::AcceptFile(int iFlags) {
   struct stat status;
   if (fstat(m_hFile, &status) != 0) return false;
@@ -139,6 +154,7 @@ bool CWyFileOutput::AcceptFile(int iFlags) {
          fcntl(m_hFile, F_SETFL, iFlags & O_APPEND) == 0;
 }
 
+// close(2) is not repeated after EINTR: on Linux the descriptor is closed all the same.
 bool CWyFileOutput::CloseFile() {
   if (m_hFile >= 0) close(m_hFile);
   m_hFile = -1;
@@ -149,10 +165,13 @@ bool CWyFileOutput::CloseFile() {
 
 bool CWyFileOutput::Log(CWyErrLogMessage& msg) { return Log(msg.GetBuffer()); }
 
+// Without a size limit, and with no rollover to be tried again, the descriptor never changes while
+// the output is installed: no lock is needed, only write(2) itself.
 bool CWyFileOutput::Log(const char* pszText) {
   if (pszText == nullptr) return false;
   const std::string_view strText(pszText);
-  // Pairs with the release in StartNewFile: who finds the flag cleared sees the new descriptor.
+  // Pairs with the release in StartNewFile: a thread that finds the flag cleared sees the new
+  // descriptor.
   if (!IsSizeLimited(m_iMode) && !m_bRolloverRetry.load(std::memory_order_acquire)) {
     return Write(strText);
   }
@@ -161,13 +180,17 @@ bool CWyFileOutput::Log(const char* pszText) {
     const CWyReservation reservation(m_uReserved, strText.size());
     if (MayWriteBesideOthers(reservation.Total())) return Write(strText);
   }
+  // Not while the guard is held for reading: it cannot be upgraded, two such threads would
+  // deadlock.
   const CWyErrLogAutoWriter alone(m_guard);
-  m_uReserved = 0;  // a forked child has none of the threads that it was forked beside
+  // No thread has reserved anything now. A forked child has a count of threads that it has not.
+  m_uReserved = 0;
   return LogAlone(strText);
 }
 
-// Whoever writes between the look at the size and the write has reserved its bytes before, or finds
-// ours reserved: the last one of them to reserve has counted all others.
+// A thread that writes between the look at the size and this thread's write has reserved its bytes
+// before, or finds this thread's reserved: of all of them the last one to reserve has counted all
+// the others. So together they stay below the limit.
 bool CWyFileOutput::MayWriteBesideOthers(uint64_t uBytes) const {
   if (m_bRolloverRetry.load(std::memory_order_relaxed)) return !IsRetryDue();
   if (!IsSizeLimited(m_iMode)) return true;
@@ -175,14 +198,15 @@ bool CWyFileOutput::MayWriteBesideOthers(uint64_t uBytes) const {
   return iSize >= 0 && static_cast<uint64_t>(iSize) + uBytes < m_uMaxFileSize;
 }
 
+// The size is asked again: another thread may have rolled the file over while this one waited. What
+// Close has closed stays closed; only a retry without a size limit may open the file again.
 bool CWyFileOutput::LogAlone(std::string_view strText) {
-  // A retry must not open again what was closed.
   const bool bMayReopen = m_hFile == AwaitsRetry && !IsSizeLimited(m_iMode);
   if (m_hFile < 0 && !bMayReopen) return false;
   return RollOverIfDue(strText.size()) && Write(strText);
 }
 
-// False when a rollover failed, and when the file cannot tell whether one is due.
+// Returns false if a rollover failed, or if the size that decides on one cannot be read.
 bool CWyFileOutput::RollOverIfDue(size_t uLength) {
   if (m_bRolloverRetry.load(std::memory_order_relaxed)) return !IsRetryDue() || Rollover();
   if (!IsSizeLimited(m_iMode)) return true;
@@ -194,7 +218,8 @@ bool CWyFileOutput::RollOverIfDue(size_t uLength) {
 bool CWyFileOutput::IsRetryDue() const { return time(nullptr) > m_tRolloverFailed + RetrySeconds; }
 
 // The end of a regular file is much cheaper to ask for than its status, and counts the writes of
-// other processes too.
+// other processes too. It moves the descriptor's offset, which O_APPEND ignores: every size-limited
+// file is opened with it.
 int64_t CWyFileOutput::FileSize() const {
   if (m_bRegularFile) return lseek(m_hFile, 0, SEEK_END);
   struct stat status;
@@ -203,14 +228,15 @@ int64_t CWyFileOutput::FileSize() const {
 
 bool CWyFileOutput::LogMessage(const char* pszText) { return Write(pszText); }
 
-// One write, as it comes out: what the system cuts short is not continued, because another thread's
-// message may be behind it by then.
+// One write(2) for each message. What the system cuts short is not continued, because another
+// thread's message may be behind it by then.
 bool CWyFileOutput::Write(std::string_view strText) {
   return write(m_hFile, strText.data(), strText.size()) >= 0;
 }
 
 // ---- Headers and buffering ----------------------------------------------------------------------
 
+// Both or none: a file must not begin with half a header.
 void CWyFileOutput::SetHeaders(CWyErrLogMessage& first, CWyErrLogMessage& second) {
   if (first.GetBufferLen() <= 0 || second.GetBufferLen() <= 0) return;
   m_msgHeader1.SetFormattedMessage(first.GetBuffer());

@@ -1,7 +1,10 @@
 // The life of a logger, its outputs, and the routing of messages of the error log and the audit
-// log. Each log has a guard of its own: held for reading while messages are written, for writing
-// while outputs are installed and removed. Init and Release hold a fourth one around them, so that
-// no two of those run at once.
+// log.
+//
+// Each log has a guard of its own: held for reading while messages are written, for writing while
+// outputs are installed and removed. Init and Release hold a fourth one around them, always the
+// first to be taken, so that no two of those run at once. A logger is released or initialised; the
+// step between the two is m_bInitialized, which log calls test without a guard.
 
 #include "wyerrlog/WyLogger.h"
 
@@ -24,6 +27,8 @@
 #include "wyerrlog/internal/WyTraceRecordPool.h"
 #include "wyerrlog/thread_utility.h"
 
+// Libraries are unloaded once per process, by the first release. The version is that of the
+// configuration that DisableTrace removed last, of any logger: later ones get higher numbers.
 std::atomic<bool> CWyLogger::m_bUnloadedComponents{false};
 std::atomic<int> CWyLogger::m_iConfigVersion{0};
 
@@ -31,6 +36,7 @@ namespace {
 
 void Remove(CWyLogOutput*& pInstalled) { WyCloseAndDelete(std::exchange(pInstalled, nullptr)); }
 
+// The former output is closed before the new one opens: both may be the same file.
 bool Replace(CWyLogOutput*& pInstalled, CWyLogOutput* pOutput) {
   if (pOutput == nullptr || pOutput == pInstalled) return false;
   Remove(pInstalled);
@@ -40,6 +46,7 @@ bool Replace(CWyLogOutput*& pInstalled, CWyLogOutput* pOutput) {
 }
 
 template <typename Output, typename... Parameters>
+// Refused parameters delete the output again: the caller never gets one that cannot be opened.
 CWyLogOutput* NewOutput(Parameters... parameters) {
   return WyNoThrow<CWyLogOutput*>(nullptr, [&] {
     auto pOutput = std::make_unique<Output>();
@@ -49,7 +56,8 @@ CWyLogOutput* NewOutput(Parameters... parameters) {
 
 // At process exit, objects are destroyed in the reverse order of their construction. Components are
 // older than the process's loggers, unless they have been unloaded and loaded again: then the
-// loggers have to end first.
+// loggers have to end first, in a handler that is registered after the components' construction.
+// The named loggers end before the process logger, which their outputs may use.
 void EndLoggersBeforeComponents() {
   [[maybe_unused]] static const int s_iRegistered = std::atexit([] {
     CWyProcessObject<CWyLoggerList>::End();
@@ -73,18 +81,21 @@ CWyLogger::CWyLogger()
 
 CWyLogger::CWyLogger(CWyMessageCatalog& emptyCatalog) : m_pCatalog(&emptyCatalog) {}
 
+// No thread uses the logger any more, so the records that threads have for it become free.
 CWyLogger::~CWyLogger() {
   End();
   CWyTraceRecordPool::FreeEntriesOf(*this);
 }
 
-// Whether host code under one of the guards calls.
+// Whether the calling thread is host code under one of the guards.
 bool CWyLogger::IsUsedByThisThread() const {
   return m_lifecycleGuard.IsHeldByThisThread() || m_logGuard.IsHeldByThisThread() ||
          m_traceGuard.IsHeldByThisThread() || m_auditGuard.IsHeldByThisThread();
 }
 
 void CWyLogger::Init() {
+  // One test for all guards: the first ones are held while the thread waits for the next. Host code
+  // under a guard of this logger is refused here.
   const CWyGuardWait wait({m_lifecycleGuard.Native(), m_logGuard.Native(), m_traceGuard.Native(),
                            m_auditGuard.Native()});
   if (!m_bComplete || !wait.IsAllowed()) return;
@@ -93,12 +104,14 @@ void CWyLogger::Init() {
   const CWyErrLogAutoWriter trace(m_traceGuard);
   const CWyErrLogAutoWriter audit(m_auditGuard);
   if (m_bInitialized) return;
-  // At process exit, libraries that are loaded still have no components any more.
+  // At process exit, libraries may be loaded still, but their components have been destroyed.
   if (!m_pCatalog->Load(!CWyProcessObject<CWyLogger>::HasEnded())) return;
   if (m_bUnloadedComponents && m_pCatalog->HasLibraries()) EndLoggersBeforeComponents();
   ForgetTraceDecisions();
   CWyTraceRecordPool::AddLogger();
+  // Keys are few (1,024 a process): without one, records are found by searching the pool.
   m_bHasThreadKey = pthread_key_create(&m_uThreadKey, FreeThreadTraceData) == 0;
+  // From here on nothing fails, and look-ups and log calls find the logger complete.
   m_pCatalog->Open();
   if (CWyProcessObject<CWyLogger>::Is(this)) m_pCatalog->BecomeThatOfProcess();
   m_bInitialized = true;
@@ -110,7 +123,9 @@ void CWyLogger::Release() {
   if (!wait.IsAllowed()) return;
   const CWyErrLogAutoWriter lifecycle(m_lifecycleGuard);
   if (!m_bInitialized) return;
-  m_bInitialized = false;  // from here on nothing is installed any more
+  // From here on log calls are refused and nothing is installed any more; calls under way are
+  // waited for, by the read-side section here and by each guard below.
+  m_bInitialized = false;
   m_pCatalog->Close(!m_bUnloadedComponents.exchange(true));
   RemoveEverything();
 }
@@ -125,7 +140,8 @@ void CWyLogger::End() noexcept {
 
 // The logs are emptied one after another, each under its own guard alone: a callback of one of them
 // may be on its way into another one, and would wait for a guard that is held here until it is
-// over. What the host throws on the way has to wait.
+// over. What the host throws on the way is thrown again at the end, when everything has been
+// removed.
 void CWyLogger::RemoveEverything() {
   std::exception_ptr pThrown;
   const auto attempt = [&pThrown](CWyErrLogGuard& guard, auto remove) {
@@ -142,12 +158,15 @@ void CWyLogger::RemoveEverything() {
     ReleaseThreadRecords();
     RemoveTraceOutputs(true);
   });
+  // The second trace output, also if closing the first one has thrown.
   attempt(m_traceGuard, [this] { RemoveTraceOutputs(false); });
   attempt(m_auditGuard, [this] { Remove(m_pAuditOutput); });
   m_pCatalog->ClearLists();
   if (pThrown != nullptr) std::rethrow_exception(pThrown);
 }
 
+// The key goes first: when the pool takes the records over, no key frees one any more. errno stays
+// as the caller had it.
 void CWyLogger::ReleaseThreadRecords() {
   const int iErrno = errno;
   if (m_bHasThreadKey) pthread_key_delete(m_uThreadKey);
@@ -186,6 +205,7 @@ CWyLogOutput* CWyLogger::NewLogOutput(int /*iType*/,
   return NewOutput<CWyAsyncParameterizedCallbackOutput>(pfnCallback, pParam);
 }
 
+// An output of a host's own kind was allocated by the host, which deletes it in its own way.
 void CWyLogger::DeleteLogOutput(CWyLogOutput* pOutput) {
   if (pOutput == nullptr) return;
   const int iType = pOutput->GetType();
@@ -210,6 +230,8 @@ void CWyLogger::DisableLog() {
   if (writer) Remove(m_pLogOutput);
 }
 
+// The test of m_bInitialized needs no lock. A release that comes after it waits for the guard, and
+// the output is deleted only then.
 bool CWyLogger::LogErrMsg(CWyErrLogMessage& msg) {
   if (!m_bInitialized || msg.IsIncomplete()) return false;
   const CWyLogReader reader(m_logGuard);
@@ -234,6 +256,7 @@ bool CWyLogger::LogAuditMsg(CWyErrLogMessage& msg) {
 
 // ---- Settings -----------------------------------------------------------------------------------
 
+// Relaxed: each value stands alone, no other memory is published with it.
 void CWyLogger::SetExecutionTimeThreshold(int iThreshold) {
   m_iExecutionTimeThreshold.store(iThreshold, std::memory_order_relaxed);
 }
@@ -250,6 +273,8 @@ bool CWyLogger::ShouldUseLocalTime() const {
   return m_bUseLocalTime.load(std::memory_order_relaxed);
 }
 
+// Never null, so that no caller has to test: if memory allocation fails the result is a logger in
+// static memory that stays released. The next call tries again.
 CWyLogger* theLogger() {
   if (CWyLogger* const pLogger = CWyProcessObject<CWyLogger>::Get()) return pLogger;
   const CWyForkGate gate;  // a forked child must not find the construction half done

@@ -8,12 +8,16 @@
 
 namespace {
 
+// The contract has null for a list that does not exist; an empty one does not.
 const char* OrNull(const std::string& strText) {
   return strText.empty() ? nullptr : strText.c_str();
 }
 
 }  // namespace
 
+// Not inside the read-side section: the texts stay valid for the caller until the logger is
+// released, which the host orders. A null catalog is that of a logger that memory allocation failed
+// for.
 const char* CWyLogger::FetchMsg(unsigned int uId) const {
   return m_pCatalog != nullptr ? m_pCatalog->FetchMsg(uId) : nullptr;
 }

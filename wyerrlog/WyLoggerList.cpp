@@ -1,5 +1,6 @@
 // The registry of named loggers. Its guard is held for writing while a logger is constructed or
-// destroyed; look-ups of the same thread in that time find the loggers that are there.
+// destroyed; look-ups of the same thread in that time, by an output that is being closed for
+// instance, find the loggers that are there.
 
 #include "wyerrlog/WyLoggerList.h"
 
@@ -16,6 +17,7 @@ bool CWyLoggerList::cmp_cstr::operator()(const char* pszFirst, const char* pszSe
 
 CWyLoggerList::CWyLoggerList() : m_pMap(nullptr) {}
 
+// Held for writing like in RemoveLogger, because closing outputs may look loggers up.
 CWyLoggerList::~CWyLoggerList() {
   LoggerMap* const pMap = m_pMap;
   if (pMap == nullptr) return;
@@ -28,7 +30,7 @@ CWyLoggerList::~CWyLoggerList() {
   delete pMap;
 }
 
-// Under the guard, with a map.
+// Requires: the guard is held, and there is a map.
 CWyLogger* CWyLoggerList::Find(const char* pszName) const {
   const LoggerMap& map = *m_pMap.load();
   const auto found = map.find(pszName);
@@ -37,7 +39,7 @@ CWyLogger* CWyLoggerList::Find(const char* pszName) const {
 
 CWyLogger* CWyLoggerList::GetLogger(const char* pszName) {
   if (pszName == nullptr || m_pMap == nullptr) return nullptr;
-  // What a logger is made or removed with, its outputs say, may ask for another one.
+  // Code of the host that runs while a logger is constructed or destroyed may ask for another one.
   if (m_guard.IsHeldByThisThread()) return Find(pszName);
   const CWyLogReader reader(m_guard);
   return reader ? Find(pszName) : nullptr;
@@ -50,7 +52,9 @@ CWyLogger* CWyLoggerList::AddLogger(const char* pszName) {
   return WyNoThrow<CWyLogger*>(nullptr, [&] { return FindOrMake(pszName); });
 }
 
-// Under the guard, for writing. Memory that is lacking shows before anything has changed.
+// Requires: the guard is held for writing. Everything that may throw comes before the map changes;
+// its own insertion leaves it as it was if it throws. Once the registry has ended a new logger
+// would never be released, so the process logger stands in for it.
 CWyLogger* CWyLoggerList::FindOrMake(const char* pszName) {
   if (m_pMap == nullptr) m_pMap = new LoggerMap;
   if (CWyLogger* pLogger = Find(pszName)) return pLogger;
@@ -72,13 +76,17 @@ bool CWyLoggerList::RemoveLogger(const char* pszName) {
   if (!writer) return false;
   LoggerMap& map = *m_pMap.load();
   const auto found = map.find(pszName);
+  // A callback must not destroy the logger whose guard it is called under.
   if (found == map.end() || found->second->IsUsedByThisThread()) return false;
   const std::unique_ptr<const char[]> pszStored(found->first);
   const std::unique_ptr<const CWyLogger> pLogger(found->second);
+  // Out of the map first; the logger is destroyed after this, still under the guard, and then its
+  // name. Its outputs do not find it any more while they close.
   map.erase(found);
   return true;
 }
 
+// Only releases them: threads that outlive main may still call their loggers.
 void CWyLoggerList::End() noexcept {
   const CWyErrLogAutoReader reader(m_guard);
   if (m_pMap == nullptr) return;
@@ -86,7 +94,7 @@ void CWyLoggerList::End() noexcept {
 }
 
 CWyLoggerList* theLoggerList() {
-  theLogger();  // made before, hence released after
+  theLogger();  // constructed before the registry, hence released after it
   return CWyProcessObject<CWyLoggerList>::Get();
 }
 

@@ -2,6 +2,9 @@
 // messages. Most calls end in MayTrace, two loads without a lock, at the place of the call; what
 // comes after it is not inlined there. While a configuration is being replaced MayTrace may return
 // the decision of the one before; a trace record may be missing then.
+//
+// A cell of the decision cache is undecided until it is asked for; then it says traced or not
+// traced until the next configuration is installed.
 
 #include "wyerrlog/WyLogger.h"
 #include "wyerrlog/internal/WyLogAccess.h"
@@ -17,6 +20,8 @@ enum Decision { Undecided = 0, Traced = 1, NotTraced = -1 };
 
 // ---- Decisions ----------------------------------------------------------------------------------
 
+// Asked before the guard is taken, so that a process without tracing pays for loads alone, and
+// again under the guard, because the pointers may have changed in between.
 bool CWyLogger::IsTraceOn() const {
   return m_bInitialized.load(std::memory_order_acquire) &&
          m_pTraceData.load(std::memory_order_acquire) != nullptr &&
@@ -34,7 +39,9 @@ void CWyLogger::ForgetTraceDecisions() {
   }
 }
 
-// Under the guard, with a configuration installed.
+// Requires: the guard is held for reading, with a configuration installed. Threads that decide at
+// the same time store the same value. ForgetTraceDecisions runs under the guard for writing, so no
+// decision outlives its configuration.
 bool CWyLogger::Decide(unsigned int uId) {
   std::atomic<int>& cell = DecisionCell(uId);
   int iDecision = cell.load(std::memory_order_relaxed);
@@ -45,6 +52,7 @@ bool CWyLogger::Decide(unsigned int uId) {
   return iDecision == Traced;
 }
 
+// The number 0 is no component: it asks whether anything is traced.
 bool CWyLogger::TraceEnabled(unsigned int uId) {
   return (uId == 0 || MayTrace(uId)) && IsTracedNow(uId);
 }
@@ -84,6 +92,8 @@ bool CWyLogger::TakeRecordIfTraced(unsigned int uId, CWyTraceData*& pData) {
   return true;
 }
 
+// WyTlsSetValue reports nothing, so the value is read back: an entry that the key does not refer to
+// would never be found again.
 CWyTraceData* CWyLogger::RecordOfThisThread() {
   auto* pEntry = m_bHasThreadKey ? static_cast<ThreadTraceData*>(WyTlsGetValue(m_uThreadKey))
                                  : CWyTraceRecordPool::Find(*this);
@@ -101,6 +111,7 @@ CWyTraceData* CWyLogger::RecordOfThisThread() {
 
 // ---- Routing ------------------------------------------------------------------------------------
 
+// The second output gets the message also if the first one fails.
 bool CWyLogger::LogTraceMsg(CWyErrLogMessage& msg) {
   if (!m_bInitialized || msg.IsIncomplete()) return false;
   const CWyLogReader reader(m_traceGuard);

@@ -28,12 +28,14 @@ bool CWyLogger::EnableTrace(CWyLogOutput* pOutput, int iFormat, const char* pszD
 bool CWyLogger::EnableTrace(CWyLogOutput* pOutput, CWyLogOutput* pSecondOutput, int iFormat,
                             const char* pszDelimiter, const char* pszConfigFile, bool bUseLocalTime,
                             bool bOutputOnly, bool bBuffered) {
+  // Refusals that need no guard come first. An output installed twice would be deleted twice.
   if (pOutput == nullptr || pOutput == pSecondOutput) return false;
   if (pSecondOutput != nullptr && pOutput->IsAsync()) return false;
   auto pConfiguration = NewTraceConfiguration(iFormat, pszDelimiter, pszConfigFile, bUseLocalTime);
   if (pConfiguration == nullptr) return false;
   CWyErrLogMessage header1(bUseLocalTime);
   CWyErrLogMessage header2(bUseLocalTime);
+  // The header lines are assembled here too: under the guard there is only what must be.
   const bool bHeaders = pConfiguration->AssembleTraceMessage(&header1, WyTraceLine::Names) &&
                         pConfiguration->AssembleTraceMessage(&header2, WyTraceLine::EqualsSigns);
 
@@ -42,6 +44,8 @@ bool CWyLogger::EnableTrace(CWyLogOutput* pOutput, CWyLogOutput* pSecondOutput, 
   const CWyTraceData* const pInstalled = m_pTraceData.load();
   const int iVersion = pInstalled != nullptr ? pInstalled->m_iVersion
                                              : std::max(m_iConfigVersion.load(), m_iHighestVersion);
+  // The former outputs are closed before the new ones open, because both may be the same file. If
+  // the opening fails tracing is off; the new outputs still belong to the caller.
   if (!bOutputOnly) RemoveTraceConfiguration();
   RemoveTraceOutputs(bOutputOnly);
   if (!OpenTraceOutputs(pOutput, pSecondOutput, bBuffered)) return false;
@@ -53,7 +57,7 @@ bool CWyLogger::EnableTrace(CWyLogOutput* pOutput, CWyLogOutput* pSecondOutput, 
   try {
     if (bHeaders) LogTraceHeaders(header1, header2, bOutputOnly);
   } catch (...) {
-    // The caller takes what throws for not installed.
+    // An output that throws is not installed: it belongs to the caller, who may delete it.
     m_pTraceOutput = nullptr;
     if (!bOutputOnly) m_pSecondTraceOutput = nullptr;
     throw;
@@ -61,8 +65,9 @@ bool CWyLogger::EnableTrace(CWyLogOutput* pOutput, CWyLogOutput* pSecondOutput, 
   return true;
 }
 
-// Reads the file without a lock of any kind: a pipe may keep it waiting indefinitely. A release
-// waits for the copying of the tables alone.
+// Reads the file without a lock of any kind: a pipe may keep it waiting indefinitely. Only the
+// copying of the tables is inside the read-side section, which a release waits for; their names are
+// copied too, so the configuration may outlive the components.
 std::unique_ptr<CWyTraceData> CWyLogger::NewTraceConfiguration(int iFormat,
                                                                const char* pszDelimiter,
                                                                const char* pszConfigFile,
@@ -81,6 +86,7 @@ std::unique_ptr<CWyTraceData> CWyLogger::NewTraceConfiguration(int iFormat,
   return pConfiguration->ReadConfigFile(pszConfigFile) ? std::move(pConfiguration) : nullptr;
 }
 
+// An installed output is refused: it would be closed and deleted before it is opened again.
 bool CWyLogger::CanEnableTrace(const CWyLogOutput* pOutput, const CWyLogOutput* pSecondOutput,
                                bool bOutputOnly) const {
   if (!m_bInitialized) return false;
@@ -99,10 +105,13 @@ bool CWyLogger::OpenTraceOutputs(CWyLogOutput* pOutput, CWyLogOutput* pSecondOut
   const CWyOutputCall call(*pOutput);
   pOutput->EnableBuffering(bBuffered);
   if (pSecondOutput == nullptr || WyOpenOutput(*pSecondOutput)) return true;
+  // All or nothing: the caller gets both outputs back closed.
   pOutput->Close();
   return false;
 }
 
+// The pointer last: a thread that finds it finds a complete configuration. MayTrace, in hosts'
+// code, only compares it with null.
 void CWyLogger::InstallTraceConfiguration(std::unique_ptr<CWyTraceData> pConfiguration,
                                           int iVersion, bool bUseLocalTime) {
   pConfiguration->m_iVersion = iVersion;
@@ -113,6 +122,8 @@ void CWyLogger::InstallTraceConfiguration(std::unique_ptr<CWyTraceData> pConfigu
   m_pTraceData = pConfiguration.release();
 }
 
+// Only the first output keeps the headers, for the files that a rollover starts; the second one
+// gets them once. What they return is not looked at: tracing is on without headers too.
 void CWyLogger::LogTraceHeaders(CWyErrLogMessage& first, CWyErrLogMessage& second,
                                 bool bOutputOnly) {
   CWyLogOutput* const pPrimary = m_pTraceOutput;
@@ -127,6 +138,7 @@ void CWyLogger::LogTraceHeaders(CWyErrLogMessage& first, CWyErrLogMessage& secon
 
 // ---- Disabling ----------------------------------------------------------------------------------
 
+// The version is kept for the whole process: the next configuration gets a higher one.
 void CWyLogger::DisableTrace(bool bOutputOnly) {
   const CWyLogWriter writer(m_traceGuard);
   if (!writer) return;
@@ -138,6 +150,8 @@ void CWyLogger::DisableTrace(bool bOutputOnly) {
   RemoveTraceOutputs(bOutputOnly);
 }
 
+// Threads that fill a record still use the texts of this configuration; they share them with it
+// (CWyTraceData::Shared), and the last one frees them.
 void CWyLogger::RemoveTraceConfiguration() { delete m_pTraceData.exchange(nullptr); }
 
 void CWyLogger::RemoveTraceOutputs(bool bOutputOnly) {
@@ -156,7 +170,8 @@ bool WyInitLogger(bool bAppend, bool bUseLocalTime, int iMaxSizeMB, int iFormat,
   int iMode = bAppend ? WyFileMode::Append : WyFileMode::RollAtOpen;
   if (iMaxSizeMB > 0) iMode = WyFileMode::AppendRollBySize;
   if (iMaxSizeMB > 0 && !bAppend) {
-    // An existing file is rolled over by opening it once.
+    // The mode that rolls over by size appends to an existing file. Opening it once in the other
+    // mode moves it to a backup first; if that fails the trace is appended.
     CWyLogOutput* const pOnce = logger.NewLogOutput(WyOutputType::File, pszTraceFile,
                                                     WyFileMode::RollAtOpen, iMaxSizeMB, iBackups);
     if (pOnce == nullptr) return false;
