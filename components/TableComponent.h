@@ -1,8 +1,8 @@
 #ifndef COMPONENTS_TABLECOMPONENT_H
 #define COMPONENTS_TABLECOMPONENT_H
 
-// What the message components of this folder have in common: a component that answers from two
-// constant tables. A plug-in gives its tables and defines GetComponentPtr:
+// The base of the message components in this folder: a component that looks everything up in two
+// constant tables. A plug-in defines its tables and GetComponentPtr:
 //
 //   constexpr WyMessageRow Messages[] = {{LoginRequired, "login-00001"}, ...};
 //   static_assert(AreNumberedFromOne(Messages));
@@ -34,7 +34,7 @@ constexpr bool AreNumberedFromOne(std::span<const WyMessageRow> messages) {
 }
 
 // The tables are not copied: they live as long as the plug-in, like the component itself. They
-// never change, so any thread may ask at any time.
+// never change, so the operations are thread-safe.
 class CWyTableComponent : public CWyErrLogComponent {
  public:
   CWyTableComponent(unsigned int uId, const char* pszAbbrName, const char* pszName,

@@ -21,6 +21,7 @@ constexpr int SmallestTidBuffer = 15;
 constexpr int SmallestTimeBuffer = 25;       // "Mon Nov 16 2026 17:16:13"
 constexpr std::size_t LargestLineSize = 16;  // ":2147483647]"
 
+// All or nothing: a process id that is cut is another process's.
 bool Copy(std::string_view text, char* pszBuffer, int iSize) {
   if (text.size() >= static_cast<std::size_t>(iSize)) return false;
   pszBuffer[text.copy(pszBuffer, text.size())] = '\0';

@@ -87,6 +87,7 @@ int CWySemaphoreRecord::Wait(bool bForever) {
   return bTaken ? WYERRLOG_WAIT_ACQUIRED : WYERRLOG_WAIT_TIMEOUT;
 }
 
+// Of several closes one destroys the semaphore.
 bool CWySemaphoreRecord::BeginClose() {
   const CWyMutexLock lock(m_mutex);
   return !std::exchange(m_bClosing, true);

@@ -44,6 +44,7 @@ void CWyError::Clear() {
 
 void CWyError::AddError(CWyErrData* pEntry) {
   if (pEntry == nullptr) return;
+  // An entry that comes from another chain must not bring the rest of that chain with it.
   pEntry->SetNext(nullptr);
   if (m_pHead == nullptr) {
     m_pHead = pEntry;

@@ -48,6 +48,7 @@ struct OutputParameters {
   jint iMaxBackups;
 };
 
+// The form of the call chooses the kind of output; whatever is not the console is a file.
 CWyLogOutput* NewOutput(CWyLogger& logger, const OutputParameters& parameters) {
   if (parameters.iType == WyOutputType::Console) return logger.NewLogOutput(parameters.iType);
   return logger.NewLogOutput(parameters.iType, parameters.pszFileName, parameters.iMode,
@@ -305,6 +306,7 @@ JNIEXPORT jint JNICALL Java_com_orvantis_wyerrlog_WyLogger_TraceEnabledComponent
 JNIEXPORT jint JNICALL Java_com_orvantis_wyerrlog_WyLogger_TraceEnabled(JNIEnv* pEnv,
                                                                         jobject hReceiver,
                                                                         jstring hLoggerName) {
+  // The component number 0 asks whether anything is traced.
   return Java_com_orvantis_wyerrlog_WyLogger_TraceEnabledComponent(pEnv, hReceiver, hLoggerName, 0);
 }
 

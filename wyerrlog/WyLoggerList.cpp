@@ -46,6 +46,7 @@ CWyLogger* CWyLoggerList::GetLogger(const char* pszName) {
 }
 
 CWyLogger* CWyLoggerList::AddLogger(const char* pszName) {
+  // The empty name is that of the process logger in the Java class, so no other logger has it.
   if (pszName == nullptr || *pszName == '\0') return nullptr;
   const CWyLogWriter writer(m_guard);
   if (!writer) return nullptr;
@@ -101,6 +102,7 @@ CWyLoggerList* theLoggerList() {
 CWyLogger* getMyLogger(const char* pszName) {
   CWyLoggerList* const pList = theLoggerList();
   if (pList == nullptr) return nullptr;
+  // Held for reading first: look-ups of loggers that exist run side by side.
   CWyLogger* const pLogger = pList->GetLogger(pszName);
   return pLogger != nullptr ? pLogger : pList->AddLogger(pszName);
 }

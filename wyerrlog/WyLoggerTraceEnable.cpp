@@ -42,6 +42,7 @@ bool CWyLogger::EnableTrace(CWyLogOutput* pOutput, CWyLogOutput* pSecondOutput, 
   const CWyLogWriter writer(m_traceGuard);
   if (!writer || !CanEnableTrace(pOutput, pSecondOutput, bOutputOnly)) return false;
   const CWyTraceData* const pInstalled = m_pTraceData.load();
+  // Versions only grow, also over a time without a configuration.
   const int iVersion = pInstalled != nullptr ? pInstalled->m_iVersion
                                              : std::max(m_iConfigVersion.load(), m_iHighestVersion);
   // The former outputs are closed before the new ones open, because both may be the same file. If
@@ -102,6 +103,7 @@ bool CWyLogger::CanEnableTrace(const CWyLogOutput* pOutput, const CWyLogOutput* 
 bool CWyLogger::OpenTraceOutputs(CWyLogOutput* pOutput, CWyLogOutput* pSecondOutput,
                                  bool bBuffered) {
   if (!WyOpenOutput(*pOutput)) return false;
+  // EnableBuffering and Close may be code of the host, beside which a fork must not wait.
   const CWyOutputCall call(*pOutput);
   pOutput->EnableBuffering(bBuffered);
   if (pSecondOutput == nullptr || WyOpenOutput(*pSecondOutput)) return true;

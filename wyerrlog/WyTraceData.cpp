@@ -1,4 +1,9 @@
 // The value side of CWyTraceData: what a record takes over from its configuration, and its values.
+//
+// A value is either in its field's own 1,024 bytes or, if it is longer, in memory of its own, which
+// has more than that. So a new value of up to 1,023 bytes is written wherever the former one is. Of
+// the 66 fields only those whose bit is set in m_auSet have a value; emptying a record touches no
+// others.
 
 #include "wyerrlog/WyTraceData.h"
 
@@ -23,6 +28,7 @@ void PointToInlineValue(WyTraceDataFieldInfo& field) {
   field.szValue[0] = '\0';
 }
 
+// The copied pointers refer to what the record and its configuration share (CWyTraceData::Shared).
 void CopyAllButValue(WyTraceDataFieldInfo& target, const WyTraceDataFieldInfo& source) {
   target.bTraced = source.bTraced;
   target.bFiltered = source.bFiltered;
@@ -33,21 +39,23 @@ void CopyAllButValue(WyTraceDataFieldInfo& target, const WyTraceDataFieldInfo& s
   target.uFilterOp = source.uFilterOp;
 }
 
-// Answers the end of what it wrote.
+// Returns the end of what it wrote.
 char* Copy(std::string_view text, char* pszTo) {
   std::memcpy(pszTo, text.data(), text.size());
   return pszTo + text.size();
 }
 
 template <typename Number>
+// An integer of 64 bits has at most 20 characters, so it always has room.
 void WriteNumber(char* pszValue, Number number) {
   *std::to_chars(pszValue, pszValue + MaxInlineLength, number).ptr = '\0';
 }
 
 }  // namespace
 
-// The message is told its time base: asking the process logger would not do, since that may be
-// waiting for this very object. The value buffers stay as they are but for their first bytes.
+// The message gets its time base: without one it would ask the process logger. The pool constructs
+// records with its mutex held, and the construction of that logger takes the same mutex. Of the
+// value buffers only the first bytes are written, not all 66 KiB.
 CWyTraceData::CWyTraceData()
     : m_bValid(false),
       m_bMaster(false),
@@ -83,6 +91,8 @@ CWyTraceData::~CWyTraceData() {
   ReplaceLongTraceText(nullptr);
 }
 
+// Shares the texts and tables of the configuration, and copies the fields' flags, so that a record
+// needs no lock and survives its configuration. The values stay this record's own.
 CWyTraceData& CWyTraceData::operator=(const CWyTraceData& master) {
   if (this == &master) return *this;
   m_bMaster = false;
@@ -94,6 +104,7 @@ CWyTraceData& CWyTraceData::operator=(const CWyTraceData& master) {
   m_iVersion = master.m_iVersion;
   m_uConfiguration = master.m_uConfiguration;
   m_uDateTimeField = master.m_uDateTimeField;
+  // A configuration has no logger of its own; the record then keeps the one it had.
   if (master.m_pLogger != nullptr) m_pLogger = master.m_pLogger;
   TakeOverFields(master.m_fields);
   std::memcpy(m_auFieldOrder, master.m_auFieldOrder, sizeof m_auFieldOrder);
@@ -108,8 +119,8 @@ void CWyTraceData::TakeOverFields(const WyTraceDataFieldInfo* pFields) {
 
 // ---- Setting values -----------------------------------------------------------------------------
 
-// Where the value of a field goes that has room enough in InlineValueSize bytes; null when there is
-// no such field.
+// Where the value of a field goes that fits into InlineValueSize bytes; null if there is no such
+// field. The bit is set first: a value that is stored is always found by ClearValues.
 char* CWyTraceData::ValueToSet(unsigned int uId) {
   if (uId >= FieldCount) return nullptr;
   m_auSet[uId / BitsPerWord] |= std::uint64_t{1} << (uId % BitsPerWord);
@@ -118,12 +129,15 @@ char* CWyTraceData::ValueToSet(unsigned int uId) {
 
 bool CWyTraceData::SetFieldValue(unsigned int uId, int iValue) {
   if (uId >= WyField::Date && uId <= WyField::PreciseTime) {
+    // One reading of the clock for all three, by the last of them that is traced: their texts never
+    // belong to different moments.
     return uId != m_uDateTimeField || PopulateDateandTime();
   }
 
   char* pszValue = ValueToSet(uId);
   if (pszValue == nullptr) return false;
   if (uId == WyField::Pid) {
+    // The caller's number has no meaning for these two: the thread's stamp has their texts.
     *Copy(CWyThreadStamp::OfThisThread().Pid(), pszValue) = '\0';
   } else if (uId == WyField::Tid) {
     *Copy(CWyThreadStamp::OfThisThread().Tid(), pszValue) = '\0';
@@ -143,6 +157,7 @@ bool CWyTraceData::SetFieldValue(unsigned int uId, unsigned int uValue) {
 bool CWyTraceData::SetFieldValue(unsigned int uId, double dValue) {
   char* pszValue = ValueToSet(uId);
   if (pszValue == nullptr) return false;
+  // The largest double has 309 digits before the point.
   std::snprintf(pszValue, InlineValueSize, "%f", dValue);
   return PassesFilter(uId);
 }
@@ -155,7 +170,8 @@ bool CWyTraceData::SetFieldValue(unsigned int uId, bool bValue) {
   return StoreText(uId, bValue ? "true" : "false") && PassesFilter(uId);
 }
 
-// The text may be a value of this very record, hence memmove, and the old buffer goes last.
+// The text may be a value of this very record: hence memmove, and a former buffer is freed after
+// the copy. If memory allocation fails the former value stays, and the result drops the record.
 bool CWyTraceData::StoreText(unsigned int uId, std::string_view text) {
   char* pszValue = ValueToSet(uId);
   if (pszValue == nullptr) return false;
@@ -178,6 +194,7 @@ bool CWyTraceData::StoreText(unsigned int uId, std::string_view text) {
   return true;
 }
 
+// Each step clears the lowest bit that is set.
 void CWyTraceData::ClearValues() {
   for (unsigned int uWord = 0; uWord < m_auSet.size(); ++uWord) {
     for (std::uint64_t uBits = m_auSet[uWord]; uBits != 0; uBits &= uBits - 1) {
@@ -192,10 +209,12 @@ void CWyTraceData::ClearValues() {
 
 // ---- Filters ------------------------------------------------------------------------------------
 
+// TestDataFilter is false for a field without a filter; such a field passes.
 bool CWyTraceData::PassesFilter(unsigned int uId) {
   return !m_fields[uId].bFiltered || TestDataFilter(uId);
 }
 
+// Filters compare bytes: upper and lower case differ, whatever the process's locale.
 bool CWyTraceData::TestDataFilter(unsigned int uId) {
   if (uId >= FieldCount) return false;
   const WyTraceDataFieldInfo& field = m_fields[uId];
@@ -217,6 +236,8 @@ bool CWyTraceData::TestDataFilter(unsigned int uId) {
 
 // ---- Clock --------------------------------------------------------------------------------------
 
+// The stamp converts a second once for the thread; the values are set for the fields that are not
+// traced too, since filters may test them.
 bool CWyTraceData::PopulateDateandTime() {
   CWyThreadStamp& now = CWyThreadStamp::OfThisThread();
   if (!now.Refresh(m_bUseLocalTime)) return false;
@@ -228,6 +249,7 @@ bool CWyTraceData::PopulateDateandTime() {
          PassesFilter(WyField::PreciseTime);
 }
 
+// 0 stands for none of them: it is the number of the field Message.
 void CWyTraceData::ChooseDateTimeField() {
   m_uDateTimeField = 0;
   for (const unsigned int uId : {WyField::Date, WyField::Time, WyField::PreciseTime}) {
@@ -245,6 +267,9 @@ char* CWyTraceData::FormatTraceMessage(const char* pszFormat, ...) {
   return pszText;
 }
 
+// Most texts fit at the first attempt. A longer one is formatted again into memory of its size,
+// before the former text is freed, which may be among the arguments. If memory allocation fails the
+// text is cut.
 char* CWyTraceData::FormatTraceMessageVA(const char* pszFormat, va_list args) {
   m_szTraceText[0] = '\0';
   if (pszFormat == nullptr || *pszFormat == '\0') return m_szTraceText;

@@ -1,4 +1,5 @@
-// The record side of CWyTraceData: from values to a message, and emptying.
+// The record side of CWyTraceData: from values to a message, and emptying. The lines of a header
+// are assembled from the same fields in the same order, so columns and titles always agree.
 
 #include <new>
 #include <string>
@@ -7,7 +8,7 @@
 
 namespace {
 
-// The line under a column's title.
+// The line under a column's title: as long as the title or, in the layout FixedWidth, the column.
 std::string Underline(const WyTraceDataFieldInfo& field, int nLayout, int iMode) {
   const size_t uLength = nLayout == WyTraceLayout::FixedWidth
                              ? field.uWidth
@@ -15,6 +16,7 @@ std::string Underline(const WyTraceDataFieldInfo& field, int nLayout, int iMode)
   return std::string(uLength, iMode == WyTraceLine::Dashes ? '-' : '=');
 }
 
+// The two forms of FormatTraceField: one layout needs the width of a field, the others its name.
 void AppendText(CWyErrLogMessage& msg, const WyTraceDataFieldInfo& field, int nLayout,
                 const char* pszText) {
   if (nLayout == WyTraceLayout::FixedWidth) {
@@ -26,6 +28,7 @@ void AppendText(CWyErrLogMessage& msg, const WyTraceDataFieldInfo& field, int nL
 
 }  // namespace
 
+// Xml has no header: each element is named after its field.
 bool CWyTraceData::AssembleTraceMessage(CWyErrLogMessage* pMsg, int iMode) {
   if (pMsg == nullptr || (m_nTraceFormat == WyTraceLayout::Xml && iMode != WyTraceLine::Values))
     return false;
@@ -34,7 +37,7 @@ bool CWyTraceData::AssembleTraceMessage(CWyErrLogMessage* pMsg, int iMode) {
   if (m_nTraceFormat == WyTraceLayout::Delimited) pszTag = m_pszDelimiter;
   if (m_nTraceFormat == WyTraceLayout::Xml) pszTag = "TraceMessage";
   try {
-    // Also for a layout that does not exist: the message must forget the layout it had before.
+    // Also for a layout that does not exist: the message keeps the former layout otherwise.
     pMsg->BeginTraceFormat(m_nTraceFormat, m_bUseLocalTime, pszTag);
     AppendFields(*pMsg, iMode);
     pMsg->EndTraceFormat();
@@ -45,6 +48,7 @@ bool CWyTraceData::AssembleTraceMessage(CWyErrLogMessage* pMsg, int iMode) {
 }
 
 void CWyTraceData::AppendFields(CWyErrLogMessage& msg, int iMode) const {
+  // An entry is a field number plus 1, in the order of the "data" line; 0 is the end.
   for (const unsigned int uEntry : m_auFieldOrder) {
     if (uEntry == 0) break;
     const WyTraceDataFieldInfo& field = m_fields[uEntry - 1];
@@ -60,6 +64,8 @@ void CWyTraceData::AppendFields(CWyErrLogMessage& msg, int iMode) const {
 
 bool CWyTraceData::Format() { return AssembleTraceMessage(&m_message, WyTraceLine::Values); }
 
+// A record keeps its message's memory for the thread's next record, but not that of a huge one.
+// Without a configuration it has no values.
 bool CWyTraceData::CleanUpData() {
   if (!m_bValid) return true;
   ClearValues();
@@ -68,4 +74,5 @@ bool CWyTraceData::CleanUpData() {
   return true;
 }
 
+// The same under its second published name.
 bool CWyTraceData::LeaveNoBody() { return CleanUpData(); }

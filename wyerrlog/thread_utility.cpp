@@ -1,4 +1,5 @@
-// Thin covers of the POSIX calls that leave errno alone.
+// Thread ids, and thread-specific values that leave errno alone: they are read and written inside
+// log calls, between a failed call of the host and the host's look at errno.
 
 #include "wyerrlog/thread_utility.h"
 
@@ -19,6 +20,7 @@ void* WyTlsGetValue(unsigned int uKey) {
   return pValue;
 }
 
+// The C library may allocate memory for a value, which sets errno if it fails.
 void WyTlsSetValue(unsigned int uKey, void* pValue) {
   const int iErrno = errno;
   pthread_setspecific(uKey, pValue);

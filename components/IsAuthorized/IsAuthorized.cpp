@@ -1,3 +1,6 @@
+// The component IsAuthorized: row i of the table is message number i + 1, and the texts of the keys
+// are in the catalogs isauth*.properties.
+
 #include "components/IsAuthorized/IsAuthorizedMessages.h"
 #include "components/TableComponent.h"
 

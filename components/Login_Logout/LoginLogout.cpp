@@ -1,3 +1,6 @@
+// The component Login_Logout: row i of the table is message number i + 1, and the texts of the keys
+// are in the catalogs login*.properties.
+
 #include "components/Login_Logout/LoginLogoutMessages.h"
 #include "components/TableComponent.h"
 

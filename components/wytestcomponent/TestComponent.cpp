@@ -1,3 +1,6 @@
+// The component that tests load: keys with and without catalog entries, printf patterns with all
+// kinds of conversions, an empty pattern, and texts that fill their arrays.
+
 #include "components/TableComponent.h"
 #include "components/wytestcomponent/TestMessages.h"
 

@@ -58,6 +58,8 @@ std::string_view CWyBackupName::Suffix(std::string_view strBackup) const {
   return strBackup.substr(0, strBackup.find('.'));
 }
 
+// "_1" and "_01" are the same number, which programs with another number of digits may have
+// written.
 std::string_view CWyBackupName::Number(std::string_view strBackup) const {
   std::string_view strSuffix = Suffix(strBackup);
   strSuffix.remove_prefix(std::min(strSuffix.find_first_not_of("_0"), strSuffix.size()));
@@ -93,6 +95,7 @@ std::string CWyBackupName::MakeStamp(const tm& time) {
   return std::string(szStamp, static_cast<size_t>(iLength));
 }
 
+// The empty text, which stands for no number, is followed by 1.
 std::string CWyBackupName::NextNumber(std::string_view strNumber) {
   std::string strNext(strNumber);
   for (size_t i = strNext.size(); i > 0; --i) {
