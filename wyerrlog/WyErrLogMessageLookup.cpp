@@ -34,8 +34,8 @@ class CWyMessageLookup {
   // Null while the process logger is under construction, and if there is no memory for it.
   static const CWyMessageCatalog* ProcessCatalog() {
     if (const CWyMessageCatalog* const pCatalog = CWyMessageCatalog::OfProcess()) return pCatalog;
-    // The first use in the process. A message that is not given its time base asks the process
-    // logger for it, which constructs that logger and its catalog.
+    // The first use in the process. A message that is constructed without a time base asks the
+    // process logger for it, which constructs that logger and its catalog.
     const CWyErrLogMessage first;
     return CWyMessageCatalog::OfProcess();
   }

@@ -20,8 +20,8 @@ CWyErrLogCS::~CWyErrLogCS() {
   m_pCS = nullptr;
 }
 
-// Enter returns with the mutex locked, Leave with it unlocked, as their names say; the analysis of
-// thread safety wants that on the declarations, where hosts would see it.
+// Enter returns with the mutex locked, Leave with it unlocked. The annotations for the analysis of
+// thread safety would have to be on the declarations, in a header that hosts read.
 void CWyErrLogCS::Enter() WYERRLOG_NO_THREAD_SAFETY_ANALYSIS {
   if (m_pCS != nullptr) m_pCS->Enter();
 }

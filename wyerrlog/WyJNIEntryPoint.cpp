@@ -73,7 +73,7 @@ void WriteLogMessage(CWyLogger& logger, const CWyJavaText& location, jint iMessa
 }
 
 // A call with more arguments than the pattern can take is reported as a warning in the process
-// logger's trace: a Java caller has no result to look at.
+// logger's trace, because the Java method returns nothing that would show it.
 constexpr const char* FunctionThatWarns = "WyJNIEntryPoint::LogMsg";
 
 void WarnOfUnloggedMessage(jint iMessageId) {

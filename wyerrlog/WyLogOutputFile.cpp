@@ -18,7 +18,7 @@
 
 namespace {
 
-constexpr int SizeLimitMB = 4096;     // what 32 bits of bytes cannot hold any more
+constexpr int SizeLimitMB = 4096;     // the first that 32 bits of bytes cannot hold
 constexpr time_t RetrySeconds = 300;  // the contract's; see CWyFileOutput::Rollover
 
 bool IsSizeLimited(int iMode) {
@@ -63,8 +63,8 @@ int OpenFlags(int iHow) {
 
 }  // namespace
 
-// The headers are given texts that are complete, so their time base has no effect. A message
-// without a time base would ask the process logger, which may be under construction.
+// The headers get complete texts, so their time base has no effect. A message without a time base
+// would ask the process logger, which may be under construction.
 CWyFileOutput::CWyFileOutput()
     : m_uReserved(0),
       m_pszFileName(nullptr),
@@ -144,8 +144,8 @@ bool CWyFileOutput::OpenFile(int iHow) {
   return false;
 }
 
-// Asks for the file that is open, not for the name, which may have been given to another one since.
-// O_NONBLOCK was for the opening alone: a write to a device may wait, and must not fail instead.
+// fstat(2) asks for the file that is open: another one may have the name by now. O_NONBLOCK was for
+// the opening alone: a write to a device may wait, and must not fail instead.
 bool CWyFileOutput::AcceptFile(int iFlags) {
   struct stat status;
   if (fstat(m_hFile, &status) != 0) return false;
@@ -188,9 +188,9 @@ bool CWyFileOutput::Log(const char* pszText) {
   return LogAlone(strText);
 }
 
-// A thread that writes between the look at the size and this thread's write has reserved its bytes
-// before, or finds this thread's reserved: of all of them the last one to reserve has counted all
-// the others. So together they stay below the limit.
+// A thread that writes between this thread's reading of the size and its write has reserved its
+// bytes before, or finds this thread's reserved: of all of them the last one to reserve has counted
+// all the others. So together they stay below the limit.
 bool CWyFileOutput::MayWriteBesideOthers(uint64_t uBytes) const {
   if (m_bRolloverRetry.load(std::memory_order_relaxed)) return !IsRetryDue();
   if (!IsSizeLimited(m_iMode)) return true;
@@ -198,7 +198,7 @@ bool CWyFileOutput::MayWriteBesideOthers(uint64_t uBytes) const {
   return iSize >= 0 && static_cast<uint64_t>(iSize) + uBytes < m_uMaxFileSize;
 }
 
-// The size is asked again: another thread may have rolled the file over while this one waited. What
+// The size is read again: another thread may have rolled the file over while this one waited. What
 // Close has closed stays closed; only a retry without a size limit may open the file again.
 bool CWyFileOutput::LogAlone(std::string_view strText) {
   const bool bMayReopen = m_hFile == AwaitsRetry && !IsSizeLimited(m_iMode);

@@ -1,5 +1,5 @@
-// Thread ids, and thread-specific values that leave errno alone: they are read and written inside
-// log calls, between a failed call of the host and the host's look at errno.
+// Thread ids, and thread-specific values that leave errno alone: log calls read and write them, and
+// a host that logs a failed call reads its errno afterwards.
 
 #include "wyerrlog/thread_utility.h"
 

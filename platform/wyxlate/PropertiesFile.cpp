@@ -223,7 +223,7 @@ int OpenForReading(const std::string& strPath) {
 bool IsShortage(int iError) { return iError == EMFILE || iError == ENFILE || iError == ENOMEM; }
 
 // Reads the file to its end, or as much as it had when it was opened; nothing if reading fails.
-// fstat(2) asks for the file that is open: the name may have been given to another one since.
+// fstat(2) asks for the file that is open: another one may have the name by now.
 std::optional<std::string> ReadRegularFile(int fd) {
   struct stat info;
   if (::fstat(fd, &info) != 0 || !S_ISREG(info.st_mode) || info.st_size > LargestFile) {

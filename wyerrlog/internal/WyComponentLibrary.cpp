@@ -17,8 +17,8 @@
 
 namespace {
 
-// What CWyErrLogComponent::GetHandle points at: allocated by the first load of the library, deleted
-// by the last unload.
+// The object that CWyErrLogComponent::GetHandle returns: allocated by the first load of the
+// library, deleted by the last unload.
 struct LibraryHandle {
   void* hLib;
   int iLoads;  // of all loggers, less the unloads

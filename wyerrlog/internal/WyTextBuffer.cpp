@@ -11,7 +11,7 @@
 namespace {
 
 constexpr std::size_t UsualCapacity = 512;  // bytes; records of ordinary length fit
-constexpr std::size_t LargestSize = std::numeric_limits<int>::max();  // lengths are given as int
+constexpr std::size_t LargestSize = std::numeric_limits<int>::max();  // lengths are returned as int
 
 }  // namespace
 
