@@ -101,8 +101,8 @@ void CWyGuard::LockForWrite() {
   }
   if (bMustWait) {
     // What the guards that the thread holds already protect is consistent here: a thread that
-    // initialises a logger has changed nothing yet, and one that releases it has emptied the log of
-    // each guard that it had.
+    // initialises a logger has changed nothing yet, and one that releases it holds its lifecycle
+    // guard alone.
     const CWyForkGate::Outside outside;
     m_writerSem.Wait(WYERRLOG_INFINITE);
   }

@@ -36,7 +36,7 @@ class CWyReservation {
   CWyReservation(const CWyReservation&) = delete;
   CWyReservation& operator=(const CWyReservation&) = delete;
 
-  // With what others had reserved before.
+  // These bytes and those that other threads had reserved before.
   uint64_t Total() const { return m_uTotal; }
 
  private:
@@ -183,7 +183,7 @@ bool CWyFileOutput::Log(const char* pszText) {
   // Not while the guard is held for reading: it cannot be upgraded, two such threads would
   // deadlock.
   const CWyErrLogAutoWriter alone(m_guard);
-  // No thread has reserved anything now. A forked child has a count of threads that it has not.
+  // No thread has reserved anything now; a forked child may have inherited the count of others.
   m_uReserved = 0;
   return LogAlone(strText);
 }

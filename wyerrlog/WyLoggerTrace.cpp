@@ -3,8 +3,8 @@
 // comes after it is not inlined there. While a configuration is being replaced MayTrace may return
 // the decision of the one before; a trace record may be missing then.
 //
-// A cell of the decision cache is undecided until it is asked for; then it says traced or not
-// traced until the next configuration is installed.
+// A cell of the decision cache is undecided until a thread asks for it, then traced or not traced
+// until the next configuration is installed.
 
 #include "wyerrlog/WyLogger.h"
 #include "wyerrlog/internal/WyLogAccess.h"
@@ -13,7 +13,7 @@
 
 namespace {
 
-// What a cell of the decision cache says.
+// The values of a cell of the decision cache.
 enum Decision { Undecided = 0, Traced = 1, NotTraced = -1 };
 
 }  // namespace

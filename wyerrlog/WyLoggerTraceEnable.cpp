@@ -35,7 +35,7 @@ bool CWyLogger::EnableTrace(CWyLogOutput* pOutput, CWyLogOutput* pSecondOutput, 
   if (pConfiguration == nullptr) return false;
   CWyErrLogMessage header1(bUseLocalTime);
   CWyErrLogMessage header2(bUseLocalTime);
-  // The header lines are assembled here too: under the guard there is only what must be.
+  // The header lines are assembled before the guard is taken: no thread waits for that.
   const bool bHeaders = pConfiguration->AssembleTraceMessage(&header1, WyTraceLine::Names) &&
                         pConfiguration->AssembleTraceMessage(&header2, WyTraceLine::EqualsSigns);
 
@@ -103,7 +103,7 @@ bool CWyLogger::CanEnableTrace(const CWyLogOutput* pOutput, const CWyLogOutput* 
 bool CWyLogger::OpenTraceOutputs(CWyLogOutput* pOutput, CWyLogOutput* pSecondOutput,
                                  bool bBuffered) {
   if (!WyOpenOutput(*pOutput)) return false;
-  // EnableBuffering and Close may be code of the host, beside which a fork must not wait.
+  // EnableBuffering and Close may be code of the host, which a fork must not wait for.
   const CWyOutputCall call(*pOutput);
   pOutput->EnableBuffering(bBuffered);
   if (pSecondOutput == nullptr || WyOpenOutput(*pSecondOutput)) return true;
@@ -125,7 +125,7 @@ void CWyLogger::InstallTraceConfiguration(std::unique_ptr<CWyTraceData> pConfigu
 }
 
 // Only the first output keeps the headers, for the files that a rollover starts; the second one
-// gets them once. What they return is not looked at: tracing is on without headers too.
+// gets them once. Their results are ignored: tracing is on without headers too.
 void CWyLogger::LogTraceHeaders(CWyErrLogMessage& first, CWyErrLogMessage& second,
                                 bool bOutputOnly) {
   CWyLogOutput* const pPrimary = m_pTraceOutput;

@@ -24,8 +24,8 @@ int RefuseNullPath() {
   return -1;
 }
 
-// Repeats a system call that a signal handler interrupts (EINTR): hosts install handlers without
-// SA_RESTART. An interrupted call has changed nothing, so the repetition does no harm.
+// Repeats a system call that a signal handler interrupts (EINTR): hosts may install handlers
+// without SA_RESTART. An interrupted call has changed nothing, so the repetition does no harm.
 template <typename Call>
 int Uninterrupted(Call call) {
   int iResult;
