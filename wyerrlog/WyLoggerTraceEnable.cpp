@@ -46,7 +46,7 @@ bool CWyLogger::EnableTrace(CWyLogOutput* pOutput, CWyLogOutput* pSecondOutput, 
   const int iVersion = pInstalled != nullptr ? pInstalled->m_iVersion
                                              : std::max(m_iConfigVersion.load(), m_iHighestVersion);
   // The former outputs are closed before the new ones open, because both may be the same file. If
-  // the opening fails tracing is off; the new outputs still belong to the caller.
+  // the opening fails they are gone all the same; the new outputs still belong to the caller.
   if (!bOutputOnly) RemoveTraceConfiguration();
   RemoveTraceOutputs(bOutputOnly);
   if (!OpenTraceOutputs(pOutput, pSecondOutput, bBuffered)) return false;
