@@ -15,7 +15,7 @@ class CWyErrLogCriticalSection : public CWyForkMutex {
   void Leave() WYERRLOG_RELEASE() { unlock(); }
 };
 
-// Base of objects that are waited for by handle. Closes its handle when destroyed.
+// Base of objects that threads wait for by handle. The destructor closes the handle.
 class CWyErrLogSyncBase {
  public:
   CWyErrLogSyncBase();
@@ -42,6 +42,7 @@ class CWyErrLogSemaphore : public CWyErrLogSyncBase {
   // Adds units. Returns 1, or 0 if they were refused.
   int Release(long lCount);
 
+  // Sets it to 0 units in a forked child.
   void ResetInForkedChild();
 };
 
@@ -64,13 +65,13 @@ class CWyGuard : public CWyForkReset {
   }
   void LockForWrite();
   void Unlock();
-  // The same for a caller that knows that it reads.
+  // The same for a caller that holds the lock for reading.
   void UnlockReader() {
     // With a writer waiting for the last reader, no other thread can be admitted in between.
     if (m_uActive.fetch_sub(1, std::memory_order_acq_rel) == (Writer | 1)) AdmitWriter();
   }
 
-  // Without waiting: succeeds only if no writer holds the lock or waits for it.
+  // Never waits. Returns false if a writer holds the lock or waits for it.
   bool TryLockForRead() {
     unsigned int uActive = m_uActive.load(std::memory_order_relaxed);
     while ((uActive & Writer) == 0) {
@@ -81,8 +82,8 @@ class CWyGuard : public CWyForkReset {
     }
     return false;
   }
-  // Without waiting: succeeds only if readers hold the lock, and goes past writers that wait for
-  // them. For a thread that would deadlock if it waited.
+  // Never waits. Returns false unless readers hold the lock; writers that wait for these readers
+  // are passed. For a thread that would deadlock if it waited.
   bool JoinReaders();
 
  private:
@@ -104,11 +105,12 @@ class CWyGuard : public CWyForkReset {
   int m_iWaitingWriters WYERRLOG_GUARDED_BY(m_mutex);
 };
 
-// A thread-specific slot (pthread_key_create), null in a thread that never set it. Without a key
-// there is never a value, and SetValue fails.
+// A thread-specific slot (pthread_key_create(3)), null in a thread that never set it. If the system
+// has no key left, the value is always null and SetValue fails.
 class CpaTls {
  public:
-  // The function, if given, is called with the value of a thread that ends, if that is not null.
+  // The function, if not null, is called at the end of each thread with the thread's value, unless
+  // that is null.
   explicit CpaTls(void (*pfnDestructor)(void*));
   ~CpaTls();
   CpaTls(const CpaTls&) = delete;

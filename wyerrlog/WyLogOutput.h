@@ -1,9 +1,18 @@
 #ifndef WYERRLOG_WYLOGOUTPUT_H
 #define WYERRLOG_WYLOGOUTPUT_H
 
-// Where a logger puts its finished messages: the controlling terminal, a log file, or a function of
-// the host. Hosts make outputs with CWyLogger::NewLogOutput and hand them to the logger, which
-// opens them, writes through them from several threads at once, and closes and deletes them.
+// Where a logger writes its finished messages: to the controlling terminal, to a log file, or to a
+// function of the host. Hosts create outputs with CWyLogger::NewLogOutput and install them in a
+// logger, which opens them, writes through them from several threads at once, and closes and
+// deletes them.
+//
+//   CWyLogger* const pLogger = theLogger();
+//   CWyLogOutput* const pOutput = pLogger->NewLogOutput(WyOutputType::File, "/var/log/agent.log",
+//                                                       WyFileMode::AppendRollBySize, 10, 5);
+//   if (!pLogger->SetLogOutput(pOutput)) {
+//     std::fprintf(stderr, "no error log: %s\n", std::strerror(errno));
+//     pLogger->DeleteLogOutput(pOutput);
+//   }
 
 #include <atomic>
 #include <cstdint>
@@ -15,7 +24,7 @@
 
 // ---- Numbers with names -------------------------------------------------------------------------
 
-// The kinds of outputs: what CWyLogOutput::GetType returns, and the first argument of
+// The kinds of outputs: the results of CWyLogOutput::GetType, and the first argument of
 // CWyLogger::NewLogOutput. Outputs of the host's own kinds use other numbers.
 namespace WyOutputType {
 enum Number : int {
@@ -29,7 +38,8 @@ enum Number : int {
 }  // namespace WyOutputType
 
 // What a file output does with an existing file when it opens it, and whether it rolls the file
-// over by size: the `iMode` of CWyFileOutput::SetParams and CWyLogger::NewLogOutput.
+// over by size: the `iMode` of CWyFileOutput::SetParams and CWyLogger::NewLogOutput. Files that do
+// not exist are created in every mode.
 namespace WyFileMode {
 enum Number : int {
   Overwrite = 0,            // starts with an empty file
@@ -44,16 +54,35 @@ enum Number : int {
 
 // The output interface. The order of the virtual operations is part of it.
 //
-// An output belongs to its maker until a logger has installed it, then to the logger, which closes
-// and deletes it. Open, Close and SetHeaders are called by one thread at a time and never together
-// with Log; Log is called by many threads at once, on the threads that log. When Log has answered
-// true the text has been handed over: to the system with one call, or to the host's function.
+// The creator of an output owns it until a logger has installed it. From then on the logger owns
+// it, and closes it and deletes it (`delete`) when it is replaced or removed, when the logger is
+// released, and at process exit. Open, Close and SetHeaders are called by one thread at a time and
+// never together with Log; Log is called by many threads at once, on the threads that log. When Log
+// has returned true the text has been passed on: to the system with one call, or to the host's
+// function.
 //
-// A forked child has its parent's installed outputs, open, and writes through them. At process exit
-// the loggers close and delete theirs.
+// A forked child has its parent's installed outputs, open, and writes through them.
 //
-// A host may derive outputs of its own. What their operations throw passes through to the caller of
-// the logger's operation.
+// A host may derive outputs of its own, and allocates them with `new`:
+//
+//   class CWySyslogOutput : public CWyLogOutput {
+//    public:
+//     bool Open() override {
+//       openlog("agent", LOG_PID, LOG_DAEMON);
+//       return true;
+//     }
+//     bool Log(CWyErrLogMessage& msg) override {
+//       syslog(LOG_INFO, "%s", msg.GetBuffer());
+//       return true;
+//     }
+//     bool Close() override {
+//       closelog();
+//       return true;
+//     }
+//   };
+//
+// What their operations throw passes through to the caller of the logger's operation. What they ask
+// of the log that calls them is refused (see CWyLogger).
 class WYERRLOG_API CWyLogOutput {
  public:
   CWyLogOutput();           // type -1
@@ -61,25 +90,29 @@ class WYERRLOG_API CWyLogOutput {
   CWyLogOutput(const CWyLogOutput&) = delete;
   CWyLogOutput& operator=(const CWyLogOutput&) = delete;
 
-  // Makes the output ready to be written to; called once, by the operation that installs it. False
-  // when that is not possible: it is not installed then.
+  // Makes the output ready to be written to; called once, by the operation that installs it.
+  // Returns false if that is not possible: the output is not installed then, and the caller still
+  // owns it. The logger leaves errno as Open left it.
   virtual bool Open() = 0;
-  // Writes the message's text, which is the message's and valid during the call. False when it
-  // could not be handed over.
+  // Writes the message's text. The message owns the text, which is valid during the call. Returns
+  // false if the text could not be passed on; the logger does not try again.
   virtual bool Log(CWyErrLogMessage& msg) = 0;
   virtual bool Flush();  // true: nothing is ever held back
-  // Ends the use of what Open took. False when it is not open.
+  // Frees what Open has taken. Returns false if the output is not open; the logger ignores the
+  // result.
   virtual bool Close() = 0;
   virtual void EnableBuffering(bool bEnable);  // no effect: every message is its own system call
   virtual bool IsBufferingEnabled();           // false
   virtual bool IsBufferingSupported();         // false
-  // Two lines for the top of every new file; kept by file outputs alone.
+  // Two lines for the top of every new file; the trace passes them before its first record. Only
+  // file outputs keep them, and they copy the texts.
   virtual void SetHeaders(CWyErrLogMessage& first, CWyErrLogMessage& second);
-  // Whether the text may be used after Log has returned. Such an output cannot be the first of two.
+  // Returns true if the text may be used after Log has returned. Such an output cannot be the first
+  // of two trace outputs.
   virtual bool IsAsync();
 
-  // A WyOutputType, or another number for outputs of the host's own: the logger's DeleteLogOutput
-  // deletes only the six kinds named there.
+  // A WyOutputType, or another number for outputs of the host's own kinds, at first -1. The
+  // logger's DeleteLogOutput deletes only the six kinds named there.
   int GetType() { return m_iType; }
   void SetType(int iType) { m_iType = iType; }
 
@@ -89,8 +122,8 @@ class WYERRLOG_API CWyLogOutput {
 
 // ---- Console ------------------------------------------------------------------------------------
 
-// The process's one handle of the controlling terminal ("/dev/tty"), shared by all console outputs
-// and open while one of them is. Inside the library alone.
+// The process's one descriptor of the controlling terminal ("/dev/tty"), shared by all console
+// outputs and open while one of them is. Not exported; thread-safe.
 class CWyConsoleManager {
  public:
   CWyConsoleManager();           // no terminal is open
@@ -98,8 +131,11 @@ class CWyConsoleManager {
   CWyConsoleManager(const CWyConsoleManager&) = delete;
   CWyConsoleManager& operator=(const CWyConsoleManager&) = delete;
 
-  int GetConsoleHandle();       // takes a reference; -1, and none, when there is no terminal
-  void ReleaseConsoleHandle();  // gives one up; the last one closes the terminal
+  // GetConsoleHandle returns the descriptor and counts one reference; -1, without a reference, if
+  // open(2) fails (ENXIO: the process has no terminal). Each success is matched by one
+  // ReleaseConsoleHandle; the last of those closes the descriptor.
+  int GetConsoleHandle();
+  void ReleaseConsoleHandle();
 
  private:
   CWyErrLogCS m_cs;
@@ -107,16 +143,19 @@ class CWyConsoleManager {
   int m_hConsole;
 };
 
-// Made by the first call and alive for as long as any logger is.
+// Constructed by the first call; lives as long as any logger.
 CWyConsoleManager* theConsoleManager();
 
 // Writes to the controlling terminal, "/dev/tty", wherever standard output and error go; one
-// `write` per message, which waits while the terminal is stopped. Open fails without a terminal,
-// and when it is open already. A forked child writes through the parent's descriptor.
+// write(2) per message, which waits while the terminal is stopped. Open returns false if open(2)
+// fails, with its reason in errno (ENXIO for a daemon without a terminal), and if the output is
+// open already. Log returns false if the output is not open or write(2) fails; a call that a signal
+// handler interrupts (EINTR) is not repeated. A forked child writes through the parent's
+// descriptor.
 class WYERRLOG_API CWyConsoleOutput : public CWyLogOutput {
  public:
   CWyConsoleOutput();            // type 0, not open
-  ~CWyConsoleOutput() override;  // does not give up the terminal: Close does
+  ~CWyConsoleOutput() override;  // does not release the terminal: Close does
 
   bool Open() override;
   bool Log(CWyErrLogMessage& msg) override;
@@ -129,32 +168,39 @@ class WYERRLOG_API CWyConsoleOutput : public CWyLogOutput {
 
 // ---- File ---------------------------------------------------------------------------------------
 
-// Appends to a log file, one `write` per message. Two modes roll the file over by size: it is moved
-// to a backup beside it, named by local date and time, and a new one is started.
+// Appends to a log file, one write(2) per message. Two modes roll the file over by size: it is
+// renamed to a backup in the same directory, named by local date and time, and a new one is
+// started.
 //
-//   mode  an existing file is ...     rollover by size
-//   0     overwritten                 no
-//   1     appended to                 no
-//   2     moved to a backup           no
-//   3     appended to                 yes
-//   4     moved to a backup           yes
+//   mode                 an existing file is ...     rollover by size
+//   Overwrite            overwritten                 no
+//   Append               appended to                 no
+//   RollAtOpen           renamed to a backup         no
+//   AppendRollBySize     appended to                 yes
+//   RollAtOpenAndBySize  renamed to a backup         yes
 //
 // Several threads write at once; the system appends their messages one after another (O_APPEND),
-// and keeps them when the process dies. Nothing is forced to the disk (fsync). Several processes
-// may append to one file; only one may roll it over. A forked child writes through the parent's
-// descriptor. Files are closed in programs that the process executes (O_CLOEXEC).
+// and keeps them if the process dies. Nothing is forced to the disk (fsync). Several processes may
+// append to one file; only one may roll it over, so that the others use mode Append. A forked child
+// writes through the parent's descriptor; one that goes on logging to a size-limited file installs
+// an output of its own. Files are closed in programs that the process executes (O_CLOEXEC).
 //
 // The path must lead to a regular file or a character device, or to nothing yet; anything else is
-// refused, without waiting for the other end of a pipe. Only regular files are rolled over.
+// refused, without waiting for the other end of a pipe. Only regular files are rolled over, and
+// only if the path has a "/": write "./agent.log" for a file in the working directory.
 //
-// When Log has answered true, the message is with the system. A write that the system cuts short,
-// as it does with the last room on a disk, counts as written and is not continued. No failed write
-// closes the file: a disk with room again is written to again.
+// When Log has returned true, the system has the message. A write that the system cuts short, as on
+// a disk that becomes full, counts as written and is not continued. If a write fails (ENOSPC, EIO
+// ...) Log returns false, the message is dropped and the file stays open: a disk with room again is
+// written to again. If a rollover fails the file is closed, and every later Log returns false until
+// the host installs an output again; refused renaming (EACCES) is the exception, see Rollover.
 class WYERRLOG_API CWyFileOutput : public CWyLogOutput {
  public:
   CWyFileOutput();            // type 1, without a file; SetParams names it
   ~CWyFileOutput() override;  // closes
 
+  // Open returns false if the file cannot be opened, with the reason of open(2) in errno, if it is
+  // of another kind, and if a rollover that the mode demands fails; also without SetParams.
   bool Open() override;
   bool Log(CWyErrLogMessage& msg) override;
   bool Close() override;
@@ -163,39 +209,46 @@ class WYERRLOG_API CWyFileOutput : public CWyLogOutput {
   bool IsBufferingSupported() override;
   void SetHeaders(CWyErrLogMessage& first, CWyErrLogMessage& second) override;
 
-  // The path is copied. `maxSizeMB` is the size, in units of 1,048,576 bytes, that a size-limited
-  // file stays below (a longer single message excepted); `maxBackups` the number of backups to
-  // keep, 0 for all. Answers false for a null or empty path, an unknown mode, negative numbers, and
-  // a size of 4096 and more. A second call replaces the first.
+  // The path is copied; a relative one is looked up in the working directory of each Open and
+  // rollover. `iMaxSizeMB` is the size, in units of 1,048,576 bytes, that a size-limited file stays
+  // below (a longer single message excepted; 0 rolls over before every message); `iMaxBackups` the
+  // number of backups to keep, 0 for all. Returns false, and changes nothing, for a null or empty
+  // path, an unknown mode, negative numbers, a size of 4096 and more, and if memory allocation
+  // fails. A second call replaces the first. Requires: the output is not installed.
   virtual bool SetParams(const char* pszFileName, int iMode, int iMaxSizeMB, int iMaxBackups);
-  // Writes one text as it stands. False for a null text, without an open file, and when a due
-  // rollover or the write fails; the text is then dropped.
+  // Writes one text as it is, without a newline of its own. Returns false for a null text, without
+  // an open file, and if a due rollover or the write fails; the text is dropped then.
   virtual bool Log(const char* pszText);
 
   // ---- The steps of Open and Log; the logger's callers need none of them ------------------------
 
-  // Writes the text, by one call of the system. False when that failed.
+  // Writes the text with one write(2), without a look at the size. Returns false if that fails.
   bool LogMessage(const char* pszText);
 
-  // False only when the system says that nothing bears the name.
+  // Returns false only if access(2) reports that there is no such file (ENOENT), and sets errno to
+  // 0 then.
   bool FileExists(const char* pszPath) const;
 
-  // Opens the log file: 0 as a new file, 1 overwriting what it holds, 2 appending to it. Created
-  // files get the permissions 0644 less the umask. Never waits.
+  // Opens the log file: 0 as a new file, 1 overwriting its content, 2 appending to it; closes the
+  // open one first. Created files get the permissions 0644 less the umask. Returns false for any
+  // other number, and as Open does. Never waits.
   bool OpenFile(int iHow);
   bool CloseFile();  // always true
 
-  // Moves the log file to a backup, `name_20261116_171613.ext` or, when that is taken,
-  // `name_20261116_171613_01.ext` and so on, deletes the oldest backups beyond the number to keep,
-  // and starts a new file with the headers. The stamp is local time. Answers true when a file is
-  // open afterwards: the new one, or, when the system does not permit the renaming (EACCES), the
-  // old one; another attempt is due 300 seconds later. Otherwise the output is closed.
+  // Renames the log file to a backup, `name_20261116_171613.ext` or, if that name is used,
+  // `name_20261116_171613_01.ext` and so on; deletes the oldest backups, so that the number to keep
+  // is left; and starts a new file with the headers. The stamp is local time.
+  //
+  // Returns true if a file is open afterwards: the new one or, if the system does not permit the
+  // renaming (EACCES), the old one; another attempt is due 300 seconds later. Otherwise the output
+  // is closed.
   bool Rollover();
 
-  // Whether a directory entry's name is a backup of the log file of the given name.
+  // Returns true if a directory entry's name is that of a backup of the log file of the given name;
+  // false also for null.
   bool IsBackedUpFile(const char* pszName, const char* pszBaseName);
 
-  // Writes the two lines that SetHeaders was given.
+  // Writes the two lines of SetHeaders, if there are any.
   void LogHeaders();
 
  private:
@@ -211,10 +264,10 @@ class WYERRLOG_API CWyFileOutput : public CWyLogOutput {
   WYERRLOG_LOCAL bool StartNewFile();
   WYERRLOG_LOCAL bool ContinueOldFile();
 
-  // Held for reading by those who write to the file as it is, for writing by the one who may roll
-  // it over. Writers of modes 0 to 2 need it only while a rollover is to be tried again.
+  // Held for reading by the threads that write to the file as it is, for writing by the thread that
+  // may roll it over. Writers of modes 0 to 2 need it only while a rollover is to be tried again.
   CWyErrLogGuard m_guard;
-  // What the holders for reading are about to write, in bytes: counted before they look at the
+  // The bytes that the holders for reading are about to write: counted before they ask for the
   // file's size, so that together they stay below the limit.
   std::atomic<uint64_t> m_uReserved;
   char* m_pszFileName;
@@ -233,13 +286,21 @@ class WYERRLOG_API CWyFileOutput : public CWyLogOutput {
 
 // ---- Callbacks ----------------------------------------------------------------------------------
 
-// Hands each text to a function of the host: ended by a zero byte, with its length in bytes, valid
-// during the call. So do the three classes below.
+// Passes each text to a function of the host: with a zero byte at its end, its length in bytes
+// without that, valid during the call. A function that needs it for longer copies it. So do the
+// three classes below.
 //
-// The function runs on the thread that logs, several at once, while the log is held for reading:
-// what it asks of that log is refused (see CWyLogger), a message that it logs to it, say. What it
-// throws passes through to the caller of the logger. A null function is never called: Log then
-// answers false.
+//   void Collect(const char* pszText, int iLength) { theQueue().Push({pszText, size_t(iLength)}); }
+//   ...
+//   pLogger->SetLogOutput(pLogger->NewLogOutput(WyOutputType::SyncCallback, Collect));
+//
+// The function runs on the thread that logs, on several at once, while the log is held for reading:
+// what it asks of that log, to log a message to it for instance, is refused (see CWyLogger). It may
+// fork and may take as long as it likes; installing another output waits for it. What it throws
+// passes through to the caller of the logger. A null function is never called: Log then returns
+// false.
+//
+// A module that is unloaded (dlclose(3)) removes the outputs that call its functions first.
 class WYERRLOG_API CWySyncCallbackOutput : public CWyLogOutput {
  public:
   using Callback = void (*)(const char* pszText, int iLength);  // the host's function
@@ -256,9 +317,10 @@ class WYERRLOG_API CWySyncCallbackOutput : public CWyLogOutput {
   Callback m_pfnCallback;
 };
 
-// The same for functions that call `pfnFree` with the text when they are done with it. The text is
-// valid during the call all the same: who needs it for longer copies it. Such an output cannot be
-// the first of two trace outputs.
+// The same for functions that call `pfnFree` with the text when they no longer need it, on any
+// thread. `pfnFree` does nothing: the text is valid only during the call all the same, and a
+// function that needs it for longer copies it. Such an output cannot be the first of two trace
+// outputs.
 class WYERRLOG_API CWyAsyncCallbackOutput : public CWyLogOutput {
  public:
   // The host's function.
@@ -277,8 +339,9 @@ class WYERRLOG_API CWyAsyncCallbackOutput : public CWyLogOutput {
   Callback m_pfnCallback;
 };
 
-// The first with a parameter of the host, which stays the host's and must live as long as the
-// output. Neither it nor the function may be null: Open then fails.
+// CWySyncCallbackOutput with a parameter of the host, for example an object's address. The host
+// still owns it; it must live as long as the output. Neither it nor the function may be null: Open
+// returns false then.
 class WYERRLOG_API CWySyncParameterizedCallbackOutput : public CWyLogOutput {
  public:
   // The host's function.
@@ -297,8 +360,8 @@ class WYERRLOG_API CWySyncParameterizedCallbackOutput : public CWyLogOutput {
   void* m_pParam;
 };
 
-// The asynchronous one with a parameter of the host; see the two above. Log does not look at the
-// parameter again.
+// CWyAsyncCallbackOutput with a parameter of the host; see the two above. Log passes the parameter
+// on without testing it again.
 class WYERRLOG_API CWyAsyncParameterizedCallbackOutput : public CWyLogOutput {
  public:
   // The host's function.
