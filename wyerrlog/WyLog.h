@@ -13,11 +13,12 @@
 // ...), WY_TRACE(logger, ...). The places of the calls are filled in: file and line of a message,
 // file, line and function of a trace record.
 //
-// The header works on the public classes alone, and keeps to their order of calls. Any thread may
-// log; a call belongs to its thread, and what it borrows it gives back when it ends, also by an
-// exception from an argument or from a callback of the host. It allocates nothing itself. What
-// fails is dropped, and answered by false where there is an answer: so is everything at process
-// exit, once the process logger is released. A child that was forked logs on.
+// The header uses the public classes alone, and keeps to their order of calls. Any thread may log.
+// A call uses only objects of its own thread and releases them when it ends, also by an exception
+// from an argument or from a callback of the host. It allocates nothing itself. A record that
+// cannot be written is dropped, and the operations that have a result return false: also at process
+// exit, once the process logger is released. A forked child logs on, to its parent's outputs, under
+// its own process id.
 
 #include <atomic>
 #include <bitset>
@@ -33,43 +34,44 @@
 // ---- The place of a call ------------------------------------------------------------------------
 
 // A place in the source. As the last parameter of an operation, with the default
-// WyCallSite::Here(), it is the place of the operation's caller; so that a function that logs for
-// others can name them:
+// WyCallSite::Here(), it is the place of the operation's caller, so that a function that logs for
+// its callers names them:
 //
 //   void Refuse(const Request& request, WyCallSite where = WyCallSite::Here()) {
 //     WyLog({Login::Refused, where}, request.strUser);
 //   }
 //
-// The texts are not copied; those of the compiler live for ever.
+// The texts are not copied and must live as long as the object; those of the compiler are never
+// freed.
 struct WyCallSite {
-  // The place itself: path, line and function, as __FILE__, __LINE__ and __func__ give them.
+  // The place itself: path, line and function, as __FILE__, __LINE__ and __func__ name them.
   constexpr WyCallSite(const char* pszPath, int iLineOfCall, const char* pszNameOfFunction)
       : pszFile(pszPath), iLine(iLineOfCall), pszFunction(pszNameOfFunction) {}
 
-  // From a std::source_location, for those whose compiler has it. It is not needed for Here(),
-  // which is the same in C++17 and C++20: sources of both may meet in one program.
+  // From a std::source_location, if the compiler has it. Here() does not need it: it is the same in
+  // C++17 and C++20, so sources of both may meet in one program.
   template <typename Location, typename = decltype(std::declval<const Location&>().file_name())>
   constexpr WyCallSite(const Location& where)
       : WyCallSite(where.file_name(), static_cast<int>(where.line()), where.function_name()) {}
 
-  // The place of the call. The arguments are the compiler's to give.
+  // Returns the place of the call. Callers pass no arguments: the compiler supplies them.
   static constexpr WyCallSite Here(const char* pszFile = __builtin_FILE(),
                                    int iLine = __builtin_LINE(),
                                    const char* pszFunction = __builtin_FUNCTION()) {
     return {pszFile, iLine, pszFunction};
   }
 
-  const char* pszFile;      // path; records show what is behind its last "/"
+  const char* pszFile;      // path; records show the part after its last "/"
   int iLine;                // from 1; 0 for none
   const char* pszFunction;  // its bare name
 };
 
-// The same as a macro, for compilers that do not know the place of a caller: WyLog({Id, WY_HERE}).
+// The same as a macro, which needs no support of the compiler: WyLog({Id, WY_HERE}).
 #define WY_HERE WyCallSite(__FILE__, __LINE__, static_cast<const char*>(__func__))
 
 // A message's identifier, and the place that logs it.
 struct WyMessageAt {
-  // Made from the identifier alone at the call of WyLog, hence with the place of that call.
+  // Converts from the identifier alone at the call of WyLog, and so has the place of that call.
   constexpr WyMessageAt(unsigned int uMessageId, const WyCallSite& place = WyCallSite::Here())
       : uId(uMessageId), where(place) {}
 
@@ -81,8 +83,8 @@ struct WyMessageAt {
 
 namespace WyLogDetail {
 
-// One character, or the decimal text of a number, which for a floating one is the shortest that
-// reads back as the same.
+// One character, or the decimal text of a number: of a floating one the shortest that reads back as
+// the same number.
 class CpaShortText {
  public:
   explicit CpaShortText(char c) : m_szText{c} {}
@@ -105,7 +107,7 @@ struct HasText<T, std::enable_if_t<std::is_convertible_v<decltype(std::declval<c
 template <typename>
 inline constexpr bool IsUnknown = false;
 
-// A value as a text, which lives as long as the value and the answer do.
+// Returns a value as a text, valid as long as both the value and the result exist.
 template <typename T>
 auto ToText(const T& value) {
   if constexpr (std::is_same_v<T, bool>) {
@@ -130,11 +132,12 @@ auto ToText(const T& value) {
 // Logs a message of a component in the administrator's language: one line of the logger's error
 // log, "[pid/tid][date][file:line][SEVERITY][key] text". The arguments, at most 13, replace "{0}",
 // "{1}", ... in the text, which is cut to 4095 bytes. They are texts (a text ends with its first
-// zero byte; a null pointer is "<null>"; anything that has c_str() or converts to std::string_view
-// is one), numbers, characters and bool. What is not found is shown as
-// CWyErrLogMessage::FormatMessage tells.
+// zero byte; a null pointer is shown as "<null>"; anything that has c_str() or converts to
+// std::string_view is a text), numbers, characters and bool. A message that is not found is shown
+// as CWyErrLogMessage::FormatMessage describes.
 //
-// True when the logger's output has taken the line; false also without an output.
+// Returns true if the logger's output has taken the line; false also without an output, and if
+// memory allocation fails (nothing is written then). Throws only what a host's output throws.
 template <typename... Arguments>
 bool WyLog(CWyLogger& logger, const WyMessageAt& message, const Arguments&... arguments) {
   static_assert(sizeof...(arguments) <= CpaArgList::MaxArguments, "a message has 13 arguments");
@@ -148,10 +151,10 @@ bool WyLog(const WyMessageAt& message, const Arguments&... arguments) {
   return WyLog(*theLogger(), message, arguments...);
 }
 
-// The same for a message whose component has a printf pattern in the place of a key: a line "[pid/
-// tid][date][file:line][SEVERITY] text". The pattern comes from the component at run time, so the
-// compiler does not check that its conversions fit the arguments. False also when there is no such
-// message; nothing is logged then.
+// The same for a message whose component has a printf pattern in place of a key: a line
+// "[pid/tid][date][file:line][SEVERITY] text". The pattern comes from the component at run time, so
+// the compiler does not check that its conversions fit the arguments: the caller must. Returns
+// false also if there is no such message; nothing is logged then.
 template <typename... Arguments>
 bool WyLogPrintf(CWyLogger& logger, const WyMessageAt& message, Arguments... arguments) {
   static_assert((... && std::is_scalar_v<Arguments>), "printf takes numbers and pointers to texts");
@@ -167,12 +170,17 @@ bool WyLogPrintf(const WyMessageAt& message, Arguments... arguments) {
 
 // ---- Audit records ------------------------------------------------------------------------------
 
-// Writes a printf-formatted record of any length to the logger's audit log. The record is what the
-// format makes, without a prolog: in a file of lines it ends with "\n".
+// Writes a printf-formatted record of any length to the logger's audit log. The record is the
+// formatted text alone, without a prolog; in a file of lines the format ends with "\n". The
+// compiler checks format and arguments.
 //
-// True when the logger's output has taken the record: a host that must not act without an audit
-// record looks at the answer. False also without an output and for a null or empty format. Throws
-// std::bad_alloc when there is no memory for a record of 4096 bytes and more.
+// Returns true if the logger's output has taken the record. A host that must not act without an
+// audit record tests the result:
+//
+//   if (!WyAudit("grant user=\"%s\"\n", strUser.c_str())) return Refuse(strUser);
+//
+// Returns false also without an output and for a null or empty format. Throws std::bad_alloc if
+// there is no memory for the record, and what a host's output throws.
 inline bool WyAuditVA(CWyLogger& logger, const char* pszFormat, va_list args)
     __attribute__((format(printf, 2, 0)));
 inline bool WyAudit(CWyLogger& logger, const char* pszFormat, ...)
@@ -203,67 +211,71 @@ inline bool WyAudit(const char* pszFormat, ...) {
 // NOLINTBEGIN(bugprone-macro-parentheses): the rest of the statement follows
 
 // WY_TRACE(component) and WY_TRACE(logger, component) begin a statement that writes one trace
-// record, of the component or sub-component with that identifier; what follows sets its fields:
+// record, of the component or sub-component with that identifier; the rest of the statement sets
+// its fields:
 //
 //   WY_TRACE(Login::Authentication).Set(WyField::User, strUser).Message("checked in %d ms", iTime);
 //
-// When the component is not traced nothing that follows is evaluated, and the statement costs a few
-// instructions. Otherwise the fields are set in the order in which they stand. The first that its
-// filter rejects drops the record. While the statement runs, its thread traces nothing else: what
-// the arguments call, or the outputs, cannot trace again. When an argument throws there is no
-// record.
+// If the component is not traced the rest is not evaluated, and the statement costs a few
+// instructions. Otherwise the fields are set in the order of the statement. The first value that
+// its filter rejects drops the record. While the statement runs, its thread traces nothing else:
+// functions that the arguments or the outputs call cannot trace again. If an argument throws there
+// is no record, and the exception passes through. The statement has no result; failures are not
+// reported.
 #define WY_TRACE(...)                                                       \
   for (CWyTraceData* wyTraceData = WyLogDetail::TakeTraceData(__VA_ARGS__); \
        wyTraceData != nullptr; wyTraceData = nullptr)                       \
   WyLogDetail::CWyTraceWriter() & CWyTraceRecord(*wyTraceData).At(WY_HERE)
 // NOLINTEND(bugprone-macro-parentheses)
 
-// One trace record while it is filled, for its thread alone. It borrows the thread's CWyTraceData,
-// and empties it at its end. The fields Function, SrcFile ("agent.cpp:41"), Pid, Tid, Date, Time
-// and PreciseTime, as far as the call has not set them, are filled in when the record is written.
+// One trace record while it is filled, for its thread alone. It uses the thread's CWyTraceData,
+// which the logger owns, and empties it at its end. The fields Function, SrcFile ("agent.cpp:41"),
+// Pid, Tid, Date, Time and PreciseTime, unless the statement has set them, are filled in when the
+// record is written.
 class CWyTraceRecord {
  public:
-  // `data` is what ShouldTraceAlloc or ShouldTrace has made ready, on a thread that isTracing().
-  // WY_TRACE sees to both.
+  // Requires: ShouldTraceAlloc or ShouldTrace has returned true for `data`, on a thread that
+  // isTracing(). WY_TRACE ensures both.
   explicit CWyTraceRecord(CWyTraceData& data) : m_data(data) {}
   ~CWyTraceRecord() { m_data.LeaveNoBody(); }
   CWyTraceRecord(const CWyTraceRecord&) = delete;
   CWyTraceRecord& operator=(const CWyTraceRecord&) = delete;
 
-  // The place that the record tells.
+  // Sets the place that the record reports.
   CWyTraceRecord& At(const WyCallSite& where) {
     m_where = where;
     return *this;
   }
 
-  // Sets a field when it is among those that the trace configuration shows (a filter on one that is
-  // not shown has no say). The value is copied; it
-  // is what WyLog takes as an argument (a floating number gets six decimals, a null text is an
-  // empty one), or a function without parameters that answers such a value, and which is called
-  // only when the field is shown.
+  // Sets a field if the trace configuration shows it; the filter of a field that is not shown has
+  // no effect. The value is copied. It is of any type that WyLog takes as an argument (a floating
+  // number has six decimals, a null text is an empty one), or a function without parameters that
+  // returns such a value, and which is called only if the field is shown:
+  //
+  //   .Set(WyField::Group, [&] { return JoinGroups(user); })
   template <typename Value>
   CWyTraceRecord& Set(WyField::Number field, const Value& value) {
     if (IsWanted(field)) m_bWanted = Store(field, value);
     return *this;
   }
 
-  // Sets the field Message to a printf-formatted text of any length; formatted only when it is
-  // shown.
+  // Sets the field Message to a printf-formatted text of any length, which is formatted only if the
+  // field is shown.
   CWyTraceRecord& Message(const char* pszFormat, ...) __attribute__((format(printf, 2, 3)));
 
-  // Lets a function set what several records have in common: fill(*this).
+  // Calls fill(*this): for fields that several records set in the same way.
   template <typename Fill>
   CWyTraceRecord& With(const Fill& fill) {
     fill(*this);
     return *this;
   }
 
-  // Whether it is worth while to find out the value of a field: it is shown, and no filter has
-  // dropped the record yet.
+  // Returns true if the value of a field will be used: it is shown, and no filter has dropped the
+  // record yet.
   bool IsWanted(WyField::Number field) const { return m_bWanted && m_data.FieldTraced(field); }
 
-  // Writes the record, unless a filter has dropped it: the end of WY_TRACE. True when each of the
-  // logger's trace outputs has taken it.
+  // Writes the record, unless a filter has dropped it: the end of WY_TRACE. Returns true if each of
+  // the logger's trace outputs has taken it.
   bool Write();
 
  private:
@@ -327,7 +339,7 @@ void CWyTraceRecord::FillIn(WyField::Number field, const Value& value) {
   });
   for (const WyField::Number field :
        {WyField::Pid, WyField::Tid, WyField::Date, WyField::Time, WyField::PreciseTime}) {
-    constexpr int Ignored = 0;  // these five know their values
+    constexpr int Ignored = 0;  // the record knows the values of these five
     if (IsWanted(field) && !m_set[field]) m_bWanted = m_data.SetFieldValue(field, Ignored);
   }
   return m_bWanted && m_data.Format() && m_data.Log();
@@ -335,37 +347,38 @@ void CWyTraceRecord::FillIn(WyField::Number field, const Value& value) {
 
 namespace WyLogDetail {
 
-// As long as there is no memory to make the process logger, theLogger answers another one, which
-// has no components and is not noted.
+// If there is no memory to construct the process logger, theLogger returns a released one, which
+// has no components; its address is not cached.
 [[gnu::noinline]] inline CWyLogger& AskForProcessLogger(std::atomic<CWyLogger*>& note) {
   CWyLogger* const pLogger = theLogger();
   if (pLogger->GetAvailableComponents() != nullptr) note.store(pLogger, std::memory_order_release);
   return *pLogger;
 }
 
-// The process logger, which never moves once it is made: its address is asked for once. Each module
-// has its own note of it, which does not keep the module from being unloaded.
+// Returns the process logger, which never moves once it is constructed: its address is asked for
+// once. Each module caches it in a variable of its own, which does not keep the module from being
+// unloaded.
 WYERRLOG_LOCAL inline CWyLogger& ProcessLogger() {
   static std::atomic<CWyLogger*> s_pLogger{nullptr};
   CWyLogger* const pLogger = s_pLogger.load(std::memory_order_acquire);
   return pLogger != nullptr ? *pLogger : AskForProcessLogger(s_pLogger);
 }
 
-// The second look, for the few calls that pass the first one.
+// The second test, for the few calls that pass MayTrace.
 [[gnu::noinline]] inline CWyTraceData* TakeTraceDataIfTraced(CWyLogger& logger, unsigned int uId) {
   CWyTraceData* pData = nullptr;
   const bool bTraced = CWyTraceSupresser::isTracing() && logger.ShouldTraceAlloc(uId, &pData);
   return bTraced ? pData : nullptr;
 }
 
-// The calling thread's CWyTraceData; null when there is nothing to trace.
+// Returns the calling thread's CWyTraceData; null if there is nothing to trace.
 inline CWyTraceData* TakeTraceData(CWyLogger& logger, unsigned int uId) {
   return __builtin_expect(logger.MayTrace(uId), false) ? TakeTraceDataIfTraced(logger, uId)
                                                        : nullptr;
 }
 inline CWyTraceData* TakeTraceData(unsigned int uId) { return TakeTraceData(ProcessLogger(), uId); }
 
-// Comes last in a statement, and writes when nothing before it has thrown.
+// Evaluated last in the statement: writes the record if nothing before has thrown.
 struct CWyTraceWriter {
   void operator&(CWyTraceRecord& record) const { record.Write(); }
 };

@@ -126,8 +126,8 @@ class WYERRLOG_API CWyLogOutput {
 // outputs and open while one of them is. Not exported; thread-safe.
 class CWyConsoleManager {
  public:
-  CWyConsoleManager();           // no terminal is open
-  virtual ~CWyConsoleManager();  // nor closed
+  CWyConsoleManager();           // opens nothing
+  virtual ~CWyConsoleManager();  // closes nothing
   CWyConsoleManager(const CWyConsoleManager&) = delete;
   CWyConsoleManager& operator=(const CWyConsoleManager&) = delete;
 
@@ -179,11 +179,12 @@ class WYERRLOG_API CWyConsoleOutput : public CWyLogOutput {
 //   AppendRollBySize     appended to                 yes
 //   RollAtOpenAndBySize  renamed to a backup         yes
 //
-// Several threads write at once; the system appends their messages one after another (O_APPEND),
-// and keeps them if the process dies. Nothing is forced to the disk (fsync). Several processes may
-// append to one file; only one may roll it over, so that the others use mode Append. A forked child
-// writes through the parent's descriptor; one that goes on logging to a size-limited file installs
-// an output of its own. Files are closed in programs that the process executes (O_CLOEXEC).
+// Several threads write at once; the system writes their messages one after another, and keeps them
+// if the process dies. Nothing is forced to the disk (fsync(2)). Several processes may append to
+// one file (O_APPEND), but only one of them may roll it over; the others then write to the backup
+// until they open the file again. A forked child writes through the parent's descriptor; one that
+// goes on logging to a size-limited file installs an output of its own. Programs that the process
+// executes do not inherit the descriptor (O_CLOEXEC).
 //
 // The path must lead to a regular file or a character device, or to nothing yet; anything else is
 // refused, without waiting for the other end of a pipe. Only regular files are rolled over, and
@@ -292,7 +293,8 @@ class WYERRLOG_API CWyFileOutput : public CWyLogOutput {
 //
 //   void Collect(const char* pszText, int iLength) { theQueue().Push({pszText, size_t(iLength)}); }
 //   ...
-//   pLogger->SetLogOutput(pLogger->NewLogOutput(WyOutputType::SyncCallback, Collect));
+//   CWyLogOutput* pOutput = pLogger->NewLogOutput(WyOutputType::SyncCallback, Collect);
+//   if (!pLogger->SetLogOutput(pOutput)) pLogger->DeleteLogOutput(pOutput);
 //
 // The function runs on the thread that logs, on several at once, while the log is held for reading:
 // what it asks of that log, to log a message to it for instance, is refused (see CWyLogger). It may

@@ -4,6 +4,13 @@
 // The trace configuration and the trace record, which are one class: a logger's installed
 // configuration is a CWyTraceData, and each thread that traces fills a copy of it with the values
 // of its record.
+//
+// A trace configuration file selects components, data fields in their order, and filters:
+//
+//   version: 1.1
+//   components: Login_Logout/Authentication, IsAuthorized
+//   data: Date, PreciseTime, SrcFile, User, Message
+//   User: ==alice
 
 #include <array>
 #include <cstdarg>
@@ -19,14 +26,16 @@
 
 class CWyLogger;
 
-// One component or sub-component that a trace configuration file can select.
+// One component or sub-component that a trace configuration file can select. The logger's own
+// tables are read with CWyLogger::GetAvailableComponents.
 struct WyTraceComponentInfo {
   bool bTraced;         // selected
   unsigned int uId;     // component number in bits 24 to 31, sub-component number in bits 16 to 23
   const char* pszName;  // "Login_Logout", "Login_Logout/Authentication"; owned by the logger
 };
 
-// One of the 66 data fields: what the configuration says of it, and its value in a record.
+// One of the 66 data fields: its configuration, and its value in a record. The record owns the
+// value; the configuration, which its records share, owns the filter text; names are never freed.
 struct WyTraceDataFieldInfo {
   bool bTraced;            // stands on the "data" line
   bool bFiltered;          // has a filter
@@ -40,8 +49,8 @@ struct WyTraceDataFieldInfo {
   char szValue[1024];      // texts of up to 1023 bytes
 };
 
-// The lines that CWyTraceData::AssembleTraceMessage writes: a record, or a line of the header above
-// the records.
+// The lines that CWyTraceData::AssembleTraceMessage writes: a record, or one of the header lines
+// above the records.
 namespace WyTraceLine {
 enum Number : int {
   Values = 0,  // of the fields
@@ -51,76 +60,87 @@ enum Number : int {
 };
 }  // namespace WyTraceLine
 
-// One trace call, when the logger has said that its component is traced:
+// One trace call, once the logger has decided that its component is traced:
 //
 //   CWyTraceData* pData = nullptr;
-//   if (pLogger->ShouldTraceAlloc(uComponentId, &pData)) {
+//   if (CWyTraceSupresser::isTracing() && pLogger->ShouldTraceAlloc(uComponentId, &pData)) {
 //     CWyTraceSupresser suppress;
 //     bool bWanted = !pData->FieldTraced(WyField::User) ||
 //                    pData->SetFieldValue(WyField::User, "alice");
-//     ... further fields, until one answers false: its filter drops the record
+//     ... further fields, until one returns false: its filter drops the record
 //     if (bWanted && pData->Format()) pData->Log();
 //     pData->LeaveNoBody();
 //   }
 //
-// WY_TRACE (WyLog.h) does all that in one statement, and empties the record also when an argument
-// or the host's callback throws.
+// WY_TRACE (WyLog.h) does all that in one statement, and empties the record also if an argument or
+// the host's callback throws.
 //
 // A record belongs to one thread at a time and takes no lock. It shares the texts and tables of its
-// configuration, which live until the last record that uses them lets go, whatever happens to the
-// logger's configuration in between. An object is about 70 KiB; one on the stack needs that room.
+// configuration, which live until the last record that uses them is destroyed or takes over another
+// configuration, whatever happens to the logger's configuration in between. A forked child goes on
+// with the record of the thread that forked; it never uses those of the parent's other threads.
+//
+// An object has about 70 KiB, most of it room for values: one on the stack needs that much of the
+// thread's stack. If memory allocation fails, operations return false. Only Log can throw: what a
+// host's output throws.
 class WYERRLOG_API CWyTraceData {
  public:
-  static constexpr unsigned int FieldCount = WyField::Count;  // of a configuration, and a record
+  static constexpr unsigned int FieldCount = WyField::Count;  // of configurations and records
   static constexpr int InlineValueSize = 1024;                // bytes, with the terminator
 
   CWyTraceData();
   virtual ~CWyTraceData();
   CWyTraceData(const CWyTraceData&) = delete;
-  // Takes over the configuration of another object; the values stay this object's own.
+  // Takes over the configuration of another object, and its logger if it has one; this object keeps
+  // its values. The tables are shared, not copied.
   CWyTraceData& operator=(const CWyTraceData& master);
 
   // ---- Configuration ----------------------------------------------------------------------------
 
-  // Makes this fresh object a configuration. `iFormat` is the layout (see
-  // CWyErrLogMessage::BeginTraceFormat), `pszDelimiter` the separator of layout 2 or null. The
-  // component table is copied with its names; `pDataFieldInfo` has 66 entries. Answers false for
-  // null tables and for a configuration file that cannot be read or is not one.
+  // Makes this new object a configuration. `iFormat` is a WyTraceLayout, `pszDelimiter` the
+  // separator of the layout Delimited or null. The component table is copied with its names;
+  // `pDataFieldInfo` has 66 entries. Returns false for null tables and a negative count, if memory
+  // allocation fails, and as ReadConfigFile does. CWyLogger::EnableTrace calls it with the logger's
+  // tables.
   bool SetConfiguration(int iFormat, const char* pszDelimiter, const char* pszConfigFile,
                         int iComponentCount, WyTraceComponentInfo* pComponentInfo,
                         WyTraceDataFieldInfo* pDataFieldInfo, bool bUseLocalTime);
 
-  // Reads a trace configuration file into the tables. False when it cannot be opened, and when its
-  // first two statements are not "components" and "data"; what stood before is applied all the
-  // same. Unknown names and filters that make no sense are passed over. A read error ends the file.
-  // Objects that took this configuration over before keep what they have.
+  // Reads a trace configuration file into the tables. Returns false if it cannot be opened
+  // (open(2), with the reason in errno), and if its first two statements are not "components" and
+  // "data"; the statements before the wrong one are applied all the same. Unknown names and filters
+  // without a known operator are ignored. A read error ends the file. Lines are parsed in pieces of
+  // 8092 bytes. Objects that took this configuration over before keep the one they have.
   bool ReadConfigFile(const char* pszConfigFile);
 
   // Selects a component with all its sub-components, or one sub-component, for this object and
-  // those that share its configuration. False without a table.
+  // those that share its configuration. An unknown identifier selects nothing. Returns false
+  // without a table. Requires: no other thread uses the configuration.
   bool MarkComponentTraced(unsigned int uId);
 
-  // Entries by identifier or by exact name; null when there is none.
+  // Return an entry by identifier or by exact name; null if there is none. The entry belongs to the
+  // object, and is valid until this takes over or reads another configuration or is destroyed.
   WyTraceComponentInfo* GetComponentInfo(unsigned int uId);
   WyTraceComponentInfo* GetComponentInfo(const char* pszName);
   WyTraceDataFieldInfo* GetDataFieldInfo(unsigned int uId);
   WyTraceDataFieldInfo* GetDataFieldInfo(const char* pszName);
 
-  // Whether the configuration selects the component of the identifier. The logger keeps the
-  // answers: callers ask it.
+  // Returns true if the configuration selects the component of the identifier. A search through the
+  // table: callers ask the logger, which caches the results.
   bool ComponentSelected(unsigned int uId);
 
-  // Whether the field stands on the "data" line, and whether it has a filter; false for field
+  // Return whether the field is on the "data" line, and whether it has a filter; false for field
   // numbers of 66 and more.
   bool FieldTraced(unsigned int uId) const { return uId < FieldCount && m_fields[uId].bTraced; }
   bool FieldFiltered(unsigned int uId) const { return uId < FieldCount && m_fields[uId].bFiltered; }
 
   // ---- Values -----------------------------------------------------------------------------------
 
-  // Sets the value of a field and applies the field's filter: false means that the record is to be
-  // dropped. Also false for field numbers of 66 and more, and when memory for a long text is
-  // lacking. Texts are copied; field 1 (SrcFile) keeps 1023 bytes, others any length; a null text
-  // is an empty one.
+  // Sets the value of a field and applies the field's filter. Returns false if the value does not
+  // pass: the caller then drops the record. Returns false also for field numbers of 66 and more,
+  // and if memory allocation for a long text fails. Texts are copied; field 1 (SrcFile) keeps 1023
+  // bytes, others any length; a null text is an empty one. A field that the configuration does not
+  // show can be set; its filter counts, and the value is not written.
   //
   // The fields Pid and Tid (2, 3) take their own values with the int overload, and the fields Date,
   // Time and PreciseTime (4, 5, 6) are read from the clock together by the highest-numbered of them
@@ -131,32 +151,37 @@ class WYERRLOG_API CWyTraceData {
   bool SetFieldValue(unsigned int uId, const char* pszValue);
   bool SetFieldValue(unsigned int uId, bool bValue);  // "true", "false"
 
-  // Whether the field's present value passes its filter; false without one.
+  // Returns true if the field's present value passes its filter; false without a filter.
   bool TestDataFilter(unsigned int uId);
 
-  // Sets the fields 4, 5 and 6 from one reading of the clock and applies their filters.
+  // Sets the fields 4, 5 and 6 from one reading of the clock (gettimeofday(2)) and applies their
+  // filters. Returns false if one does not pass, and if the time cannot be read or converted.
   bool PopulateDateandTime();
 
-  // A printf-formatted text of any length in memory of the record, valid until the next such call
-  // or until the record is emptied. Empty for a null format and when formatting fails; cut to 1023
-  // bytes when memory is lacking.
+  // Returns a printf-formatted text of any length. The record owns it; it is valid until the next
+  // such call or until the record is emptied. Empty for a null format and if formatting fails; cut
+  // to 1023 bytes if memory allocation fails. Never null. Meant as the argument of SetFieldValue:
+  //
+  //   pData->SetFieldValue(WyField::Message, pData->FormatTraceMessage("%d rules", iRules));
   char* FormatTraceMessage(const char* pszFormat, ...) __attribute__((format(printf, 2, 3)));
   char* FormatTraceMessageVA(const char* pszFormat, va_list args)
       __attribute__((format(printf, 2, 0)));
 
   // ---- The record -------------------------------------------------------------------------------
 
-  // Writes a line of the selected fields into the message; `iMode` is a WyTraceLine. The layout Xml
-  // has Values alone: returns false for the others.
+  // Appends a line of the selected fields to the message; `iMode` is a WyTraceLine. Returns false
+  // for a null message, in the layout Xml for every line but Values, and if memory allocation
+  // fails.
   bool AssembleTraceMessage(CWyErrLogMessage* pMsg, int iMode);
-  bool Format();  // assembles the values into the record's own message
-  bool Log();     // hands that message to the logger; its answer
+  bool Format();  // appends the values to the record's own message
+  bool Log();     // CWyLogger::LogTraceMsg with that message
 
-  // The logger that Log uses; the process logger when none is set.
+  // The logger that Log uses, which the host keeps alive; the process logger if none is set.
   void SetLogger(CWyLogger* pLogger) { m_pLogger = pLogger; }
   CWyLogger* GetLogger() const;
 
-  // Empties the record for the next call. Always true.
+  // Empty the record for the next call, and free the memory of long values. The two are the same.
+  // Always return true.
   bool CleanUpData();
   bool LeaveNoBody();
 
@@ -166,15 +191,16 @@ class WYERRLOG_API CWyTraceData {
   // Values of uFilterOp.
   enum FilterOperator : unsigned int { Equal = 1, NotEqual = 2, Holds = 7, HoldsNot = 8 };
 
-  // What a configuration owns and its records share. The raw pointers m_pszDelimiter, m_pComponents
-  // and pszFilter point into it.
+  // What a configuration and its records share. The raw pointers m_pszDelimiter, m_pComponents and
+  // pszFilter point into it.
   struct WYERRLOG_LOCAL Shared {
     std::optional<std::string> delimiter;
     std::vector<WyTraceComponentInfo> components;
     std::shared_ptr<const std::vector<std::string>> pNames;  // that `components` points at
     std::array<std::string, FieldCount> filters;
 
-    // The logger that the components come from may be gone before the last record is.
+    // Copies the names: the logger that the components come from may be destroyed before the last
+    // record is.
     WYERRLOG_LOCAL void TakeNames();
   };
 
@@ -224,8 +250,8 @@ class WYERRLOG_API CWyTraceData {
   unsigned int m_uDateTimeField;
 
   std::shared_ptr<Shared> m_pShared;
-  // Tells configurations apart, of one logger or of several, whatever their versions: a number that
-  // no other configuration of this process has. 0 before the first one.
+  // Identifies the configuration, of this logger or another, whatever its version: a number that no
+  // other configuration of this process has. 0 before the first one.
   std::uint64_t m_uConfiguration;
   // The fields set since the record was last emptied, a bit each.
   std::array<std::uint64_t, 2> m_auSet;
@@ -234,9 +260,9 @@ class WYERRLOG_API CWyTraceData {
 // ---- Per thread ---------------------------------------------------------------------------------
 
 // Switches tracing off for the calling thread while a record is built and written, so that nothing
-// called on the way traces again. It does not count: the end of any holder switches tracing on. The
-// setting is a thread-specific value (pthread_setspecific), so a forked child has that of the
-// thread that forked.
+// called on the way traces again. Holders are not counted: the end of any holder switches tracing
+// on. The setting is a thread-specific value (pthread_setspecific(3)), so a forked child has that
+// of the thread that forked. If the system has no memory for the value, tracing stays on.
 class WYERRLOG_API CWyTraceSupresser {
  public:
   CWyTraceSupresser() { setTracing(false); }  // switches tracing off
@@ -244,15 +270,22 @@ class WYERRLOG_API CWyTraceSupresser {
   CWyTraceSupresser(const CWyTraceSupresser&) = delete;
   CWyTraceSupresser& operator=(const CWyTraceSupresser&) = delete;
 
-  // Whether the calling thread traces: true in a new one. The logger's decisions do not ask this,
-  // so that who traces by hand does.
+  // Returns true if the calling thread traces, as a new thread does. The logger's decisions do not
+  // ask this: a caller that traces without WY_TRACE does.
   static bool isTracing();
-  // What the objects do, for those who cannot hold one.
+  // The operation of constructor and destructor, for callers that cannot hold an object for a
+  // scope.
   static void setTracing(bool bTracing);
 };
 
-// One opaque pointer per thread for the host, the context of the request it is serving. The library
-// never looks at it and does not own it. A forked child has that of the thread that forked.
+// One opaque pointer per thread for the host, the context of the request that the thread serves.
+// The library does not dereference it and does not own it: the host clears it before it frees the
+// context. A forked child has that of the thread that forked. A failure to store it (no memory) is
+// not reported.
+//
+//   CWyRequestContext::SetRequestContextData(&request);
+//   ...
+//   auto* pRequest = static_cast<Request*>(CWyRequestContext::GetRequestContextData());
 class WYERRLOG_API CWyRequestContext {
  public:
   static void* GetRequestContextData();            // null until it is set
