@@ -182,11 +182,14 @@ class WYERRLOG_API CWyErrLogMessage {
 
   // ---- Error-log line: prolog -------------------------------------------------------------------
 
-  // Replaces the text by the start of an error-log line: "[pid/tid][Mon Nov 16 2026
-  // 17:16:13][file:line]". Only the part of `pszPath` after its last "/" is shown; it must not be
-  // null. A line of 0 or less is left out. `iType` is stored and has no effect. Returns false if
-  // the time cannot be read or converted (the text is then "[pid/tid][") or memory allocation
-  // fails; the caller may format the message all the same.
+  // Replaces the text by the start of an error-log line:
+  //
+  //   [pid/tid][Mon Nov 16 2026 17:16:13][file:line]
+  //
+  // Only the part of `pszPath` after its last "/" is shown; it must not be null. A line of 0 or
+  // less is left out. `iType` is stored and has no effect. Returns false if the time cannot be read
+  // or converted (the text is then "[pid/tid][") or memory allocation fails; the caller may format
+  // the message all the same.
   bool FormatLogProlog(const char* pszPath, int iLine, int iType);
 
   // ---- Error-log line: message ------------------------------------------------------------------

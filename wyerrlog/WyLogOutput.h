@@ -223,7 +223,7 @@ class WYERRLOG_API CWyFileOutput : public CWyLogOutput {
 
   // ---- The steps of Open and Log; the logger's callers need none of them ------------------------
 
-  // Writes the text with one write(2), without a look at the size. Returns false if that fails.
+  // Writes the text with one write(2), whatever the size of the file. Returns false if that fails.
   bool LogMessage(const char* pszText);
 
   // Returns false only if access(2) reports that there is no such file (ENOENT), and sets errno to

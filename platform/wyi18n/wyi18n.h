@@ -12,73 +12,83 @@
 // --- Files --------------------------------------------------------------------------------------
 // Each call has the contract of the POSIX call of the same meaning: a negative result reports
 // failure, with the reason in errno. A null path name fails with EFAULT. A call that a signal
-// handler interrupts is repeated.
+// handler interrupts (EINTR) is repeated.
 
-// Opens a file like open(). `mode` holds the permission bits of a file that the call creates and is
-// ignored when it creates none. The descriptor is always close-on-exec, so that programs which the
-// process starts do not inherit it. The caller owns it and closes it with close().
+// Opens a file like open(2). `mode` has the permission bits of a file that the call creates, less
+// the umask, and is ignored when it creates none. The descriptor is always close-on-exec, so that
+// programs that the process executes do not inherit it. The caller owns it and closes it with
+// close(2).
+//
+//   const int hFile = WyOpen("/var/log/agent.log", O_WRONLY | O_CREAT | O_APPEND, 0644);
+//   if (hFile < 0) return std::strerror(errno);
 WYI18N_EXPORT int WyOpen(const char* path, int flags, int mode);
 
-// Tests a file like access(): F_OK for existence, or R_OK, W_OK and X_OK combined.
+// Tests a file like access(2): F_OK for existence, or R_OK, W_OK and X_OK combined.
 WYI18N_EXPORT int WyAccess(const char* path, int mode);
 
-// Renames a file like rename(), but never replaces: an existing file of the name `to` fails with
-// EEXIST. Where the file system cannot rename so by itself, an empty file takes the name first; it
-// stays when the process is killed in between. Directories cannot be renamed there.
+// Renames a file like rename(2), but never replaces: if a file of the name `to` exists the call
+// fails with EEXIST. Where the file system has no such operation (renameat2(2) with
+// RENAME_NOREPLACE), the call first creates an empty file of that name, and replaces only that one;
+// it stays behind if the process is killed in between. Directories cannot be renamed there.
 WYI18N_EXPORT int WyRename(const char* from, const char* to);
 
-// Removes a file name like unlink().
+// Removes a file name like unlink(2).
 WYI18N_EXPORT int WyUnlink(const char* path);
 
 // --- Shared libraries ---------------------------------------------------------------------------
 
-// Opens a shared library by path (a name with a slash) or by name (searched like the dynamic linker
-// does). All its symbols are bound at once, so that a library with a missing symbol is refused here
-// and does not fail at a later call, and they serve no other library. Returns the handle, which the
-// caller gives back with dlclose(), or null; dlerror() then has the reason. A null or empty name
-// answers null.
+// Opens a shared library like dlopen(3): by path (a name with a slash) or by name, which is looked
+// up where the dynamic linker looks. All its symbols are bound at once (RTLD_NOW), so that a
+// library with a missing symbol is refused here and does not fail at a later call; other libraries
+// do not see them (RTLD_LOCAL). Returns the handle, which the caller passes to dlclose(3); or null,
+// with the reason in dlerror(3). Returns null for a null or empty name, too.
 WYI18N_EXPORT void* WyLoadLibrary(const char* name);
 
 // --- Environment --------------------------------------------------------------------------------
-// The environment is the process's own and has no lock: the host does not change it (setenv,
+// The environment belongs to the process and has no lock: the host does not change it (setenv,
 // putenv) while another thread may be in one of these calls.
 
 // Owns a copy of one text of any length, or no text at all.
 class WYI18N_EXPORT CWyDynamicBufferForI18N {
  public:
-  // Copies `text`; null makes a buffer without text, and so does a failed allocation.
+  // Copies `text`. The buffer has no text if `text` is null or memory allocation fails.
   explicit CWyDynamicBufferForI18N(const char* text);
   ~CWyDynamicBufferForI18N();
   CWyDynamicBufferForI18N(const CWyDynamicBufferForI18N&) = delete;
   CWyDynamicBufferForI18N& operator=(const CWyDynamicBufferForI18N&) = delete;
 
-  // The text, zero-terminated and valid as long as the buffer; null when there is none.
+  // The text, zero-terminated and valid as long as the buffer exists; null if there is none.
   const char* c_str() const noexcept { return m_pszText; }
 
  private:
   char* const m_pszText;
 };
 
-// The value that an environment variable had when the object was made. Later changes of the
-// environment do not reach it.
+// The value that an environment variable had when the object was constructed. Later changes of the
+// environment do not change it.
+//
+//   const CWyGetEnv root("ORVA_WA_ROOT");
+//   if (root.c_str() != nullptr) Load(root.c_str());
 class WYI18N_EXPORT CWyGetEnv {
  public:
   // Reads the variable `name`; a null name counts as one that is not set.
   explicit CWyGetEnv(const char* name);
 
-  // The value, valid as long as the object: null when the variable is not set, the empty text when
-  // it is set to nothing.
+  // The value, valid as long as the object exists: null if the variable is not set (or memory
+  // allocation fails), the empty text if its value is empty.
   const char* c_str() const noexcept { return m_value.c_str(); }
 
  private:
   const CWyDynamicBufferForI18N m_value;
 };
 
-// The administrator's locale, in the spelling of the environment ("de_DE.UTF-8"): the first of the
-// variables LC_ALL, LC_MESSAGES and LANG that is set and not empty, else "en". It is looked up at
-// every call. The text belongs to the environment and is valid until the variable changes. A string
-// that was given to putenv for another variable, and is made one of these by writing into it, is
-// found when the environment has changed otherwise.
+// Returns the administrator's locale, in the spelling of the environment ("de_DE.UTF-8"): the first
+// of the variables LC_ALL, LC_MESSAGES and LANG that is set and not empty, else "en". Never null.
+// It is looked up at every call. The environment owns the text, which is valid until the variable
+// changes.
+//
+// One change goes unnoticed until the next other change: a string that was passed to putenv(3) for
+// another variable, and is turned into one of these three by writing into it.
 WYI18N_EXPORT const char* WyGetAdminLocale();
 
 #endif

@@ -1,6 +1,9 @@
 #ifndef WYXLATE_BUNDLECACHE_H
 #define WYXLATE_BUNDLECACHE_H
 
+// The cache of loaded bundles behind CWyXlate: each file is read once, and a known bundle is found
+// without waiting for any file.
+
 #include <atomic>
 #include <cstddef>
 #include <optional>
@@ -12,19 +15,19 @@
 #include "wyxlate/LoadedBundle.h"
 #include "wyxlate/TextHash.h"
 
-// The resource directory, and every bundle that was read from it or looked for in vain.
+// The resource directory, and every bundle that was read from it, or that has no files there.
 //
-// A bundle that is known is found under a shared lock. Files are read without any lock: threads
-// that miss the same bundle at the same time each read it, and the first to finish puts it into the
-// cache; so no thread waits for another's file, and in a forked child nothing waits for a reader
-// that stayed behind in the parent.
+// A known bundle is found under a shared lock. Files are read without any lock: threads that miss
+// the same bundle at the same time each read it, and the first to finish puts it into the cache; so
+// no thread waits for another thread's file, and in a forked child nothing waits for a reader of
+// the parent.
 class CWyBundleCache {
  public:
   // See CWyXlate::SetResourceDirectory. Throws std::bad_alloc.
   bool SetDirectory(const char* pszDirectory);
 
-  // See CWyXlate::GetBundle; neither name is null. Throws std::bad_alloc, and only when the bundle
-  // is not yet known.
+  // See CWyXlate::GetBundle; neither name is null. Throws std::bad_alloc, but only if the bundle is
+  // not yet known.
   BundleRef Get(const char* pszBundle, const char* pszLocale);
 
   // Around fork(), called on the forking thread: no other thread is within the cache at the fork.
@@ -69,14 +72,14 @@ class CWyBundleCache {
   BundleRef Load(const KeyView& key);
   void Remember(const Origin& origin, const KeyView& key, const BundleRef& bundle);
 
-  // m_origin's; a change is complete when it is here.
+  // That of m_origin, stored last: a reader that finds it finds the whole change.
   std::atomic<unsigned long> m_uGeneration{0};
   CWyForkableLock m_lock;  // guards all that follows
   Origin m_origin{{}, 0};  // no directory at first
   BundleMap m_bundles;     // null: there are no files
 };
 
-// The cache of the process. It exists from the loading of the library on and is never destroyed.
+// The cache of the process. It is constructed when the library is loaded and never destroyed.
 CWyBundleCache& theBundleCache();
 
 #endif

@@ -1,6 +1,9 @@
 #ifndef WYXLATE_BUNDLEMEMO_H
 #define WYXLATE_BUNDLEMEMO_H
 
+// A small cache in front of the process's bundle cache, one for each thread: no lock, no hash
+// table.
+
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -9,20 +12,21 @@
 #include "wyxlate/LoadedBundle.h"
 
 // The bundles that one thread looked up last. A plain object, which the thread can still use when
-// its other objects are destroyed.
+// its other thread-local objects are destroyed.
 //
-// A thread's messages come from few components and in
-// one locale, so that nearly every look-up ends here, without a lock and without a hash table.
+// A thread's messages come from few components and in one locale, so that nearly every look-up ends
+// here.
 //
-// It holds a reference to each of its bundles: after SetResourceDirectory an old one lives on until
-// the thread looks up others, or ends.
+// It holds a reference to each of its bundles: after SetResourceDirectory an old bundle stays in
+// memory until the thread looks up other bundles, or ends.
 class CWyBundleMemo {
  public:
   // The calling thread's.
   static CWyBundleMemo& OfThisThread();
 
-  // The bundle as the SetResourceDirectory with that number has it; null when it is not kept. The
-  // names are compared by their texts, whatever they were kept under.
+  // Returns the bundle as it was read after the SetResourceDirectory with that number; null if it
+  // is not kept. Names are compared as texts, so each spelling of a locale has an entry of its own.
+  // The memo keeps its reference.
   CWyLoadedBundle* Find(const char* pszBundle, const char* pszLocale,
                         unsigned long uGeneration) const {
     const Entry& entry = m_entries[IndexOf(pszBundle, pszLocale)];
@@ -32,7 +36,8 @@ class CWyBundleMemo {
     return bKept ? entry.pBundle : nullptr;
   }
 
-  // Keeps nothing when a name is too long, and nothing any more when the thread is ending.
+  // Keeps the bundle in place of the entry that the names share with it. No effect if a name has
+  // more than 31 bytes, or if the thread is ending.
   void Keep(const char* pszBundle, const char* pszLocale, unsigned long uGeneration,
             CWyLoadedBundle& bundle);
 
@@ -47,14 +52,16 @@ class CWyBundleMemo {
     char szLocale[NameSize] = {};
   };
 
-  // By the places of the texts, which are the same ones nearly always.
+  // By the addresses of the texts, which are nearly always the same for the same names. The factor
+  // is 2^64 divided by the golden ratio; the two upper bits of the product select one of four
+  // entries.
   static std::size_t IndexOf(const char* pszBundle, const char* pszLocale) {
     const auto uPlaces =
         reinterpret_cast<std::uintptr_t>(pszBundle) ^ reinterpret_cast<std::uintptr_t>(pszLocale);
     return uPlaces * 0x9E3779B97F4A7C15 >> 62;
   }
 
-  // Forgets everything when the thread ends.
+  // Releases all bundles when the thread ends.
   class ThreadEnd;
 
   std::array<Entry, Entries> m_entries;

@@ -1,16 +1,19 @@
 #ifndef WYXLATE_FORKABLELOCK_H
 #define WYXLATE_FORKABLELOCK_H
 
+// The reader-writer lock of the bundle cache, which a fork can hold.
+
 #include <atomic>
 #include <limits>
 #include <mutex>
 
-// A reader/writer lock that can be held exclusively across fork(), and given up on both sides. Use
-// it through std::shared_lock and std::unique_lock. Not recursive in either way.
+// A reader-writer lock that a thread can hold for writing across fork(2) and release in both
+// processes. Use it through std::shared_lock and std::unique_lock. Not recursive in either way.
 //
-// It stands in for std::shared_mutex, which has neither property that is needed here: glibc knows a
-// writer by its thread id, and that is another one in the child, where the lock would stay taken
-// for good; and new readers pass a waiting writer, so that busy readers keep it out.
+// It is used in place of std::shared_mutex, which has neither of two properties that are needed
+// here: glibc identifies a writer by its thread id, which is another one in the child, where the
+// lock would stay held forever; and new readers pass a waiting writer, so that busy readers keep it
+// out.
 class CWyForkableLock {
  public:
   // Many threads may hold the lock for reading. A new reader waits behind a writer that waits.
@@ -38,7 +41,8 @@ class CWyForkableLock {
 
   void EnterBehindWriter();
 
-  // Held by the writer from the moment it asks for the lock.
+  // Held by the writer from the moment it asks for the lock until it has released it; readers that
+  // come meanwhile wait for it.
   std::mutex m_writers;
   // The number of threads that read, plus Writer while there is a writer.
   std::atomic<int> m_iReaders{0};

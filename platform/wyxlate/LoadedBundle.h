@@ -1,6 +1,8 @@
 #ifndef WYXLATE_LOADEDBUNDLE_H
 #define WYXLATE_LOADEDBUNDLE_H
 
+// One loaded bundle, its references, and the reading of its files.
+
 #include <wyxlate/WyXlate.h>
 
 #include <atomic>
@@ -11,13 +13,14 @@
 #include "wyxlate/PatternTable.h"
 
 // A bundle in one locale, merged from all its files. Immutable, and shared by reference counting:
-// it is deleted when the cache and every caller have released it, on the thread that comes last.
+// it is deleted when the cache and every caller have released it, by the thread that releases it
+// last.
 class CWyLoadedBundle final : public CWyXlateBundle {
  public:
   // The creator holds the first reference.
   explicit CWyLoadedBundle(PropertyTable properties) : m_patterns(std::move(properties)) {}
 
-  // The text of the key, valid as long as the bundle; null when there is none.
+  // Returns the text of the key, valid as long as the bundle; null if there is none.
   const char* Find(std::string_view key) const { return m_patterns.Find(key); }
 
   void AddReference() { m_iReferences.fetch_add(1, std::memory_order_relaxed); }
@@ -32,6 +35,7 @@ class CWyLoadedBundle final : public CWyXlateBundle {
   std::atomic<int> m_iReferences{1};
 };
 
+// The deleter of BundleRef.
 struct CWyBundleReleaser {
   void operator()(CWyLoadedBundle* pBundle) const { pBundle->DropReference(); }
 };
@@ -39,7 +43,7 @@ struct CWyBundleReleaser {
 // One reference to a bundle; null stands for a bundle that has no files.
 using BundleRef = std::unique_ptr<CWyLoadedBundle, CWyBundleReleaser>;
 
-// A second reference to the same bundle.
+// Returns a second reference to the same bundle.
 inline BundleRef Share(const BundleRef& bundle) {
   if (bundle != nullptr) bundle->AddReference();
   return BundleRef(bundle.get());
@@ -50,8 +54,9 @@ struct LoadResult {
   bool bComplete;  // false: a file may have been missed (FileState::Busy)
 };
 
-// Reads the bundle's files from `strDirectory`. The bundle name has passed IsBundleName and the
-// locale is a result of CanonicalLocale.
+// Reads the bundle's files from `strDirectory`. Throws std::bad_alloc. Requires: the bundle name
+// has passed IsBundleName, and the locale is a result of CanonicalLocale, so that neither leads to
+// another directory.
 LoadResult LoadBundle(const std::string& strDirectory, std::string_view bundle,
                       std::string_view locale);
 

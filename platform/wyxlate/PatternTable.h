@@ -1,6 +1,8 @@
 #ifndef WYXLATE_PATTERNTABLE_H
 #define WYXLATE_PATTERNTABLE_H
 
+// The table from message keys to patterns, as every look-up of a message uses it.
+
 #include <bit>
 #include <cstddef>
 #include <string_view>
@@ -10,9 +12,9 @@
 #include "wyxlate/PropertiesFile.h"
 #include "wyxlate/TextHash.h"
 
-// The patterns of a bundle by key; immutable. Every message looks one up, so the slots are at most
-// half taken and counted in a power of two: a look-up divides nothing and seldom sees a second
-// slot.
+// The patterns of a bundle by key; immutable, so any thread may read it. A hash table with open
+// addressing: at most half of the slots are used, and their number is a power of two, so that a
+// look-up divides nothing and seldom reads a second slot.
 class CWyPatternTable {
  public:
   explicit CWyPatternTable(PropertyTable properties)
@@ -26,7 +28,7 @@ class CWyPatternTable {
     }
   }
 
-  // Null when there is none; otherwise valid as long as the table.
+  // Returns the pattern, valid as long as the table; null if there is none. Thread-safe.
   const char* Find(std::string_view key) const {
     std::size_t uSlot = HashText(key) & m_uMask;
     while (m_slots[uSlot].pszPattern != nullptr && m_slots[uSlot].key != key) {

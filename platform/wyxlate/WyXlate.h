@@ -20,29 +20,30 @@
 // byte order mark, and have the comments, separators, escapes and continuation lines of that
 // format; of a key that occurs twice in a file the last one counts. Nothing in a file is an error:
 // a "\u" without four hexadecimal digits is the letter u, half a surrogate pair and \u0000 become
-// U+FFFD, bytes that are not UTF-8 are passed on as they are, and a zero byte ends its text. What
-// is not a regular file, cannot be read, or is larger than 64 MiB counts as missing.
+// U+FFFD, bytes that are not UTF-8 are passed on as they are, and a zero byte ends its text. A file
+// that is not a regular one, cannot be read, or is larger than 64 MiB counts as missing.
 //
 // Locale names are accepted in POSIX and BCP 47 spelling: "de_DE.UTF-8", "de-DE" and "DE-de" are
 // the same locale, as are "C", "POSIX", "en", the empty text and null. "zh-Hant-TW" looks for the
-// files of zh_Hant_TW, zh_Hant and zh; codeset, modifier and BCP 47 extensions play no part. What
-// is not a locale name has the last file alone.
+// files of zh_Hant_TW, zh_Hant and zh; codeset, modifier and BCP 47 extensions are ignored. For a
+// text that is not a locale name only the last file is read.
 //
-// Any thread may call any operation at any time, also while the process exits, and so may a child
-// that was forked while other threads were in such calls. None of the operations throws.
+// Any thread may call any operation at any time, also while the process exits, and also in a child
+// that was forked while other threads were in such calls. None of the operations throws; errno is
+// not specified after them.
 
 #define WYXLATE_EXPORT __attribute__((visibility("default")))
 
-// The patterns of one bundle in one locale. Objects come from CWyXlate::GetBundle alone; one object
-// may be handed out to many threads at once. It never changes.
+// The patterns of one bundle in one locale, immutable. Objects come from CWyXlate::GetBundle alone,
+// which may return one object to many threads.
 class WYXLATE_EXPORT CWyXlateBundle {
  public:
-  // The pattern of the message `key`, or null when the bundle has no such key or `key` is null. The
-  // text is UTF-8, belongs to the bundle and is valid until the caller's Release.
+  // Returns the pattern of the message `key`; null if the bundle has no such key or `key` is null.
+  // The text is UTF-8; the bundle owns it, and it is valid until the caller's Release.
   const char* Lookup(const char* key);
 
   // Ends the caller's use of the bundle: called once for each GetBundle that returned it. The
-  // object must not be used afterwards.
+  // caller must not use the object afterwards.
   void Release();
 
   CWyXlateBundle(const CWyXlateBundle&) = delete;
@@ -56,21 +57,22 @@ class WYXLATE_EXPORT CWyXlateBundle {
 class WYXLATE_EXPORT CWyXlate {
  public:
   // Sets the directory that the bundles are read from, for the whole process. Until the first call
-  // there is none. A relative name is taken from the working directory of this moment. On success
-  // every bundle is read afresh at its next use; bundles that callers hold stay as they are. False,
-  // without any change, when `directory` is null, empty, or not a directory that this process may
-  // read and search.
+  // there is none. A relative name is looked up in the working directory of this moment. On success
+  // every bundle is read again at its next use; bundles that callers hold stay as they are. Returns
+  // false, and changes nothing, if `directory` is null, empty, or not a directory that this process
+  // may read and search, and if memory allocation fails.
   static bool SetResourceDirectory(const char* directory);
 
-  // The bundle `bundle` in the locale `locale`; the caller gives it back with Release. Null when
-  // none of its files can be read, when no directory is set, and when `bundle` is null, empty or no
-  // bundle name: a name has letters, digits, "_", "-" and single dots between them.
+  // Returns the bundle `bundle` in the locale `locale`, which the caller passes to Release. Returns
+  // null if none of its files can be read, if no directory is set, if memory allocation fails, and
+  // if `bundle` is null, empty or no bundle name: a name has letters, digits, "_", "-" and single
+  // dots between them.
   //
-  // The first call for a bundle and locale reads the files; the result is kept, and so is the fact
-  // that there are none, until the next SetResourceDirectory. From then on the call allocates
-  // nothing, waits for no file and runs beside those of other threads. Only when the files could
-  // not be opened because the process or the system was short of memory or descriptors, the next
-  // call tries again.
+  // The first call for a bundle and locale reads the files; the result is cached, and so is the
+  // fact that there are none, until the next SetResourceDirectory. Later calls allocate nothing,
+  // wait for no file and run beside those of other threads. Only if the files could not be opened
+  // because the process or the system was short of memory or descriptors, the next call tries
+  // again.
   static CWyXlateBundle* GetBundle(const char* bundle, const char* locale);
 
   // Writes `pattern` into `out` with its placeholders replaced by the arguments, at most `size`

@@ -19,21 +19,25 @@ class CWyBackupName {
   // The extension begins at the last "."; a name without one is all stem.
   explicit CWyBackupName(std::string_view strFileName);
 
-  // Whether a directory entry is a backup of this log file: the stem, a stamp (any digits), perhaps
-  // "_" with any number of digits, and the extension.
+  // Returns true if a directory entry is a backup of this log file: the stem, a stamp (any digits),
+  // optionally "_" with any number of digits, and the extension.
   bool Matches(std::string_view strEntry) const;
 
-  // The parts of a backup, within the argument. Numbers are decimal texts without leading zeros, so
-  // that none is too long; a backup without a number has the empty one, which stands for 0.
+  // The parts of a backup's name, within the argument. Requires: Matches(strBackup). Numbers are
+  // decimal texts without leading zeros, so that no number is too long for a type; a backup without
+  // a number has the empty one, which stands for 0.
   std::string_view Stamp(std::string_view strBackup) const;
   std::string_view Number(std::string_view strBackup) const;
 
-  // Whether the first of two backups is the older one: by stamp, then by number.
+  // Returns true if the first of two backups is the older one: by stamp, then by number.
   bool IsOlder(std::string_view strFirst, std::string_view strSecond) const;
 
-  // The backup's name; without a number for the empty one, else with two digits or more.
+  // Returns the name of the backup: without a number if `strNumber` is empty, otherwise with two
+  // digits or more.
   std::string Make(std::string_view strStamp, std::string_view strNumber) const;
 
+  // The stamp of a local time, "_20261116_171613"; the number after `strNumber`; and whether one
+  // number is lower than another.
   static std::string MakeStamp(const tm& time);
   static std::string NextNumber(std::string_view strNumber);
   static bool IsLower(std::string_view strNumber, std::string_view strOther);

@@ -1,7 +1,8 @@
 #ifndef WYERRLOG_INTERNAL_WYBACKUPS_H
 #define WYERRLOG_INTERNAL_WYBACKUPS_H
 
-// The backups of a log file in its directory: found, deleted, added.
+// The backups of a log file in its directory: finding, deleting and adding them. The directory is
+// read each time, because other processes and administrators add and delete backups too.
 
 #include <string>
 #include <string_view>
@@ -13,7 +14,7 @@
 // throw std::bad_alloc.
 class CWyBackups {
  public:
-  // What became of the renaming: done, not permitted (EACCES), or failed.
+  // The result of Add: renamed, not permitted (EACCES), or failed.
   enum class Move { Done, Refused, Failed };
 
   CWyBackups(std::string_view strDirectory, std::string_view strFileName)
@@ -22,7 +23,8 @@ class CWyBackups {
   // Finds the backups. Returns false if the directory cannot be opened.
   bool Read();
 
-  // Deletes the oldest, so that `uCount` are left. Returns false if one cannot be deleted.
+  // Deletes the oldest, so that `uCount` are left. Returns false, with the rest not deleted, if one
+  // cannot be deleted (unlink(2)).
   bool DeleteAllBut(size_t uCount);
 
   // Renames the log file to the newest backup, under an unused name. `strStamp` is that of

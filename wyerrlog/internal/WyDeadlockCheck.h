@@ -17,10 +17,10 @@ class CWyGuardHold {
   static constexpr int Read = 1;
   static constexpr int Write = -1;
 
-  // Call it when the guard has been taken: a thread that waits for a guard does not hold it.
+  // Requires: the guard has been locked. A thread that waits for a guard does not hold it.
   CWyGuardHold(const CWyGuard* pGuard, int iKind)
       : CWyGuardHold(InnermostOfThisThread(), pGuard, iKind) {}
-  // For a caller that has looked at the thread's list already.
+  // For a caller that has the head of the thread's list already: to find it costs a call.
   CWyGuardHold(CWyGuardHold*& pInnermost, const CWyGuard* pGuard, int iKind)
       : m_pGuard(pGuard), m_pInnermost(pInnermost), m_pOuter(pInnermost), m_iKind(iKind) {
     m_pInnermost = this;
@@ -35,7 +35,7 @@ class CWyGuardHold {
   // The head of the calling thread's list, its innermost hold; null if it has none.
   static CWyGuardHold*& InnermostOfThisThread();
 
-  // Whether this hold or one around it is a hold of the guard.
+  // Returns true if this hold or an outer one is a hold of the guard.
   bool Includes(const CWyGuard* pGuard) const;
 
  private:
@@ -45,9 +45,9 @@ class CWyGuardHold {
   int m_iKind;
 };
 
-// A stretch in which the calling thread may wait for the given guards while it holds others, made
-// known to the other threads. For a thread that holds no guard it does nothing: such a thread is
-// never part of a cycle.
+// A scope in which the calling thread may wait for the given guards while it holds others; it is
+// entered in a list that the other threads read. For a thread that holds no guard it does nothing:
+// such a thread is never part of a cycle.
 class CWyGuardWait {
  public:
   static constexpr int MaxGuards = 4;  // the most that one operation takes: CWyLogger::Init
@@ -58,7 +58,7 @@ class CWyGuardWait {
   CWyGuardWait(const CWyGuardWait&) = delete;
   CWyGuardWait& operator=(const CWyGuardWait&) = delete;
 
-  // False if the wait would close a cycle: the thread would wait for itself.
+  // Returns false if the wait would close a cycle: the thread would wait for itself.
   bool IsAllowed() const { return m_bAllowed; }
 
  private:

@@ -1,22 +1,22 @@
 #ifndef WYERRLOG_INTERNAL_WYFORKHANDLING_H
 #define WYERRLOG_INTERNAL_WYFORKHANDLING_H
 
-// What makes the library usable in a forked child, in which only the thread that called fork(2)
-// goes on: mutexes that a fork takes, objects that a child resets, and stretches of code that a
-// fork waits for. The order of events is described in the source.
+// Support for forked children, in which only the thread that called fork(2) goes on: mutexes that a
+// fork locks, objects that a child resets, and fork gates, around code that a fork waits for. The
+// source describes the order of events.
 
 #include "wyerrlog/internal/WyMutex.h"
 
-// A place in one of the lists of registered objects; null pointers while it is in none. The objects
+// A link in one of the lists of registered objects; null pointers while it is in none. The objects
 // are the links, so that registering allocates nothing.
 struct CWyForkLink {
   CWyForkLink* m_pNext = nullptr;
   CWyForkLink* m_pPrevious = nullptr;
 };
 
-// A mutex that can be registered. A registered one is locked before every fork and unlocked after
-// it in both processes, so a child never finds it locked by a thread that does not exist there.
-// Hence no thread may lock one while it holds another.
+// A mutex that can be registered. A registered mutex is locked before every fork and unlocked after
+// it in both processes, so a child never finds it locked by a thread that does not exist there. The
+// order in which they are locked is not defined: no thread may lock one while it holds another.
 class CWyForkMutex : public CWyMutex, public CWyForkLink {};
 
 // An object that a forked child resets, because the parent's other threads may have been anywhere
@@ -32,8 +32,8 @@ class CWyForkReset : public CWyForkLink {
   Reset m_pfnReset;
 };
 
-// The objects of this process that a fork has to look after. They are removed before they are
-// destroyed; those of static storage never are. To add an object twice has no effect.
+// The objects of this process that a fork handles. They are removed before they are destroyed;
+// those of static storage never are. To add an object twice has no effect.
 class CWyForkRegistry {
  public:
   static void Add(CWyForkMutex& mutex);
@@ -42,10 +42,10 @@ class CWyForkRegistry {
   static void Remove(CWyForkReset& object);
 };
 
-// A stretch of code that a fork must not interrupt: the installing and removing of outputs and
-// configurations (taking a guard for writing enters by itself), and the construction of
-// process-wide objects. A fork waits until no other thread is inside. A thread that is inside may
-// fork itself, and may enter again.
+// The fork gate: an object encloses code that a fork must not interrupt, which is the installing
+// and removing of outputs and configurations (locking a guard for writing enters by itself), and
+// the construction of process-wide objects. A fork waits until no other thread is inside. A thread
+// that is inside may fork itself, and may enter again.
 class CWyForkGate {
  public:
   CWyForkGate() { Enter(); }
@@ -56,9 +56,9 @@ class CWyForkGate {
   static void Enter();
   static void Leave();
 
-  // Takes the calling thread out of the stretches it is in for a scope, in which it runs code of
-  // the host or waits for a thread that does: the host may fork there. What the stretches protect
-  // must be consistent at that moment.
+  // Takes the calling thread out of the gate for a scope in which it runs code of the host, or
+  // waits for a thread that does: the host may fork there. The data that the gate protects must be
+  // consistent at that moment.
   class Outside {
    public:
     Outside();
@@ -79,7 +79,8 @@ class CWyForkGate {
 // so it may be locked with any of them held.
 CWyMutex& WyTimeConversionMutex();
 
-// The id of this process. The system is asked once per process; a forked child has its own.
+// Returns the id of this process. getpid(2) is called once per process; a forked child has its own
+// id.
 int WyProcessId();
 
 #endif

@@ -1,9 +1,9 @@
 #ifndef WYERRLOG_INTERNAL_WYJAVATEXT_H
 #define WYERRLOG_INTERNAL_WYJAVATEXT_H
 
-// The strings of a native method's arguments, as bytes for the time of the call. An object
-// belongs to the call that makes it, and gives back to the virtual machine what it took, on every
-// way out. None of the operations leaves a Java exception pending.
+// The strings of a native method's arguments, as bytes for the duration of the call. An object
+// belongs to the call that constructs it; its destructor releases everything it has taken from the
+// virtual machine. None of the operations leaves a Java exception pending.
 
 #include <jni.h>
 
@@ -19,11 +19,11 @@ class CWyJavaText {
   CWyJavaText(const CWyJavaText&) = delete;
   CWyJavaText& operator=(const CWyJavaText&) = delete;
 
-  // There is a string, but the virtual machine had no memory for its bytes: neither null nor the
-  // empty text would be true.
+  // Returns true if there is a string, but the virtual machine had no memory for its bytes: neither
+  // null nor the empty text would be right then.
   bool IsLost() const { return m_hText != nullptr && m_pszText == nullptr; }
 
-  // The bytes, valid as long as the object; for a null string null, or the empty text.
+  // The bytes, valid as long as the object exists; for a null string null, or the empty text.
   const char* OrNull() const { return m_pszText; }
   const char* OrEmpty() const { return m_pszText != nullptr ? m_pszText : ""; }
 

@@ -9,9 +9,9 @@
 #include "wyerrlog/WyErrLogUtil.h"
 #include "wyerrlog/internal/WyDeadlockCheck.h"
 
-// Holds a guard for reading. Converts to false if it was refused: the calling thread holds the
-// guard already, or would deadlock. A thread that would deadlock while readers hold the guard joins
-// them instead.
+// Holds a guard for reading for a scope. Converts to false if it was refused: the calling thread
+// holds the guard already, or would deadlock. A thread that would deadlock while readers hold the
+// guard joins them instead.
 class CWyLogReader {
  public:
   explicit CWyLogReader(CWyErrLogGuard& guard)
@@ -30,7 +30,7 @@ class CWyLogReader {
   CWyGuardHold m_hold;
 };
 
-// Holds a guard for writing. Converts to false if it was refused.
+// Holds a guard for writing for a scope. Converts to false if it was refused, for the same reasons.
 class CWyLogWriter {
  public:
   explicit CWyLogWriter(CWyErrLogGuard& guard)

@@ -17,9 +17,9 @@ class CWyErrLogComponent;
 // A logger owns its catalog, fills it when it is initialised and empties it when it is released.
 // Messages ask the catalog of the process logger, without going through the logger.
 //
-// Look-ups take no lock. A caller that goes on using a text that it has looked up stays inside
-// ReadSide() meanwhile: Close waits for it, then gives the components up. The operations that
-// change the catalog are called by one thread at a time, under the logger's guards.
+// Look-ups take no lock. A caller stays inside ReadSide() as long as it uses a text that it has
+// looked up: Close waits for it before it releases the components. The operations that change the
+// catalog are called by one thread at a time, with the logger's guards held.
 class CWyMessageCatalog {
  public:
   CWyMessageCatalog() = default;
@@ -29,15 +29,16 @@ class CWyMessageCatalog {
 
   // ---- Filling and emptying ---------------------------------------------------------------------
 
-  // Creates the built-in component, with `bLibraries` loads the known component libraries that
-  // there are, and builds the lists. Returns false, with nothing loaded, if memory allocation
-  // fails. Look-ups find nothing until Open.
+  // Creates the built-in component, loads the known component libraries that are installed (only
+  // with `bLibraries`), and builds the lists. Returns false, with nothing loaded, if memory
+  // allocation fails. Look-ups find nothing until Open.
   bool Load(bool bLibraries);
   bool HasLibraries() const;
   void Open() { m_bOpen = true; }
 
-  // Turns look-ups away, waits for those under way, and gives the components up; with
-  // `bUnloadLibraries` closes their libraries (dlclose). The lists stay until ClearLists.
+  // From here on look-ups find nothing. Waits for those under way, then deletes the built-in
+  // component and forgets the others; with `bUnloadLibraries` closes their libraries (dlclose(3)).
+  // The lists stay until ClearLists.
   void Close(bool bUnloadLibraries);
 
   // Builds the lists below afresh from the components. Returns false if memory allocation fails.
@@ -57,8 +58,8 @@ class CWyMessageCatalog {
   const std::string& AvailableComponents() const { return m_strAvailableComponents; }
   const std::string& AvailableDataFields() const { return m_strAvailableDataFields; }
 
-  // The same as tables, which a trace configuration copies. Call them inside
-  // ReadSide(); null unless open.
+  // The same as tables, which a trace configuration copies; null unless open. Requires: the caller
+  // is inside ReadSide().
   const WyTraceComponentInfo* ComponentInfo() const;
   int ComponentInfoCount() const { return m_iComponentInfoCount; }
   const WyTraceDataFieldInfo* DataFieldInfo() const { return m_pDataFieldInfo.get(); }

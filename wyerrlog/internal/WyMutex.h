@@ -1,17 +1,16 @@
 #ifndef WYERRLOG_INTERNAL_WYMUTEX_H
 #define WYERRLOG_INTERNAL_WYMUTEX_H
 
-// The mutex under everything in the library that is locked, and its one scoped lock. std::mutex
-// would do as well, but for two things: clang's analysis does not know it under this standard
-// library, and a forked child has to be able to set a mutex that it cannot unlock to its initial
-// state (see WyForkHandling.h).
+// The mutex of the library, and its one scoped lock. They differ from std::mutex and
+// std::lock_guard in two points: clang's analysis knows them, and a forked child can set a mutex
+// that it cannot unlock to its initial state (see WyForkHandling.h).
 
 #include <pthread.h>
 
 #include "wyerrlog/internal/WyThreadSafety.h"
 
-// Not recursive. Usable before any code runs when it is a static object. Meets the standard
-// library's requirements BasicLockable.
+// Not recursive. A static object is usable before any code runs. Meets the standard library's
+// requirements BasicLockable.
 class WYERRLOG_CAPABILITY("mutex") CWyMutex {
  public:
   constexpr CWyMutex() : m_mutex(PTHREAD_MUTEX_INITIALIZER) {}

@@ -1,7 +1,7 @@
 #ifndef WYERRLOG_INTERNAL_WYNEVERDESTROYED_H
 #define WYERRLOG_INTERNAL_WYNEVERDESTROYED_H
 
-// Static objects that outlive the process's exit handlers.
+// Static objects that are still usable after the process's exit handlers have run.
 
 // Holds an object whose destructor never runs. Threads that outlive main, and destructors of other
 // static objects, may still use it.

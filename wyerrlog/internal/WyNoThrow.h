@@ -6,9 +6,9 @@
 
 #include <exception>
 
-// Runs a piece of a public operation and returns its result, or `failure` if the piece throws a
-// std::exception, which within the library means that memory allocation failed. The piece must not
-// call code of the host: what that throws passes through to the host's own handlers.
+// Calls a part of a public operation and returns its result, or `failure` if it throws a
+// std::exception, which within the library means that memory allocation failed. The part must not
+// call code of the host: exceptions from there pass through to the host's own handlers.
 template <typename Result, typename Body>
 Result WyNoThrow(Result failure, Body body) {
   try {

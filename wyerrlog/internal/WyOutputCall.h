@@ -1,7 +1,8 @@
 #ifndef WYERRLOG_INTERNAL_WYOUTPUTCALL_H
 #define WYERRLOG_INTERNAL_WYOUTPUTCALL_H
 
-// What outputs do while they are installed and removed, under the guard of their log.
+// The calls of an output's operations while it is installed and removed, with the guard of its log
+// held for writing.
 
 #include <memory>
 #include <optional>
@@ -9,9 +10,10 @@
 #include "wyerrlog/WyLogOutput.h"
 #include "wyerrlog/internal/WyForkHandling.h"
 
-// Around an operation of an output. A fork waits for the library's own files and for the terminal,
-// so that a child finds an output installed or not. It does not wait for code of the host, which
-// may fork itself, or wait for a thread that forks; what the guard protects is whole then.
+// A scope around one operation of an output. A fork waits for the library's own files and for the
+// terminal, so that a child finds an output either installed or not. It does not wait for code of
+// the host, which may itself fork, or wait for a thread that forks; the data under the guard is
+// consistent at that moment.
 class CWyOutputCall {
  public:
   explicit CWyOutputCall(CWyLogOutput& output) {
@@ -23,7 +25,8 @@ class CWyOutputCall {
   std::optional<CWyForkGate::Outside> m_outside;
 };
 
-// Also an output that throws is deleted.
+// Closes and deletes the output, if there is one; deletes it also if Close throws, and passes the
+// exception on.
 inline void WyCloseAndDelete(CWyLogOutput* pOutput) {
   if (pOutput == nullptr) return;
   const CWyOutputCall call(*pOutput);

@@ -11,17 +11,17 @@
 #include "wyerrlog/internal/WyNoThrow.h"
 
 // The one object of class T in this process. It is constructed by the first call of Get, ended at
-// process exit (T::End releases what it holds), and never destroyed: threads that outlive main may
-// still call it. Requires: T::IsUsable says whether memory sufficed to construct it; both
-// operations may be private, with this class as a friend.
+// process exit (T::End releases everything it holds), and never destroyed: threads that outlive
+// main may still call it. Requires: T::IsUsable returns whether memory sufficed to construct it;
+// both operations may be private, with this class as a friend.
 template <typename T>
 class CWyProcessObject {
  public:
   // Returns null if memory allocation fails; the next call tries again. Thread-safe.
   static T* Get() {
     if (T* pObject = s_pConstructed.load(std::memory_order_acquire)) return pObject;
-    // The construction may call in again (from a plug-in's constructor): it gets the object as far
-    // as that is.
+    // The construction may call Get again (from a plug-in's constructor): it receives the object in
+    // its present state, in which its calls return false.
     if (s_bConstructing) return Storage();
     const CWyForkGate gate;  // a forked child must not find the construction half done
     return WyNoThrow<T*>(nullptr, [] {
@@ -39,7 +39,7 @@ class CWyProcessObject {
   }
   static bool HasEnded() { return s_bEnded.load(); }
 
-  // Whether the object is this one, which may be under construction.
+  // Returns true if `pObject` is the one object, which may be under construction.
   static bool Is(const T* pObject) { return pObject == Storage(); }
 
   CWyProcessObject(const CWyProcessObject&) = delete;

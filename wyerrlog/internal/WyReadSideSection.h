@@ -1,7 +1,7 @@
 #ifndef WYERRLOG_INTERNAL_WYREADSIDESECTION_H
 #define WYERRLOG_INTERNAL_WYREADSIDESECTION_H
 
-// Reading without a lock what is almost never removed, in the manner of RCU (read-copy-update).
+// Lock-free reading of data that is almost never removed, in the manner of RCU (read-copy-update).
 
 #include <array>
 #include <atomic>

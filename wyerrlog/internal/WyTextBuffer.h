@@ -3,10 +3,10 @@
 
 // The growing text of a message.
 //
-// A record is put together from some ten pieces. A piece costs a comparison and a copy here,
-// without a call but the copy's, which is the greater part of what a std::string would take. And
-// nothing here throws: a text that memory was lacking for is marked and takes nothing more until it
-// is cleared.
+// A record is assembled from some ten pieces. A piece costs a comparison and a copy here, without a
+// call but the copy's, which is the greater part of the cost of a std::string. And nothing here
+// throws: if memory allocation fails the text is marked incomplete, and nothing is appended until
+// it is cleared.
 
 #include <cstring>
 #include <memory>
@@ -14,7 +14,7 @@
 
 class CWyTextBuffer {
  public:
-  // A text of no memory, which never gets any, when `bUsable` is false.
+  // With `bUsable` false an incomplete text that stays empty.
   constexpr explicit CWyTextBuffer(bool bUsable) : m_bUsable(bUsable), m_bIncomplete(!bUsable) {}
 
   const char* c_str() const { return m_pText != nullptr ? m_pText.get() : ""; }
@@ -23,10 +23,10 @@ class CWyTextBuffer {
 
   bool IsUsable() const { return m_bUsable; }
 
-  // A piece is missing: there was no memory for it.
+  // Returns true if a piece is missing because memory allocation failed.
   bool IsIncomplete() const { return m_bIncomplete; }
 
-  // To be called when a piece was lost before it came here.
+  // For a caller that could not allocate a piece itself.
   void SetIncomplete() { m_bIncomplete = true; }
 
   // Empties the text and keeps its memory.
@@ -36,7 +36,7 @@ class CWyTextBuffer {
     m_bIncomplete = !m_bUsable;
   }
 
-  // Empties the text and gives its memory up.
+  // Empties the text and frees its memory.
   void Free() {
     m_pText.reset();
     m_uCapacity = 0;
@@ -53,8 +53,8 @@ class CWyTextBuffer {
       AppendAndGrow(uSize, pieces...);
     }
   }
-  // Appends `uGap` blanks and the piece, filled up with blanks to `uWidth` bytes, which it does not
-  // exceed.
+  // Appends `uGap` blanks and the piece, filled up with blanks to `uWidth` bytes. Requires: the
+  // piece has at most `uWidth` bytes.
   void AppendColumn(std::size_t uGap, std::string_view piece, std::size_t uWidth) {
     std::unique_ptr<char[]> pPrevious;
     if (!HasRoom(uGap + uWidth) && !Grow(uGap + uWidth, pPrevious)) return;
@@ -67,8 +67,8 @@ class CWyTextBuffer {
   // Replaces the text by the piece, which may lie within it.
   void Assign(std::string_view piece);
 
-  // Where `uSize` bytes may be written behind the text, which AppendedUpTo then makes part of it;
-  // null without memory for them.
+  // Returns the end of the text, with room for `uSize` bytes, which the caller writes and
+  // AppendedUpTo then appends; null if memory allocation fails.
   char* Room(std::size_t uSize) {
     std::unique_ptr<char[]> pPrevious;
     return HasRoom(uSize) || Grow(uSize, pPrevious) ? m_pText.get() + m_uSize : nullptr;
@@ -90,7 +90,7 @@ class CWyTextBuffer {
     return pTo + piece.size();
   }
 
-  // Not in an incomplete text.
+  // Returns false for an incomplete text.
   bool HasRoom(std::size_t uSize) const { return m_uCapacity - m_uSize > uSize && !m_bIncomplete; }
   template <typename... Pieces>
   void CopyAll(const Pieces&... pieces) {
@@ -105,7 +105,9 @@ class CWyTextBuffer {
     if (Grow(uSize, pPrevious)) CopyAll(pieces...);
   }
 
-  // Makes room for `uSize` bytes more; `pPrevious` gets the memory that the text was in.
+  // Allocates room for `uSize` bytes more. `pPrevious` receives the memory that the text was in,
+  // which the pieces to append may point into. Returns false, with the text marked incomplete, if
+  // memory allocation fails.
   bool Grow(std::size_t uSize, std::unique_ptr<char[]>& pPrevious);
 
   std::unique_ptr<char[]> m_pText;  // m_uCapacity bytes, one of them for the terminator

@@ -1,7 +1,7 @@
 #ifndef WYERRLOG_INTERNAL_WYTEXTPATTERN_H
 #define WYERRLOG_INTERNAL_WYTEXTPATTERN_H
 
-// The formatting of texts into a pattern that the library did not write itself.
+// The formatting of texts into a pattern from outside the library: a Java program's, for instance.
 
 #include <span>
 #include <string>

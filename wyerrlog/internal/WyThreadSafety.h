@@ -2,7 +2,7 @@
 #define WYERRLOG_INTERNAL_WYTHREADSAFETY_H
 
 // Which mutex protects which data, in a form that clang checks (-Wthread-safety). Other compilers
-// see nothing of it. These are attributes, which only a macro can leave out.
+// ignore it. These are attributes, which only a macro can omit.
 //
 //   CWyMutex m_mutex;
 //   int m_iWaiting WYERRLOG_GUARDED_BY(m_mutex);      // read and written only with m_mutex held
@@ -26,8 +26,8 @@
 #define WYERRLOG_ACQUIRE(...) WYERRLOG_THREAD_SAFETY(acquire_capability(__VA_ARGS__))
 #define WYERRLOG_RELEASE(...) WYERRLOG_THREAD_SAFETY(release_capability(__VA_ARGS__))
 
-// On functions that take and release mutexes in ways that the analysis cannot follow. The reason
-// stands beside each use.
+// On functions that take and release mutexes in ways that the analysis cannot follow. A comment at
+// each use has the reason.
 #define WYERRLOG_NO_THREAD_SAFETY_ANALYSIS WYERRLOG_THREAD_SAFETY(no_thread_safety_analysis)
 
 #endif

@@ -1,9 +1,9 @@
 #ifndef WYERRLOG_INTERNAL_WYTHREADSTAMP_H
 #define WYERRLOG_INTERNAL_WYTHREADSTAMP_H
 
-// What records say of where and when they come from, as texts. A thread keeps its own:
-// its ids stay the same until it is in a forked child, date and time stay the same for a second, so
-// that nearly every record copies what the one before it wrote.
+// The process id, thread id, date and time of a record, as texts. Each thread caches its own: the
+// ids stay the same until a fork, date and time stay the same for a second, so nearly every record
+// copies the texts of the one before.
 
 #include <ctime>
 #include <string_view>
@@ -16,8 +16,9 @@ class CWyThreadStamp {
   std::string_view Pid();
   std::string_view Tid();
 
-  // Makes this the stamp of the present moment, in local time or UTC. False when the time cannot be
-  // read or converted; then there is nothing of it but what Prolog says.
+  // Sets date and time to the present moment, in local time or UTC. Returns false if the time
+  // cannot be read (gettimeofday(2)) or converted; Prolog then has the ids alone, and the other
+  // texts are not valid.
   bool Refresh(bool bLocal);
 
   // "[pid/tid][Mon Nov 16 2026 17:16:13]["; without the time, "[pid/tid][".

@@ -1,8 +1,8 @@
 #ifndef WYERRLOG_INTERNAL_WYTIMETEXT_H
 #define WYERRLOG_INTERNAL_WYTIMETEXT_H
 
-// The times in log lines and trace records as texts. They are not written with strftime(3), which
-// looks at the time zone files and takes a lock that a forked child may find locked.
+// The times in log lines and trace records as texts. They are not formatted with strftime(3), which
+// reads the time zone files and takes a lock that a forked child may find locked.
 
 #include <cstddef>
 #include <cstdio>

@@ -27,17 +27,17 @@ class ThreadTraceData {
   bool m_bFree = true;
   pthread_t m_thread = 0;                // the thread that has it, unless it is free
   const CWyLogger* m_pLogger = nullptr;  // the logger that the thread uses it for
-  // The logger has been released. The thread may be filling the record at that moment, so the entry
-  // stays with it, for its next record of any logger.
+  // The logger has been released. The thread may be filling the record at that moment, so it keeps
+  // the entry, for its next record of any logger.
   bool m_bOrphaned = false;
   // The destructor of a thread-specific key frees the entry when its thread ends. Otherwise the
   // pool does: for a logger without a key, and once the logger and its key are gone.
   bool m_bFreedByKey = false;
 };
 
-// The pool exists while any logger is initialised. An entry that a thread has is never given to
-// another thread and never destroyed, until the thread ends or the logger is destroyed, which no
-// thread uses any more then. Thread-safe.
+// The pool exists while any logger is initialised. An entry that a thread has is not passed to
+// another thread and not destroyed until the thread ends or the logger is destroyed, which no
+// thread uses any more at that moment. Thread-safe.
 class CWyTraceRecordPool {
  public:
   // A logger has been initialised.
