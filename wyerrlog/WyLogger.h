@@ -147,11 +147,9 @@ class WYERRLOG_API CWyLogger {
   //
   //   CWyLogOutput* const pOutput = logger.NewLogOutput(WyOutputType::File, "./trace.log",
   //                                                     WyFileMode::RollAtOpen, 0, 5);
-  //   if (!logger.EnableTrace(pOutput, WyTraceLayout::Brackets, nullptr, "./trace.conf", true,
-  //   false,
-  //                           false)) {
-  //     logger.DeleteLogOutput(pOutput);
-  //   }
+  //   const bool bEnabled = logger.EnableTrace(pOutput, WyTraceLayout::Brackets, nullptr,
+  //                                            "./trace.conf", true, false, false);
+  //   if (!bEnabled) logger.DeleteLogOutput(pOutput);
   //
   // Returns false, and nothing changes: for a null output, the same output as first and second, an
   // output that is installed already (with `bOutputOnly` also as `pSecondOutput`), an asynchronous
@@ -173,9 +171,9 @@ class WYERRLOG_API CWyLogger {
 
   // The first question of every trace call, inlined there: two loads, no lock. Returns false if
   // nothing at all is traced or the component is known not to be traced; true if one of the
-  // operations below must be asked. A component becomes known by the first of those. While another
-  // thread replaces the configuration the result may be that of the one before: a record may be
-  // missing then.
+  // operations below must be asked. The first of those calls caches the decision for the component.
+  // While another thread replaces the configuration the result may be that of the one before: a
+  // record may be missing then.
   [[nodiscard]] bool MayTrace(unsigned int uId) const {
     return m_pTraceData.load(std::memory_order_relaxed) != nullptr &&
            m_aiTraceDecision[WyComponentNumber(uId)][WySubComponentNumber(uId)].load(
@@ -336,8 +334,8 @@ WYERRLOG_API CWyLogger* theLogger();
 // Returns false for null or empty paths, and if the file or tracing cannot be set up: see
 // CWyFileOutput::SetParams and CWyLogger::EnableTrace. There is nothing to delete then.
 //
-//   WyInitLogger(true, true, 10, WyTraceLayout::Brackets, nullptr, "./trace.conf", "./trace.log",
-//   5);
+//   const bool bTracing = WyInitLogger(true, true, 10, WyTraceLayout::Brackets, nullptr,
+//                                      "./trace.conf", "./trace.log", 5);
 extern "C" WYERRLOG_API bool WyInitLogger(bool bAppend, bool bUseLocalTime, int iMaxSizeMB,
                                           int iFormat, const char* pszDelimiter,
                                           const char* pszConfigFile, const char* pszTraceFile,

@@ -6,11 +6,10 @@
 //
 //   CWyLogger* const pLogger = getMyLogger("tenant-7");
 //   if (pLogger == nullptr) return false;
-//   CWyLogOutput* const pOutput = pLogger->NewLogOutput(WyOutputType::File,
-//   "/var/log/tenant-7.log",
-//                                                       WyFileMode::Append, 0, 0);
+//   CWyLogOutput* const pOutput =
+//       pLogger->NewLogOutput(WyOutputType::File, "./tenant-7.log", WyFileMode::Append, 0, 0);
 //   if (!pLogger->SetLogOutput(pOutput)) pLogger->DeleteLogOutput(pOutput);
-//   WyLog(*pLogger, {Login::UnknownUser}, strUser);
+//   WyLog(*pLogger, Login::UnknownUser, strUser);
 
 #include <atomic>
 #include <map>

@@ -37,7 +37,7 @@ struct WyTraceComponentInfo {
 // One of the 66 data fields: its configuration, and its value in a record. The record owns the
 // value; the configuration, which its records share, owns the filter text; names are never freed.
 struct WyTraceDataFieldInfo {
-  bool bTraced;            // stands on the "data" line
+  bool bTraced;            // is on the "data" line
   bool bFiltered;          // has a filter
   unsigned int uId;        // field number, 0 to 65
   const char* pszName;     // from the known data fields
@@ -45,7 +45,7 @@ struct WyTraceDataFieldInfo {
   char* pszFilter;         // filter text, null without a filter
   unsigned int uFilterOp;  // 1 "==", 2 "!=", 7 "@@" (holds), 8 "!@" (does not hold)
   char* pszValue;          // the value: szValue, or heap memory for a longer one
-  bool bValueAllocated;    // which is heap memory
+  bool bValueAllocated;    // pszValue is heap memory
   char szValue[1024];      // texts of up to 1023 bytes
 };
 
