@@ -32,7 +32,7 @@ class CWyMessageLookup;
 class CWyTextBuffer;
 
 // The layouts of trace records: the `iFormat` of CWyErrLogMessage::BeginTraceFormat,
-// CWyLogger::EnableTrace and WyInitLogger. Any other number gives records of one newline.
+// CWyLogger::EnableTrace and WyInitLogger. With any other number a record is one newline.
 namespace WyTraceLayout {
 enum Number : int {
   Brackets = 0,    // [11/16/2026][17:16:13][Login accepted]

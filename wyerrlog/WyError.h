@@ -27,7 +27,7 @@ class WYERRLOG_API CWyErrData {
  public:
   // Code 0, not logged, and an empty message in the time base of the process logger.
   CWyErrData();
-  virtual ~CWyErrData();  // does not touch the entry behind it
+  virtual ~CWyErrData();  // does not touch the next entry
   CWyErrData(const CWyErrData&) = delete;
   CWyErrData& operator=(const CWyErrData&) = delete;
 

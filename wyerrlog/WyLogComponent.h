@@ -35,7 +35,7 @@
 // Unused bytes of the arrays are zero; a name that fills its array needs no terminator.
 struct WyErrSubComponentInfo {
   char szAbbrName[24];         // not used by the library
-  char szName[32];             // in trace configuration files, behind the component's and "/"
+  char szName[32];             // in trace configuration files, after the component's and "/"
   const char* pszDescription;  // one line
 };
 

@@ -296,7 +296,7 @@ class WYERRLOG_API CWyLogger {
   CWyErrLogGuard m_logGuard;
   CWyErrLogGuard m_traceGuard;
   CWyErrLogGuard m_auditGuard;
-  // Unused. MayTrace is part of the hosts' code, so the two members behind stay where they are.
+  // Unused. MayTrace is compiled into the hosts, so the next two members keep their offsets.
   [[maybe_unused]] std::uintptr_t m_auUnused[12] = {};
   std::atomic<CWyTraceData*> m_pTraceData{nullptr};
   // By component and sub-component number: 0 undecided, 1 traced, -1 not traced.

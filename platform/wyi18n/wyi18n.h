@@ -15,7 +15,7 @@
 // handler interrupts (EINTR) is repeated.
 
 // Opens a file like open(2). `mode` has the permission bits of a file that the call creates, less
-// the umask, and is ignored when it creates none. The descriptor is always close-on-exec, so that
+// the umask, and is ignored if it creates none. The descriptor is always close-on-exec, so that
 // programs that the process executes do not inherit it. The caller owns it and closes it with
 // close(2).
 //

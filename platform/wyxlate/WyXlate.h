@@ -78,12 +78,12 @@ class WYXLATE_EXPORT CWyXlate {
   // Writes `pattern` into `out` with its placeholders replaced by the arguments, at most `size`
   // bytes and a terminating zero byte: `out` has room for size + 1 bytes. A longer text is cut at
   // exactly `size` bytes, within a character if need be. Returns the number of bytes before the
-  // terminator, or -1 when `out` or `pattern` is null; then nothing is written.
+  // terminator, or -1 if `out` or `pattern` is null; then nothing is written.
   //
-  // The rules are those of Java's message format, in small. "{0}" to "{12}" stand for argv[0] to
+  // The rules are the basic ones of Java's message format. "{0}" to "{12}" stand for argv[0] to
   // argv[12]. Two single quotes are one quote; otherwise a single quote starts a run in which
   // braces have no meaning, up to the next single quote or the end. A placeholder whose index is
-  // not below `argc`, and anything else in braces, is copied as it stands, and so is a lone brace.
+  // not below `argc`, and anything else in braces, is copied unchanged, and so is a lone brace.
   // A null entry of `argv` inserts nothing; a null `argv` counts as no arguments. `out` must not
   // overlap the pattern or an argument. Allocates nothing and takes no lock.
   static int FormatMessage(char* out, unsigned long size, const char* pattern, unsigned long argc,
