@@ -1,6 +1,6 @@
 import com.orvantis.wyerrlog.WyLogger;
 
-/** Guide (folder of catalogs) (trace configuration): a message and a trace record. */
+/** Logs a message and a trace record. Arguments: folder of catalogs, trace configuration. */
 public final class Guide {
   public static void main(String[] args) {
     // [java]

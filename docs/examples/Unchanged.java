@@ -1,6 +1,6 @@
 import java.util.logging.Logger;
 
-/** Knows nothing of the library. */
+/** A program that logs with java.util.logging and does not use the library's classes. */
 public final class Unchanged {
   public static void main(String[] args) {
     // [unchanged]

@@ -1,4 +1,4 @@
-// Audit records.
+// An audit record, and a decision that depends on it.
 #include <wyerrlog/WyLog.h>
 
 #include <string>
@@ -11,7 +11,7 @@ namespace {
 bool MayEnter(const std::string& strUser, const std::string& strResource, int iRule) {
   char szTime[25];
   const bool bLocal = theLogger()->ShouldUseLocalTime();
-  // Nobody enters without a record.
+  // Without a record the user is refused.
   return CWyErrLogMessage::GetTime(3, szTime, bLocal, sizeof szTime) &&
          WyAudit("[%s] allow user=\"%s\" resource=\"%s\" rule=%d\n", szTime, strUser.c_str(),
                  strResource.c_str(), iRule);

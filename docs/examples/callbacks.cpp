@@ -4,16 +4,17 @@
 #include <cstdio>
 
 // [callback]
-// Runs on the threads that log, on several at once.
+// Called on each thread that logs, on several threads at once.
 static void Print(const char* pszText, int iLength, void* pParam) {
-  std::fprintf(static_cast<std::FILE*>(pParam), "told: %.*s", iLength, pszText);
+  std::fprintf(static_cast<std::FILE*>(pParam), "callback: %.*s", iLength, pszText);
 }
 // [/callback]
 
 int main() {
   // [install]
   CWyLogger& logger = *theLogger();
-  CWyLogOutput* pOutput = logger.NewLogOutput(4, Print, stdout);
+  CWyLogOutput* pOutput =
+      logger.NewLogOutput(WyOutputType::SyncParameterizedCallback, Print, stdout);
   if (pOutput == nullptr || !logger.SetLogOutput(pOutput)) {
     logger.DeleteLogOutput(pOutput);
     return 1;

@@ -33,7 +33,7 @@ int main(int argc, char** argv) {
   CWyError errors;
   if (!WriteStore("/var/lib/sessions", ENOSPC, errors) &&
       !WriteStore("/tmp/sessions", EACCES, errors)) {
-    errors.LogMessages();  // both places have failed: now it matters
+    errors.LogMessages();  // both places have failed
   }
   return errors.GetLastError() == EACCES ? 0 : 1;
   // [/log]

@@ -4,9 +4,10 @@
 int main() {
   CWyLogger& logger = *theLogger();
 
-  CWyLogOutput* pFile = logger.NewLogOutput(1, "./error.log", 3, 10, 5);
+  CWyLogOutput* pFile =
+      logger.NewLogOutput(WyOutputType::File, "./error.log", WyFileMode::AppendRollBySize, 10, 5);
   if (pFile == nullptr || !logger.SetLogOutput(pFile)) {
-    logger.DeleteLogOutput(pFile);  // it is still ours
+    logger.DeleteLogOutput(pFile);  // the caller still owns it
     return 1;
   }
 

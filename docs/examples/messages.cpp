@@ -13,7 +13,7 @@
 namespace {
 
 // [wrapper]
-// Logs for others: the line names the caller's file and line.
+// Logs on behalf of its caller: the record shows the caller's file and line.
 bool Refuse(const std::string& strUser, WyCallSite where = WyCallSite::Here()) {
   WyLog({SessionStore::Refused, where}, strUser, 20000);
   return false;

@@ -1,4 +1,4 @@
-// Loggers under names, a tenant each.
+// Named loggers, one for each tenant.
 #include <wyerrlog/WyLog.h>
 #include <wyerrlog/WyLoggerList.h>
 

@@ -13,7 +13,7 @@ struct Request {
   std::string strUser;
 };
 
-// Called from anywhere on the thread that serves a request.
+// Called at any depth, on the thread that serves a request.
 void TraceCache(int iHits) {
   const auto* pRequest = static_cast<const Request*>(CWyRequestContext::GetRequestContextData());
   WY_TRACE(SessionStore::Component)
@@ -33,7 +33,7 @@ bool TraceFromTheStart(const char* pszConfig) {
   const bool bAppend = true;
   const bool bLocalTime = false;
   const int iMaxSizeMB = 10;  // 0: no rollover
-  const int iLayout = 0;
+  const int iLayout = WyTraceLayout::Brackets;
   const int iBackups = 5;
   return WyInitLogger(bAppend, bLocalTime, iMaxSizeMB, iLayout, "", pszConfig, "./trace.log",
                       iBackups);

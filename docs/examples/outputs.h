@@ -1,14 +1,15 @@
 #ifndef OUTPUTS_H
 #define OUTPUTS_H
 
-// What the programs of the guide have in common: installing an output.
+// The programs of the guide install their outputs with these functions. On failure each
+// deletes the new output and returns false.
 
 #include <wyerrlog/WyLogger.h>
 
 // [log-to]
-// The error log of `logger` goes to the end of a file from now on.
+// Appends the error log of `logger` to a file from now on.
 inline bool LogTo(CWyLogger& logger, const char* pszPath) {
-  CWyLogOutput* pFile = logger.NewLogOutput(1, pszPath, 1, 0, 0);
+  CWyLogOutput* pFile = logger.NewLogOutput(WyOutputType::File, pszPath, WyFileMode::Append, 0, 0);
   if (pFile != nullptr && logger.SetLogOutput(pFile)) return true;
   logger.DeleteLogOutput(pFile);
   return false;
@@ -16,9 +17,9 @@ inline bool LogTo(CWyLogger& logger, const char* pszPath) {
 // [/log-to]
 
 // [audit-to]
-// The same for its audit log.
+// Appends the audit log of `logger` to a file from now on.
 inline bool AuditTo(CWyLogger& logger, const char* pszPath) {
-  CWyLogOutput* pFile = logger.NewLogOutput(1, pszPath, 1, 0, 0);
+  CWyLogOutput* pFile = logger.NewLogOutput(WyOutputType::File, pszPath, WyFileMode::Append, 0, 0);
   if (pFile != nullptr && logger.EnableAuditLogRollover(pFile)) return true;
   logger.DeleteLogOutput(pFile);
   return false;
@@ -26,9 +27,10 @@ inline bool AuditTo(CWyLogger& logger, const char* pszPath) {
 // [/audit-to]
 
 // [trace-to]
-// Its trace: what the configuration file selects, in one of the four layouts.
+// Appends to a file what the configuration selects for the trace of `logger`, in one of the layouts
+// (WyTraceLayout).
 inline bool TraceTo(CWyLogger& logger, const char* pszPath, int iLayout, const char* pszConfig) {
-  CWyLogOutput* pFile = logger.NewLogOutput(1, pszPath, 1, 0, 0);
+  CWyLogOutput* pFile = logger.NewLogOutput(WyOutputType::File, pszPath, WyFileMode::Append, 0, 0);
   if (pFile != nullptr &&
       logger.EnableTrace(pFile, iLayout, " | ", pszConfig, true, false, false)) {
     return true;

@@ -1,4 +1,4 @@
-// Threads and a forked child that log to one file.
+// A thread, a forked child and its parent log to one file.
 #include <sys/wait.h>
 #include <unistd.h>
 #include <wyerrlog/WyLog.h>

@@ -1,4 +1,5 @@
-// What WyLog.h does, by the classes below it. raw_classes <configuration> <folder of catalogs>
+// The same records as with WyLog.h, step by step through the classes that it is built on.
+// raw_classes <configuration> <folder of catalogs>
 #include <wyerrlog/WyLogger.h>
 #include <wyxlate/WyXlate.h>
 
@@ -9,7 +10,7 @@ int main(int argc, char** argv) {
   if (argc != 3 || !CWyXlate::SetResourceDirectory(argv[2])) return 2;
   CWyLogger& logger = *theLogger();
   if (!LogTo(logger, "./error.log") || !AuditTo(logger, "./audit.log")) return 1;
-  if (!TraceTo(logger, "./trace.log", 0, argv[1])) return 1;
+  if (!TraceTo(logger, "./trace.log", WyTraceLayout::Brackets, argv[1])) return 1;
 
   // [message]
   CWyErrLogMessage msg(logger.ShouldUseLocalTime());
@@ -32,7 +33,7 @@ int main(int argc, char** argv) {
     bool bWanted = true;
     if (pData->FieldTraced(WyField::User)) bWanted = pData->SetFieldValue(WyField::User, "alice");
     if (bWanted && pData->FieldTraced(WyField::PreciseTime)) {
-      bWanted = pData->SetFieldValue(WyField::PreciseTime, 0);  // the library knows the time
+      bWanted = pData->SetFieldValue(WyField::PreciseTime, 0);  // the library fills in the time
     }
     if (bWanted && pData->Format()) pData->Log();
     pData->LeaveNoBody();

@@ -1,6 +1,9 @@
-// Prints a table of the page for administrators: reference_tables components <folder>... for the
-// known components, described by their libraries in these folders; reference_tables fields for the
-// data fields.
+// Prints a table of the administrator's guide:
+//
+//   reference_tables fields                    the data fields
+//   reference_tables components <folder>...    the known components
+//
+// A component's own library describes it. It is searched in the folders that are named.
 #include <dlfcn.h>
 #include <wyerrlog/WyErrLogConfig.h>
 #include <wyerrlog/WyLogComponent.h>
@@ -15,7 +18,7 @@
 
 namespace {
 
-// What is in the fields, by their numbers.
+// The contents of the fields; the index is the field's number.
 constexpr const char* Meanings[] = {
     "text of the record",
     "source file and line",
@@ -63,7 +66,7 @@ constexpr const char* Meanings[] = {
     "number of handles",
     "number of free handles",
     "number of handles in use",
-    "time that an answer took",
+    "time until the response",
     "requests per time",
     "highest throughput",
     "lowest throughput",
@@ -86,7 +89,7 @@ constexpr const char* Meanings[] = {
 };
 static_assert(std::size(Meanings) == WyField::Count);
 
-// Function and SrcFile are set by WY_TRACE and by Java, the next five know their values.
+// WY_TRACE and Java set Function and SrcFile. The library computes the five fields after SrcFile.
 bool IsFilledIn(unsigned int uField) {
   return (uField >= WyField::SrcFile && uField <= WyField::PreciseTime) ||
          uField == WyField::Function;

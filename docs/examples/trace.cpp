@@ -1,4 +1,4 @@
-// Trace records. trace <configuration> <layout>
+// Trace records, in one of the four layouts. trace <configuration> <layout>
 #include <wyerrlog/WyLog.h>
 
 #include <cstdlib>
@@ -19,7 +19,7 @@ void FindSession(const std::string& strUser, int iCount) {
 // [/trace]
 
 // [lazy]
-int CountSessions() { return 17; }  // slow, say
+int CountSessions() { return 17; }  // may be slow
 
 void EndSessions(const std::string& strUser) {
   WY_TRACE(SessionStore::Cleanup)

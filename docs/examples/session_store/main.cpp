@@ -1,4 +1,4 @@
-// session_store <log file> <folder of catalogs>
+// Logs each message of the component once. session_store <log file> <folder of catalogs>
 #include <wyerrlog/WyLog.h>
 #include <wyxlate/WyXlate.h>
 
@@ -8,7 +8,7 @@ int main(int argc, char** argv) {
   if (argc != 3 || !CWyXlate::SetResourceDirectory(argv[2])) return 2;
 
   CWyLogger& logger = *theLogger();
-  CWyLogOutput* pFile = logger.NewLogOutput(1, argv[1], 1, 0, 0);
+  CWyLogOutput* pFile = logger.NewLogOutput(WyOutputType::File, argv[1], WyFileMode::Append, 0, 0);
   if (pFile == nullptr || !logger.SetLogOutput(pFile)) {
     logger.DeleteLogOutput(pFile);
     return 1;
