@@ -8,9 +8,9 @@ import java.util.function.Consumer;
 import java.util.regex.Pattern;
 
 /**
- * Hands records of the platform's logging to the library: messages to the error log, finer ones to
- * the trace. The levels of {@code java.util.logging} and of {@code System.Logger} have the same
- * numbers.
+ * Passes records of the platform's logging to the library: messages to the error log, records of
+ * {@code FINE} and below to the trace. The levels of {@code java.util.logging} and of {@code
+ * System.Logger} have the same numbers.
  */
 final class Bridge {
   private static final int ERROR = System.Logger.Level.ERROR.getSeverity();
@@ -19,10 +19,10 @@ final class Bridge {
 
   private static final Pattern LINE_END = Pattern.compile("\\R");
 
-  // Settings whose outputs are installed: doing it twice would reopen, or roll over, their files.
+  // Settings whose outputs are installed. Installing them again would reopen or roll over files.
   private static final Map<BridgeSettings, Bridge> installed = new HashMap<>();
 
-  // Set while the thread is inside: what logs on the way to the log must not come back here.
+  // Set while the thread writes a record: code that is called meanwhile may log, and would recurse.
   private static final ThreadLocal<Boolean> inside = new ThreadLocal<>();
 
   private final BridgeSettings settings;
@@ -36,11 +36,11 @@ final class Bridge {
   }
 
   /**
-   * Installs the outputs of the settings, unless that has been done, and returns the bridge to
-   * them. When none could be installed, the next call tries again.
+   * Installs the outputs of the settings, once for equal settings, and returns their bridge. If no
+   * output could be installed, the next call tries again.
    *
    * @param problems receives a text for each output that cannot be installed
-   * @throws LinkageError when the native library cannot be loaded
+   * @throws LinkageError if the native library cannot be loaded
    */
   static Bridge open(BridgeSettings settings, Consumer<String> problems) {
     WyLogger.TraceEnabled(settings.loggerName()); // loads the library
@@ -89,29 +89,31 @@ final class Bridge {
     return done;
   }
 
-  /** Whether these settings have installed an error log. */
+  /** Returns true if these settings have installed an error log. */
   boolean hasErrorLog() {
     return hasErrorLog;
   }
 
   /**
-   * Whether these settings have installed an output for records of this severity. Without an error
-   * log of its own a bridge still takes finer records, which are dropped unless they are traced.
+   * Returns true if these settings have installed an output for records of this severity: an error
+   * log for messages, an error log or a trace for finer records. Finer records are dropped unless
+   * their component is traced.
    */
   boolean hasOutputFor(int severity) {
     return severity > DEBUG ? hasErrorLog : hasErrorLog || hasTrace;
   }
 
-  /** Whether records of this severity are wanted: finer ones are when they are traced. */
+  /** Returns true for messages, and for finer records while their component is traced. */
   boolean takes(int severity) {
     return severity > DEBUG
         || WyLogger.TraceEnabledComponent(settings.loggerName(), settings.traceComponent()) == 1;
   }
 
   /**
-   * Runs the making and the writing of a record; when the thread is doing that already, nothing.
+   * Formats and writes a record. Does nothing if the thread is writing a record already.
    *
-   * @return what was thrown, or null
+   * @param writing formats and writes
+   * @return what {@code writing} has thrown, or null
    */
   Throwable run(Runnable writing) {
     if (inside.get() != null) {
@@ -122,7 +124,7 @@ final class Bridge {
       writing.run();
       return null;
     } catch (Throwable thrown) {
-      // Logging must not be what makes the program fail.
+      // A failure to log must not end the program.
       return thrown;
     } finally {
       inside.remove();
@@ -132,9 +134,11 @@ final class Bridge {
   /**
    * Writes a record.
    *
-   * @param className where the record was logged
-   * @param methodName likewise; may be null
-   * @param text further lines of it are indented, lest they pass for records of their own
+   * @param severity number of the record's level
+   * @param className class that has logged the record
+   * @param methodName method that has logged the record; may be null
+   * @param text text of the record; lines after the first are indented, so that they cannot be
+   *     taken for records
    */
   void write(int severity, String className, String methodName, String text) {
     String lines = LINE_END.matcher(String.valueOf(text).stripTrailing()).replaceAll("\n\t");
@@ -156,7 +160,7 @@ final class Bridge {
     return severity >= WARNING ? WyLogger.MESSAGE_WARNING : WyLogger.MESSAGE_INFORMATION;
   }
 
-  /** The text, followed by the stack trace of what was thrown, if anything was. */
+  /** Returns the text, followed by the stack trace of {@code thrown} unless that is null. */
   static String withStackTrace(String text, Throwable thrown) {
     if (thrown == null) {
       return text;
@@ -166,7 +170,7 @@ final class Bridge {
     writer.println(text);
     try {
       thrown.printStackTrace(writer);
-    } catch (RuntimeException untellable) {
+    } catch (RuntimeException unprintable) {
       writer.println(thrown.getClass().getName());
     }
     return lines.toString();

@@ -7,8 +7,8 @@ import java.util.ResourceBundle;
 import java.util.function.Supplier;
 
 /**
- * A logger of the platform whose records go over the bridge; those that the bridge has no output
- * for go where the platform's default sends them.
+ * The {@code System.Logger} that {@link WyLoggerFinder} returns. Records for which the bridge has
+ * an output go to the library, all others to the platform's default logger.
  */
 final class BridgeLogger implements System.Logger {
   private final String name;

@@ -8,8 +8,9 @@ import java.util.function.Consumer;
 import java.util.function.UnaryOperator;
 
 /**
- * Which of the library's loggers the platform's log records go to, and the outputs to install for
- * it. A file of null is none: what the host has installed stays.
+ * The settings of a bridge: the library's logger that receives the platform's log records, and the
+ * outputs to install for it. If a file is null, no output is installed, and the output that the
+ * host has installed stays.
  */
 record BridgeSettings(String loggerName, boolean localTime, LogFile log, LogFile trace,
     String traceConfig, int traceFormat, String traceDelimiter, int traceComponent) {
@@ -24,14 +25,14 @@ record BridgeSettings(String loggerName, boolean localTime, LogFile log, LogFile
   /** Prefix of the system properties. */
   static final String PREFIX = "wyerrlog.";
 
-  /** Reports names among the system properties that are those of no setting. */
+  /** Reports system properties that begin with the prefix, or nearly do, and are not a setting. */
   static void checkSystemProperties(Consumer<String> problems) {
     List<String> settings = new ArrayList<>(SettingNames.COMMON);
     settings.addAll(List.of("level", "library"));
     SettingNames.check(System.getProperties().stringPropertyNames(), PREFIX, settings, problems);
   }
 
-  /** The settings in the system properties. */
+  /** Returns the settings in the system properties. */
   static BridgeSettings ofSystemProperties(Consumer<String> problems) {
     return read(key -> System.getProperty(PREFIX + key), problems);
   }
@@ -39,8 +40,8 @@ record BridgeSettings(String loggerName, boolean localTime, LogFile log, LogFile
   /**
    * Reads settings.
    *
-   * @param properties the value of a key, or null when it has none
-   * @param problems receives a text for each value that makes no sense and counts as missing
+   * @param properties returns the value of a key, or null if it has none
+   * @param problems receives a text for each invalid value; the default is used instead
    */
   static BridgeSettings read(UnaryOperator<String> properties, Consumer<String> problems) {
     Reader reader = new Reader(properties, problems);
@@ -52,13 +53,13 @@ record BridgeSettings(String loggerName, boolean localTime, LogFile log, LogFile
         reader.number("trace.component", WyLogger.COMPONENT_LOG));
   }
 
-  /** Whether a file is named; without one a bridge has nowhere to write. */
+  /** Returns true if a file is named. Without one a bridge installs no output. */
   boolean nameAFile() {
     return log.path() != null || trace.path() != null;
   }
 
   private record Reader(UnaryOperator<String> properties, Consumer<String> problems) {
-    /** A file and its parameters; the details are the settings that nothing uses without it. */
+    /** Returns a file and its parameters. Without the file the details have no effect. */
     LogFile file(String prefix, String... details) {
       for (String detail : details) {
         if (properties.apply(prefix + "file") == null
@@ -70,7 +71,9 @@ record BridgeSettings(String loggerName, boolean localTime, LogFile log, LogFile
           number(prefix + "maxSizeMB", 0), number(prefix + "maxBackups", 0));
     }
 
-    /** A bare file name cannot be rolled over by the library: it becomes absolute. */
+    /**
+     * Returns the path. A name without "/" becomes absolute: the library could not roll it over.
+     */
     String path(String key) {
       String path = properties.apply(key);
       if (path == null || path.isEmpty() || path.contains("/")) {
@@ -79,7 +82,7 @@ record BridgeSettings(String loggerName, boolean localTime, LogFile log, LogFile
       try {
         return Path.of(path).toAbsolutePath().toString();
       } catch (InvalidPathException notOfTheLocale) {
-        return "./" + path; // the system takes bytes that the virtual machine's locale lacks
+        return "./" + path; // open(2) accepts bytes that the virtual machine's locale cannot encode
       }
     }
 
@@ -91,7 +94,7 @@ record BridgeSettings(String loggerName, boolean localTime, LogFile log, LogFile
       return value != null && Boolean.parseBoolean(value.strip());
     }
 
-    /** Decimal, or hexadecimal behind "0x"; identifiers have up to 32 bits. */
+    /** Returns a number, decimal or hexadecimal after "0x". Identifiers have up to 32 bits. */
     int number(String key, int otherwise) {
       String value = properties.apply(key);
       if (value == null) {

@@ -2,15 +2,15 @@ package com.orvantis.wyerrlog;
 
 import java.util.List;
 
-/** Where a program called a {@code System.Logger}. */
+/** The place where a program has called a {@code System.Logger}, found on the stack. */
 record CallSite(String className, String methodName) {
-  // The code between a program and the loggers of this package.
+  // Classes whose frames are between a program and the loggers of this package.
   private static final List<String> PLATFORM =
       List.of("java.lang.System$Logger", "jdk.internal.logger.", "sun.util.logging.");
   private static final List<String> OWN =
       List.of(Bridge.class.getName(), BridgeLogger.class.getName(), PlatformLogger.class.getName());
 
-  /** The innermost frame of a program, or the name and no method when there is none. */
+  /** Returns the program's innermost frame; if there is none, the given name without a method. */
   static CallSite ofProgram(String otherwise) {
     return StackWalker.getInstance()
         .walk(frames

@@ -11,12 +11,12 @@ import java.util.stream.Collectors;
 
 /**
  * The names in the configuration of {@code java.util.logging}. {@link LogManager} returns the value
- * of a name that is asked for, but lists none: they are read again from its file.
+ * of a given name but does not list the names, so this class reads its file again.
  */
 final class LoggingConfiguration {
   private LoggingConfiguration() {}
 
-  /** The names in the file that are in force; none when the configuration is not from a file. */
+  /** Returns the names in the file that have a value; none if there is no file. */
   static Set<String> names() {
     LogManager manager = LogManager.getLogManager();
     return read()
@@ -37,7 +37,7 @@ final class LoggingConfiguration {
         properties.load(stream);
       }
     } catch (IOException | RuntimeException unreadable) {
-      properties.clear(); // LogManager itself has reported that
+      properties.clear(); // LogManager has reported it
     }
     return properties;
   }

@@ -3,14 +3,17 @@ package com.orvantis.wyerrlog;
 import java.util.ArrayList;
 import java.util.List;
 
-/** Divides texts longer than a message may be, so that nothing of a stack trace is lost. */
+/**
+ * Divides a long text into messages. The library would cut it at {@link #MAX_BYTES} bytes, and the
+ * end of a stack trace would be lost.
+ */
 final class MessageParts {
-  /** The most bytes that a message of the library holds. */
+  /** The maximum length of a message of the library, in bytes. */
   static final int MAX_BYTES = 4095;
 
   private MessageParts() {}
 
-  /** The parts of a text, none longer than a message; divided at line ends where there are any. */
+  /** Returns the parts of a text, none longer than a message, divided at line ends if possible. */
   static List<String> of(String text) {
     if (text.length() <= MAX_BYTES / 3) {
       return List.of(text); // a character has three bytes at most
@@ -44,7 +47,7 @@ final class MessageParts {
     return text.length();
   }
 
-  /** In the form in which the virtual machine supplies texts to native code. */
+  /** Returns the length of a character in modified UTF-8, the encoding of the native interface. */
   private static int bytesOf(char c) {
     if (c >= 1 && c <= 0x7F) {
       return 1;

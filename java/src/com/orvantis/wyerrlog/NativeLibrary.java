@@ -3,7 +3,7 @@ package com.orvantis.wyerrlog;
 import java.nio.file.InvalidPathException;
 import java.nio.file.Path;
 
-/** Finds and loads the native library. */
+/** Finds and loads {@code libwyerrlog.so}: by the system property, else by the library path. */
 final class NativeLibrary {
   private static final String NAME = "wyerrlog";
 
@@ -12,7 +12,7 @@ final class NativeLibrary {
   /**
    * Loads the library.
    *
-   * @throws UnsatisfiedLinkError when it cannot be loaded; the text states what was tried
+   * @throws UnsatisfiedLinkError if it cannot be loaded; the message names the path that was tried
    */
   static void load() {
     String path = System.getProperty(WyLogger.LIBRARY_PROPERTY);

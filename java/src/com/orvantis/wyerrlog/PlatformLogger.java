@@ -6,26 +6,25 @@ import java.util.ResourceBundle;
 import java.util.logging.Logger;
 
 /**
- * The logger that the platform's default finder would have returned: one that passes its records to
- * the logger of the same name of {@code java.util.logging}.
+ * Does what the platform's default logger does: passes its records to the logger of the same name
+ * of {@code java.util.logging}.
  *
- * <p>The platform has one finder, and no published way from it to the default one, which is a
- * class of the platform's internals. What the default does is published: {@link
- * System.LoggerFinder} says that it uses {@code java.util.logging}, {@link Level} which levels
- * correspond.
+ * <p>The default finder is an internal class, which another finder cannot reach. But its behaviour
+ * is published: {@link System.LoggerFinder} states that it uses {@code java.util.logging}, and
+ * {@link Level} states which levels correspond.
  */
 final class PlatformLogger implements System.Logger {
   private final String name;
 
-  // Found at the first record: finding it starts java.util.logging, which may be what asks for a
-  // logger just now.
+  // Set at the first record, not by the constructor: getting it initializes java.util.logging,
+  // which may itself be the caller that asks for this logger.
   private volatile Logger logger;
 
   PlatformLogger(String name) {
     this.name = Objects.requireNonNull(name);
   }
 
-  /** Whether this runtime has {@code java.util.logging}. */
+  /** Returns true if this runtime has {@code java.util.logging}. */
   static boolean isAvailable() {
     return ModuleLayer.boot().findModule("java.logging").isPresent();
   }
@@ -61,7 +60,7 @@ final class PlatformLogger implements System.Logger {
     Logger found = logger;
     if (found == null) {
       found = Logger.getLogger(name);
-      logger = found; // java.util.logging itself forgets a logger that no program holds
+      logger = found; // java.util.logging itself keeps only a weak reference
     }
     return found;
   }

@@ -6,8 +6,8 @@ import java.util.Locale;
 import java.util.function.Consumer;
 
 /**
- * The names of the bridges' settings, and what to report of a name that is none of them: a setting
- * that is never read would otherwise change nothing, and nothing would say so.
+ * The names of the bridges' settings, and the report of a name that is not one of them. Without the
+ * report a misspelt setting would have no effect, and the user would not notice.
  */
 final class SettingNames {
   /** The settings of both bridges, without a prefix. */
@@ -15,18 +15,19 @@ final class SettingNames {
       "log.maxSizeMB", "log.maxBackups", "trace.file", "trace.mode", "trace.maxSizeMB",
       "trace.maxBackups", "trace.config", "trace.format", "trace.delimiter", "trace.component");
 
-  // Characters that are missing, added or wrong; two that have changed places are two. What differs
-  // by more and has another prefix is a setting of another program.
+  // The most characters that may be missing, added or wrong in a misspelt name; two exchanged ones
+  // count twice. A name that differs by more, and has another prefix, belongs to another program.
   private static final int SLIPS = 2;
 
   private SettingNames() {}
 
   /**
-   * Reports each name that begins with the prefix, or nearly equals a setting, and is none.
+   * Reports each name that is not a setting but begins with the prefix or nearly equals a setting.
    *
-   * @param names what is set
-   * @param prefix of the settings
-   * @param settings what exists, without the prefix
+   * @param names names that are set
+   * @param prefix prefix of the settings
+   * @param settings names of the settings, without the prefix
+   * @param problems receives a text for each such name
    */
   static void check(Collection<String> names, String prefix, Collection<String> settings,
       Consumer<String> problems) {
@@ -58,7 +59,7 @@ final class SettingNames {
     return nearest;
   }
 
-  /** How many characters to insert, delete or replace to make one text of the other. */
+  /** Returns the edit distance: the fewest characters to insert, delete or replace. */
   private static int slips(String from, String to) {
     int[] previous = new int[to.length() + 1];
     for (int i = 0; i < previous.length; i++) {

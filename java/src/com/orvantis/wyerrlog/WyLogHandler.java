@@ -11,8 +11,8 @@ import java.util.logging.LogManager;
 import java.util.logging.LogRecord;
 
 /**
- * A handler for {@code java.util.logging} that logs and traces through the library, so that an
- * unchanged program does, by its {@code logging.properties} alone:
+ * A handler for {@code java.util.logging} that logs and traces through the library. An unchanged
+ * program uses it if its {@code logging.properties} name it:
  *
  * <pre>
  * handlers = com.orvantis.wyerrlog.WyLogHandler
@@ -22,10 +22,11 @@ import java.util.logging.LogRecord;
  * .level = ALL
  * </pre>
  *
- * Records above {@code FINE} go to the error log, as messages of the library's own component: an
- * error from {@code SEVERE} on, a warning from {@code WARNING} on, else an information. Records of
- * {@code FINE} and below go to the trace, when the trace configuration selects the handler's
- * component. The location is the name of the source class, or of the logger when that is not known.
+ * Records above {@code FINE} are written to the error log, as messages of the library's own
+ * component: from {@code SEVERE} on as errors, from {@code WARNING} on as warnings, else as
+ * informations. Records of {@code FINE} and below are written to the trace if the trace
+ * configuration selects the handler's component. The location is the name of the source class, or
+ * of the logger if the class is not known.
  *
  * <p>Each property is looked up as {@code com.orvantis.wyerrlog.WyLogHandler.<key>} in the logging
  * configuration, then as the system property {@code wyerrlog.<key>}:
@@ -33,41 +34,44 @@ import java.util.logging.LogRecord;
  * <ul>
  *   <li>{@code logger}: name of the library's logger. Default: the process's logger.
  *   <li>{@code log.file}, {@code log.mode}, {@code log.maxSizeMB}, {@code log.maxBackups}: the
- *       error log, with the parameters of {@link WyLogger#InitializeLog}. Default: no file, which
- *       leaves the error log to what else the process installs; mode 1, size 0, backups 0. A file
- *       name without {@code /} is one in the working directory.
+ *       error log, with the parameters of {@link WyLogger#InitializeLog}. Default: no file, and the
+ *       output that other code installs stays; mode 1 ({@link WyLogger#MODE_APPEND}), size 0,
+ *       backups 0. A file name without {@code /} is a file of the working directory.
  *   <li>{@code trace.file}, {@code trace.mode}, {@code trace.maxSizeMB}, {@code trace.maxBackups}:
- *       likewise the trace; {@code trace.config}, {@code trace.format}, {@code trace.delimiter} as
- *       in {@link WyLogger#InitializeTrace}.
- *   <li>{@code trace.component}: identifier of the component that records are traced under.
- *       Default: {@link WyLogger#COMPONENT_LOG}.
+ *       the same for the trace; {@code trace.config}, {@code trace.format} and {@code
+ *       trace.delimiter} as in {@link WyLogger#InitializeTrace}.
+ *   <li>{@code trace.component}: identifier of the component of trace records. Default: {@link
+ *       WyLogger#COMPONENT_LOG}.
  *   <li>{@code localTime}: true for local time. Default: UTC.
  * </ul>
  *
  * The standard properties {@code level} (default {@code ALL}), {@code filter} and {@code formatter}
- * (default: the message and the stack trace; the library adds time, thread and place) apply as
- * well. Handlers with equal settings, and {@link WyLoggerFinder} with the same, open their files
- * once.
+ * (default: the message and the stack trace; the library adds time, thread and place) are supported
+ * too. Handlers with equal settings, and a {@link WyLoggerFinder} with the same settings, open
+ * their files once.
  *
- * <p>Texts of more than 4095 bytes become several messages. Further lines of a text are indented by
- * a tab, so that nothing that a program logs can pass for another record. Any thread may log at any
- * time. Nothing is thrown to the code that logs, and what is logged while a record is made on the
- * same thread is dropped; failures are reported to the handler's {@link ErrorManager}. So are,
- * when the handler is made, an output that cannot be installed, a value that makes no sense, and a
- * setting that does not exist: among the system properties, and in the file of {@code
- * java.util.logging} (the one that {@code java.util.logging.config.file} names, or the platform's).
- * The platform lists no names of a configuration that a program reads from elsewhere.
+ * <p>A text of more than 4095 bytes becomes several messages. Lines of a text after the first are
+ * indented by a tab, so that no text can be taken for another record. Any thread may log at any
+ * time. Nothing is thrown to the caller. A record that is logged on the same thread while the
+ * handler formats or writes another one is dropped.
+ *
+ * <p>Failures to write are reported to the handler's {@link ErrorManager}. When the handler is
+ * constructed, it also reports outputs that cannot be installed, invalid values and unknown
+ * settings. Unknown settings are searched among the system properties and in the configuration file
+ * of {@code java.util.logging} (the one that {@code java.util.logging.config.file} names, or the
+ * platform's). If a program reads its configuration from another source, the platform does not list
+ * its names.
  */
 public final class WyLogHandler extends Handler {
   private static final String PREFIX = WyLogHandler.class.getName() + ".";
 
   private final Bridge bridge; // null: the library cannot be loaded
 
-  // What is wrong with the configuration. It is reported at once, when all has been read: the
-  // platform's ErrorManager shows the first report alone.
+  // The errors in the configuration. They are reported together at the end, because the platform's
+  // ErrorManager prints only its first report.
   private final List<String> problems = new ArrayList<>();
 
-  /** Makes a handler with the settings described above, and installs their outputs. */
+  /** Constructs a handler with the settings described above, and installs their outputs. */
   public WyLogHandler() {
     setLevel(levelOf(handlerProperty("level")));
     setFilter(instanceOf(Filter.class, "filter", null));
@@ -96,7 +100,7 @@ public final class WyLogHandler extends Handler {
   }
 
   /**
-   * Writes a record, if its level and the filter let it pass.
+   * Writes a record if its level is high enough and the filter accepts it.
    *
    * @param record the record; null is ignored
    */
@@ -125,11 +129,11 @@ public final class WyLogHandler extends Handler {
   @Override
   public void flush() {}
 
-  /** Does nothing: the outputs are the library's, and other code may use them. */
+  /** Does nothing: the library owns the outputs, and other code may use them. */
   @Override
   public void close() {}
 
-  /** The message with its parameters, and the stack trace. */
+  /** Formats the message with its parameters, and the stack trace. */
   private static final class TextFormatter extends Formatter {
     @Override
     public String format(LogRecord record) {
@@ -158,7 +162,7 @@ public final class WyLogHandler extends Handler {
     }
   }
 
-  /** An object of the class that a property names, made as the other handlers make theirs. */
+  /** Returns a new object of the class that a property names, as the platform's handlers do. */
   private <T> T instanceOf(Class<T> type, String key, T otherwise) {
     String className = handlerProperty(key);
     if (className == null) {

@@ -4,44 +4,45 @@ import java.util.List;
 import java.util.logging.ErrorManager;
 
 /**
- * Makes {@code System.Logger} log and trace through the library. The virtual machine finds this
- * class by itself when {@code wyerrlog.jar} is on the class path; an unchanged program needs no
- * more than system properties:
+ * Makes {@code System.Logger} log and trace through the library. The virtual machine uses this
+ * class if {@code wyerrlog.jar} is on the class path. An unchanged program needs only system
+ * properties:
  *
  * <pre>
  * java -cp agent.jar:wyerrlog.jar -Dwyerrlog.log.file=/var/log/agent/error.log ...
  * </pre>
  *
- * The properties are the ones that {@link WyLogHandler} describes, as {@code wyerrlog.<key>}. The
- * level {@code ERROR} is an error, {@code WARNING} a warning and {@code INFO} an information of the
- * error log; {@code DEBUG} and {@code TRACE} go to the trace, and are loggable as long as the trace
- * configuration selects their component. The property {@code wyerrlog.level} names the lowest level
- * that is loggable at all; by default all are.
+ * The properties are those that {@link WyLogHandler} describes, as {@code wyerrlog.<key>}. The
+ * levels
+ * {@code ERROR}, {@code WARNING} and {@code INFO} become errors, warnings and informations of the
+ * error log. {@code DEBUG} and {@code TRACE} are written to the trace; they are loggable while the
+ * trace configuration selects their component. The property {@code wyerrlog.level} names the lowest
+ * loggable level; by default all levels are loggable.
  *
- * <p>Records that these settings name no file for go where the platform's default finder sends
- * them: to {@code java.util.logging}. Without {@code wyerrlog.log.file} these are errors, warnings
- * and informations; without {@code wyerrlog.trace.file} either, all. The native library is then not
- * even loaded. The same holds for a file that cannot be opened. A program that installs its outputs
- * itself configures {@link WyLogHandler} without files as a handler of {@code java.util.logging}.
+ * <p>Records without a file are passed to {@code java.util.logging}, as by the platform's default
+ * finder. Without {@code wyerrlog.log.file} these are errors, warnings and informations. Without
+ * {@code wyerrlog.trace.file} too, they are all records, and the native library is not loaded. A
+ * file that cannot be opened counts as missing. A program that installs its outputs itself
+ * configures
+ * {@link WyLogHandler} without files as a handler of {@code java.util.logging}.
  *
- * <p>Loggers may be used by any thread, and throw nothing to the code that logs. Settings that do
- * not exist, values that make no sense, and outputs that cannot be installed are reported by an
- * {@link ErrorManager} of {@code java.util.logging}, which prints on {@code System.err}. When the
- * native library cannot be loaded, or there is no error log in a runtime without {@code
- * java.util.logging}, {@code System.Logger} works as if this class were not there, and the virtual
- * machine says so.
+ * <p>Any thread may use a logger. Loggers throw nothing to the caller. Unknown settings, invalid
+ * values and outputs that cannot be installed are reported by an {@link ErrorManager} of {@code
+ * java.util.logging}, which prints on {@code System.err}. If the native library cannot be loaded,
+ * or if there is neither an error log nor {@code java.util.logging}, the virtual machine reports it
+ * and uses its own loggers.
  */
 public final class WyLoggerFinder extends System.LoggerFinder {
-  private final Bridge bridge; // null: no file is named
+  private final Bridge bridge; // null if no file is named
   private final System.Logger.Level level;
 
   /**
-   * Made by the virtual machine.
+   * Installs the outputs. The virtual machine calls it. If it throws, the virtual machine uses its
+   * own loggers.
    *
-   * @throws UnsatisfiedLinkError when the native library cannot be loaded; the virtual machine then
-   *     uses its own loggers
-   * @throws UnsupportedOperationException when there is no error log, and no module {@code
-   *     java.logging} in the runtime either; likewise
+   * @throws UnsatisfiedLinkError if the native library cannot be loaded
+   * @throws UnsupportedOperationException if there is no error log, and no module {@code
+   *     java.logging} in the runtime
    */
   public WyLoggerFinder() {
     BridgeSettings.checkSystemProperties(WyLoggerFinder::report);
@@ -57,7 +58,7 @@ public final class WyLoggerFinder extends System.LoggerFinder {
   /**
    * Returns a logger.
    *
-   * @param name what the logger says its name is
+   * @param name name of the logger
    * @param module not used
    * @return a new logger
    */
@@ -76,7 +77,7 @@ public final class WyLoggerFinder extends System.LoggerFinder {
     }
   }
 
-  // An ErrorManager prints its first report alone: each has one of its own.
+  // An ErrorManager prints only its first report, so each report gets a new one.
   private static void report(String problem) {
     if (PlatformLogger.isAvailable()) {
       new ErrorManager().error("wyerrlog: " + problem, null, ErrorManager.OPEN_FAILURE);
