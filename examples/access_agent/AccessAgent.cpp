@@ -1,3 +1,6 @@
+// Serves requests: each one is decided, answered and audited, in this order, on one thread of the
+// HTTP server. The answer is sent only after the audit record has been written.
+
 #include "AccessAgent.h"
 
 #include <system_error>
@@ -11,8 +14,7 @@ namespace {
 
 constexpr char Loopback[] = "127.0.0.1";
 
-// The host name in the value of a "Host" header, in lower case: that of "Example.org:8080" is
-// "example.org".
+// The host name in a "Host" header, in lower case: "example.org" for "Example.org:8080".
 std::string HostName(const std::string& strHeader) {
   std::string strName = strHeader.substr(0, strHeader.find(':'));
   for (char& c : strName) {
@@ -40,7 +42,7 @@ const char* LoginText(LoginResult result) {
   return result == LoginResult::WrongPassword ? "wrong password" : "unknown user";
 }
 
-// Every refusal has a body; an error answer without one is the server's own.
+// Every refusal has a body. An error response without one comes from the HTTP server itself.
 void Refuse(httplib::Response& response, int iStatus, const char* pszReason) {
   response.status = iStatus;
   response.set_content(std::string(pszReason) + "\n", "text/plain");
@@ -57,7 +59,8 @@ AccessAgent::~AccessAgent() { Stop(); }
 
 bool AccessAgent::Start(int iPort, size_t uThreads) {
   m_server.new_task_queue = [uThreads] { return new httplib::ThreadPool(uThreads); };
-  // One request for each connection: a body that nobody reads is never taken for the next request.
+  // One request for each connection: the agent does not read bodies, and the unread body of a
+  // request would be parsed as the next one.
   m_server.set_keep_alive_max_count(1);
   m_server.set_pre_routing_handler(
       [this](const httplib::Request& request, httplib::Response& response) {
@@ -70,14 +73,14 @@ bool AccessAgent::Start(int iPort, size_t uThreads) {
 
   if (!Listen(iPort)) return false;
   m_listener = std::thread([this] { m_server.listen_after_bind(); });
-  // A stop that comes before the server runs would be lost.
+  // httplib ignores a stop before the server runs.
   while (!m_server.is_running()) std::this_thread::yield();
   return true;
 }
 
 bool AccessAgent::Listen(int iPort) {
   socket_t socket = INVALID_SOCKET;
-  // Without options of our own the server would share the port with other agents.
+  // By default httplib sets SO_REUSEPORT, and two agents could share a port.
   m_server.set_socket_options([&socket](socket_t created) {
     const int iYes = 1;
     setsockopt(created, SOL_SOCKET, SO_REUSEADDR, &iYes, sizeof iYes);
@@ -89,7 +92,7 @@ bool AccessAgent::Listen(int iPort) {
   } else if (!m_server.bind_to_port(Loopback, iPort)) {
     return false;
   }
-  // The server lets five clients wait to be accepted; the others would try again a second later.
+  // httplib's backlog is five connections; further clients would repeat their SYN after a second.
   return m_iPort > 0 && listen(socket, SOMAXCONN) == 0;
 }
 

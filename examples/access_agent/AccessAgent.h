@@ -11,24 +11,24 @@
 #include "Policy.h"
 #include "Site.h"
 
-// Serves a folder over HTTP on the loopback address, to those whom the policy lets. Every request,
-// also one that is no HTTP, gets one decision, one audit record and one answer.
+// Serves a folder over HTTP on the loopback address, to the users that the policy permits. Every
+// request, also one that is not valid HTTP, gets one decision, one audit record and one response.
 class AccessAgent {
  public:
-  // The policy and the log outlive the agent. `root` is the folder that it guards.
+  // Requires: the policy and the log outlive the agent. `root` is the folder that is served.
   AccessAgent(const Policy& policy, const AgentLog& log, const std::string& root);
-  ~AccessAgent();  // stops
+  ~AccessAgent();  // calls Stop
   AccessAgent(const AccessAgent&) = delete;
   AccessAgent& operator=(const AccessAgent&) = delete;
 
-  // Listens on a port, 0 for any free one, and returns once requests are served, by `uThreads`
-  // threads. False when the port cannot be had. Called once.
+  // Listens on a port (0: any free one) and serves requests with `uThreads` threads. Returns when
+  // the server runs; false if the port cannot be bound (see errno). Called once.
   bool Start(int iPort, size_t uThreads);
 
-  // Answers the requests under way, and no more; returns when all threads have ended.
+  // Completes the requests under way and accepts no others. Returns when all threads have ended.
   void Stop();
 
-  // "127.0.0.1:8080"; the port is the one asked for until Start has found a free one.
+  // "127.0.0.1:8080", with the port that Start has bound or tried to bind.
   std::string Address() const;
 
  private:

@@ -1,3 +1,6 @@
+// Installs the outputs of every tenant's logger, turns tracing on and off, and writes audit
+// records. An output that a logger has refused still belongs to the agent, which deletes it.
+
 #include "AgentLog.h"
 
 #include <wyerrlog/WyLoggerList.h>
@@ -48,7 +51,7 @@ bool AgentLog::Open(std::string& strReason) {
 }
 
 bool AgentLog::OpenLogs(const Tenant& tenant) const {
-  std::error_code ignored;  // without a folder the logs cannot be opened
+  std::error_code ignored;  // if the folder is missing, opening the logs fails and is reported
   std::filesystem::create_directory(tenant.strDirectory, ignored);
   CWyLogger& logger = *tenant.pLogger;
   CWyLogOutput* pErrorLog = NewFileOutput(tenant, "error.log");

@@ -1,11 +1,11 @@
 #ifndef ACCESS_AGENT_AGENTLOG_H
 #define ACCESS_AGENT_AGENTLOG_H
 
-// The agent's logs: their outputs, and who writes to which. Records are written where things
-// happen, a statement each: WyLog(log.LoggerOf(request), ...).
+// The agent's logs: their outputs, and the logger of each request. The code that serves a request
+// writes its records, each with one statement: WyLog(log.LoggerOf(request), ...).
 //
-// Each tenant has a logger of its own, with an error log, an audit log and a trace of its own. The
-// default tenant has the process logger, which also tells of the agent itself.
+// Each tenant has a logger of its own, with its own error log, audit log and trace. The default
+// tenant has the process logger, which also logs messages about the agent itself.
 
 #include <wyerrlog/WyLog.h>
 
@@ -17,50 +17,50 @@
 
 struct AgentLogOptions {
   std::string strDirectory;       // of error.log, audit.log and trace.log
-  std::set<std::string> tenants;  // host names; the logs of each are in a folder of its name there
+  std::set<std::string> tenants;  // host names; each has a folder of its name in strDirectory
   std::string strMessages;        // folder of the message catalogs
   int iMaxSizeMB = 0;             // a log is rolled over before it reaches this size; 0: never
-  int iMaxBackups = 0;            // of each log; 0: all are kept
+  int iMaxBackups = 0;            // backups to keep of each log; 0: all
   std::string strTraceConfig;
   int iTraceLayout = WyTraceLayout::Brackets;
   std::string strTraceDelimiter = ",";
   bool bTraceToConsole = false;  // to the terminal as well
 };
 
-// One object for the process, since it sets up the process logger and the named loggers. Its
-// operations may be called by any thread; those that open, close or switch are for the main thread.
+// One object for the process, since it sets up the process logger and the named loggers. TenantOf,
+// LoggerOf and Audit: thread-safe. All others: main thread only.
 class AgentLog {
  public:
   explicit AgentLog(AgentLogOptions options);
-  ~AgentLog();  // removes the outputs and the tenants' loggers; no request is under way any more
+  ~AgentLog();  // removes the outputs and the tenants' loggers; no thread may still use them
   AgentLog(const AgentLog&) = delete;
   AgentLog& operator=(const AgentLog&) = delete;
 
-  // Installs every tenant's error log and audit log; makes their folders. On failure answers false
-  // and leaves the reason in `strReason`.
+  // Creates every tenant's folder and installs its error log and audit log. On failure returns
+  // false and stores the reason in `strReason`.
   bool Open(std::string& strReason);
 
-  // The tenant of requests to a host, whatever its name: the tenant of that name, else the default
-  // tenant (""). So no client can choose the name of a logger or a folder.
+  // The tenant of requests to a host: the tenant of that name, else the default tenant (""). A
+  // client can therefore not choose the name of a logger or a folder.
   std::string TenantOf(const std::string& strHost) const;
 
-  // What concerns a request goes into the logs of the request's tenant.
+  // The logger of the request's tenant.
   CWyLogger& LoggerOf(const AccessRequest& request) const;
 
-  // The audit record of one decision. When it cannot be written (false) the error log says so, and
-  // the caller must not let the request pass.
+  // Writes the audit record of one decision. If it cannot be written, returns false and logs an
+  // error; the caller must then refuse the request.
   bool Audit(const AccessRequest& request, Decision decision, int iStatus,
              WyCallSite where = WyCallSite::Here()) const;
 
-  // Reads the trace configuration file, afresh each time, and traces every tenant's requests by it
-  // until TurnTracingOff. False when there is none or the library refuses it for a tenant, whose
-  // error log then says so.
+  // Reads the trace configuration file again and traces every tenant's requests until
+  // TurnTracingOff. Returns false if the file cannot be read or the library refuses it; each
+  // tenant's error log states the result.
   bool TurnTracingOn() const;
   void TurnTracingOff() const;
 
  private:
   struct Tenant {
-    CWyLogger* pLogger;  // the library's
+    CWyLogger* pLogger;  // owned by the library
     std::string strDirectory;
   };
 

@@ -1,3 +1,5 @@
+// Decodes the "Authorization" header of the basic scheme (RFC 7617).
+
 #include "Credentials.h"
 
 #include <strings.h>

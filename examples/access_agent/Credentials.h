@@ -5,13 +5,15 @@
 #include <string>
 #include <string_view>
 
+// The name and password that a client sends with a request.
 struct Credentials {
   std::string strUser;
   std::string strPassword;
 };
 
-// Reads the value of an "Authorization" header of the basic scheme: "Basic " and "user:password" in
-// base 64. Nothing when it is anything else, or when a name or password holds a zero byte.
+// Decodes the value of an "Authorization" header of the basic scheme: "Basic " and "user:password"
+// in base 64. Returns nothing for any other value, and if the name or password contains a zero
+// byte.
 std::optional<Credentials> ReadBasicCredentials(std::string_view header);
 
 #endif

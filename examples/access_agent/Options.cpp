@@ -1,3 +1,6 @@
+// Parses the command line by three tables: options with a text, options with a number, and
+// switches.
+
 #include "Options.h"
 
 #include <charconv>
@@ -12,26 +15,26 @@ namespace {
 constexpr char Usage[] =
     R"(usage: access_agent --root DIR --policy FILE --messages DIR --log DIR [option...]
 
-  --root DIR              the folder to guard
-  --policy FILE           who may do what where
+  --root DIR              the folder to serve
+  --policy FILE           the users, and the rules that permit requests
   --messages DIR          the folder of the message catalogs
   --log DIR               the folder of error.log, audit.log and trace.log
-  --tenant HOST           a tenant, again for each: requests to this host name (in lower case) have
-                          logs of their own, in the folder of this name below the log folder
-  --port N                the port on 127.0.0.1; 0, the default, takes a free one
+  --tenant HOST           a tenant; repeat the option for each. Requests to this host name (in lower
+                          case) are logged in the folder of this name below the log folder
+  --port N                the port on 127.0.0.1; 0, the default, means any free port
   --threads N             worker threads (8)
   --log-size MB           roll each log over before it reaches this size
-  --log-backups N         keep so many backups of each log (all)
+  --log-backups N         number of backups to keep of each log (all)
 
-  --trace-config FILE     what to trace
+  --trace-config FILE     trace configuration: components, fields and filters
   --trace-layout N        0 brackets (default), 1 columns, 2 delimited, 3 XML
-  --trace-delimiter TEXT  between the fields of layout 2 (,)
+  --trace-delimiter TEXT  separator between the fields of layout 2 (,)
   --trace-console         trace to the terminal as well
   --trace                 trace from the start
 
 Signals: USR1 reads the trace configuration and turns tracing on, USR2 turns it off, TERM and INT
-end the agent. The message components are searched in $ORVA_WA_ROOT/bin. Messages are written in the
-language of LC_ALL, LC_MESSAGES or LANG, whichever is set first.
+end the agent. The message components are searched in $ORVA_WA_ROOT/bin. The first of LC_ALL,
+LC_MESSAGES and LANG that is set chooses the language of the messages.
 )";
 
 [[noreturn]] void EndWithHelp() {
@@ -44,7 +47,8 @@ language of LC_ALL, LC_MESSAGES or LANG, whichever is set first.
   std::exit(EXIT_FAILURE);
 }
 
-// A host name as a tenant's, which also names a folder.
+// Adds a tenant. Its host name is also the name of a folder, so it must not contain "/" or begin
+// with a dot.
 void AddTenant(std::string_view name, std::set<std::string>& tenants) {
   constexpr std::string_view Permitted = "abcdefghijklmnopqrstuvwxyz0123456789-.";
   if (name.empty() || name.front() == '.' || name.front() == '-' ||
@@ -93,7 +97,7 @@ Options ParseOptions(int argc, char** argv) {
       {"--threads", {&options.iThreads, 1, 1000}},
       {"--log-size", {&options.log.iMaxSizeMB, 1, 4095}},
       {"--log-backups", {&options.log.iMaxBackups, 0, 1000000}},
-      {"--trace-layout", {&options.log.iTraceLayout, 0, 3}},
+      {"--trace-layout", {&options.log.iTraceLayout, WyTraceLayout::Brackets, WyTraceLayout::Xml}},
   };
   const std::map<std::string_view, bool*> switches = {
       {"--trace-console", &options.log.bTraceToConsole},

@@ -5,6 +5,7 @@
 
 #include "AgentLog.h"
 
+// The agent's command line (access_agent --help describes the options).
 struct Options {
   std::string strRoot;
   std::string strPolicy;
@@ -14,7 +15,8 @@ struct Options {
   AgentLogOptions log;
 };
 
-// Reads the command line; ends the process when it asks for help or is not understood.
+// Parses the command line. Ends the process after --help, and with exit code 1 if an option is
+// unknown, missing or has an invalid value.
 Options ParseOptions(int argc, char** argv);
 
 #endif

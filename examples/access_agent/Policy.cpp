@@ -1,3 +1,6 @@
+// Parses a policy file line by line, and decides by it. A subject may only name a user or a group
+// that an earlier line has defined, so a misspelt name is found when the file is loaded.
+
 #include "Policy.h"
 
 #include <crypt.h>

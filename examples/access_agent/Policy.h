@@ -1,43 +1,42 @@
 #ifndef ACCESS_AGENT_POLICY_H
 #define ACCESS_AGENT_POLICY_H
 
-// Who may do what where: the users with their passwords and groups, and the rules, from a text file
-// (demo/policy.conf is one, and tells its format).
+// The access policy: the users with their passwords and groups, and the rules, from a text file.
+// The comments of demo/policy.conf describe the format.
 
 #include <map>
 #include <set>
 #include <string>
 #include <vector>
 
-// The names of a policy file's statements are its own words; a rule's number is its position among
-// the rules, from 1.
+// One "rule" line. A rule's number is its position among the rules of the file, from 1.
 struct PolicyRule {
   int iNumber = 0;
   std::set<std::string> methods;   // "GET" (which stands for HEAD as well), "DELETE"
-  std::string strPath;             // a folder with all below it when it ends in "/", else one page
-  bool bForAnyone = false;         // nobody needs to log in
+  std::string strPath;             // if it ends in "/" a folder with all its pages, else one page
+  bool bForAnyone = false;         // permitted without a login
   std::set<std::string> subjects;  // "alice", "@editors"
 };
 
 enum class LoginResult { Accepted, UnknownUser, WrongPassword };
 
-// What Load found wrong.
+// The first error in a policy file.
 struct PolicyError {
   int iLine = 0;        // 0: the file cannot be read
-  std::string strText;  // the word that is not understood, or the system's reason
+  std::string strText;  // the invalid word, or the text of errno
 };
 
-// Loaded once, before other threads use it; from then on any thread may ask.
+// Loaded once, before other threads use it. After that all operations are thread-safe.
 class Policy {
  public:
-  // Reads a file into this fresh object. False, with `error` filled, at the first thing that is not
-  // understood: an agent must not start with half a policy.
+  // Reads a file into this empty object. At the first error fills `error` and returns false; the
+  // object must not be used then.
   bool Load(const std::string& strFile, PolicyError& error);
 
   LoginResult CheckLogin(const std::string& strUser, const std::string& strPassword) const;
 
-  // The first rule for this method and resource; null when there is none. The method HEAD counts as
-  // GET.
+  // The first rule for this method and resource; null if there is none. The method HEAD is treated
+  // as GET.
   const PolicyRule* FindRule(const std::string& strMethod, const std::string& strResource) const;
 
   bool Permits(const PolicyRule& rule, const std::string& strUser) const;
@@ -47,7 +46,7 @@ class Policy {
 
  private:
   struct User {
-    std::string strPasswordHash;  // as crypt(3) makes it
+    std::string strPasswordHash;  // as crypt(3) returns it
     std::set<std::string> groups;
   };
 

@@ -1,3 +1,5 @@
+// Escapes and formats the parts of a request for log records.
+
 #include "RequestText.h"
 
 #include <wyerrlog/WyLog.h>
@@ -36,7 +38,7 @@ double MillisecondsSince(std::chrono::steady_clock::time_point start) {
       .count();
 }
 
-// Functions, so that only what is shown is escaped.
+// Functions, so that only fields that are shown are escaped.
 void FieldsOf::operator()(CWyTraceRecord& record) const {
   record.Set(WyField::Tenant, [this] { return Printable(request.strTenant); })
       .Set(WyField::User, [this] { return User(request); })

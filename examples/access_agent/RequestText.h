@@ -1,8 +1,8 @@
 #ifndef ACCESS_AGENT_REQUESTTEXT_H
 #define ACCESS_AGENT_REQUESTTEXT_H
 
-// What of a request goes into records. Texts from the network go there with their control
-// characters, quotes and backslashes escaped ("\x0a"), so that no client can forge or break a line.
+// The parts of a request as log records show them. Control characters, quotes and backslashes in
+// texts from the network are escaped ("\x0a"), so that no client can forge or split a record.
 
 #include <string>
 
@@ -10,7 +10,7 @@
 
 class CWyTraceRecord;
 
-// The text as it goes into a record; an empty one as "-".
+// The text, escaped; "-" for an empty one.
 std::string Printable(const std::string& strText);
 
 inline std::string User(const AccessRequest& request) { return Printable(request.strUser); }
@@ -23,7 +23,7 @@ const char* DecisionText(Decision decision);
 
 double MillisecondsSince(std::chrono::steady_clock::time_point start);
 
-// Sets the fields that all trace records of a request have: WY_TRACE(...).With(FieldsOf{request}).
+// Sets the fields that all trace records of a request share: WY_TRACE(...).With(FieldsOf{request}).
 struct FieldsOf {
   const AccessRequest& request;
   void operator()(CWyTraceRecord& record) const;

@@ -1,3 +1,6 @@
+// Maps resources to files. A path is resolved before it is compared with the folder, so that a
+// symbolic link cannot lead out of it.
+
 #include "Site.h"
 
 #include <algorithm>

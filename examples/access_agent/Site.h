@@ -5,19 +5,19 @@
 #include <string>
 #include <system_error>
 
-// Whether a resource is a path from "/" whose every part is a plain name: no part is empty, "." or
-// "..", and no zero byte or backslash is in it. A "/" may end it.
+// Returns true if a resource is a path from "/" whose parts are plain names: none is empty, "." or
+// "..", and none contains a zero byte or a backslash. The path may end with "/".
 bool IsValidResource(const std::string& strResource);
 
-// The guarded folder. Resources are valid ones in the sense above; what a symbolic link puts
-// outside the folder counts as not there. Any thread may call it.
+// The served folder. Requires: resources are valid (IsValidResource). A symbolic link that leads
+// out of the folder is treated as missing. Thread-safe.
 class Site {
  public:
   explicit Site(const std::filesystem::path& root);
 
   const std::filesystem::path& Root() const { return m_root; }
 
-  // The page's bytes; the page of a folder is its index.html. On failure the error says why.
+  // Returns the bytes of a page; the page of a folder is its index.html. On failure sets `error`.
   std::string Read(const std::string& strResource, std::error_code& error) const;
   void Delete(const std::string& strResource, std::error_code& error) const;
 
@@ -27,6 +27,7 @@ class Site {
   std::filesystem::path m_root;
 };
 
+// The MIME type of a page, by the ending of its name.
 const char* ContentType(const std::string& strResource);
 
 #endif

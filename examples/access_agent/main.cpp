@@ -1,5 +1,5 @@
-// The access agent: guards a folder by a policy, and logs what it does with libwyerrlog. Its
-// options are told by --help.
+// The access agent: an HTTP server that serves a folder by an access policy, and logs with
+// libwyerrlog. --help describes its options.
 
 #include <pthread.h>
 
@@ -20,9 +20,8 @@
 
 namespace {
 
-// Signals are received by ServeUntilTold alone, as ordinary calls of the main thread: a signal
-// handler could neither log nor take a lock. Threads inherit the mask, so this comes before the
-// first of them.
+// Blocks the signals that the main thread receives with sigwait. A signal handler could neither log
+// nor lock a mutex. Threads inherit the mask, so this is called before the first thread is created.
 sigset_t BlockSignals() {
   sigset_t signals;
   sigemptyset(&signals);
@@ -31,7 +30,8 @@ sigset_t BlockSignals() {
   return signals;
 }
 
-void ServeUntilTold(const sigset_t& signals, const AgentLog& log) {
+// Turns tracing on and off by signals; returns on SIGTERM and SIGINT.
+void HandleSignalsUntilEnd(const sigset_t& signals, const AgentLog& log) {
   for (;;) {
     int iSignal = 0;
     sigwait(&signals, &iSignal);
@@ -82,7 +82,7 @@ int Run(const Options& options, const sigset_t& signals, const AgentLog& log) {
   }
   WyLog(IsAuthorized::AgentStarted, agent.Address(), Printable(options.strRoot));
   std::cout << "listening on http://" << agent.Address() << std::endl;
-  ServeUntilTold(signals, log);
+  HandleSignalsUntilEnd(signals, log);
   agent.Stop();
   WyLog(IsAuthorized::AgentStopped, agent.Address());
   return EXIT_SUCCESS;

@@ -8,9 +8,9 @@ import java.nio.charset.StandardCharsets;
 import java.nio.file.Path;
 
 /**
- * An agent in Java, beside the one in C++ (examples/access_agent): it shares that one's logs,
- * message catalogs, trace configuration and policy. It reads access requests from its standard
- * input, a line each ("alice GET /reports/q3.html"), and prints its decisions.
+ * An agent in Java, which can run beside the agent in C++ (examples/access_agent) and share its
+ * logs, message catalogs, trace configuration and policy. It reads access requests from standard
+ * input, one in each line ("alice GET /reports/q3.html"), and prints its decisions.
  *
  * <pre>
  * ORVA_WA_ROOT=BUILD java -cp java_agent.jar:wyerrlog.jar \

@@ -12,9 +12,9 @@ import java.util.logging.Level;
 import java.util.logging.Logger;
 
 /**
- * The rules of a policy file of the access agent, whose comments tell its format. This class logs
- * with java.util.logging and knows nothing of the library: logging.properties brings its records
- * there.
+ * The rules of a policy file of the access agent (demo/policy.conf describes the format). This
+ * class logs with java.util.logging. It does not use the library's classes: logging.properties
+ * routes its records to the library.
  */
 final class Policy {
   private static final Logger logger = Logger.getLogger(Policy.class.getName());
@@ -49,7 +49,7 @@ final class Policy {
     }
   }
 
-  /** The first rule that covers the request; null when there is none. */
+  /** Returns the first rule that covers the request; null if there is none. */
   Rule findRule(String method, String resource) {
     for (Rule rule : rules) {
       if (rule.covers(method, resource)) {

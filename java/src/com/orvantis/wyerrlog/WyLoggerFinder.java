@@ -19,8 +19,9 @@ import java.util.logging.ErrorManager;
  * trace configuration selects their component. The property {@code wyerrlog.level} names the lowest
  * loggable level; by default all levels are loggable.
  *
- * <p>Records without a file are passed to {@code java.util.logging}, as by the platform's default
- * finder. Without {@code wyerrlog.log.file} these are errors, warnings and informations. Without
+ * <p>Records for which no file is named are passed to {@code java.util.logging}, as by the
+ * platform's default finder. Without {@code wyerrlog.log.file} these are errors, warnings and
+ * informations. Without
  * {@code wyerrlog.trace.file} too, they are all records, and the native library is not loaded. A
  * file that cannot be opened counts as missing. A program that installs its outputs itself
  * configures
