@@ -1,10 +1,10 @@
 #!/usr/bin/env bash
-# Counts what one record of this library costs: system calls, allocations, user instructions, and the
-# memory of a further thread that traces. Fails when a figure is above the one in bench/budget.txt.
-# None of them depends on the machine's load.
+# Counts the costs of one record of this library: system calls, allocations and user instructions; and the
+# memory of each further thread that traces. Fails if a count is above the one in bench/budget.txt. No count
+# depends on the machine's load.
 #
 #   bench/budget.sh [BUILD_DIRECTORY]            compare (default: build/release)
-#   bench/budget.sh --update [BUILD_DIRECTORY]   write bench/budget.txt anew
+#   bench/budget.sh --update [BUILD_DIRECTORY]   write bench/budget.txt again
 source "$(dirname "${BASH_SOURCE[0]}")/../scripts/common.sh"
 
 budget=bench/budget.txt
@@ -20,9 +20,9 @@ files=$(mktemp -d)
 trap 'rm -rf "$files"' EXIT
 
 # ---- Counting -------------------------------------------------------------------------------------
-# Each counts for a whole run: count_X CASE FILE_KIND RECORDS THREADS.
+# Each function counts for a whole run: count_X CASE FILE_KIND RECORDS THREADS.
 
-# run CASE FILE_KIND RECORDS THREADS [TOOL...]: one run, under a tool, in an environment of its own.
+# run CASE FILE_KIND RECORDS THREADS [TOOL...]: runs the program under a tool, in an empty environment.
 run() {
   local arguments=("$1" "$2" "$files/log" "$3" "$4" 100)
   rm -f "$files"/log*
@@ -50,7 +50,8 @@ count_peak_bytes() {
   awk '{ print $2 }' "$files/errors"
 }
 
-# per_record COUNTER CASE FILE_KIND: the difference of two runs, so that start and end do not count.
+# per_record COUNTER CASE FILE_KIND: prints the count per record. It is the difference of two runs, so that
+# the program's start and end are not included.
 per_record() {
   local records=1000 few many
   few=$($1 "$2" "$3" "$records" 1)
@@ -61,7 +62,7 @@ per_record() {
   }'
 }
 
-# Records of threads come in lots of thirty.
+# The library allocates the trace records of threads in blocks of thirty.
 per_thread_bytes() {
   local few many
   few=$(count_peak_bytes trace0 1 1 30)
@@ -93,10 +94,9 @@ measure() {
 
 # ---- Comparing ------------------------------------------------------------------------------------
 
-# compare MEASURED: says what has grown, and what the budget could be lowered to. Instructions and bytes
-# may differ a little: the digits of process and thread ids count, and what the C library picks for the
-# processor. So may the calls and allocations of the whole run, which threads that start and end do not
-# always make in the same number.
+# compare MEASURED: reports counts that have grown, and counts that are below the budget. Tolerances:
+# instructions and bytes vary with the digits of process and thread ids, and with the functions that the C
+# library selects for the processor; calls and allocations vary with the start and end of threads.
 compare() {
   awk '
     function tolerance(column) { return column == 4 || $1 == "thread-bytes" ? 1.05 : 1 }
@@ -117,7 +117,7 @@ compare() {
     }' "$budget" "$1"
 }
 
-header='# Per record: system calls, allocations, user instructions; and the bytes of a further thread that
+header='# Per record: system calls, allocations, user instructions; and the bytes of each further thread that
 # traces. Written by bench/budget.sh --update.'
 
 measure >"$files/measured"

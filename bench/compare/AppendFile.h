@@ -10,7 +10,7 @@
 
 namespace compare {
 
-// A file to whose end the system appends each text.
+// A file opened with O_APPEND, to which each text is written with one write(2).
 class AppendFile {
  public:
   explicit AppendFile(const std::string& strPath)

@@ -1,4 +1,5 @@
-// The bare write of a finished line. The case is the number of its bytes.
+// The unit of the comparison: the bare write of a finished line. The name of the case is the number
+// of the line's bytes.
 
 #include "bench/compare/AppendFile.h"
 #include "bench/compare/Contestant.h"

@@ -1,4 +1,5 @@
-// Boost.Log: a synchronous sink, flushed at every record.
+// Boost.Log with a synchronous sink that is flushed at every record, so that the system has
+// accepted a record when the call returns.
 
 #include <boost/date_time/posix_time/posix_time_types.hpp>
 #include <boost/log/attributes/clock.hpp>

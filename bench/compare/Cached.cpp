@@ -1,5 +1,5 @@
 // The least that formatting can cost: a thread formats process, thread, date and time once a
-// second, and copies the rest into its line by hand.
+// second, and copies the other parts into its line.
 
 #include <sys/syscall.h>
 

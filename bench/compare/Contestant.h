@@ -1,16 +1,16 @@
 #ifndef BENCH_COMPARE_CONTESTANT_H
 #define BENCH_COMPARE_CONTESTANT_H
 
-// One way to write log records, to be compared with others. Each is a program of its own, made of
-// main.cpp and the contestant's source, which defines NewContestant.
+// The interface of a contestant: one way to write log records. Each contestant is a program of its
+// own, built from main.cpp and the contestant's source, which defines NewContestant.
 //
-// The record of all is the line
+// All contestants write the line
 //
 //   [12345/12346][Mon Nov 16 2026 17:16:13][Agent.cpp:41][WARNING] [agent-00001] User ... may not
 //   ...
 //
 // of about 125 bytes: process, thread, date and time, file and line, severity, and a text with
-// three arguments that vary. It has been handed to the system when the call is over.
+// three arguments that vary. write(2) has accepted it when the call returns.
 
 #include <array>
 #include <cstddef>
@@ -25,8 +25,8 @@ struct Record {
   const char* pszResource;
 };
 
-// So many records, one after another, whose arguments come round again after a while. The arguments
-// have the same length in every record.
+// A sequence of `nCount` records. It repeats the rows of a table, whose texts have the same length
+// in every row.
 class Records {
  public:
   class Iterator {
@@ -62,13 +62,13 @@ class Records {
   std::size_t m_nCount;
 };
 
-// How the file is limited.
+// Whether the file is limited, and how it is opened. The numbers are those of WyFileMode.
 enum class FileKind { Plain = 1, LimitedAppend = 3, LimitedBackup = 4 };
-// Megabytes: never reached.
+// The limit in megabytes, which no run reaches.
 inline constexpr int SizeLimit = 2000;
 
 struct Workload {
-  std::string strCase;  // what is logged; see run.py
+  std::string strCase;  // the kind of record; cases.py lists them
   FileKind fileKind;
   std::string strPath;
 };
@@ -76,15 +76,16 @@ struct Workload {
 class Contestant {
  public:
   virtual ~Contestant() = default;
-  // Called by several threads at once.
+  // Logs the records. Throws on failure. Thread-safe.
   virtual void Log(const Records& records) = 0;
 };
 
-// Opens the file for appending. Null when the contestant has no such case or kind of file.
+// Opens the file for appending. Returns null if the contestant does not support the case or the
+// kind of file.
 std::unique_ptr<Contestant> NewContestant(const Workload& workload);
 
-// What NewContestant answers for another logging library: a class that logs the line, and one whose
-// records are of a severity that is switched off.
+// NewContestant for another logging library. `Written` logs the line; the records of `SwitchedOff`
+// have a severity that is switched off.
 template <typename Written, typename SwitchedOff>
 std::unique_ptr<Contestant> NewPeer(const Workload& workload) {
   if (workload.strCase == "translated") return std::make_unique<Written>(workload);
@@ -94,7 +95,7 @@ std::unique_ptr<Contestant> NewPeer(const Workload& workload) {
 
 }  // namespace compare
 
-// The text of a record, for libraries that log what is streamed.
+// The text of a record, for libraries with the interface of std::ostream.
 #define COMPARE_TEXT(record)                                                            \
   "[agent-00001] User " << (record).pszUser << " may not " << (record).pszAction << " " \
                         << (record).pszResource << "."

@@ -1,5 +1,5 @@
-// glog without buffering. Its lines begin with a prefix of its own, which has all fields but the
-// process.
+// glog without buffering. Its own prefix contains all fields but the process id, which is part of
+// the text.
 
 #include <glog/logging.h>
 #include <unistd.h>

@@ -1,4 +1,4 @@
-// log4cplus: its file appenders, which flush at every record.
+// log4cplus with its file appenders, which are flushed at every record.
 
 #include <log4cplus/fileappender.h>
 #include <log4cplus/initializer.h>

@@ -1,4 +1,4 @@
-// log4cxx: its file appenders, which flush at every record.
+// log4cxx with its file appenders, which are flushed at every record.
 
 #include <log4cxx/fileappender.h>
 #include <log4cxx/logger.h>
@@ -29,7 +29,7 @@ log4cxx::FileAppenderPtr NewAppender(const Workload& workload) {
 class Written : public Contestant {
  public:
   explicit Written(const Workload& workload) : m_pLogger(log4cxx::Logger::getLogger("compare")) {
-    // The layout knows no process id.
+    // The layout has no conversion for the process id.
     const auto pLayout = std::make_shared<log4cxx::PatternLayout>(
         "[" + std::to_string(getpid()) + "/%t][%d{EEE MMM dd yyyy HH:mm:ss}][%f:%L][%p] %m%n");
     const log4cxx::FileAppenderPtr pAppender = NewAppender(workload);

@@ -1,4 +1,4 @@
-// spdlog: loggers for several threads, flushed at every record.
+// spdlog with loggers for several threads (_mt), which are flushed at every record.
 
 #include <spdlog/sinks/basic_file_sink.h>
 #include <spdlog/sinks/rotating_file_sink.h>

@@ -1,4 +1,4 @@
-// This library.
+// This library, in all cases of the comparison.
 
 #include "bench/compare/Contestant.h"
 #include "bench/support/AgentHost.h"
@@ -8,6 +8,10 @@ namespace compare {
 
 namespace {
 
+static_assert(static_cast<int>(FileKind::Plain) == WyFileMode::Append);
+static_assert(static_cast<int>(FileKind::LimitedAppend) == WyFileMode::AppendRollBySize);
+static_assert(static_cast<int>(FileKind::LimitedBackup) == WyFileMode::RollAtOpenAndBySize);
+
 using bench::Check;
 
 CWyLogOutput* NewFile(const Workload& workload) {
@@ -16,7 +20,7 @@ CWyLogOutput* NewFile(const Workload& workload) {
                                    static_cast<int>(workload.fileKind), SizeLimit, MaxBackups);
 }
 
-// Each record answers false when it was not written.
+// Calls `logOne`, which returns false on failure, for each record.
 template <typename LogOne>
 void LogEach(const Records& records, LogOne logOne) {
   for (const Record& record : records) {
@@ -24,7 +28,7 @@ void LogEach(const Records& records, LogOne logOne) {
   }
 }
 
-// Logs messages that `format` puts behind the prolog, from a message and a record.
+// Logs messages. `format` appends a record's text to the prolog of a message.
 template <auto format>
 class ErrorLog : public Contestant {
  public:
@@ -85,7 +89,8 @@ class Trace : public Contestant {
 
 class Filtered : public Trace {
  public:
-  explicit Filtered(const Workload& workload) : Trace(workload, 0, bench::SevenFieldsOfNobody) {}
+  explicit Filtered(const Workload& workload)
+      : Trace(workload, WyTraceLayout::Brackets, bench::SevenFieldsOfNobody) {}
   void Log(const Records& records) override {
     LogEach(records, [](const Record& record) {
       return !bench::TraceRefusal(*theLogger(), record.pszUser, record.pszAction,
@@ -94,6 +99,8 @@ class Filtered : public Trace {
   }
 };
 
+// Calls WY_TRACE for a component that is not traced, and checks that the arguments are not
+// evaluated.
 void TraceWhatIsNotTraced(const Records& records) {
   CWyLogger& logger = *theLogger();
   LogEach(records, [&logger](const Record& record) {
@@ -110,7 +117,8 @@ class TracingOff : public Contestant {
 
 class TracingOfOthers : public Trace {
  public:
-  explicit TracingOfOthers(const Workload& workload) : Trace(workload, 0, bench::SevenFields) {}
+  explicit TracingOfOthers(const Workload& workload)
+      : Trace(workload, WyTraceLayout::Brackets, bench::SevenFields) {}
   void Log(const Records& records) override { TraceWhatIsNotTraced(records); }
 };
 

@@ -1,17 +1,18 @@
-"""What is compared: the cases, and how the records of each must look."""
+"""The cases of the comparison, and the form of the records of each."""
 
 LIBRARY = "wyerrlog"
 PEERS = ["spdlog", "log4cplus", "log4cxx", "boostlog", "glog"]
 
-# ---- What is compared ---------------------------------------------------------------------------
+# ---- Cases --------------------------------------------------------------------------------------
 
+# Kinds of files, as FileKind in Contestant.h.
 PLAIN, LIMITED_APPEND, LIMITED_BACKUP = 1, 3, 4
 
 
 class Case:
-    """One row of a table: what each contestant logs, where to, on how many threads.
+    """One row of a table: the kind of record, the kind of file and the number of threads.
 
-    The goal is this library's: at most so many bare writes, or a text for what writes nothing.
+    The goal of this library is a number of bare writes, or a text if the case writes nothing.
     """
 
     def __init__(self, title, name, goal, contestants, kind=PLAIN, threads=1):
@@ -42,7 +43,7 @@ THREADS = [
         ("message, limited file (mode 3)", "translated", 1.40, LIMITED_APPEND, [LIBRARY]))
     for threads in (2, 4, 8)
 ]
-# Nanoseconds of a processor per call. A peer's call is of a severity that is switched off.
+# In nanoseconds of processor time per call. The peers log with a severity that is switched off.
 NOTHING = [
     Case(f"{title}, {threads} thread{'s' * (threads > 1)}", name, goal, contestants, PLAIN, threads)
     for title, name, goal, contestants in (
@@ -54,7 +55,7 @@ NOTHING = [
 TABLES = [("One thread", MESSAGES), ("Several threads, one file", THREADS),
           ("Nothing written", NOTHING)]
 
-# ---- What they must have written ----------------------------------------------------------------
+# ---- The files that they must have written ------------------------------------------------------
 
 ARGUMENTS = (rb"(?:alice01|berta02|carol03|david04|emily05|frank06|gerda07|henry08)",
              rb"(?:write|fetch|erase)", rb"/(?:reports/2026/q\d|accounts/\d{6})")
@@ -80,10 +81,11 @@ RECORD = {
         rb"\t<%s>%s</%s>\n" % (name, value, name) for name, value in zip(NAMES, VALUES)) +
         rb"</TraceMessage>\n",
 }
-TITLE_LINES = rb"(?:.*Date.*Message.*\n.*===.*===.*\n|Log file created.*\n(?:.*\n){3})?"
+# At the top of a file: the header lines of this library's trace, or those of glog.
+HEADER_LINES = rb"(?:.*Date.*Message.*\n.*===.*===.*\n|Log file created.*\n(?:.*\n){3})?"
 
 
 def pattern_of(contestant, case):
-    """What each of its records must look like; None when nothing is written."""
+    """Returns the pattern of one record; None if the case writes nothing."""
     own = {"bare": rb"x+\n", "glog": MESSAGE_OF_GLOG}
     return own.get(contestant, RECORD[case.name]) if case.writes() else None

@@ -1,8 +1,8 @@
 // compare_<contestant> CASE FILE_KIND FILE RECORDS THREADS WARM_UP
 //
-// Writes WARM_UP and then RECORDS records to FILE on each of THREADS threads, and prints how long
-// the latter took: nanoseconds of wall-clock time divided by the number of records of all threads.
-// Exit code 2 says that the contestant has no such case.
+// Each of THREADS threads writes WARM_UP records, which are not timed, and then RECORDS records to
+// FILE. Prints the wall-clock time in nanoseconds divided by the number of timed records of all
+// threads. Exit code 2: the contestant does not support the case.
 
 #include <pthread.h>
 
@@ -21,7 +21,8 @@ using compare::Contestant;
 using compare::Records;
 using Clock = std::chrono::steady_clock;
 
-// A barrier that makes the same system calls in every run.
+// std::barrier spins before it waits, so the number of its system calls varies. This one always
+// makes the same calls.
 class Barrier {
  public:
   explicit Barrier(unsigned int uThreads) { pthread_barrier_init(&m_barrier, nullptr, uThreads); }
@@ -34,8 +35,8 @@ class Barrier {
   pthread_barrier_t m_barrier;
 };
 
-// The threads are never the main one: with a single thread in the process, parts of the C++ library
-// do without atomic operations, which a server never sees.
+// Never logs on the main thread. In a process of a single thread the C++ library omits some atomic
+// operations, and the result would not be that of a server.
 Clock::duration Measure(Contestant& contestant, unsigned int uThreads, const Records& warmUp,
                         const Records& records) {
   Barrier barrier(uThreads + 1);

@@ -1,4 +1,4 @@
-"""Tables in Markdown, and the chart."""
+"""Prints the tables in Markdown, and draws the chart."""
 
 import statistics
 import subprocess
@@ -9,7 +9,7 @@ BEGIN, END = "<!-- results: begin -->", "<!-- results: end -->"
 
 
 def spread(times):
-    """Half the interquartile range."""
+    """Returns half the interquartile range."""
     if len(times) < 2:
         return 0
     low, _, high = statistics.quantiles(times, n=4, method="inclusive")
@@ -17,7 +17,7 @@ def spread(times):
 
 
 def cell(times, bare):
-    """Nanoseconds, their spread, and how many bare writes that is."""
+    """Returns the median in nanoseconds, its spread, and the ratio to the bare write."""
     digits = 0 if bare else 1
     median = statistics.median(times)
     text = f"{median:.{digits}f} ± {spread(times):.{digits}f}"
@@ -25,7 +25,7 @@ def cell(times, bare):
 
 
 class Table:
-    """Rows appear as they are measured: `say` takes each line of the report."""
+    """A table whose rows are printed as soon as they are measured, line by line, by `say`."""
 
     def __init__(self, say, title, cases):
         self.say = say
@@ -37,7 +37,7 @@ class Table:
         say("|---" * (len(self.columns) + 2) + "|")
 
     def add(self, case, times, size):
-        """Adds {contestant: [nanoseconds]}; answers [(case, contestant, ratio to the bare write)]."""
+        """Adds {contestant: [nanoseconds]}; returns [(case, contestant, ratio to the bare write)]."""
         bare = statistics.median(times["bare"]) if case.writes() else None
         title = f"{case.title}, {size} bytes" if size else case.title
         goal = f"{case.goal:.2f}" if bare else case.goal
@@ -49,7 +49,7 @@ class Table:
 
 
 def say_instructions(say, instructions):
-    """Of the translated message, by contestant."""
+    """Prints the instructions of the translated message, by contestant."""
     say("\n### User instructions of a translated message\n")
     say(f"| {' | '.join(instructions)} |")
     say("|---" * len(instructions) + "|")
@@ -57,14 +57,14 @@ def say_instructions(say, instructions):
 
 
 def say_cold_starts(say, times):
-    """Milliseconds of the first call of theLogger(), in a process each, without components."""
+    """Prints the milliseconds of theLogger()'s first call, measured in many new processes."""
     say("\n### A process's first call of theLogger()\n")
     say(f"{statistics.median(times):.2f} ± {spread(times):.2f} ms, in {len(times)} processes "
         "without component libraries; the goal is 3 ms.")
 
 
 def say_budget(say, path):
-    """The exact figures of this library, as they are checked in."""
+    """Prints the counts of bench/budget.txt."""
     say("\n### Exact figures of this library, per record\n")
     say("| case | system calls | allocations | user instructions |")
     say("|---|--:|--:|--:|")
@@ -77,14 +77,14 @@ def say_budget(say, path):
 
 
 def replace_results(path, text):
-    """Puts the text between the two marks of a document."""
+    """Replaces the text between the two marks of a document."""
     document = path.read_text()
     head, rest = document.split(BEGIN)
     path.write_text(head + BEGIN + "\n" + text + "\n" + END + rest.split(END)[1])
 
 
 def draw(path, ratios):
-    """Bars: how many bare writes a record takes; `ratios` are (case, contestant, ratio)."""
+    """Draws a bar of bare writes per record for each (case, contestant, ratio) of `ratios`."""
     rows, height, previous = [], 0.0, None
     for case, contestant, ratio in ratios:
         if contestant == "bare":

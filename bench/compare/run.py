@@ -1,11 +1,11 @@
 #!/usr/bin/env python3
-"""Compares the contestants with each other, in turns.
+"""Compares the contestants with each other.
 
-Every contestant writes the same records to a file on disk, each in a process of its own, one after
-another, and that for several rounds; what counts is the median of the rounds, as a multiple of the
-bare write of lines of the same length in the same rounds. What was written is checked each time.
+In each of several rounds every contestant writes the same records to a file on disk, one contestant
+after another, each in a process of its own. The result is the median of the rounds, as a multiple of
+the bare write of lines of the same length in the same rounds. Every file is checked.
 
-Prints tables in Markdown. With --publish they become those of docs/performance.md, and the chart
+Prints tables in Markdown. With --publish they replace those of docs/performance.md, and the chart
 docs/performance.svg is drawn. Build the target bench_compare first.
 """
 
@@ -22,18 +22,16 @@ import tempfile
 
 sys.dont_write_bytecode = True
 import report
-from cases import LIBRARY, MESSAGES, PEERS, TABLES, pattern_of
+from cases import HEADER_LINES, LIBRARY, MESSAGES, PEERS, TABLES, pattern_of
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
-WARM_UP = 3000
-# At the top of a file, of this library and of another one.
-TITLE_LINES = rb"(?:.*Date.*Message.*\n.*===.*===.*\n|Log file created.*\n(?:.*\n){3})?"
+WARM_UP = 3000  # records of each thread that are not timed
 
 
 def check(contestant, case, path, count):
-    """Ends the run unless the file holds that many complete records; answers the bytes of one."""
+    """Ends the run unless the file has `count` complete records; returns the bytes of one."""
     content = path.read_bytes() if path.exists() else b""
-    content = content[re.match(TITLE_LINES, content).end():]
+    content = content[re.match(HEADER_LINES, content).end():]
     pattern = pattern_of(contestant, case)
     lengths = [len(record) for record in re.findall(pattern, content)] if pattern else []
     if len(lengths) != (count if pattern else 0) or sum(lengths) != len(content):
@@ -51,7 +49,7 @@ class Runner:
         return (self.programs / f"compare_{contestant}").exists()
 
     def run(self, contestant, case, records, bare_bytes=0):
-        """Nanoseconds per record and bytes per record; None when it has no such case."""
+        """Returns nanoseconds and bytes per record; None if the contestant lacks the case."""
         path = self.directory / "records.log"
         name = str(bare_bytes) if contestant == "bare" else case.name
         share = records // case.threads
@@ -70,12 +68,12 @@ class Runner:
                 file.unlink()
 
     def measure(self, case, rounds):
-        """{contestant: [nanoseconds per record, one a round]}, and the bytes of a record."""
+        """Returns {contestant: [nanoseconds per record in each round]}, and the bytes of a record."""
         writes = case.writes()
         records = self.records if writes else 50 * self.records
         processors = min(case.threads, os.cpu_count())
         contestants = [each for each in case.contestants if self.has(each)]
-        # The first runs tell who has the case, and how long a line is.
+        # Short runs find the contestants that support the case, and the length of a line.
         sizes = {each: self.run(each, case, 1000 * case.threads) for each in contestants}
         sizes = {each: first[1] for each, first in sizes.items() if first is not None}
         names = (["bare"] if writes else []) + list(sizes)
@@ -87,7 +85,7 @@ class Runner:
         return times, sizes[LIBRARY]
 
     def instructions(self, contestant, case):
-        """User instructions of a record: the difference of two runs, which start and end alike."""
+        """Returns the user instructions of a record: the difference of two runs, per record."""
         counts = []
         for records in (1000, 2000):
             result = subprocess.run(
@@ -103,7 +101,7 @@ class Runner:
         return round((counts[1] - counts[0]) / 1000)
 
     def cold_starts(self, count):
-        """Milliseconds that theLogger() takes in a new process."""
+        """Returns the milliseconds that theLogger() takes, in each of `count` new processes."""
         environment = {key: value for key, value in os.environ.items() if key != "ORVA_WA_ROOT"}
         results = [subprocess.run([self.programs / "bench_parts", "cold"], env=environment,
                                   stdout=subprocess.PIPE, text=True, check=True)
@@ -134,7 +132,7 @@ def parse_arguments():
 
 
 def compare(runner, arguments, say):
-    """Measures all that is asked for; answers the ratios for the chart."""
+    """Measures the chosen cases; returns the ratios for the chart."""
     ratios = []
     for title, cases in TABLES:
         chosen = [case for case in cases if re.search(arguments.only, case.title)]

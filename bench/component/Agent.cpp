@@ -1,3 +1,6 @@
+// The message component of the benchmarks, "Web_Agent": a translated message, a printf-style
+// message and two sub-components.
+
 #include "bench/component/AgentMessages.h"
 #include "components/TableComponent.h"
 

@@ -1,8 +1,8 @@
 #ifndef BENCH_COMPONENT_AGENTMESSAGES_H
 #define BENCH_COMPONENT_AGENTMESSAGES_H
 
-// Messages and sub-components of the benchmarks' component, "Web_Agent": one text in two forms,
-// which make the same line.
+// Identifiers of the benchmarks' component, "Web_Agent". The two messages have the same text, one
+// in a catalog and one as a printf pattern, and produce the same line.
 
 #include "wyerrlog/WyMessageId.h"
 

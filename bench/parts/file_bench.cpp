@@ -1,4 +1,4 @@
-// File outputs: a text written to a plain and to a size-limited file, and rollovers.
+// File outputs: writing a text to a plain and to a size-limited file, and rolling over.
 
 #include <benchmark/benchmark.h>
 

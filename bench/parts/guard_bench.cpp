@@ -1,4 +1,4 @@
-// bench_guard: readers of one guard, as log calls are.
+// bench_guard: threads that lock one guard for reading, as log calls do, or for writing.
 
 #include <benchmark/benchmark.h>
 

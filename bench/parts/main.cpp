@@ -1,5 +1,5 @@
-// bench_parts: what the parts of the library cost. With the one argument "cold" it makes the
-// process logger alone, without components, and prints the nanoseconds that took.
+// bench_parts: the cost of the parts of the library. With the argument "cold" the program only
+// creates the process logger, without components, and prints the time in nanoseconds.
 
 #include <benchmark/benchmark.h>
 
@@ -32,7 +32,7 @@ double NanosecondsOfColdStart() {
   return static_cast<double>(nNanoseconds);
 }
 
-// The first call of theLogger(), in a process for each sample.
+// The first call of theLogger(). Each sample is measured in a new process.
 void ColdStart(benchmark::State& state) {
   for (auto _ : state) state.SetIterationTime(NanosecondsOfColdStart() / 1e9);
 }

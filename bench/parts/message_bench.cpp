@@ -1,4 +1,4 @@
-// Making messages, without writing them.
+// Formatting messages, without writing them.
 
 #include <benchmark/benchmark.h>
 
@@ -42,7 +42,7 @@ void Audit(benchmark::State& state) {
 }
 BENCHMARK(Audit);
 
-// Component, key, bundle and pattern of a message, with its arguments put in.
+// Looking up component, key, bundle and pattern of a message, without assembling the line.
 void LookUp(benchmark::State& state) {
   CWyErrLogMessage msg(false);
   char szText[256];

@@ -1,4 +1,4 @@
-// Trace decisions and trace records, whose text goes nowhere.
+// Trace decisions and trace records. The output discards the records.
 
 #include <benchmark/benchmark.h>
 
@@ -10,7 +10,7 @@ namespace {
 
 bool Trace() { return bench::TraceRefusal(*theLogger(), "alice01", "write", "/reports/2026/q1"); }
 
-void TurnTracingOn(const char* pszConfiguration, int iLayout = 0) {
+void TurnTracingOn(const char* pszConfiguration, int iLayout = WyTraceLayout::Brackets) {
   bench::EnableTrace(bench::NewDiscardingOutput(), pszConfiguration, iLayout);
 }
 void TraceSevenFields(const benchmark::State&) { TurnTracingOn(bench::SevenFields); }
@@ -44,7 +44,7 @@ void WholeRecord(benchmark::State& state) {
   for (auto _ : state) benchmark::DoNotOptimize(Trace());
   theLogger()->DisableTrace(false);
 }
-BENCHMARK(WholeRecord)->DenseRange(0, 3)->ArgName("layout");
+BENCHMARK(WholeRecord)->DenseRange(WyTraceLayout::Brackets, WyTraceLayout::Xml)->ArgName("layout");
 
 void Filtered(benchmark::State& state) {
   TurnTracingOn(bench::SevenFieldsOfNobody);
@@ -71,19 +71,19 @@ void SetValues(CWyTraceData& data) {
   data.SetFieldValue(WyField::Message, "User alice01 may not write /reports/2026/q1.");
 }
 
-// The assembly of a record whose values are set.
+// Assembling a record whose values are set.
 void Layout(benchmark::State& state) {
   const auto pData = NewRecord(static_cast<int>(state.range(0)));
   SetValues(*pData);
   for (auto _ : state) {
     CWyErrLogMessage msg(false);
-    benchmark::DoNotOptimize(pData->AssembleTraceMessage(&msg, 0));
+    benchmark::DoNotOptimize(pData->AssembleTraceMessage(&msg, WyTraceLine::Values));
   }
 }
-BENCHMARK(Layout)->DenseRange(0, 3)->ArgName("layout");
+BENCHMARK(Layout)->DenseRange(WyTraceLayout::Brackets, WyTraceLayout::Xml)->ArgName("layout");
 
 void SetAndEmpty(benchmark::State& state) {
-  const auto pData = NewRecord(0);
+  const auto pData = NewRecord(WyTraceLayout::Brackets);
   for (auto _ : state) {
     SetValues(*pData);
     benchmark::DoNotOptimize(pData->LeaveNoBody());
@@ -91,9 +91,9 @@ void SetAndEmpty(benchmark::State& state) {
 }
 BENCHMARK(SetAndEmpty);
 
-// What a thread does at its first trace call after a new configuration.
+// Copying a new configuration, as each thread does at its next trace call.
 void Refresh(benchmark::State& state) {
-  const auto pMaster = NewRecord(0);
+  const auto pMaster = NewRecord(WyTraceLayout::Brackets);
   const auto pData = std::make_unique<CWyTraceData>();
   for (auto _ : state) {
     *pData = *pMaster;

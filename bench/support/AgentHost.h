@@ -1,8 +1,8 @@
 #ifndef BENCH_SUPPORT_AGENTHOST_H
 #define BENCH_SUPPORT_AGENTHOST_H
 
-// What the benchmarks have in common: the component whose messages they log, and trace records of
-// seven fields.
+// Code that the benchmarks share: setting up the component whose messages they log, an output that
+// discards records, and a trace call with seven fields.
 
 #include <sys/mman.h>
 #include <unistd.h>
@@ -19,16 +19,16 @@
 
 namespace bench {
 
-// Seven fields of the sub-component that is traced.
+// Selects seven fields, of the sub-component Traced.
 inline constexpr const char* SevenFields =
     "version: 1.1\ncomponents: Web_Agent/Traced\n"
     "data: Date, PreciseTime, Pid, Tid, SrcFile, Function, Message\n";
-// The same records, all of them refused by the field that is set first.
+// The same, with a filter that drops every record when its first field is set.
 inline constexpr const char* SevenFieldsOfNobody =
     "version: 1.1\ncomponents: Web_Agent/Traced\n"
     "data: Date, PreciseTime, Pid, Tid, SrcFile, Function, Message\nUser: ==nobody\n";
 
-// A log that goes nowhere, for what the parts cost without the system.
+// An output that discards records, to measure the library without system calls.
 inline void Discard(const char*, int) {}
 inline CWyLogOutput* NewDiscardingOutput() {
   return theLogger()->NewLogOutput(WyOutputType::SyncCallback, Discard);
@@ -38,7 +38,8 @@ inline void Check(bool bDone, const char* pszWhat) {
   if (!bDone) throw std::runtime_error(pszWhat);
 }
 
-// Before the process's first logger: lets it find the component, whose catalog is English.
+// Sets the environment so that loggers find the component and its English catalog. Requires: no
+// logger exists yet.
 inline void ProvideComponent() {
   setenv("ORVA_WA_ROOT", BENCH_ROOT, 1);
   setenv("LC_ALL", "C", 1);
@@ -46,7 +47,8 @@ inline void ProvideComponent() {
 }
 
 // Traces to the output in a layout, with the text as the configuration file.
-inline void EnableTrace(CWyLogOutput* pOutput, std::string_view configuration, int iLayout = 0) {
+inline void EnableTrace(CWyLogOutput* pOutput, std::string_view configuration,
+                        int iLayout = WyTraceLayout::Brackets) {
   const int hFile = memfd_create("trace.conf", MFD_CLOEXEC);
   const std::string strPath = "/proc/self/fd/" + std::to_string(hFile);
   Check(write(hFile, configuration.data(), configuration.size()) > 0 &&
@@ -55,7 +57,7 @@ inline void EnableTrace(CWyLogOutput* pOutput, std::string_view configuration, i
   close(hFile);
 }
 
-// One trace call: seven fields, and the user when a filter asks for it. Answers whether a record
+// One trace call: sets seven fields, and the user if a filter needs it. Returns true if a record
 // was written.
 inline bool TraceRefusal(CWyLogger& logger, const char* pszUser, const char* pszAction,
                          const char* pszResource) {

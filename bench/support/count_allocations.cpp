@@ -1,6 +1,6 @@
-// To be preloaded: counts what a program asks of malloc and its kin, and with them of operator new,
-// and prints at its end "ALLOCATIONS PEAK": how often, and the most bytes that were in use at a
-// time.
+// A library for LD_PRELOAD that replaces malloc and related functions, and with them operator new.
+// When the program ends it prints "ALLOCATIONS PEAK" on standard error: the number of allocations,
+// and the most bytes in use at one time.
 
 #include <malloc.h>
 
@@ -9,7 +9,7 @@
 #include <cstddef>
 #include <cstdio>
 
-// What the C library's functions call themselves.
+// The C library's own functions, under the names that it exports besides.
 extern "C" {
 void* __libc_malloc(std::size_t nSize);
 void* __libc_calloc(std::size_t nCount, std::size_t nSize);
