@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# Shows the library at work: builds the access agent (examples/access_agent), lets many clients call it
-# at once, and shows and checks what it logs: ./demo.sh [release|debug|asan|tsan]
-# Everything it writes is below build/.
+# Builds the access agent (examples/access_agent), lets many clients call it at once, and shows and checks
+# its logs: ./demo.sh [release|debug|asan|tsan]
+# All files are written below build/.
 source "$(dirname "${BASH_SOURCE[0]}")/scripts/common.sh"
 
 preset=${1:-release}
@@ -17,9 +17,9 @@ alice=alice:lookingglass bob=bob:hammer carol=carol:blackboard
 
 # --- The agent -------------------------------------------------------------------------------------
 
-agent=''  # its process id, while it runs
+agent=''  # process id of the agent while it runs
 
-# run_agent LANGUAGE OPTION...: the agent, in the foreground.
+# run_agent LANGUAGE OPTION...: replaces the shell with the agent.
 run_agent() {
   local language=$1
   shift
@@ -28,8 +28,8 @@ run_agent() {
     --root "$work/site" --messages "$build/messages" --log "$log" "$@"
 }
 
-# start_agent NAME LANGUAGE [OPTION...]: starts the agent on a free port, with its logs in a folder of
-# that name; sets `log` (the folder) and `url`.
+# start_agent NAME LANGUAGE [OPTION...]: starts the agent on a free port, with its logs in the folder NAME.
+# Sets `log` (the folder) and `url`.
 start_agent() {
   log=$work/$1
   local language=$2
@@ -56,12 +56,12 @@ leave_nothing_running() {
 trap leave_nothing_running EXIT
 trap 'exit 130' INT TERM
 
-# wait_until WHAT COMMAND...: waits for the command to succeed, for at most 30 seconds.
+# wait_until WHAT COMMAND...: repeats the command until it succeeds, for at most 30 seconds.
 wait_until() {
   local what=$1 deadline=$((SECONDS + 30))
   shift
   until "$@" 2>/dev/null; do
-    ((SECONDS < deadline)) || fail "waited in vain until $what"
+    ((SECONDS < deadline)) || fail "timed out waiting until $what"
     kill -0 "$agent" 2>/dev/null || fail "the agent has ended: $(cat "$log/error.log")"
     sleep 0.02
   done
@@ -69,30 +69,30 @@ wait_until() {
 
 # --- Its clients -----------------------------------------------------------------------------------
 
-# get [OPTION...] URL...: calls the agent; prints the status of each answer, a line each.
+# get [OPTION...] URL...: calls the agent; prints the status of each response on a line of its own.
 get() {
   curl --disable --noproxy '*' --silent --show-error --output /dev/null --write-out '%{http_code}\n' \
     "$@"
 }
 
-# one_client I N: client number I sends N requests of every kind, kind after kind. Each client begins
-# with another one.
+# one_client I N: client number I sends N requests of each kind, one kind after another. Clients begin with
+# different kinds.
 one_client() {
   local kind
   for kind in {1..6}; do
     case $((($1 + kind) % 6)) in
-      0) get "$url/public/?[1-$2]" ;;                                # everybody may
-      1) get --user "$alice" "$url/reports/q3.html?[1-$2]" ;;        # alice may
-      2) get --user "$bob" "$url/reports/missing.html?[1-$2]" ;;     # bob may, but it is not there
-      3) get --user "$carol" "$url/reports/q3.html?[1-$2]" ;;        # carol may not
-      4) get --user bob:guess "$url/reports/q3.html?[1-$2]" ;;       # this is not bob
-      5) get "$url/public/%0Aforged%20by%20%22mallory%22?[1-$2]" ;;  # wants a line of its own
+      0) get "$url/public/?[1-$2]" ;;                                # permitted without a login
+      1) get --user "$alice" "$url/reports/q3.html?[1-$2]" ;;        # alice is permitted
+      2) get --user "$bob" "$url/reports/missing.html?[1-$2]" ;;     # permitted, but missing
+      3) get --user "$carol" "$url/reports/q3.html?[1-$2]" ;;        # carol is not permitted
+      4) get --user bob:guess "$url/reports/q3.html?[1-$2]" ;;       # a wrong password
+      5) get "$url/public/%0Aforged%20by%20%22mallory%22?[1-$2]" ;;  # tries to forge a line
     esac
   done
 }
 
-# many_clients NAME COMMAND...: runs the command as `clients` clients at once, with the number of the
-# client as its first argument, and collects what they print in the file $work/NAME.
+# many_clients NAME COMMAND...: runs the command for each of the `clients` clients at once, with the
+# client's number as its first argument, and collects their output in the file $work/NAME.
 many_clients() {
   local name=$1 command=$2 i
   local -a pids=()
@@ -107,13 +107,13 @@ many_clients() {
 
 until_enough() { while [[ ! -e $work/enough ]]; do one_client "$1" 5; done; }
 
-# --- What the logs hold ----------------------------------------------------------------------------
+# --- Contents of the logs --------------------------------------------------------------------------
 
 lines() { wc -l <"$1"; }
 count() { LC_ALL=C grep -acE -- "$1" "$2" || true; }
 at_least() { (($(lines "$2") >= $1)); }
 
-# show N FILE: its first lines, cut to a screen's width.
+# show N FILE: prints the first N lines, cut to a screen's width.
 show() { awk -v n="$1" -v w=160 \
   'NR > n { exit } { print "  " (length($0) > w ? substr($0, 1, w) "..." : $0) }' "$2"; }
 
@@ -128,10 +128,10 @@ refusal_re='\]\[(login-0000[1-4]|isauth-000(07|08|09|10|11|12))\] '
 all_whole() {
   local torn
   torn=$(LC_ALL=C grep -avE -- "$1" "$2" | head -n 3) || true
-  [[ -z $torn ]] || fail "torn or strange lines in $2: $torn"
+  [[ -z $torn ]] || fail "split or unexpected lines in $2: $torn"
 }
 
-# agree WHAT N WHAT N: prints the two numbers; fails unless they are the same.
+# agree WHAT N WHAT N: prints the two numbers; fails unless they are equal.
 agree() {
   printf '  %-42s %6d   %-36s %6d\n' "$@"
   (($2 == $4)) || fail "the numbers differ"
@@ -154,19 +154,19 @@ show_many_clients() {
   local answers=$work/answers status
   agree "requests sent and answered" "$(lines "$answers")" "audit records" "$(lines "$log/audit.log")"
   for status in $(sort -u "$answers"); do
-    agree "  answered with status $status" "$(count "^$status\$" "$answers")" \
+    agree "  responses with status $status" "$(count "^$status\$" "$answers")" \
       "audit records with that status" "$(count " status=$status\$" "$log/audit.log")"
   done
   agree "refused or failed" "$(count '^[^2]' "$answers")" \
     "error messages of refusals" "$(count "$refusal_re" "$log/error.log")"
   all_whole "$audit_re" "$log/audit.log"
   all_whole "$error_re" "$log/error.log"
-  echo "  No line is torn."
+  echo "  No line is split."
 }
 
 # --- Rollover --------------------------------------------------------------------------------------
 
-# Requests whose records are long, so that a log of a megabyte is soon full.
+# Requests with long records, so that a log reaches a megabyte soon.
 one_verbose_client() {
   local long_name
   printf -v long_name '%07000d' 0
@@ -198,35 +198,35 @@ show_rollover() {
 
 # --- Tenants ---------------------------------------------------------------------------------------
 
-# one_tenants_client I N: N requests to every host, as one_client does; the page tells whose they are.
+# one_tenants_client I N: N requests to each host, as one_client does. The page names the tenant.
 one_tenants_client() {
   local turn
   for turn in {1..5}; do
     case $((($1 + turn) % 5)) in
       0) get --header 'Host: red.example' "$url/public/red/[1-$2]" ;;
       1) get --header 'Host: Blue.Example:8080' "$url/public/blue/[1-$2]" ;;
-      2) get --header 'Host: green.example' "$url/public/others/[1-$2]" ;;   # is no tenant
-      3) get --header 'Host: ../red.example' "$url/public/others/[1-$2]" ;;  # wants a path of its own
-      4) get --header 'Host:' "$url/public/others/[1-$2]" ;;                 # tells no host
+      2) get --header 'Host: green.example' "$url/public/others/[1-$2]" ;;   # not a tenant
+      3) get --header 'Host: ../red.example' "$url/public/others/[1-$2]" ;;  # tries to choose a folder
+      4) get --header 'Host:' "$url/public/others/[1-$2]" ;;                 # no host
     esac
   done
 }
 
-# has_its_own_requests FOLDER TENANT PAGES N: checks that the logs in the folder hold the N requests for
-# these pages (each was not found, and was traced twice), and no others.
+# has_its_own_requests FOLDER TENANT PAGES N: checks that the logs in the folder contain the N requests for
+# these pages, and no others. Each page was missing, and each request was traced twice.
 has_its_own_requests() {
   local page="/public/$3/[0-9]+"
   agree "requests to /public/$3/" "$4" "audit records there" "$(lines "$1/audit.log")"
-  (($(count " resource=\"$page\" " "$1/audit.log") == $4)) || fail "strange audit records in $1"
+  (($(count " resource=\"$page\" " "$1/audit.log") == $4)) || fail "unexpected audit records in $1"
   (($(count '\[isauth-00011\] ' "$1/error.log") == $4 &&
-    $(count "\[isauth-00011\] .*$page" "$1/error.log") == $4)) || fail "strange messages in $1"
+    $(count "\[isauth-00011\] .*$page" "$1/error.log") == $4)) || fail "unexpected messages in $1"
   (($(count "^\[$2\]\[$page\]" "$1/trace.log") == 2 * $4 &&
-    $(lines "$1/trace.log") == 2 * $4 + 2)) || fail "strange trace records in $1"
+    $(lines "$1/trace.log") == 2 * $4 + 2)) || fail "unexpected trace records in $1"
   all_whole "$audit_re" "$1/audit.log"
 }
 
 show_tenants() {
-  say "Tenants, by the host that $clients clients ask: --tenant red.example --tenant blue.example"
+  say "Tenants, by the host in the requests of $clients clients: --tenant red.example --tenant blue.example"
   printf 'components IsAuthorized\ndata Tenant Resource Result Message\n' >"$work/trace.conf"
   start_agent tenants C.UTF-8 --tenant red.example --tenant blue.example \
     --trace --trace-config "$work/trace.conf"
@@ -244,7 +244,8 @@ show_tenants() {
 
 # --- In two languages ------------------------------------------------------------------------------
 
-# one_of_each LANGUAGE: logs in a folder of that name; prints the messages without their prologs.
+# one_of_each LANGUAGE: logs one message of each kind in a folder of that name, and writes the messages
+# without their prologs to the file `messages` there.
 one_of_each() {
   start_agent "$1" "$1"
   get --user "$alice" "$url/reports/missing.html" >"$work/answers"
@@ -269,7 +270,7 @@ show_languages() {
   echo
   show 20 "$log/messages"
   diff <(grep -oE '^\S+' "$english") <(grep -oE '^\S+' "$log/messages") ||
-    fail "the messages differ in more than the language"
+    fail "severities or keys of the messages differ"
   [[ $(sort "$english" "$log/messages" | uniq -d) == '' ]] || fail "a message is not translated"
 }
 
@@ -282,7 +283,7 @@ traced_requests() {
 }
 
 show_layouts() {
-  local names=("brackets" "columns" "delimited" "XML") heads=(6 6 6 12) layout records expected=''
+  local names=(Brackets FixedWidth Delimited Xml) heads=(6 6 6 12) layout records expected=''
   for layout in 0 1 2 3; do
     say "The same requests traced in layout $layout, ${names[layout]}"
     start_agent "layout$layout" C.UTF-8 --trace --trace-config "$samples/trace.conf" \
@@ -304,20 +305,20 @@ show_filter() {
   stop_agent
   show 20 "$log/trace.log"
   local records=$(($(lines "$log/trace.log") - 2))
-  ((records > 0 && records == $(count '\[carol\]' "$log/trace.log"))) || fail "the filter leaks"
+  ((records > 0 && records == $(count '\[carol\]' "$log/trace.log"))) || fail "other records were kept"
 }
 
-# switch_tracing SIGNAL KEY: signals the agent and waits for the message that says that it is done.
+# switch_tracing SIGNAL KEY: sends the agent a signal, and waits for the message that reports the change.
 switch_tracing() {
   local before
   before=$(count "$2" "$log/error.log")
   kill "-$1" "$agent"
-  wait_until "tracing has been switched" eval "((\$(count '$2' '$log/error.log') > $before))"
+  wait_until "tracing has changed" eval "((\$(count '$2' '$log/error.log') > $before))"
 }
 tracing_on() { switch_tracing USR1 isauth-00014; }
 tracing_off() { switch_tracing USR2 isauth-00015; }
 
-# serve_more FILE: waits until a log has grown by fifty lines.
+# serve_more FILE: waits until a log has fifty more lines.
 serve_more() { wait_until "$1 grows" at_least $(($(lines "$1") + 50)) "$1"; }
 
 show_switching() {
@@ -337,7 +338,7 @@ show_switching() {
   echo "  on:  SIGUSR1 ... SIGUSR2, $untraced trace lines"
   serve_more "$log/audit.log"
   (($(lines "$log/trace.log") == untraced)) || fail "traced after it was turned off"
-  echo "  off: $(lines "$log/audit.log") requests served, no trace line more"
+  echo "  off: $(lines "$log/audit.log") requests served, no further trace lines"
 
   printf 'components IsAuthorized\ndata User Action Resource Result\n' >"$work/trace.conf"
   tracing_on
@@ -353,12 +354,12 @@ show_switching() {
     "audit records" "$(lines "$log/audit.log")"
   all_whole "$audit_re" "$log/audit.log"
   all_whole '^(\[[^][]*\]){4}$|^(\[[^][]*\]){9}$' "$log/trace.log"
-  echo "  Every trace line is whole and in one of the two shapes."
+  echo "  Every trace line is complete and follows one of the two configurations."
 }
 
 # --- Java ------------------------------------------------------------------------------------------
 
-# java_agent REQUEST...: the agent in Java decides the requests, with its logs in the folder $log.
+# java_agent REQUEST...: runs the agent in Java on the requests, with its logs in the folder $log.
 java_agent() {
   printf '%s\n' "$@" | env ORVA_WA_ROOT="$build" LC_ALL=C.UTF-8 java \
     -classpath "$build/lib/java_agent.jar:$build/lib/wyerrlog.jar" \
@@ -368,10 +369,10 @@ java_agent() {
 }
 
 show_java() {
-  say "An agent in Java beside it: the same policy, catalogs, trace configuration and log files"
+  say "An agent in Java at the same time: same policy, catalogs, trace configuration and log files"
   case "$preset" in
     asan | tsan)
-      echo "  Left out: a Java virtual machine does not load libraries built for a sanitizer."
+      echo "  Left out: a Java virtual machine cannot load libraries that are built with a sanitizer."
       return
       ;;
   esac
@@ -382,7 +383,7 @@ show_java() {
   stop_agent
   echo "error.log:"
   show 9 "$log/error.log"
-  echo "trace.log, what Java wrote:"
+  echo "trace.log, the records of Java:"
   grep -E '\[(decide|findRule)\]' "$log/trace.log" | show 9 -
 
   local not_permitted='\[WARNING\]\[isauth-00007\] '
@@ -391,11 +392,11 @@ show_java() {
   agree "refused in Java" "$(count "\.java\]$not_permitted" "$log/error.log")" \
     "by decision" "$(count '^deny ' "$work/decisions")"
   (($(sed -nE "s/^.*$not_permitted//p" "$log/error.log" | sort -u | wc -l) == 1)) ||
-    fail "the two do not say the same"
-  (($(count '\[(decide|findRule)\]' "$log/trace.log") == 6)) || fail "not all of Java is traced"
+    fail "the messages of the two agents differ"
+  (($(count '\[(decide|findRule)\]' "$log/trace.log") == 6)) || fail "trace records of Java are missing"
 }
 
-# --- All of it -------------------------------------------------------------------------------------
+# --- All parts -------------------------------------------------------------------------------------
 
 scripts/install-deps.sh
 configure_and_build "$preset" access_agent java_agent
@@ -411,4 +412,4 @@ show_layouts
 show_filter
 show_switching
 show_java
-say "All as it should be. The logs are in $work, the agents' sources in examples/"
+say "All checks passed. The logs are in $work, the sources of the agents in examples/"

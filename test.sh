@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Installs what is needed, builds, and runs all tests: ./test.sh [release|debug|asan|tsan]
+# Installs the packages that are missing, builds, and runs all tests:
+# ./test.sh [release|debug|asan|tsan]
 source "$(dirname "${BASH_SOURCE[0]}")/scripts/common.sh"
 
 preset=${1:-release}

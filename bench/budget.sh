@@ -117,8 +117,8 @@ compare() {
     }' "$budget" "$1"
 }
 
-header='# Per record: system calls, allocations, user instructions; and the bytes of each further thread that
-# traces. Written by bench/budget.sh --update.'
+header='# Per record: system calls, allocations, user instructions. For each further thread that traces:
+# bytes. Written by bench/budget.sh --update.'
 
 measure >"$files/measured"
 if [[ $update == yes ]]; then

@@ -3,15 +3,16 @@ include_guard(GLOBAL)
 # wyerrlog_component(<name> SOURCES <file>... CATALOGS <file>...
 #                    [LIBRARY_DESTINATION <folder>] [CATALOG_DESTINATION <folder>])
 #
-# Builds the message component lib<name>.so, a plug-in that the logger loads by its name in the known
-# component table, and puts its catalogs where CWyXlate::SetResourceDirectory can be pointed at:
+# Builds the message component lib<name>.so, a plug-in that the logger loads if <name> is in the known
+# component table, and copies its catalogs into one folder, to be passed to
+# CWyXlate::SetResourceDirectory:
 #
 #   <build>/bin/lib<name>.so    found with ORVA_WA_ROOT=<build>
 #   <build>/messages/<catalog>
 #
-# <build> is the calling project's build folder. `cmake --install` installs both in the same way below the
-# prefix, or into the folders named: relative to the prefix, or absolute. The component is linked to
-# wyerrlog::wyerrlog, built here or found by find_package(wyerrlog).
+# <build> is the calling project's build folder. `cmake --install` installs both into bin/ and messages/
+# below the prefix, or into the destinations, which are absolute or relative to the prefix. The component
+# is linked to wyerrlog::wyerrlog, which is a target of this build or found by find_package(wyerrlog).
 function(wyerrlog_component name)
   cmake_parse_arguments(PARSE_ARGV 1 arg
     "" "LIBRARY_DESTINATION;CATALOG_DESTINATION" "SOURCES;CATALOGS")
@@ -38,7 +39,7 @@ function(wyerrlog_component name)
     PREFIX lib
     LIBRARY_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/bin")
 
-  # The components in the library's own build belong to its tests and examples.
+  # In the library's own build the components are for its tests and examples, and not installed.
   if(CMAKE_PROJECT_NAME STREQUAL "wyerrlog")
     return()
   endif()

@@ -1,8 +1,8 @@
-# What `cmake --install` installs, in three components: `runtime` is what a program needs to run,
-# `development` what it needs to be built, `java` what Java code needs beside the first.
+# The three parts that `cmake --install` installs: `runtime` contains the files that a program needs to run,
+# `development` those that it needs to be built, `java` those that Java code needs besides `runtime`.
 #
-# Message components (components/) are the product's and are not installed; wyerrlog_component is, for
-# those who build and install theirs elsewhere.
+# Message components (components/) belong to the product and are not installed. The function
+# wyerrlog_component is installed, so that other projects can build and install their components.
 include(CMakePackageConfigHelpers)
 
 set(package_directory "${CMAKE_INSTALL_LIBDIR}/cmake/wyerrlog")
@@ -25,8 +25,8 @@ install(FILES
   "${CMAKE_CURRENT_LIST_DIR}/WyErrLogComponent.cmake"
   DESTINATION "${package_directory}" COMPONENT development)
 
-# pkg-config wyerrlog. Its paths start at the file itself, so that an installed tree can be moved; but for
-# the system's own prefix, whose folders pkg-config recognises and leaves out.
+# pkg-config wyerrlog. Its paths are relative to the file, so that an installed tree can be moved. With the
+# prefix /usr they are absolute, because pkg-config recognises and omits the system's folders.
 file(RELATIVE_PATH prefix_to_lib "${CMAKE_INSTALL_PREFIX}" "${CMAKE_INSTALL_FULL_LIBDIR}")
 file(RELATIVE_PATH prefix_to_include "${CMAKE_INSTALL_PREFIX}" "${CMAKE_INSTALL_FULL_INCLUDEDIR}")
 if(CMAKE_INSTALL_PREFIX STREQUAL "/usr")
@@ -43,8 +43,8 @@ install(FILES "${CMAKE_CURRENT_BINARY_DIR}/wyerrlog.pc"
 if(TARGET wyerrlog_java)
   install_jar(wyerrlog_java DESTINATION "${CMAKE_INSTALL_DATADIR}/java" COMPONENT java)
 
-  # Where the virtual machines of the system look for native libraries; needed only where nobody has
-  # libwyerrlog.so without a number, and right only where the system finds the libraries: in packages.
+  # A link in the folder where the system's virtual machines search native libraries. Only the package
+  # needs it: without the development package there is no libwyerrlog.so without a version number.
   set(native_library "${CMAKE_CURRENT_BINARY_DIR}/jni/libwyerrlog.so")
   file(MAKE_DIRECTORY "${CMAKE_CURRENT_BINARY_DIR}/jni")
   file(CREATE_LINK "../libwyerrlog.so.${PROJECT_VERSION_MAJOR}" "${native_library}" SYMBOLIC)

@@ -1,11 +1,11 @@
 include_guard(GLOBAL)
 
-# Finds the JDK for the Java binding: its headers, as the target JNI::JNI, which links nothing, and its
-# tools for UseJava. Without the headers there is no binding: WYERRLOG_JNI is off from here on.
+# Finds the JDK for the Java binding: its headers (the target JNI::JNI, which links no library) and its
+# tools for UseJava. If the headers are missing, sets WYERRLOG_JNI to OFF, and the binding is not built.
 
 find_package(Java 17 QUIET COMPONENTS Development)
 
-# FindJNI searches few directories of its own. The JDK is the one that the compiler is a part of.
+# FindJNI searches few directories. This names the JDK that contains the Java compiler.
 if(Java_JAVAC_EXECUTABLE AND NOT JAVA_HOME AND NOT DEFINED ENV{JAVA_HOME})
   file(REAL_PATH "${Java_JAVAC_EXECUTABLE}" javac)
   cmake_path(GET javac PARENT_PATH JAVA_HOME)

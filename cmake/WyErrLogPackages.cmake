@@ -1,5 +1,5 @@
-# The Debian packages, made by scripts/package.sh: one for each component of the installation, the debug
-# symbols of the libraries in one of their own.
+# The Debian packages, which scripts/package.sh builds: one for each part of the installation, and one with
+# the debug symbols of the libraries.
 set(libraries_package "libwyerrlog${PROJECT_VERSION_MAJOR}")
 set(release 1)
 
@@ -16,8 +16,8 @@ set(CPACK_DEBIAN_PACKAGE_RELEASE ${release})
 set(CPACK_DEBIAN_PACKAGE_SOURCE ${PROJECT_NAME})
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 
-# The documents that Debian asks of every package: licence, changes of the packages, and of what is in
-# them. Their date is that of SOURCE_DATE_EPOCH, if that is set.
+# The documents that Debian requires in every package: the licence, the changes of the package and the
+# changes of its contents. Their date is SOURCE_DATE_EPOCH, if that is set.
 find_program(WYERRLOG_GZIP gzip REQUIRED)
 set(documents "${CMAKE_CURRENT_BINARY_DIR}/debian")
 string(TIMESTAMP packaged "%a, %d %b %Y %H:%M:%S +0000" UTC)
@@ -31,7 +31,7 @@ endforeach()
 # wyerrlog_package(<component> NAME <name> SECTION <section> WHAT <in a few words> CONTENT <a sentence>
 #                  [DEPENDS <packages>] [RECOMMENDS <packages>])
 #
-# Leaves the folder of its documents in package_documents.
+# Describes a package. Sets package_documents to the folder of its documents.
 macro(wyerrlog_package component)
   cmake_parse_arguments(package "" "NAME;SECTION;WHAT;CONTENT;DEPENDS;RECOMMENDS" "" ${ARGN})
   set(CPACK_DEBIAN_${component}_PACKAGE_NAME "${package_NAME}")
@@ -55,10 +55,10 @@ macro(wyerrlog_package component)
     DESTINATION "${package_documents}" COMPONENT ${package_component})
 endmacro()
 set(same_version "${libraries_package} (= ${PROJECT_VERSION}-${release})")
-set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "")  # each has its own
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "")  # each package has its own
 
 wyerrlog_package(RUNTIME NAME ${libraries_package} SECTION libs
-  WHAT "libraries" CONTENT "This package has what programs need to run.")
+  WHAT "libraries" CONTENT "This package contains the libraries that programs need to run.")
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY >=)
@@ -70,8 +70,8 @@ set(CPACK_DEBIAN_RUNTIME_DEBUGINFO_PACKAGE ON)
 
 wyerrlog_package(DEVELOPMENT NAME libwyerrlog-dev SECTION libdevel
   WHAT "development" DEPENDS "${same_version}"
-  CONTENT "This package has headers, files for CMake and pkg-config, and the pages.")
-# As in the repository, for the links between them.
+  CONTENT "This package contains headers, files for CMake and pkg-config, and pages.")
+# In the same folders as in the repository, because the pages contain links.
 install(FILES README.md DESTINATION "${package_documents}" COMPONENT development)
 install(DIRECTORY docs examples DESTINATION "${package_documents}" COMPONENT development
   FILES_MATCHING
@@ -81,6 +81,6 @@ install(DIRECTORY docs examples DESTINATION "${package_documents}" COMPONENT dev
 
 wyerrlog_package(JAVA NAME libwyerrlog-java SECTION java
   WHAT "Java" DEPENDS "${same_version}" RECOMMENDS "default-jre-headless | java17-runtime-headless"
-  CONTENT "This package has the Java class over the library, and its bridges.")
+  CONTENT "This package contains the library's Java class and its logging bridges.")
 
 include(CPack)

@@ -1,16 +1,16 @@
-# Shows Doxygen a header of this project, whose contracts are plain comments:
+# Converts the plain comments of this project's headers to comments of Doxygen:
 #
-#   - a comment belongs to the declarations under it, up to the next blank line or comment, except to
-#     those that have one of their own, and destructors;
-#   - one behind a declaration belongs to that declaration;
-#   - the first of a file is about the file;
-#   - lines that are indented within a comment are code.
+#   - a comment above declarations belongs to each of them, up to the next blank line or comment, but not to
+#     destructors and to declarations with a comment of their own;
+#   - a comment at the end of a line belongs to the declaration in that line;
+#   - the first comment of a file belongs to the file;
+#   - indented lines of a comment are code.
 #
-# What is in the body of a function, and what is deleted, is not part of the reference.
+# Bodies of functions and deleted functions are not part of the reference.
 
 function indent_of(line) { match(line, /^ */); return RLENGTH }
 
-# Letters that mean something to Doxygen, but not in our comments. Between quotes it reads none.
+# Escapes characters that have a meaning for Doxygen. It ignores them between quotes.
 function escape(text,   result, i, c) {
   result = ""
   for (i = 1; i <= length(text); i++) {
@@ -34,7 +34,7 @@ function emit_comment(indent,   i, in_code, text) {
   if (in_code) emit("@endcode", indent)
 }
 
-# Follows the braces, to know whether the next line is in the body of a function.
+# Counts braces, to find out whether the next line is in the body of a function.
 function follow_braces(line,   i, c, body) {
   gsub(/\/\/.*/, "", line)
   gsub(/'.'|"[^"]*"/, "", line)

@@ -1,16 +1,17 @@
 #!/usr/bin/env python3
-"""Holds the pages against the programs that they show: pages.py BUILD [--write]
+"""Compares the pages with the programs that they show: pages.py BUILD [--write]
 
-Runs the programs of docs/examples from the build folder, and compares what stands in the pages behind
+Runs the programs of docs/examples from the build folder. A mark in a page names the origin of the block
+of code, or of the table, that follows it:
 
     <!-- file: examples/x.cpp -->            the whole file
     <!-- file: examples/x.cpp#name -->       its lines between "// [name]" and "// [/name]"
-    <!-- output: run/name -->                a file that the run of that name has left behind
+    <!-- output: run/name -->                a file that the run of that name has written
     <!-- output: run/name 3 -->              its first three lines
-    <!-- table: run --> ... <!-- end -->     what the run has printed
+    <!-- table: run --> ... <!-- end -->     the standard output of the run
 
-with the block of code (or the table) there. Process and thread ids, dates and times may differ. With
---write the pages are changed instead. Links between the pages are checked as well.
+Reports every block that differs from its origin; process and thread ids, dates and times may differ.
+With --write the blocks are replaced instead. Links between the pages are checked too.
 """
 
 import os
@@ -23,13 +24,13 @@ from pathlib import Path
 
 DOCS = Path(__file__).resolve().parent
 PAGES = [DOCS.parent / "README.md", *sorted(DOCS.glob("*.md"))]
-OF_PROGRAMS = {"README.md", "guide.md", "components.md"}  # show no code but that of the files
+OF_PROGRAMS = {"README.md", "guide.md", "components.md"}  # their code must come from files
 
 TRACE_CONF = str(DOCS / "examples/trace.conf")
 LAYOUT_CONF = str(DOCS / "examples/layouts.conf")
 
-# Run: program and arguments, environment. Messages, Bin: folders of the component's catalogs and of
-# the components.
+# {name of the run: (program and arguments, environment)}. {build} is the build folder, {messages} the
+# folder of the component's catalogs.
 RUNS = {
     "first_message": (["first_message"], {}),
     "session_store": (["session_store", "./error.log", "{messages}"], {}),
@@ -65,7 +66,7 @@ VARYING = [
 
 
 def run_examples(build, folder):
-    """Runs each program in a folder of its own, which keeps what it has written."""
+    """Runs each program in a folder of its own; returns the names of the runs."""
     examples = build / "docs/examples"
     places = {"build": build, "messages": examples / "session_store/messages"}
     runs = dict(RUNS)
@@ -107,17 +108,17 @@ class Page:
         self.faults = []
 
     def expected(self, kind, reference, shown):
-        """What should stand behind the mark; `shown` when that is as good."""
+        """Returns the block that belongs to a mark; `shown` if that differs only in ids and times."""
         if kind == "file":
             return source_text(self.path, reference)
         name, _, count = reference.partition(" ")
         if kind == "table":
             name += "/stdout"
         if name.split("/")[0] not in self.runs:
-            return shown  # there is no Java here
+            return shown  # the run needs Java, which is not installed
         lines = (self.outputs / name).read_text().splitlines(keepends=True)
         text = "".join(lines[: int(count)] if count else lines)
-        text = re.sub(r" +$", "", text, flags=re.M)  # editors take them away in pages
+        text = re.sub(r" +$", "", text, flags=re.M)  # editors remove them from pages
         return shown if without_varying(text) == without_varying(shown) else text
 
     def update(self):
@@ -126,7 +127,7 @@ class Page:
             self.seen.add(reference)
             text = self.expected(kind, reference, shown)
             if text != shown:
-                self.faults.append(f"{reference} is shown differently from what it is")
+                self.faults.append(f"the block of {reference} differs from its origin (try --write)")
             return head + start + text + end
 
         text = re.sub(r"^(<!-- (file|output): (.+?) -->\n)(```\w*\n)(.*?)(^```$)", replace, self.text,
@@ -139,17 +140,17 @@ class Page:
         marks = re.findall(r"^<!-- (?:file|output|table): (.+?) -->$", self.text, re.M)
         for reference in marks:
             if reference not in self.seen:
-                self.faults.append(f"nothing is shown behind the mark of {reference}")
+                self.faults.append(f"no block follows the mark of {reference}")
 
     def check_code(self):
         if self.path.name not in OF_PROGRAMS:
             return
         for match in re.finditer(r"^(.*)\n```(cpp|java|cmake)$", self.text, re.M):
             if not match[1].startswith("<!-- file: "):
-                self.faults.append(f"code of no file: {match[0]!r}")
+                self.faults.append(f"code without a mark that names its file: {match[0]!r}")
 
     def check_paths(self):
-        """A log's path without a folder is not rolled over; nobody should copy one."""
+        """Reports log paths without a folder: such a file is not rolled over."""
         for block in re.findall(r"^```(?:cpp|java|properties)\n(.*?)^```$", self.text, re.S | re.M):
             for path in re.findall(r"\"(\w+\.log)\"|file *= *(\w+\.log)", block):
                 self.faults.append(f"path without a folder: {''.join(path)}")
@@ -163,7 +164,7 @@ class Page:
             name, _, heading = target.partition("#")
             path = (self.path.parent / name).resolve() if name else self.path
             if not path.exists():
-                self.faults.append(f"link to {target}")
+                self.faults.append(f"link to {target}: no such file")
             elif heading and heading not in headings(path):
                 self.faults.append(f"link to {target}: no such heading")
 

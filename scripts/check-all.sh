@@ -1,11 +1,10 @@
 #!/usr/bin/env bash
-# Everything that is checked, one thing after another, then what became of each:
+# Runs all checks one after another, and prints the result of each:
 #
 #   scripts/check-all.sh [seconds [step...]]
 #
-# Fuzzing takes the seconds for each target, the soak for itself; 60 unless told otherwise. Without steps
-# all are taken, which takes the better part of an hour. What a step says is kept in
-# build/checks/<step>.log.
+# Each fuzz target and the soak test run for the given time (default: 60 seconds). Without steps all steps
+# run, which takes most of an hour. The output of a step is kept in build/checks/<step>.log.
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
 seconds=${1:-60}
@@ -14,8 +13,8 @@ steps=("${@:2}")
 ((${#steps[@]} > 0)) ||
   steps=(format cppcheck tidy release asan tsan clang hardened java packages valgrind fuzz soak)
 
-# run_tests_built_with FOLDER OPTION...: the release preset's tests in a build with other options; not
-# those whose figures and records are of the release build itself, and no packaging once more.
+# run_tests_built_with FOLDER OPTION...: builds the release preset with other options and runs its tests.
+# Leaves out the budget and the recorded interface, which hold for the release build only, and packaging.
 run_tests_built_with() {
   local build=$1
   shift
@@ -39,7 +38,7 @@ step_hardened() {
     -DCMAKE_SHARED_LINKER_FLAGS="$(distribution_flags LDFLAGS)" \
     -DCMAKE_MODULE_LINKER_FLAGS="$(distribution_flags LDFLAGS)"
 }
-# The tests in Java run with -Xcheck:jni, and fail when that has anything to say.
+# The tests in Java run with -Xcheck:jni, and fail if it prints a warning.
 step_java() {
   configure_and_build release
   ctest --preset release --label-regex '^java$'
@@ -56,7 +55,7 @@ step_soak() {
 }
 
 for step in "${steps[@]}"; do
-  declare -F "step_$step" >/dev/null || fail "there is no step $step"
+  declare -F "step_$step" >/dev/null || fail "unknown step: $step"
 done
 scripts/install-deps.sh --dev
 
@@ -67,7 +66,7 @@ failures=0
 for step in "${steps[@]}"; do
   say "$step"
   started=$SECONDS
-  set +e  # a step ends with its first command that fails, the others go on
+  set +e  # a failing command ends its step, but not the other steps
   (set -e; "step_$step") 2>&1 | tee "$logs/$step.log"
   status=${PIPESTATUS[0]}
   set -e

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Checks that every C++ file is formatted by .clang-format; changes nothing.
+# Checks that every C++ file is formatted as .clang-format requires. Changes no file.
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
 command -v clang-format >/dev/null || fail "clang-format is missing; run scripts/install-deps.sh --ci"

@@ -1,11 +1,12 @@
 #!/usr/bin/env bash
-# Runs tests of the release build under valgrind's memcheck, each in a process of its own as CTest does:
-# scripts/check-memory.sh [program...]         such as WyLogger_test; a set that reaches all modules
+# Runs tests of the release build under valgrind's memcheck, each in a process of its own:
+#
+#   scripts/check-memory.sh [program...]    default: programs that together reach all modules
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
 command -v valgrind >/dev/null || fail "valgrind is missing; run scripts/install-deps.sh"
-# Not those that kill, or run against the clock with many threads; and of all none that forks, since a
-# child has lost what the parent's other threads hold.
+# Left out: programs that kill processes, programs with many threads and time limits, and single tests that
+# fork. valgrind reports memory of the parent's other threads as lost in a child.
 programs=("$@")
 ((${#programs[@]} > 0)) || programs=(
   WyErrLogMessage_test WyErrLogMessageLookup_test WyError_test
@@ -22,7 +23,7 @@ tests_of() {
     awk -v program="$1" '/^[^ ]+\.$/ { suite = $1 } /^ / && !/Fork/ { print program, suite $1 }'
 }
 
-# check PROGRAM TEST: runs the test; shows what it says when it fails or valgrind objects.
+# check PROGRAM TEST: runs the test; prints its output if the test fails or valgrind reports an error.
 check() {
   local root=$build output
   [[ $1 == WyLoggerComponents_test ]] && root=$build/tests/plugins
@@ -36,4 +37,4 @@ export build
 
 say "Running under valgrind: ${programs[*]}"
 for program in "${programs[@]}"; do tests_of "$program"; done |
-  xargs -P "$(nproc)" -L 1 bash -c 'check "$@"' check || fail "valgrind or a test objects"
+  xargs -P "$(nproc)" -L 1 bash -c 'check "$@"' check || fail "a test failed, or valgrind reported an error"

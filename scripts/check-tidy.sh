@@ -1,14 +1,14 @@
 #!/usr/bin/env bash
-# Runs clang-tidy with the checks of .clang-tidy on the sources that are named, or on all but tests and
-# benchmarks: scripts/check-tidy.sh [file...]
+# Runs clang-tidy with the checks of .clang-tidy: scripts/check-tidy.sh [file...]
+# Without files it checks all sources except tests and benchmarks.
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
 command -v clang-tidy >/dev/null || fail "clang-tidy is missing; run scripts/install-deps.sh --dev"
 build=$(build_directory release)
 cmake --preset release --log-level=WARNING >/dev/null
 
-# Those that the build compiles. What the macros and loops of GoogleTest and Google Benchmark come to is
-# nothing that the checks like.
+# All sources in the compilation database. Tests and benchmarks are left out, because the macros of
+# GoogleTest and Google Benchmark expand to code that fails the checks.
 files=("$@")
 ((${#files[@]} > 0)) || mapfile -t files < <(
   sed -n "s|.*\"file\": \"$PWD/\(.*\)\".*|\1|p" "$build/compile_commands.json" |

@@ -1,10 +1,10 @@
 #!/usr/bin/env bash
-# Builds the fuzz targets with clang and runs each for a while, one on each processor:
+# Builds the fuzz targets with clang and runs each for the given time, one on each processor:
 #
-#   scripts/fuzz.sh [seconds [target...]]       60 seconds, and all of them
+#   scripts/fuzz.sh [seconds [target...]]    default: 60 seconds, all targets
 #
-# What they find is left in build/fuzz/fuzz/, inputs worth keeping in build/fuzz/corpus/. The program
-# build/fuzz/fuzz/<target>_fuzz runs one input again.
+# Inputs that fail are stored in build/fuzz/fuzz/, inputs that reach new code in build/fuzz/corpus/. To run
+# an input again, pass its file to build/fuzz/fuzz/<target>_fuzz.
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
 seconds=${1:-60}
@@ -16,7 +16,7 @@ command -v clang++ >/dev/null || fail "clang is missing; run scripts/install-dep
 build=$(build_directory fuzz)
 configure_and_build fuzz fuzzers
 
-# fuzz TARGET: runs it, with what it says kept in a file; shows that when it has found something.
+# fuzz TARGET: runs the target with its output in a file, and prints the file if an input fails.
 fuzz() {
   local name=$1 log=$build/fuzz/$1.log
   mkdir -p "$build/corpus/$name"

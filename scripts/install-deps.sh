@@ -1,19 +1,22 @@
 #!/usr/bin/env bash
-# Installs the Debian packages that the build, the tests and the demo need, those that are missing; does
-# nothing when all are there. With --ci also what .ci/run needs, with --dev the tools for developers as well,
-# with --bench also what the comparison with other loggers needs.
+# Installs the missing ones of the Debian packages that the build, the tests and the demo need:
+#
+#   scripts/install-deps.sh [--ci] [--dev] [--bench]
+#
+# --ci adds the packages of .ci/run, --dev those and the tools for developers, --bench the packages of the
+# comparison with other loggers.
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
 packages=(
   g++ binutils cmake ninja-build    # the compiler with its sanitizers, nm, and the build
   libgtest-dev libgmock-dev         # the tests
   libbenchmark-dev                  # the benchmarks
-  strace valgrind                   # tests that watch the system calls, and count instructions
+  strace valgrind                   # tests that trace system calls and count instructions
   openjdk-17-jdk-headless           # the Java binding
   dpkg-dev file                     # the packages
   abigail-tools                     # the comparison with the recorded interface
-  doxygen python3                   # the API reference; the check of the pages
-  libcpp-httplib-dev pkgconf curl   # the demo's web server, how to link it, a client to call it
+  doxygen python3                   # the API reference; the test of the pages
+  libcpp-httplib-dev pkgconf curl   # the demo: its web server, its link options, its client
 )
 
 ci_packages=(
@@ -28,7 +31,7 @@ developer_packages=(
   ccache                            # faster rebuilds
 )
 
-# What bench/compare compares this library with, and what runs it and draws its chart.
+# The libraries that bench/compare compares this one with, and gnuplot for its chart.
 comparison_packages=(
   libspdlog-dev liblog4cplus-dev liblog4cxx-dev libboost-log-dev libgoogle-glog-dev
   gnuplot-nox
@@ -54,7 +57,7 @@ done
 say "Installing ${missing[*]}"
 as_root=()
 if [[ $EUID -ne 0 ]]; then
-  command -v sudo >/dev/null || fail "neither root nor sudo; install these packages first"
+  command -v sudo >/dev/null || fail "installing needs root or sudo; install these packages first"
   as_root=(sudo)
 fi
 

@@ -1,16 +1,19 @@
 #!/usr/bin/env bash
-# Builds the Debian packages, for release and with the distribution's flags: scripts/package.sh [folder]
-# They are left in <folder>/packages/; the folder is build/package unless another is named. With
-# WYERRLOG_WERROR=ON in the environment a warning of the compiler is an error.
+# Builds the Debian packages, as a release build with the distribution's flags:
+#
+#   scripts/package.sh [folder]    default: build/package
+#
+# The packages are stored in <folder>/packages/. With WYERRLOG_WERROR=ON in the environment compiler
+# warnings are errors.
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
 (($# <= 1)) || fail "usage: package.sh [folder]"
 build=${1:-$(build_directory package)}
 packages=$build/packages
 
-# mend_symbols FILE: names a package of debug symbols as Debian does, makes its documents those of the
-# package it belongs to, and its checksums those of the installed files; CPack names the files where it
-# has packed them.
+# mend_symbols FILE: corrects a package of debug symbols that CPack has built. Renames it to Debian's
+# convention, links its documents to those of the package it belongs to, and writes its checksums again,
+# because CPack lists the files under the paths of its working folder.
 mend_symbols() {
   local folder=${1%.ddeb} name
   dpkg-deb --raw-extract "$1" "$folder"

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Records what the libraries export, and how their public types are laid out, after an intended change:
-# the files in */abi/, which the tests compare with.
+# Records the exported symbols and the layout of the public types, after an intended change. Writes the
+# files in */abi/, with which the tests compare the libraries.
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
 configure_and_build release record_abi

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# Lets threads, reconfigurations, rollovers, loggers and child processes loose on the library together
-# and looks for lost messages and growth: scripts/soak.sh [seconds [preset]]
+# Runs the soak test: scripts/soak.sh [seconds [preset]]    default: 60 seconds, release
+# Threads log while outputs are reconfigured and rolled over, and while loggers and child processes are
+# created and end. The test checks for lost messages and growing resources.
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
 seconds=${1:-60}
