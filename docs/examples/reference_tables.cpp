@@ -58,8 +58,8 @@ constexpr const char* Meanings[] = {
     "session id",
     "distribution point of revoked certificates",
     "distinguished name of a user",
-    "resource, the path of a page, say",
-    "action on a resource, the HTTP method, say",
+    "resource, for example the path of a page",
+    "action on a resource, for example the HTTP method",
     "object id of a realm",
     "state",
     "cluster id",
@@ -99,7 +99,7 @@ void PrintFields() {
   int iCount = 0;
   const KNOWNDATAFIELDINFO* pFields = nullptr;
   GetKnownDataFields(&iCount, &pFields);
-  std::puts("| number | field | width | what it holds | set by |\n|---:|---|---:|---|---|");
+  std::puts("| number | field | width | contents | set by |\n|---:|---|---:|---|---|");
   for (int i = 0; i < iCount; ++i) {
     std::printf("| %d | `%s` | %d | %s | %s |\n", i, pFields[i].pszName, pFields[i].iWidth,
                 Meanings[i],

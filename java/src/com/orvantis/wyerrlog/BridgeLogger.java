@@ -49,12 +49,12 @@ final class BridgeLogger implements System.Logger {
     write(level, whole, () -> platform.log(level, bundle, format, parameters));
   }
 
-  private void write(Level level, Supplier<String> text, Runnable handOver) {
+  private void write(Level level, Supplier<String> text, Runnable toPlatform) {
     if (!isLoggable(level)) {
       return;
     }
     if (!bridge.hasOutputFor(level.getSeverity())) {
-      handOver.run();
+      toPlatform.run();
       return;
     }
     bridge.run(() -> {

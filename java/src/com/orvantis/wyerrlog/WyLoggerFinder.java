@@ -22,8 +22,8 @@ import java.util.logging.ErrorManager;
  * <p>Records for which no file is named are passed to {@code java.util.logging}, as by the
  * platform's default finder. Without {@code wyerrlog.log.file} these are errors, warnings and
  * informations. Without {@code wyerrlog.trace.file} too, they are all records, and the native
- * library is not loaded. A file that cannot be opened counts as missing. A program that installs its
- * outputs itself configures {@link WyLogHandler} without files as a handler of {@code
+ * library is not loaded. A file that cannot be opened counts as missing. A program that installs
+ * its outputs itself configures {@link WyLogHandler} without files as a handler of {@code
  * java.util.logging}.
  *
  * <p>Any thread may use a logger. Loggers throw nothing to the caller. Unknown settings, invalid
