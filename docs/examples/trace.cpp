@@ -14,7 +14,7 @@ void FindSession(const std::string& strUser, int iCount) {
   WY_TRACE(SessionStore::Component)
       .Set(WyField::User, strUser)
       .Set(WyField::ResponseTime, 0.25)
-      .Message("%d sessions looked at", iCount);
+      .Message("%d sessions examined", iCount);
 }
 // [/trace]
 
