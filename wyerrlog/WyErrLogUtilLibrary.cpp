@@ -19,14 +19,14 @@ constexpr std::size_t LongestRoot = WorkingSize - sizeof "/bin/x";  // leaves a 
 constinit CWyNeverDestroyed<CWyMutex> s_mutex;
 constinit char s_szDirectory[WorkingSize] WYERRLOG_GUARDED_BY(s_mutex.value) = "";
 
-// "bin/" below the installation root, empty as long as the variable is unset or too long. It never
+// "bin/" below the installation root, null as long as the variable is unset or too long. It never
 // changes once it is set: all components come from one installation, and the text may be read
 // without the mutex.
 const char* LibraryDirectory() {
   const CWyMutexLock lock(s_mutex.value);
   if (s_szDirectory[0] != '\0') return s_szDirectory;
   const CWyGetEnv root("ORVA_WA_ROOT");
-  if (root.c_str() == nullptr || strlen(root.c_str()) > LongestRoot) return s_szDirectory;
+  if (root.c_str() == nullptr || strlen(root.c_str()) > LongestRoot) return nullptr;
   std::string strDirectory = root.c_str();
   strDirectory += strDirectory.ends_with('/') ? "bin/" : "/bin/";
   memcpy(s_szDirectory, strDirectory.c_str(), strDirectory.size() + 1);
@@ -67,7 +67,7 @@ void* WyErrLogUtilLoadLibrary(char* pszName) {
     if (void* hLib = WyLoadLibrary(strName.c_str())) return hLib;
   }
   const char* const pszDirectory = LibraryDirectory();
-  if (*pszDirectory == '\0' || strlen(pszDirectory) + strName.size() >= WorkingSize - 1) {
+  if (pszDirectory == nullptr || strlen(pszDirectory) + strName.size() >= WorkingSize - 1) {
     return nullptr;
   }
   return WyLoadLibrary((pszDirectory + strName).c_str());

@@ -8,7 +8,9 @@ int main(int argc, char** argv) {
   if (argc != 3 || !CWyXlate::SetResourceDirectory(argv[2])) return 2;
 
   CWyLogger& logger = *theLogger();
-  CWyLogOutput* pFile = logger.NewLogOutput(1, argv[1], 3, 10, 5);  // 10 MB, 5 backups
+  // At most 10 MB in a file, and 5 backups.
+  CWyLogOutput* pFile =
+      logger.NewLogOutput(WyOutputType::File, argv[1], WyFileMode::AppendRollBySize, 10, 5);
   if (pFile == nullptr || !logger.SetLogOutput(pFile)) {
     logger.DeleteLogOutput(pFile);
     return 1;
