@@ -11,6 +11,12 @@ install(TARGETS wyerrlog wyxlate wyi18n EXPORT wyerrlogTargets
   LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT runtime NAMELINK_COMPONENT development
   FILE_SET HEADERS DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}" COMPONENT development)
 
+# The message compiler is a program of the system that builds, and part of what that needs.
+if(TARGET wymsgc AND WYERRLOG_BUILD_TOOLS)
+  install(TARGETS wymsgc EXPORT wyerrlogTargets
+    RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT development)
+endif()
+
 # find_package(wyerrlog)
 install(EXPORT wyerrlogTargets NAMESPACE wyerrlog::
   DESTINATION "${package_directory}" COMPONENT development)

@@ -70,7 +70,7 @@ set(CPACK_DEBIAN_RUNTIME_DEBUGINFO_PACKAGE ON)
 
 wyerrlog_package(DEVELOPMENT NAME libwyerrlog-dev SECTION libdevel
   WHAT "development" DEPENDS "${same_version}"
-  CONTENT "This package contains headers, files for CMake and pkg-config, and pages.")
+  CONTENT "This package contains headers, the message compiler, files for CMake and pkg-config, and pages.")
 # In the same folders as in the repository, because the pages contain links.
 install(FILES README.md DESTINATION "${package_documents}" COMPONENT development)
 install(DIRECTORY docs examples DESTINATION "${package_documents}" COMPONENT development
@@ -78,6 +78,8 @@ install(DIRECTORY docs examples DESTINATION "${package_documents}" COMPONENT dev
   PATTERN "*.md" PATTERN "*.svg" PATTERN "*.h" PATTERN "*.cpp" PATTERN "*.java" PATTERN "*.conf"
   PATTERN "*.properties" PATTERN "*.html" PATTERN "CMakeLists.txt"
   PATTERN "docs/CMakeLists.txt" EXCLUDE)
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SHLIBDEPS ON)  # the message compiler's
+set(CPACK_DEBIAN_DEVELOPMENT_DEBUGINFO_PACKAGE ON)
 
 wyerrlog_package(JAVA NAME libwyerrlog-java SECTION java
   WHAT "Java" DEPENDS "${same_version}" RECOMMENDS "default-jre-headless | java17-runtime-headless"

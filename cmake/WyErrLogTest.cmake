@@ -6,7 +6,7 @@ include(GoogleTest)
 #
 # Builds one GoogleTest program, of <name>.cpp unless SOURCES says otherwise, and gives every TEST in it
 # to CTest, which runs each in a process of its own: a TEST may use process-wide state freely. COMPONENTS
-# are the message components of the build tree that its loggers find. The program's name is a label of
+# are the message components of the build tree that its loggers find, and whose messages it includes. The program's name is a label of
 # its tests, so `ctest -L <name>` runs one program's tests. Headers of the folder tests/ are included by
 # their path from there. Test programs are never installed.
 function(wyerrlog_test name)
@@ -25,6 +25,8 @@ function(wyerrlog_test name)
   if(arg_COMPONENTS)
     list(APPEND arg_ENVIRONMENT "ORVA_WA_ROOT=${PROJECT_BINARY_DIR}")
     add_dependencies(${name} ${arg_COMPONENTS})
+    list(TRANSFORM arg_COMPONENTS APPEND _messages OUTPUT_VARIABLE messages)
+    list(APPEND arg_LIBRARIES ${messages})
   endif()
   target_include_directories(${name} PRIVATE "${PROJECT_SOURCE_DIR}/tests")
   target_link_libraries(${name} PRIVATE

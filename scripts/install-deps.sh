@@ -16,6 +16,8 @@ packages=(
   dpkg-dev file                     # the packages
   abigail-tools                     # the comparison with the recorded interface
   doxygen python3                   # the API reference; the test of the pages
+  gettext                           # msgfmt, which the tests compare the message compiler with
+  libcli11-dev nlohmann-json3-dev   # the command-line programs
   libcpp-httplib-dev pkgconf curl   # the demo: its web server, its link options, its client
 )
 

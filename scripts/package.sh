@@ -31,7 +31,8 @@ say "Building for packages in $build ($(nproc) jobs)"
 cmake --preset package -B "$build" --log-level=WARNING \
   -DWYERRLOG_WERROR="${WYERRLOG_WERROR:-OFF}" \
   -DCMAKE_CXX_FLAGS="$(distribution_flags CPPFLAGS) $(distribution_flags CXXFLAGS)" \
-  -DCMAKE_SHARED_LINKER_FLAGS="$(distribution_flags LDFLAGS)"
+  -DCMAKE_SHARED_LINKER_FLAGS="$(distribution_flags LDFLAGS)" \
+  -DCMAKE_EXE_LINKER_FLAGS="$(distribution_flags LDFLAGS)"
 cmake --build "$build" --parallel "$(nproc)"
 
 say "Packing"

@@ -29,6 +29,7 @@
 
 #include "wyerrlog/WyLogField.h"
 #include "wyerrlog/WyLogger.h"
+#include "wyerrlog/WyMessage.h"
 #include "wyerrlog/WyMessageId.h"
 
 // ---- The place of a call ------------------------------------------------------------------------
@@ -125,6 +126,60 @@ auto ToText(const T& value) {
   }
 }
 
+template <typename T>
+constexpr bool IsText() {
+  return std::is_convertible_v<const T&, const char*> || HasText<T>::value ||
+         std::is_convertible_v<const T&, std::string_view>;
+}
+
+// Whether a translated message takes a value as an argument of that kind.
+template <WyArgument kind, typename T>
+constexpr bool Fits() {
+  constexpr bool bPlain = std::is_same_v<T, char> || std::is_same_v<T, bool>;
+  if constexpr (kind == WyArgument::String) return IsText<T>();
+  if constexpr (kind == WyArgument::Char) return std::is_same_v<T, char>;
+  if constexpr (kind == WyArgument::Bool) return std::is_same_v<T, bool>;
+  if constexpr (kind == WyArgument::Double) return std::is_arithmetic_v<T> && !bPlain;
+  return std::is_integral_v<T> && !bPlain;
+}
+
+// Whether a value is what the conversion of a printf pattern reads for that kind; a smaller integer
+// becomes an int when it is passed.
+template <WyArgument kind, typename T>
+constexpr bool FitsPrintf() {
+  constexpr bool bLong = kind == WyArgument::Long || kind == WyArgument::ULong;
+  if constexpr (kind == WyArgument::String) return std::is_convertible_v<T, const char*>;
+  if constexpr (kind == WyArgument::Double)
+    return std::is_same_v<T, double> || std::is_same_v<T, float>;
+  if constexpr (bLong) return std::is_integral_v<T> && sizeof(T) == sizeof(long);
+  return std::is_integral_v<T> && sizeof(T) <= sizeof(int);
+}
+
+template <typename...>
+struct Types {};
+
+// A message that has been declared with its arguments, and the place that logs it. Does not compile
+// unless the call of WyLog or WyLogPrintf fits the declaration.
+template <WyMessageForm called, WyMessageForm form, unsigned int uId, WyArgument... kinds,
+          typename... Arguments>
+WyMessageAt Checked(const WyTypedMessage<form, uId, kinds...>& message, Types<Arguments...>) {
+  constexpr auto Given = sizeof...(Arguments);
+  constexpr auto Wanted = sizeof...(kinds);
+  static_assert(called != WyMessageForm::Translated || form == WyMessageForm::Translated,
+                "this message has a printf pattern; log it with WyLogPrintf");
+  static_assert(called != WyMessageForm::Printf || form == WyMessageForm::Printf,
+                "this message is translated; log it with WyLog");
+  static_assert(Given >= Wanted, "too few arguments for this message; its declaration names them");
+  static_assert(Given <= Wanted, "too many arguments for this message; its declaration names them");
+  if constexpr (called == form && Given == Wanted) {
+    constexpr bool bPrintf = form == WyMessageForm::Printf;
+    static_assert((... && (bPrintf ? FitsPrintf<kinds, Arguments>() : Fits<kinds, Arguments>())),
+                  "an argument is of another kind than this message has there; its declaration "
+                  "names them in order");
+  }
+  return {uId, WyCallSite(message.File(), message.Line(), message.Function())};
+}
+
 }  // namespace WyLogDetail
 
 // ---- Messages -----------------------------------------------------------------------------------
@@ -151,6 +206,22 @@ bool WyLog(const WyMessageAt& message, const Arguments&... arguments) {
   return WyLog(*theLogger(), message, arguments...);
 }
 
+// The same for a message that the message compiler has declared: number and kinds of the arguments
+// are checked when the call is compiled. See WyMessage.h.
+template <WyMessageForm form, unsigned int uId, WyArgument... kinds, typename... Arguments>
+bool WyLog(CWyLogger& logger, WyTypedMessage<form, uId, kinds...> message,
+           const Arguments&... arguments) {
+  const auto types = WyLogDetail::Types<Arguments...>();
+  return WyLog(logger, WyLogDetail::Checked<WyMessageForm::Translated>(message, types),
+               arguments...);
+}
+template <WyMessageForm form, unsigned int uId, WyArgument... kinds, typename... Arguments>
+bool WyLog(WyTypedMessage<form, uId, kinds...> message, const Arguments&... arguments) {
+  const auto types = WyLogDetail::Types<Arguments...>();
+  return WyLog(*theLogger(), WyLogDetail::Checked<WyMessageForm::Translated>(message, types),
+               arguments...);
+}
+
 // The same for a message whose component has a printf pattern in place of a key: a line
 // "[pid/tid][date][file:line][SEVERITY] text". The pattern comes from the component at run time, so
 // the compiler does not check that its conversions fit the arguments: the caller must. Returns
@@ -166,6 +237,22 @@ bool WyLogPrintf(CWyLogger& logger, const WyMessageAt& message, Arguments... arg
 template <typename... Arguments>
 bool WyLogPrintf(const WyMessageAt& message, Arguments... arguments) {
   return WyLogPrintf(*theLogger(), message, arguments...);
+}
+
+// The same for a message that the message compiler has declared: number and types of the arguments
+// are those of the pattern's conversions.
+template <WyMessageForm form, unsigned int uId, WyArgument... kinds, typename... Arguments>
+bool WyLogPrintf(CWyLogger& logger, WyTypedMessage<form, uId, kinds...> message,
+                 Arguments... arguments) {
+  const auto types = WyLogDetail::Types<Arguments...>();
+  return WyLogPrintf(logger, WyLogDetail::Checked<WyMessageForm::Printf>(message, types),
+                     arguments...);
+}
+template <WyMessageForm form, unsigned int uId, WyArgument... kinds, typename... Arguments>
+bool WyLogPrintf(WyTypedMessage<form, uId, kinds...> message, Arguments... arguments) {
+  const auto types = WyLogDetail::Types<Arguments...>();
+  return WyLogPrintf(*theLogger(), WyLogDetail::Checked<WyMessageForm::Printf>(message, types),
+                     arguments...);
 }
 
 // ---- Audit records ------------------------------------------------------------------------------

@@ -12,7 +12,7 @@
 #include <string>
 #include <string_view>
 
-#include "bench/component/AgentMessages.h"
+#include "AgentMessages.h"
 #include "wyerrlog/WyLogField.h"
 #include "wyerrlog/WyLogger.h"
 #include "wyxlate/WyXlate.h"
@@ -43,7 +43,7 @@ inline void Check(bool bDone, const char* pszWhat) {
 inline void ProvideComponent() {
   setenv("ORVA_WA_ROOT", BENCH_ROOT, 1);
   setenv("LC_ALL", "C", 1);
-  Check(CWyXlate::SetResourceDirectory(BENCH_ROOT "/messages"), "no message catalogs");
+  Check(CWyXlate::SetResourceDirectory(BENCH_MESSAGES), "no message catalogs");
 }
 
 // Traces to the output in a layout, with the text as the configuration file.

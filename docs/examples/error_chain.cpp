@@ -6,8 +6,8 @@
 #include <cerrno>
 #include <cstring>
 
+#include "SessionStoreMessages.h"
 #include "outputs.h"
-#include "session_store/SessionStoreMessages.h"
 
 namespace {
 

@@ -7,15 +7,15 @@
 #include <string_view>
 #include <system_error>
 
+#include "SessionStoreMessages.h"
 #include "outputs.h"
-#include "session_store/SessionStoreMessages.h"
 
 namespace {
 
 // [wrapper]
 // Logs on behalf of its caller: the record shows the caller's file and line.
 bool Refuse(const std::string& strUser, WyCallSite where = WyCallSite::Here()) {
-  WyLog({SessionStore::Refused, where}, strUser, 20000);
+  WyLog(SessionStore::Refused.At(where), strUser, 20000);
   return false;
 }
 // [/wrapper]

@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "session_store/SessionStoreMessages.h"
+#include "SessionStoreMessages.h"
 
 namespace {
 

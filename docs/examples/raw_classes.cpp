@@ -3,8 +3,8 @@
 #include <wyerrlog/WyLogger.h>
 #include <wyxlate/WyXlate.h>
 
+#include "SessionStoreMessages.h"
 #include "outputs.h"
-#include "session_store/SessionStoreMessages.h"
 
 int main(int argc, char** argv) {
   if (argc != 3 || !CWyXlate::SetResourceDirectory(argv[2])) return 2;

@@ -4,8 +4,8 @@
 #include <cstdlib>
 #include <string>
 
+#include "SessionStoreMessages.h"
 #include "outputs.h"
-#include "session_store/SessionStoreMessages.h"
 
 namespace {
 

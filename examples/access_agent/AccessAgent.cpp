@@ -6,9 +6,9 @@
 #include <system_error>
 
 #include "Credentials.h"
+#include "IsAuthorizedMessages.h"
+#include "LoginLogoutMessages.h"
 #include "RequestText.h"
-#include "components/IsAuthorized/IsAuthorizedMessages.h"
-#include "components/Login_Logout/LoginLogoutMessages.h"
 
 namespace {
 

@@ -10,9 +10,9 @@
 #include <system_error>
 #include <utility>
 
+#include "IsAuthorizedMessages.h"
+#include "LoginLogoutMessages.h"
 #include "RequestText.h"
-#include "components/IsAuthorized/IsAuthorizedMessages.h"
-#include "components/Login_Logout/LoginLogoutMessages.h"
 
 // ---- Outputs ------------------------------------------------------------------------------------
 

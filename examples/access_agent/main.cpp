@@ -13,10 +13,10 @@
 
 #include "AccessAgent.h"
 #include "AgentLog.h"
+#include "IsAuthorizedMessages.h"
 #include "Options.h"
 #include "Policy.h"
 #include "RequestText.h"
-#include "components/IsAuthorized/IsAuthorizedMessages.h"
 
 namespace {
 

@@ -9,9 +9,11 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstddef>
 #include <cstdint>
+#include <iterator>
 #include <optional>
 #include <utility>
 
@@ -58,19 +60,41 @@ bool IsBlankOrComment(std::string_view line) {
   return line.empty() || line.front() == '#' || line.front() == '!';
 }
 
+using Parts = std::vector<PropertyEntry::Part>;
+
 // Appends the continuation lines of `line` from the front of `text`; the whole is built in
 // `strJoined`. A continuation line has no comments: "#" is text there. At the end of the text
-// TakeLine returns an empty line, which is not continued, so the loop ends.
+// TakeLine returns an empty line, which is not continued, so the loop ends. The
+// places of the lines are added to `pParts`, if it is not null.
 std::string_view JoinContinuation(std::string_view line, std::string_view& text,
-                                  std::string& strJoined) {
+                                  std::string& strJoined, Parts* pParts) {
   strJoined.clear();
   while (IsContinued(line)) {
     strJoined += line.substr(0, line.size() - 1);
     line = TakeLine(text);
     SkipBlanks(line);
+    if (pParts != nullptr) pParts->push_back({strJoined.size(), line.data()});
   }
   strJoined += line;
   return strJoined;
+}
+
+// Calls `visit` with each line that has an entry. The places of its parts are added to `pParts`, if
+// it is not null; the visitor removes them.
+template <typename Visitor>
+void ForEachEntryLine(std::string_view text, Parts* pParts, Visitor visit) {
+  if (text.substr(0, ByteOrderMark.size()) == ByteOrderMark) {
+    text.remove_prefix(ByteOrderMark.size());
+  }
+  std::string strJoined;
+  while (!text.empty()) {
+    std::string_view line = TakeLine(text);
+    SkipBlanks(line);
+    if (IsBlankOrComment(line)) continue;
+    if (pParts != nullptr) pParts->push_back({0, line.data()});
+    if (IsContinued(line)) line = JoinContinuation(line, text, strJoined, pParts);
+    visit(line);
+  }
 }
 
 // The length of the key at the front of a logical line: up to the first separator without a
@@ -168,29 +192,27 @@ char EscapedCharacter(char c) {
   }
 }
 
-std::string Unescape(std::string_view text) {
-  std::string str;
-  // An escape is longer than what it stands for: the text never grows beyond this.
-  str.reserve(text.size());
-  while (!text.empty()) {
-    const std::string_view run = text.substr(0, text.find('\\'));
-    str += run;
-    text.remove_prefix(run.size());
-    if (text.empty() || TakeUnicodeEscape(text, str)) continue;
-    // A backslash at the very end stands for nothing.
-    if (text.size() > 1) str += EscapedCharacter(text[1]);
-    text.remove_prefix(text.size() > 1 ? 2 : 1);
-  }
-  return str;
+// The offset of the value behind the key of `nKeyLength` bytes.
+std::size_t ValueOffset(std::string_view line, std::size_t nKeyLength) {
+  std::string_view rest = line.substr(nKeyLength);
+  SkipSeparator(rest);
+  return line.size() - rest.size();
+}
+
+// Takes the escape at the front of `text`, a backslash, and appends what it stands for.
+void TakeEscape(std::string_view& text, std::string& str) {
+  if (TakeUnicodeEscape(text, str)) return;
+  // A backslash at the very end stands for nothing.
+  if (text.size() > 1) str += EscapedCharacter(text[1]);
+  text.remove_prefix(text.size() > 1 ? 2 : 1);
 }
 
 void ParseEntry(std::string_view line, PropertyTable& table) {
   if (line.empty()) return;
-  const std::string_view key = line.substr(0, KeyLength(line));
-  line.remove_prefix(key.size());
-  SkipSeparator(line);
+  const std::size_t nKeyLength = KeyLength(line);
   // The last value of a key counts, within a file and over the more general file before it.
-  table.insert_or_assign(Unescape(key), Unescape(line));
+  table.insert_or_assign(UnescapeProperty(line.substr(0, nKeyLength)),
+                         UnescapeProperty(line.substr(ValueOffset(line, nKeyLength))));
 }
 
 class CWyDescriptor {
@@ -246,18 +268,51 @@ std::optional<std::string> ReadRegularFile(int fd) {
 
 }  // namespace
 
-void ParseProperties(std::string_view text, PropertyTable& table) {
-  if (text.substr(0, ByteOrderMark.size()) == ByteOrderMark) {
-    text.remove_prefix(ByteOrderMark.size());
-  }
-  std::string strJoined;
+const char* PropertyEntry::InText(std::size_t nOffset) const {
+  const auto next = std::upper_bound(
+      parts.begin(), parts.end(), nOffset,
+      [](std::size_t nWanted, const Part& part) { return nWanted < part.nOffset; });
+  const Part& part = *std::prev(next);
+  return part.pText + (nOffset - part.nOffset);
+}
+
+std::string UnescapeProperty(std::string_view text, std::vector<std::size_t>* pOffsets) {
+  const std::size_t nSize = text.size();
+  std::string str;
+  str.reserve(nSize);
   while (!text.empty()) {
-    std::string_view line = TakeLine(text);
-    SkipBlanks(line);
-    if (IsBlankOrComment(line)) continue;
-    if (IsContinued(line)) line = JoinContinuation(line, text, strJoined);
-    ParseEntry(line, table);
+    const std::size_t nRun = std::min(text.find('\\'), text.size());
+    const std::size_t nBegin = nSize - text.size();
+    str += text.substr(0, nRun);
+    text.remove_prefix(nRun);
+    if (pOffsets != nullptr) {
+      for (std::size_t n = nBegin; n < nBegin + nRun; ++n) pOffsets->push_back(n);
+    }
+    if (text.empty()) {
+      break;
+    }
+    TakeEscape(text, str);
+    if (pOffsets != nullptr) {
+      pOffsets->resize(str.size(), nBegin + nRun);
+    }
   }
+  return str;
+}
+
+void ParseProperties(std::string_view text, PropertyTable& table) {
+  ForEachEntryLine(text, nullptr, [&](std::string_view line) { ParseEntry(line, table); });
+}
+
+void VisitProperties(std::string_view text,
+                     const std::function<void(const PropertyEntry&)>& visit) {
+  PropertyEntry entry{};
+  ForEachEntryLine(text, &entry.parts, [&](std::string_view line) {
+    entry.line = line;
+    entry.nKeyLength = KeyLength(line);
+    entry.nValue = ValueOffset(line, entry.nKeyLength);
+    if (!line.empty()) visit(entry);
+    entry.parts.clear();
+  });
 }
 
 FileState ReadPropertiesFile(const std::string& strPath, PropertyTable& table) {

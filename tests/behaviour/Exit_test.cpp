@@ -12,7 +12,7 @@
 #include <string>
 #include <thread>
 
-#include "components/wytestcomponent/TestMessages.h"
+#include "TestComponentMessages.h"
 #include "test_support/ChildProcess.h"
 #include "test_support/Sanitizer.h"
 #include "test_support/TempDirectory.h"

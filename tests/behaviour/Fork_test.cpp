@@ -14,7 +14,7 @@
 #include <sstream>
 #include <string>
 
-#include "components/wytestcomponent/TestMessages.h"
+#include "TestComponentMessages.h"
 #include "test_support/ChildProcess.h"
 #include "test_support/HostOutput.h"
 #include "test_support/Sanitizer.h"

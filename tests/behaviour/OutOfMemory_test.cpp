@@ -8,7 +8,7 @@
 #include <memory>
 #include <string>
 
-#include "components/wytestcomponent/TestMessages.h"
+#include "TestComponentMessages.h"
 #include "test_support/ChildProcess.h"
 #include "test_support/FailingMemory.h"
 #include "test_support/Sanitizer.h"

@@ -76,6 +76,27 @@ with_find_package() (
   grep -q 'compatible with requested version "2.0"' other.log || fail "$(<other.log)"
 )
 
+# with_messages SCRATCH PREFIX: a component made of its definition by the installed message compiler. A
+# build for another system needs to be given one.
+with_messages() (
+  rm -rf "$1/messages"
+  cp -r "$source_tree/docs/examples/session_store" "$1/messages"
+  cd "$1/messages"
+  local cross=(-DCMAKE_SYSTEM_NAME=Linux -DCMAKE_FIND_ROOT_PATH="$2" -DCMAKE_PREFIX_PATH="$2")
+  ! cmake -S . -B cross -G Ninja "${cross[@]}" >cross.log 2>&1 || fail "uses a foreign program"
+  grep -q 'set WYERRLOG_MSGC' cross.log || fail "$(<cross.log)"
+  cmake -S . -B build -G Ninja "${cross[@]}" -DWYERRLOG_MSGC="$2/bin/wymsgc" >build.log 2>&1 ||
+    fail "$(<build.log)"
+  cmake -S . -B build -G Ninja -DCMAKE_PREFIX_PATH="$2" >build.log 2>&1 || fail "$(<build.log)"
+  cmake --build build --parallel "$(nproc)" >build.log || fail "$(<build.log)"
+  ORVA_WA_ROOT=build LC_ALL=de_DE.UTF-8 build/session_store error.log build/messages ||
+    fail "session_store failed"
+  grep -q '\[WARNING\]\[sessionstore-00002\] Keine Sitzung für alice: es gibt schon 20000\.$' error.log ||
+    fail "logged: $(<error.log)"
+  "$2/bin/wymsgc" check --installed build/messages --werror || fail "the catalogs do not agree"
+  [[ $(cmake --build build) == *"no work to do"* ]] || fail "built again without a change"
+)
+
 # with_pkg_config SCRATCH PREFIX
 with_pkg_config() (
   new_project "$1" pkg_config

@@ -13,6 +13,7 @@ found=$(ldd "$(library_folder "$prefix")/libwyerrlog.so")
 [[ $found == *"=> $prefix"*"=> $prefix"* ]] || fail "the libraries do not find each other: $found"
 
 with_find_package "$scratch" "$prefix"
+with_messages "$scratch" "$prefix"
 with_pkg_config "$scratch" "$prefix"
 [[ ! -e $prefix/share/java/wyerrlog.jar ]] ||
   with_java "$scratch" "$prefix" "$(library_folder "$prefix")"

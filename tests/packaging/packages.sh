@@ -36,6 +36,7 @@ done
 # The system finds the libraries of an installed package; here they have to be pointed at.
 export LD_LIBRARY_PATH=$libraries PKG_CONFIG_SYSROOT_DIR=$root
 with_find_package "$scratch" "$root/usr"
+with_messages "$scratch" "$root/usr"
 with_pkg_config "$scratch" "$root/usr"
 [[ ! -e $root/usr/share/java/wyerrlog.jar ]] ||
   with_java "$scratch" "$root/usr" "$libraries/jni"

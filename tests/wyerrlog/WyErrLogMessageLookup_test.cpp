@@ -2,7 +2,7 @@
 
 #include <gmock/gmock.h>
 
-#include "components/wytestcomponent/TestMessages.h"
+#include "TestComponentMessages.h"
 #include "test_support/ChildProcess.h"
 #include "test_support/TempDirectory.h"
 #include "wyerrlog/WyLogger.h"

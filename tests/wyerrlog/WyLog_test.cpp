@@ -10,7 +10,7 @@
 #include <source_location>
 #endif
 
-#include "components/wytestcomponent/TestMessages.h"
+#include "TestComponentMessages.h"
 #include "test_support/FailingMemory.h"
 #include "test_support/HostOutput.h"
 #include "test_support/TempDirectory.h"

@@ -65,20 +65,18 @@ public final class JavaAgent {
   }
 
   private boolean decide(String request, String user, String action, String resource) {
-    trace(AgentMessages.RECEIVE_REQUEST, request, "%s asks to %s %s", user, action, resource);
+    trace(
+        IsAuthorizedMessages.RECEIVE_REQUEST, request, "%s asks to %s %s", user, action, resource);
     Policy.Rule rule = policy.findRule(action, resource);
     boolean permitted = rule != null && policy.permits(rule, user);
     if (rule == null) {
-      log(AgentMessages.NO_RULE, user, action, resource);
+      IsAuthorizedMessages.noRule(SOURCE, user, action, resource);
     } else if (!permitted) {
-      log(AgentMessages.NOT_PERMITTED, user, action, resource, Integer.toString(rule.number()));
+      IsAuthorizedMessages.notPermitted(SOURCE, user, action, resource, rule.number());
     }
-    trace(AgentMessages.SEND_RESPONSE, request, "%s %s", permitted ? "allow" : "deny", resource);
+    trace(IsAuthorizedMessages.SEND_RESPONSE, request, "%s %s", permitted ? "allow" : "deny",
+        resource);
     return permitted;
-  }
-
-  private static void log(int messageId, String... arguments) {
-    WyLogger.LogMsg(null, SOURCE, messageId, arguments);
   }
 
   private static void trace(int component, String request, String pattern, String... arguments) {
