@@ -9,6 +9,9 @@ set(CPACK_COMPONENTS_ALL runtime development)
 if(TARGET wyerrlog_java)
   list(APPEND CPACK_COMPONENTS_ALL java)
 endif()
+if(TARGET wylogctl)
+  list(APPEND CPACK_COMPONENTS_ALL tools)
+endif()
 set(CPACK_PACKAGING_INSTALL_PREFIX "${CMAKE_INSTALL_PREFIX}")
 set(CPACK_PACKAGE_CONTACT "libwyerrlog maintainers <libwyerrlog@orvantis.example>" CACHE STRING
     "Maintainer of the packages")
@@ -84,5 +87,12 @@ set(CPACK_DEBIAN_DEVELOPMENT_DEBUGINFO_PACKAGE ON)
 wyerrlog_package(JAVA NAME libwyerrlog-java SECTION java
   WHAT "Java" DEPENDS "${same_version}" RECOMMENDS "default-jre-headless | java17-runtime-headless"
   CONTENT "This package contains the library's Java class and its logging bridges.")
+
+if(TARGET wylogctl)
+  wyerrlog_package(TOOLS NAME wyerrlog-tools SECTION admin
+    WHAT "tools" DEPENDS "${same_version}"
+    CONTENT "This package contains wylogctl, which reads, follows and checks the logs.")
+  set(CPACK_DEBIAN_TOOLS_PACKAGE_SHLIBDEPS ON)
+endif()
 
 include(CPack)

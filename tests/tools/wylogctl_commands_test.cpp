@@ -1,0 +1,324 @@
+// Every command with its error cases, as one table: the command line, the exit code, and what it
+// prints.
+
+#include <gtest/gtest.h>
+
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "test_support/TempDirectory.h"
+#include "tools/RunProgram.h"
+
+namespace {
+
+std::string Line(const std::string& strClock, const std::string& strRest) {
+  return "[7/11][Mon Nov 16 2026 " + strClock + "][a.cpp:41]" + strRest + "\n";
+}
+
+// A folder with one log of each kind, a manifest and two catalogs.
+class Commands : public testing::Test {
+ protected:
+  Commands() {
+    m_folder.Write("error_20261116_170000.log",
+                   Line("16:59:58", "[INFO][store-00001] The store at /a is open.") +
+                       Line("16:59:59", "[ERROR][store-00002] alice: 17 of 5.\nsecond line"));
+    m_folder.Write("error.log", Line("17:00:01", "[WARNING][store-00003] Full.") +
+                                    Line("17:00:03", "[INFO] no key, request 4711."));
+    m_folder.Write("trace.log",
+                   "[Date][PreciseTime][Tid][TransactionID][User][Message]\n"
+                   "[====][===========][===][=============][====][=======]\n"
+                   "[11/16/2026][17:00:00.500][11][4711][alice][start]\n"
+                   "[11/16/2026][17:00:02.250][11][4712][b][o][b]\n"
+                   "[11/16/2026][17:00:04.000][11][4711][alice][a][b]\n");
+    m_folder.Write("audit.log", "[Mon Nov 16 2026 17:00:02] allow request=4711\n");
+    m_folder.Write("bad.log", Line("17:00:00", "[INFO][store-00009] a" + std::string(1, '\0')) +
+                                  Line("16:00:00", "[INFO] \xff [1/2][Mon Nov 16 2026 17:00:00][") +
+                                  "[7/11][Mon Nov 16 2026 17:00:09][tor");
+    m_folder.Write("Store.messages.json", R"({"format":1,
+      "component":{"number":12,"name":"Session_Store","bundle":"store","about":"Sessions"},
+      "subcomponents":[{"number":1,"name":"Cleanup","about":"Ends sessions"}],
+      "messages":[
+       {"id":"0x0C004001","number":1,"key":"store-00001","name":"Opened","severity":"info",
+        "args":[{"name":"file","type":"string"}],"text":"The store at {0} is open."},
+       {"id":"0x0C00C002","number":2,"key":"store-00002","severity":"error","advice":"Make room."},
+       {"id":"0x0C00C003","number":3,"severity":"error"}]})");
+    m_folder.Write(
+        "store.properties",
+        "# texts\nstore-00001 = The store at {0} is open.\nstore-00002 = {0}: {1} of {2}.\n");
+    m_folder.Write("store_de.properties", "store-00001 = Der Speicher {0} ist offen.\n");
+  }
+
+  ProgramResult Run(const std::string& strArguments) {
+    return RunProgram(m_folder.Path(""), "\"$WYLOGCTL\" " + strArguments);
+  }
+
+  TempDirectory m_folder;
+};
+
+struct Case {
+  const char* pszArguments;
+  int iExit;
+  std::vector<const char*> out;    // texts in the order in which the output holds them
+  std::vector<const char*> error;  // likewise on the standard error output
+};
+
+void ExpectInOrder(const std::string& strText, const std::vector<const char*>& parts,
+                   const char* pszWhere) {
+  if (parts.empty()) {
+    EXPECT_EQ(strText, "") << pszWhere;
+  }
+  std::size_t u = 0;
+  for (const char* const pszPart : parts) {
+    const std::size_t uFound = strText.find(pszPart, u);
+    ASSERT_NE(uFound, std::string::npos) << pszWhere << " lacks \"" << pszPart << "\":\n"
+                                         << strText;
+    u = uFound + std::string_view(pszPart).size();
+  }
+}
+
+TEST_F(Commands, PrintAndEndAsTheTableSays) {
+  const char* const Any = "";
+  const std::vector<Case> cases = {
+      // Which records.
+      {"log -q error.log", 0, {"16:59:58", "second line\n", "17:00:01", "17:00:03"}, {}},
+      {"log -q --no-backups error.log -n 1", 0, {"[7/11][Mon Nov 16 2026 17:00:03]"}, {}},
+      {"log -q -n 3 error.log", 0, {"16:59:59", "second", "17:00:01", "17:00:03"}, {}},
+      {"log -q --severity warning error.log", 0, {"16:59:59", "second line", "17:00:01"}, {}},
+      {"log -q --key store-00003 error.log", 0, {"[store-00003] Full.\n"}, {}},
+      {"log -q --grep 'sec+ond' error.log", 0, {"alice: 17 of 5.\nsecond line\n"}, {}},
+      {"log -q --grep nothing error.log", 1, {}, {}},
+      {"log -q --pid 8 error.log", 1, {}, {}},
+      {"log -q --where 'SrcFile==a.cpp:41' --where 'Message@@Full' error.log", 0, {"Full"}, {}},
+      {"log -q --where 'User==alice' trace.log", 0, {"start"}, {}},
+      {"log -q --where 'User!=alice' error.log", 1, {}, {}},
+      {"log -q --since 17:00:01 --since 2026-11-16T17:00:02 error.log", 2, {}, {Any}},
+      {"log --since 2026-11-16T17:00:02 error.log",
+       0,
+       {"17:00:03"},
+       {"local time of this machine (Europe/Berlin)"}},
+      {"log -q --until '2026-11-16 16:59:58' error.log", 0, {"16:59:58"}, {}},
+      {"log -q --component Session_Store --messages . error.log -n 1", 0, {"Full"}, {}},
+      {"log -q --request 4711 -o json error.log trace.log audit.log",
+       0,
+       {R"("User":"alice","Message":"start")", R"("log":"audit")", "no key, request",
+        R"(17:00:04.000)"},
+       {}},
+      // All logs in one stream, by time.
+      {"log -q error.log trace.log audit.log -o table",
+       0,
+       {"16:59:58", "16:59:59", "17:00:00.500", "17:00:01", "17:00:02 ", "17:00:02.250",
+        "ambiguous", "17:00:03", "17:00:04.000"},
+       {}},
+      // Forms.
+      {"log -q -n 1 -o json --messages . --key store-00001 error.log",
+       0,
+       {R"({"v":1,"log":"error","file":"error_20261116_170000.log","offset":0,)",
+        R"("time":"2026-11-16T16:59:58","utc":"2026-11-16T15:59:58Z","pid":7,"tid":11,"src":"a.cpp",)",
+        R"("line":41,"severity":"INFO","key":"store-00001","id":"0x0C004001",)",
+        R"("component":"Session_Store","text":"The store at /a is open.","flags":[]})"},
+       {}},
+      {"log -q -o json bad.log --tz utc",
+       0,
+       {R"(a\u0000)", "\xef\xbf\xbd", R"("raw_b64":")", R"("unterminated")"},
+       {}},
+      {"log -q -o csv -n 1 error.log", 0, {"time,utc,", "2026-11-16T17:00:03,"}, {}},
+      {"log -x -q --messages . --severity ERROR error.log",
+       0,
+       {"second line\n    -- Make room.\n"},
+       {}},
+      {"log -q --lang de --messages . --key store-00001 error.log",
+       0,
+       {"[store-00001] Der Speicher /a ist offen.\n"},
+       {}},
+      {"log -q --color=always --severity ERROR error.log", 0, {"\033[31m", "\033[0m"}, {}},
+      // Counts.
+      {"stats -q error.log", 0, {"KEY", "COUNT", "(no key)", "1", "store-00001", "1"}, {}},
+      {"stats -q --by minute -o json error.log",
+       0,
+       {R"({"minute":"2026-11-16T16:59","count":2})", R"({"minute":"2026-11-16T17:00","count":2})"},
+       {}},
+      {"stats -q --by User -o csv trace.log", 0, {"User,count\n", "alice,"}, {}},
+      {"stats --by key -n 1 error.log", 0, {"KEY"}, {"3 more values with 3 records"}},
+      {"stats --by usr error.log", 2, {}, {"--by usr"}},
+      {"stats --by component error.log", 2, {}, {"--messages DIR"}},
+      // Damage.
+      {"verify error.log", 0, {}, {"4 records: 0 errors, 0 warnings"}},
+      {"verify -q error.log --messages .", 1, {"severity", "store-00003 is ERROR there"}, {}},
+      {"verify -q bad.log --messages .", 1, {"unknown-key", "store-00009"}, {}},
+      {"verify -q bad.log",
+       1,
+       {"error", "nul", "invalid-utf8", "joined", "time-back", "torn", "unterminated"},
+       {}},
+      {"verify -q bad.log --fail-on=never", 0, {"torn"}, {}},
+      {"verify -q trace.log --fail-on=error", 0, {"ambiguous"}, {}},
+      {"verify -q --gap 1s error.log", 1, {"gap", "2 s"}, {}},
+      // Files, and what is known.
+      {"files -q error.log trace.log",
+       0,
+       {"error_20261116_170000.log", "error", "2026-11-16T16:59:58", "2026-11-16T16:59:59",
+        "error.log", "trace.log", "trace", "0"},
+       {}},
+      {"list fields -o csv", 0, {"number,name,width\n0,Message,64\n", "65,Tenant,64\n"}, {}},
+      {"list components --messages .", 0, {"12", "Session_Store", "Session_Store/Cleanup"}, {}},
+      {"list messages --messages . -o json", 0, {R"("id":"0x0C004001","key":"store-00001")"}, {}},
+      {"list messages", 1, {}, {"no manifests"}},
+      {"message --messages . 0x0C004001",
+       0,
+       {"store-00001  0x0C004001  INFO", "Opened", "file (string)", "store.properties:2",
+        "Der Speicher", "store_de.properties:1"},
+       {}},
+      {"message --messages . store-00002",
+       0,
+       {"missing in", "store_de.properties", "Make room."},
+       {}},
+      {"message --messages . -o json 'The store at /x is open.'",
+       0,
+       {R"("key":"store-00001")"},
+       {}},
+      {"message --messages . store-0001", 1, {}, {"did you mean store-00001?"}},
+      // What cannot be done.
+      {"log nowhere.log", 2, {}, {"nowhere.log: no such log, and no backups of it"}},
+      {"log nowhere.log error.log -n 1", 2, {"17:00:03"}, {"nowhere.log"}},
+      {"log .", 2, {}, {"is a folder"}},
+      {"log --sevrity ERROR error.log", 2, {}, {"--sevrity", "did you mean --severity?"}},
+      {"log --severity BAD error.log", 2, {}, {"INFO, WARNING or ERROR"}},
+      {"log --where Usr==x error.log", 2, {}, {"did you mean User?"}},
+      {"log --where User error.log", 2, {}, {"no operator"}},
+      {"log --where 'User=x' error.log", 2, {}, {"operator is =="}},
+      {"log --grep '(' error.log", 2, {}, {"--grep ("}},
+      {"log --since soon error.log", 2, {}, {"--since soon: not a time"}},
+      {"log --tz Nowhere/City error.log", 2, {}, {"--tz Nowhere/City"}},
+      {"log --component Nobody --messages . error.log", 2, {}, {"--component Nobody"}},
+      {"log --lang fr --messages . error.log", 2, {}, {"--lang fr", "en de"}},
+      {"log -n many error.log", 2, {}, {"-n many"}},
+      {"log --layout 2 error.log", 2, {}, {"belong together"}},
+      {"log -o yaml error.log", 2, {}, {"yaml"}},
+      {"log --messages nowhere -x error.log", 2, {"17:00:03"}, {"nowhere"}},
+      {"lgo error.log", 2, {}, {"lgo", "did you mean log?"}},
+      {"", 2, {}, {"--help"}},
+      {"--version", 0, {"wylogctl "}, {}},
+  };
+  for (const Case& entry : cases) {
+    SCOPED_TRACE(entry.pszArguments);
+    const ProgramResult result = Run(entry.pszArguments);
+    EXPECT_EQ(result.iExit, entry.iExit) << result.strError;
+    ExpectInOrder(result.strOut, entry.out, "the output");
+    ExpectInOrder(result.strError, entry.error, "the error output");
+  }
+}
+
+TEST_F(Commands, RawOutputsJoinedAreTheFiles) {
+  const std::string strAll =
+      m_folder.Read("error_20261116_170000.log") + m_folder.Read("error.log");
+  EXPECT_EQ(Run("log -q error.log").strOut, strAll);
+  EXPECT_EQ(Run("log -q trace.log").strOut, m_folder.Read("trace.log"));
+  EXPECT_EQ(Run("log -q - <error.log").strOut, m_folder.Read("error.log"));
+  ASSERT_EQ(RunProgram(m_folder.Path(""), "gzip error_20261116_170000.log").iExit, 0);
+  EXPECT_EQ(Run("log -q error.log").strOut, strAll);
+}
+
+TEST_F(Commands, FilterAndMergeCommute) {
+  const std::string strMerged = Run("log -q -o json --tid 11 error.log trace.log audit.log").strOut;
+  std::string strExpected;
+  std::istringstream all(Run("log -q -o json error.log trace.log audit.log").strOut);
+  for (std::string strLine; std::getline(all, strLine);) {
+    if (strLine.find("\"tid\":11") != std::string::npos) strExpected += strLine + "\n";
+  }
+  EXPECT_FALSE(strExpected.empty());
+  EXPECT_EQ(strMerged, strExpected);
+}
+
+TEST_F(Commands, TheCursorGoesOnWhereTheLastRunEnded) {
+  const std::string strCommand = "log -q --cursor-file c error.log";
+  EXPECT_EQ(Run(strCommand).iExit, 0);
+  EXPECT_EQ(Run(strCommand).iExit, 1) << "nothing new";
+  // Rolled over, and a line that is not finished.
+  ASSERT_EQ(RunProgram(m_folder.Path(""),
+                       "printf '[7/11][Mon Nov 16 2026 17:00:05][a][INFO] late\\n' >>error.log &&"
+                       "mv error.log error_20261116_170005.log && printf '[7/11][Mon' >error.log")
+                .iExit,
+            0);
+  EXPECT_EQ(Run(strCommand).strOut, "[7/11][Mon Nov 16 2026 17:00:05][a][INFO] late\n");
+  ASSERT_EQ(
+      RunProgram(m_folder.Path(""), "printf ' Nov 16 2026 17:00:06][a][INFO] new\\n' >>error.log")
+          .iExit,
+      0);
+  EXPECT_EQ(Run(strCommand).strOut, "[7/11][Mon Nov 16 2026 17:00:06][a][INFO] new\n");
+  ASSERT_EQ(RunProgram(m_folder.Path(""), "rm error*.log && echo x >error.log").iExit, 0);
+  EXPECT_NE(Run("log --cursor-file c error.log").strError.find("is gone"), std::string::npos);
+}
+
+TEST_F(Commands, TheRepeatedHourHasNoUtc) {
+  m_folder.Write("dst.log", "[7/11][Sun Oct 25 2026 02:30:00][a][INFO] x\n");
+  EXPECT_NE(Run("log -q -o json dst.log").strOut.find("\"utc\":null"), std::string::npos);
+}
+
+TEST_F(Commands, ManifestsOfAnotherFormatAreRefused) {
+  m_folder.Write("Other.messages.json", R"({"format":2})");
+  const ProgramResult result = Run("list messages --messages .");
+  EXPECT_EQ(result.iExit, 2);
+  EXPECT_NE(result.strError.find("Other.messages.json: a manifest of format 2"), std::string::npos);
+  EXPECT_NE(result.strOut.find("store-00001"), std::string::npos) << "the rest is still printed";
+}
+
+TEST_F(Commands, TextsDoNotControlTheTerminal) {
+  m_folder.Write("evil.log", "\033[2Jgone\n");
+  const std::string strRun = "script -qec '\"$WYLOGCTL\" log --no-pager evil.log' /dev/null";
+  const ProgramResult result = RunProgram(m_folder.Path(""), strRun);
+  EXPECT_NE(result.strOut.find("\\x1b[2Jgone"), std::string::npos) << result.strOut;
+  EXPECT_EQ(result.strOut.find("\033[2J"), std::string::npos);
+}
+
+TEST_F(Commands, AReaderThatEndsEarlyIsNoFailure) {
+  std::string strLog;
+  for (int i = 0; i < 20000; ++i) strLog += Line("17:00:00", "[INFO] fill");
+  m_folder.Write("long.log", strLog);
+  const ProgramResult result =
+      RunProgram(m_folder.Path(""), "bash -c 'set -o pipefail; $WYLOGCTL log long.log | head -1'");
+  EXPECT_EQ(result.iExit, 0);
+  EXPECT_EQ(result.strError, "");
+}
+
+// One table of options is behind the help, the man page and both completions.
+TEST_F(Commands, HelpManPageAndCompletionsHaveTheSameOptions) {
+  const std::string strMan = Run("completion man").strOut;
+  const std::string strBash = Run("completion bash").strOut;
+  const std::string strZsh = Run("completion zsh").strOut;
+  m_folder.Write("c.bash", strBash);
+  EXPECT_EQ(RunProgram(m_folder.Path(""), "bash -n c.bash").iExit, 0);
+  std::istringstream commands(Run("--help").strOut);
+  int iOptions = 0;
+  for (std::string strLine; std::getline(commands, strLine);) {
+    if (!strLine.starts_with("  ")) continue;
+    const std::string strName = strLine.substr(2, strLine.find("  ", 2) - 2);
+    std::istringstream help(Run(strName + " --help").strOut);
+    const std::size_t uMan = strMan.find(".SS " + strName + "\n");
+    const std::size_t uBash = strBash.find("    " + strName + ")\n");
+    const std::size_t uZsh = strZsh.find("  '" + strName + "')");
+    ASSERT_TRUE(uMan != std::string::npos && uBash != std::string::npos &&
+                uZsh != std::string::npos)
+        << strName;
+    for (std::string strOption; std::getline(help, strOption);) {
+      if (!strOption.starts_with("  -")) continue;
+      std::istringstream words(strOption);
+      for (std::string strWord; words >> strWord && strWord[0] == '-';) {
+        if (strWord.back() == ',') strWord.pop_back();
+        ++iOptions;
+        std::string strEscaped;
+        for (const char c : strWord)
+          strEscaped += c == '-' ? std::string("\\-") : std::string(1, c);
+        EXPECT_NE(strMan.find(strEscaped, uMan), std::string::npos) << strName << " " << strWord;
+        EXPECT_NE(strBash.substr(uBash, strBash.find(";;\n", uBash)).find(strWord),
+                  std::string::npos)
+            << strName << " " << strWord;
+        EXPECT_NE(strZsh.substr(uZsh, strZsh.find("return ;;", uZsh)).find(strWord + "["),
+                  std::string::npos)
+            << strName << " " << strWord;
+      }
+    }
+  }
+  EXPECT_GT(iOptions, 60);
+}
+
+}  // namespace

@@ -1,0 +1,76 @@
+// The files of logs in the order in which the other commands read them.
+
+#include "tools/wylogctl/FilesCommand.h"
+
+#include <memory>
+
+#include "tools/wylogctl/LogInput.h"
+#include "tools/wylogctl/Places.h"
+#include "tools/wylogctl/Program.h"
+#include "tools/wylogctl/Table.h"
+
+namespace {
+
+WyCell TimeCell(WyCivil time) {
+  if (time == WyNoTime) return {};
+  std::string strTime;
+  WyAppendIso(strTime, time, false);
+  return strTime;
+}
+
+// The latest time of a file: of its last records, or, if it is compressed, of all of them.
+WyCivil LastTime(const WyLogFile& file, const CWyLogInput& input) {
+  const std::vector<WyLogFile> files = {file};
+  const CWyPlaces places(files, input.GivenShape());
+  CWyContext silent;
+  silent.options.bQuiet = true;
+  const WyReadOptions options{false, false, false, input.GivenShape()};
+  CWyChainReader reader(silent, file.strPath, options);
+  if (!reader.Open()) return WyNoTime;
+  reader.StartAt(places.Last(1, [](const WyRecord& record) { return record.time != WyNoTime; }));
+  WyCivil latest = WyNoTime;
+  for (WyRecord record; reader.Next(record);) latest = std::max(latest, record.time);
+  return latest;
+}
+
+int RunFiles(CWyContext& context, const WyInputOptions& options) {
+  context.Start(true);
+  CWyLogInput input(context);
+  if (!input.Open(options)) return WyFailed;
+  CWyTable table(context, {"file", "log", "layout", "size", "first", "last"});
+  bool bAny = false;
+  for (auto& stream : input.Streams()) {
+    const auto& files = stream.pReader->Files();
+    const CWyPlaces places(files, input.GivenShape());
+    for (std::size_t i = 0; i < files.size(); ++i) {
+      const auto pShape = places.ShapeAt(i, files[i].uSize);
+      if (pShape == nullptr && files[i].uSize > 0) {
+        context.Error(files[i].strPath + ": cannot be read");
+        continue;
+      }
+      bAny = true;
+      const bool bTrace = pShape != nullptr && WyIsTrace(pShape->kind);
+      const auto uLayout = bTrace ? static_cast<std::uint64_t>(pShape->kind) -
+                                        static_cast<std::uint64_t>(WyLogKind::Brackets)
+                                  : 0;
+      table.Row({files[i].strPath,
+                 pShape == nullptr ? WyCell("empty") : WyCell(WyLogOfKind(pShape->kind)),
+                 bTrace ? WyCell(uLayout) : WyCell(), files[i].uSize, TimeCell(places.FirstTime(i)),
+                 TimeCell(LastTime(files[i], input))});
+    }
+  }
+  table.End();
+  return context.Exit(bAny);
+}
+
+}  // namespace
+
+void RegisterFilesCommand(CWyProgram& program) {
+  auto pOptions = std::make_shared<WyInputOptions>();
+  CWyCommand& command =
+      program.Add("files", "List the files of logs, oldest first", {"table", "json", "csv"});
+  WyAddInput(command, *pOptions, false);
+  command.Example("wylogctl files /var/log/app/trace.log",
+                  "Which backups there are, and from when to when");
+  command.Run([pOptions](CWyContext& context) { return RunFiles(context, *pOptions); });
+}

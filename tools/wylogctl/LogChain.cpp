@@ -1,0 +1,60 @@
+// Finding the backups of a log with the rule of the library itself.
+
+#include "tools/wylogctl/LogChain.h"
+
+#include <algorithm>
+#include <filesystem>
+
+#include "wyerrlog/internal/WyBackupName.h"
+
+namespace {
+constexpr std::string_view Compressed = ".gz";
+}
+
+CWyLogChain::CWyLogChain(std::string strPath, bool bBackups)
+    : m_strPath(std::move(strPath)), m_bBackups(bBackups) {
+  const std::size_t uName = m_strPath.rfind('/') + 1;  // 0 without one
+  m_strFolder = m_strPath.substr(0, uName);
+  m_strName = m_strPath.substr(uName);
+}
+
+std::vector<WyLogFile> CWyLogChain::ListBackups() const {
+  std::vector<WyLogFile> files;
+  if (!m_bBackups || IsStandardInput() || m_strName.empty()) return files;
+  const CWyBackupName names(m_strName);
+  std::error_code error;
+  const std::string strFolder = m_strFolder.empty() ? "." : m_strFolder;
+  for (std::filesystem::directory_iterator entry(strFolder, error), end; !error && entry != end;
+       entry.increment(error)) {
+    WyLogFile file;
+    file.strName = entry->path().filename();
+    file.strPath = m_strFolder + file.strName;
+    file.bBackup = true;
+    file.bCompressed = file.strName.ends_with(Compressed) && !m_strName.ends_with(Compressed);
+    if (file.bCompressed) file.strName.resize(file.strName.size() - Compressed.size());
+    if (!names.Matches(file.strName)) continue;
+    if (WyIdentify(file.strPath, file.identity, file.uSize)) files.push_back(std::move(file));
+  }
+  std::sort(files.begin(), files.end(), [&names](const WyLogFile& a, const WyLogFile& b) {
+    if (a.strName != b.strName) return names.IsOlder(a.strName, b.strName);
+    return a.bCompressed < b.bCompressed;
+  });
+  // While a backup is compressed there are both; the one that is whole is the first.
+  const auto end =
+      std::unique(files.begin(), files.end(),
+                  [](const WyLogFile& a, const WyLogFile& b) { return a.strName == b.strName; });
+  files.erase(end, files.end());
+  return files;
+}
+
+bool CWyLogChain::Find(WyLogFile& file) const {
+  file = WyLogFile{m_strPath, m_strName, {}, 0, false, m_strName.ends_with(Compressed)};
+  return IsStandardInput() || WyIdentify(m_strPath, file.identity, file.uSize);
+}
+
+std::vector<WyLogFile> CWyLogChain::List() const {
+  std::vector<WyLogFile> files = ListBackups();
+  WyLogFile file;
+  if (Find(file)) files.push_back(std::move(file));
+  return files;
+}

@@ -1,0 +1,68 @@
+#ifndef WYLOGCTL_LOGSHAPE_H
+#define WYLOGCTL_LOGSHAPE_H
+
+// What the lines of a log look like: which of the library's formats, and for a trace its columns.
+// An error log and an XML trace show it in every record; the other trace layouts in their two title
+// lines alone, which a file that is continued can have several of, each pair with other columns.
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+enum class WyLogKind : std::uint8_t { Audit, Error, Brackets, Columns, Separator, Xml };
+
+// Fields whose values the library writes itself, in a form that a text cannot have by accident.
+enum class WyFieldForm : std::uint8_t { Text, Date, Time, PreciseTime, Number };
+
+struct WyColumn {
+  std::string strName;
+  std::size_t uWidth = 0;  // layout 1 alone
+  WyFieldForm form = WyFieldForm::Text;
+};
+
+struct WyLogShape {
+  WyLogKind kind = WyLogKind::Audit;
+  bool bTimed = false;  // audit: records begin with "[Mon Nov 16 2026 17:16:13]"
+  std::vector<WyColumn> columns;
+  std::string strSeparator;
+  std::size_t uLeading = 0;  // how many of the first columns have a form of their own
+  std::size_t uTotal = 0;    // layout 1: bytes of a record, without its newline
+
+  // To be called when columns and separator are set.
+  void Complete();
+};
+
+inline bool WyIsTrace(WyLogKind kind) { return kind >= WyLogKind::Brackets; }
+inline bool WyIsDigit(char c) { return c >= '0' && c <= '9'; }
+const char* WyKindName(WyLogKind kind);   // "error log", "trace, layout 1"
+const char* WyLogOfKind(WyLogKind kind);  // "error", "audit", "trace"
+bool WyIsKnownField(std::string_view name);
+WyFieldForm WyFormOf(std::string_view name);
+
+// Whether a text is a value of the form as the library writes it.
+bool WyHasForm(std::string_view text, WyFieldForm form);
+
+// Whether a line begins as every line of the error log: "[pid/tid][Www Mmm DD YYYY hh:mm:ss][".
+// `uEnd` becomes the place behind the last of these brackets.
+bool WyIsErrorStart(const char* pLine, std::size_t uSize, std::size_t& uEnd);
+
+// Whether a text begins with "Www Mmm DD YYYY hh:mm:ss".
+bool WyIsDateTime(const char* pText, std::size_t uSize);
+
+// The shape that two lines announce if they are a trace's titles. Both without their newlines.
+std::optional<WyLogShape> WyReadTitles(std::string_view names, std::string_view underline);
+
+// The shape of a log whose lines show it themselves, from the first lines of a file.
+std::optional<WyLogShape> WyDetectShape(std::string_view head);
+
+// Whether a line is the first of a record: of the layouts 0 and 2 with a column of a form first,
+// of an audit log with times, of the error log and of XML.
+bool WyIsStrongStart(const WyLogShape& shape, std::string_view line);
+
+// Layouts 0 and 2: whether the text has all its separators, and layout 0 its last bracket.
+bool WyIsWhole(const WyLogShape& shape, std::string_view text);
+std::size_t WyCount(std::string_view text, std::string_view part);
+
+#endif

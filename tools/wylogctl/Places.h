@@ -1,0 +1,43 @@
+#ifndef WYLOGCTL_PLACES_H
+#define WYLOGCTL_PLACES_H
+
+// Where to begin reading, so that a question about a part of a log does not read all of it: from a
+// time on, by binary search, or the last records, from the end backwards.
+
+#include <functional>
+#include <vector>
+
+#include "tools/wylogctl/ChainReader.h"
+
+class CWyPlaces {
+ public:
+  // The files of a log, as CWyChainReader lists them.
+  CWyPlaces(const std::vector<WyLogFile>& files, std::shared_ptr<const WyLogShape> pShape)
+      : m_files(files), m_pGiven(std::move(pShape)) {}
+
+  // A place before every record of this time or later. The times of a file are taken to go back by
+  // less than `slack`.
+  WyPlace Since(WyCivil time, WyCivil slack) const;
+
+  // A place behind which at least `uCount` records satisfy `matches`, or the beginning.
+  WyPlace Last(std::size_t uCount, const std::function<bool(const WyRecord&)>& matches) const;
+
+  // The time of the first record of a file that has one; WyNoTime when there is none.
+  WyCivil FirstTime(std::size_t uFile) const;
+
+  // The shape of the lines at a place of a file; null when the file cannot be read.
+  using Shape = std::shared_ptr<const WyLogShape>;
+  Shape ShapeAt(std::size_t uFile, std::uint64_t uOffset) const;
+
+ private:
+  std::uint64_t SinceInFile(std::size_t uFile, const Shape& pShape, WyCivil time) const;
+  WyCivil TimeAt(std::size_t uFile, std::uint64_t uOffset, const Shape& pShape) const;
+  std::size_t CountFrom(std::size_t uFile, std::uint64_t uOffset, const Shape& pShape,
+                        const std::function<bool(const WyRecord&)>& matches) const;
+  Shape HeadShape(std::size_t uFile) const;
+
+  const std::vector<WyLogFile>& m_files;
+  Shape m_pGiven;
+};
+
+#endif

@@ -1,0 +1,71 @@
+#ifndef WYLOGCTL_RECORD_H
+#define WYLOGCTL_RECORD_H
+
+// One record taken apart. All texts are views into the reader's buffer and valid until its next
+// record; nothing is copied or allocated for a record.
+
+#include <string_view>
+#include <vector>
+
+#include "tools/wylogctl/LogTime.h"
+#include "tools/wylogctl/RecordReader.h"
+
+enum class WySeverityRank : std::uint8_t { None, Info, Warning, Error };
+const char* WySeverityText(WySeverityRank rank);  // "INFO"
+WySeverityRank WySeverityFrom(std::string_view word);
+
+struct WyFieldValue {
+  std::string_view name;
+  std::string_view value;
+};
+
+struct WyRecord {
+  WyRawRecord raw;
+  std::string_view file;  // as the user reaches it
+  WyCivil time = WyNoTime;
+  bool bMilliseconds = false;
+  WySeverityRank severity = WySeverityRank::None;
+  unsigned int uFlags = 0;
+  std::string_view pid;
+  std::string_view tid;
+  std::string_view src;  // without the line
+  std::string_view line;
+  std::string_view severityWord;
+  std::string_view key;
+  std::string_view text;
+  std::vector<WyFieldValue> fields;   // traces, in the order of the columns
+  std::vector<std::string_view> cut;  // names of columns that can be cut
+
+  WyLogKind Kind() const { return raw.pShape->kind; }
+
+  // A field by the names of the trace configuration, which the other logs have some of: Pid, Tid,
+  // SrcFile, Message; and Severity and Key. Null data when the record has none.
+  std::string_view Field(std::string_view name) const;
+};
+
+// Takes records apart. One object for each file: it remembers the time of the record before.
+class CWyRecordParser {
+ public:
+  void Parse(const WyRawRecord& raw, WyRecord& record);
+
+ private:
+  void ParseError(WyRecord& record, std::string_view body);
+  void ParseAudit(WyRecord& record, std::string_view body);
+  void TakeTime(WyRecord& record, std::string_view text);
+  void TakeTraceTime(WyRecord& record);
+
+  char m_acTime[24] = {};
+  WyCivil m_time = WyNoTime;
+  char m_acDate[10] = {};
+  WyCivil m_date = WyNoTime;
+};
+
+// The four trace layouts: the values, and what of the record cannot be told for certain.
+void WyParseTrace(WyRecord& record, std::string_view body);
+
+// Bits for what a look at each byte finds: WyInvalidUtf8, WyHoldsNul, and in the error log
+// WyJoined.
+unsigned int WyInspectBytes(const WyRecord& record);
+bool WyIsValidUtf8(std::string_view text);
+
+#endif

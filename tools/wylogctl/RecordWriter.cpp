@@ -1,0 +1,293 @@
+// One record after another, without an allocation once the buffers have grown.
+
+#include "tools/wylogctl/RecordWriter.h"
+
+#include "tools/wylogctl/JsonText.h"
+
+namespace {
+
+constexpr const char* CsvHeader =
+    "time,utc,log,severity,key,id,component,pid,tid,src,line,text,fields,flags,file,offset\n";
+
+std::string_view ColorOf(WySeverityRank severity) {
+  if (severity == WySeverityRank::Error) return WyColorCode::Red;
+  return severity == WySeverityRank::Warning ? WyColorCode::Yellow : "";
+}
+
+}  // namespace
+
+CWyRecordWriter::CWyRecordWriter(CWyContext& context, const CWyZone& zone,
+                                 const CWyManifests& manifests, CWyTranslator& translator,
+                                 bool bAdvice)
+    : m_context(context),
+      m_zone(zone),
+      m_manifests(manifests),
+      m_translator(translator),
+      m_form(context.options.strFormat == "json"    ? Form::Json
+             : context.options.strFormat == "csv"   ? Form::Csv
+             : context.options.strFormat == "table" ? Form::Table
+                                                    : Form::Raw),
+      m_bAdvice(bAdvice) {
+  if (m_form == Form::Csv) m_context.out.Write(CsvHeader);
+}
+
+void CWyRecordWriter::Write(const WyRecord& record) {
+  const bool bAsItStands =
+      m_form == Form::Raw && !m_bAdvice && !m_translator.IsSet() && !m_context.out.IsTerminal();
+  if (bAsItStands && !m_context.out.HasColor()) return m_context.out.Write(record.raw.text);
+  if (record.raw.bTitles && m_form != Form::Raw) return;
+  m_pMessage = record.key.empty() ? nullptr : m_manifests.ByKey(record.key);
+  m_strLine.clear();
+  Translate(record);
+  if (m_form == Form::Raw) WriteRaw(record);
+  if (m_form == Form::Table) WriteTable(record);
+  if (m_form == Form::Json) WriteJson(record);
+  if (m_form == Form::Csv) WriteCsv(record);
+  m_context.out.Write(m_strLine);
+}
+
+void CWyRecordWriter::Translate(const WyRecord& record) {
+  m_translation = CWyTranslator::Result::Same;
+  if (m_translator.IsSet()) m_translation = m_translator.Translate(record, m_strText);
+}
+
+// What people read on a terminal: no byte of a log controls it.
+void CWyRecordWriter::AppendForPeople(std::string_view text) {
+  if (m_context.out.IsTerminal()) {
+    WyAppendPrintable(m_strLine, text);
+  } else {
+    m_strLine += text;
+  }
+}
+
+void CWyRecordWriter::WriteRaw(const WyRecord& record) {
+  const std::string_view color = m_context.out.Color(ColorOf(record.severity));
+  const std::string_view text = record.raw.text;
+  const bool bNewline = text.ends_with('\n');
+  m_strLine += color;
+  if (m_translation == CWyTranslator::Result::Translated) {
+    AppendForPeople(text.substr(0, static_cast<std::size_t>(record.text.data() - text.data())));
+    AppendForPeople(m_strText);
+  } else {
+    AppendForPeople(text.substr(0, text.size() - (bNewline ? 1 : 0)));
+  }
+  if (m_translation == CWyTranslator::Result::Ambiguous)
+    m_strLine += "  [not translated: ambiguous]";
+  if (m_translation == CWyTranslator::Result::Unknown) m_strLine += "  [not translated]";
+  if (!color.empty()) m_strLine += WyColorCode::Off;
+  if (bNewline) m_strLine += '\n';
+  if (!m_bAdvice || m_pMessage == nullptr || m_pMessage->strAdvice.empty()) return;
+  m_strLine += "    -- ";
+  m_strLine += m_pMessage->strAdvice;
+  m_strLine += '\n';
+}
+
+void CWyRecordWriter::WriteTable(const WyRecord& record) {
+  m_strTime.clear();
+  if (record.time != WyNoTime) WyAppendIso(m_strTime, record.time, record.bMilliseconds);
+  m_strTime.resize(24, ' ');
+  m_strLine += m_strTime;
+  const std::string_view color = m_context.out.Color(ColorOf(record.severity));
+  const char* const pszKind = record.severity != WySeverityRank::None
+                                  ? WySeverityText(record.severity)
+                                  : WyLogOfKind(record.Kind());
+  std::string_view kind = pszKind;
+  m_strLine += color;
+  m_strLine += kind;
+  m_strLine.append(8 - std::min<std::size_t>(kind.size(), 7), ' ');
+  if (!color.empty()) m_strLine += WyColorCode::Off;
+  AppendForPeople(record.key.empty() ? "-" : record.key);
+  m_strLine += "  ";
+  const bool bTranslated = m_translation == CWyTranslator::Result::Translated;
+  const std::string_view text = bTranslated ? std::string_view(m_strText) : record.text;
+  AppendForPeople(text.substr(0, text.find('\n')));
+  if (text.find('\n') != std::string_view::npos) m_strLine += " [more lines]";
+  for (const WyFieldValue& field : record.fields) {
+    if (field.value.empty() || field.name == "Message" ||
+        WyFormOf(field.name) != WyFieldForm::Text) {
+      continue;
+    }
+    m_strLine += "  ";
+    m_strLine += field.name;
+    m_strLine += '=';
+    AppendForPeople(field.value);
+  }
+  const std::size_t uSize = m_strLine.size();
+  m_strLine += "  [";
+  const std::size_t uFlags = m_strLine.size();
+  AppendFlags(record, record.uFlags, false);
+  if (m_strLine.size() == uFlags) {
+    m_strLine.resize(uSize);
+  } else {
+    m_strLine += ']';
+  }
+  m_strLine += '\n';
+  if (m_bAdvice && m_pMessage != nullptr && !m_pMessage->strAdvice.empty()) {
+    m_strLine += "    -- " + m_pMessage->strAdvice + "\n";
+  }
+}
+
+void CWyRecordWriter::AppendFlags(const WyRecord& record, unsigned int uFlags, bool bJson) {
+  if (uFlags == 0 && m_translation == CWyTranslator::Result::Same) return;
+  bool bFirst = true;
+  const auto append = [&](std::string_view name, std::string_view detail) {
+    if (!bFirst) m_strLine += bJson ? ',' : ' ';
+    bFirst = false;
+    if (bJson) m_strLine += '"';
+    m_strLine += name;
+    if (!detail.empty()) m_strLine += ':';
+    m_strLine += detail;
+    if (bJson) m_strLine += '"';
+  };
+  for (unsigned int u = 0; u < WyFlagCount; ++u) {
+    if ((uFlags & (1u << u)) == 0) continue;
+    if ((1u << u) != WyMaybeCut) append(WyFlagName(u), "");
+    if ((1u << u) != WyMaybeCut) continue;
+    for (const std::string_view name : record.cut) append(WyFlagName(u), name);
+  }
+  if (m_translation == CWyTranslator::Result::Ambiguous) append("translation-ambiguous", "");
+  if (m_translation == CWyTranslator::Result::Unknown) append("not-translated", "");
+}
+
+void CWyRecordWriter::AppendText(std::string_view value) {
+  if (m_bValid) {
+    WyAppendValidJson(m_strLine, value);
+  } else {
+    WyAppendJson(m_strLine, value);
+  }
+}
+
+void CWyRecordWriter::AppendMember(std::string_view name, std::string_view value) {
+  if (value.empty()) return;
+  m_strLine += name;
+  AppendText(value);
+}
+
+// A number as it stands in the log; what is none is left out.
+void CWyRecordWriter::AppendDigits(std::string_view name, std::string_view digits) {
+  if (digits.empty() || digits.size() > 19 || (digits[0] == '0' && digits.size() > 1)) return;
+  for (const char c : digits) {
+    if (!WyIsDigit(c)) return;
+  }
+  m_strLine += name;
+  m_strLine += digits;
+}
+
+void CWyRecordWriter::AppendFields(const WyRecord& record) {
+  m_strLine += '{';
+  for (const WyFieldValue& field : record.fields) {
+    m_strLine += &field == record.fields.data() ? "\"" : ",\"";
+    m_strLine += field.name;
+    m_strLine += "\":";
+    AppendText(field.value);
+  }
+  m_strLine += '}';
+}
+
+void CWyRecordWriter::AppendTimes(const WyRecord& record) {
+  if (record.time == WyNoTime) return;
+  m_strLine += R"(,"time":")";
+  WyAppendIso(m_strLine, record.time, record.bMilliseconds);
+  const auto utc = m_zone.ToUtc(record.time);
+  m_strLine += utc ? R"(","utc":")" : R"(","utc":null)";
+  if (!utc) return;
+  if (*utc == record.time) {
+    m_strLine.append(m_strLine, m_strLine.size() - 9 - (record.bMilliseconds ? 23 : 19),
+                     record.bMilliseconds ? 23 : 19);
+  } else {
+    WyAppendIso(m_strLine, *utc, record.bMilliseconds);
+  }
+  m_strLine += "Z\"";
+}
+
+void CWyRecordWriter::AppendIdentity(const WyRecord& record) {
+  AppendMember(R"(,"key":)", record.key);
+  if (m_pMessage == nullptr) return;
+  if (m_pMessage->uId != 0) AppendMember(R"(,"id":)", m_pMessage->IdText());
+  AppendMember(R"(,"component":)", m_manifests.ComponentOf(*m_pMessage).strName);
+}
+
+// All records of a file begin the same.
+void CWyRecordWriter::AppendOrigin(const WyRecord& record) {
+  if (m_strOriginFile != record.file || m_origin != record.Kind()) {
+    m_strOriginFile = record.file;
+    m_origin = record.Kind();
+    m_strOrigin = R"({"v":1,"log":")" + std::string(WyLogOfKind(m_origin)) + R"(","file":)";
+    WyAppendJson(m_strOrigin, record.file);
+    m_strOrigin += R"(,"offset":)";
+  }
+  m_strLine += m_strOrigin;
+  WyAppendNumber(m_strLine, record.raw.uOffset);
+}
+
+void CWyRecordWriter::WriteJson(const WyRecord& record) {
+  m_bValid = WyIsValidUtf8(record.raw.text);
+  AppendOrigin(record);
+  AppendTimes(record);
+  AppendDigits(R"(,"pid":)", record.pid);
+  AppendDigits(R"(,"tid":)", record.tid);
+  AppendMember(R"(,"src":)", record.src);
+  AppendDigits(R"(,"line":)", record.line);
+  AppendMember(R"(,"severity":)", WySeverityText(record.severity));
+  AppendIdentity(record);
+  const bool bTranslated = m_translation == CWyTranslator::Result::Translated;
+  m_strLine += R"(,"text":)";
+  AppendText(bTranslated ? std::string_view(m_strText) : record.text);
+  if (bTranslated) AppendMember(R"(,"original":)", record.text);
+  if (WyIsTrace(record.Kind())) {
+    m_strLine += R"(,"fields":)";
+    AppendFields(record);
+  }
+  m_strLine += R"(,"flags":[)";
+  AppendFlags(record, record.uFlags | (m_bValid ? 0u : WyInvalidUtf8), true);
+  m_strLine += ']';
+  if (!m_bValid) {
+    m_strLine += R"(,"raw_b64":")";
+    WyAppendBase64(m_strLine, record.raw.text);
+    m_strLine += '"';
+  }
+  if (m_bAdvice && m_pMessage != nullptr) AppendMember(R"(,"advice":)", m_pMessage->strAdvice);
+  m_strLine += "}\n";
+}
+
+void CWyRecordWriter::WriteCsv(const WyRecord& record) {
+  const auto end = [this] { m_strLine += ','; };
+  if (record.time != WyNoTime) {
+    WyAppendIso(m_strLine, record.time, record.bMilliseconds);
+    end();
+    const auto utc = m_zone.ToUtc(record.time);
+    if (utc) WyAppendIso(m_strLine, *utc, record.bMilliseconds);
+    if (utc) m_strLine += 'Z';
+  } else {
+    end();
+  }
+  const std::string strId =
+      m_pMessage != nullptr && m_pMessage->uId != 0 ? m_pMessage->IdText() : "";
+  const std::string_view component =
+      m_pMessage != nullptr ? m_manifests.ComponentOf(*m_pMessage).strName : std::string_view();
+  const bool bTranslated = m_translation == CWyTranslator::Result::Translated;
+  for (const std::string_view value :
+       {std::string_view(WyLogOfKind(record.Kind())),
+        std::string_view(WySeverityText(record.severity)), record.key, std::string_view(strId),
+        component, record.pid, record.tid, record.src, record.line,
+        bTranslated ? std::string_view(m_strText) : record.text}) {
+    end();
+    WyAppendCsv(m_strLine, value);
+  }
+  end();
+  if (!record.fields.empty()) {
+    const std::size_t uStart = m_strLine.size();
+    m_bValid = false;
+    AppendFields(record);
+    const std::string strFields = m_strLine.substr(uStart);
+    m_strLine.resize(uStart);
+    WyAppendCsv(m_strLine, strFields);
+  }
+  end();
+  AppendFlags(record, record.uFlags, false);
+  end();
+  WyAppendCsv(m_strLine, record.file);
+  end();
+  WyAppendNumber(m_strLine, record.raw.uOffset);
+  m_strLine += '\n';
+}

@@ -1,0 +1,22 @@
+// wylogctl: the command for those who run the programs that log. Each command adds itself here.
+
+#include "tools/wylogctl/FilesCommand.h"
+#include "tools/wylogctl/ListCommand.h"
+#include "tools/wylogctl/LogCommand.h"
+#include "tools/wylogctl/Manual.h"
+#include "tools/wylogctl/MessageCommand.h"
+#include "tools/wylogctl/Program.h"
+#include "tools/wylogctl/StatsCommand.h"
+#include "tools/wylogctl/VerifyCommand.h"
+
+int main(int iCount, char** ppszArguments) {
+  CWyProgram program;
+  RegisterLogCommand(program);
+  RegisterStatsCommand(program);
+  RegisterVerifyCommand(program);
+  RegisterFilesCommand(program);
+  RegisterListCommand(program);
+  RegisterMessageCommand(program);
+  RegisterCompletionCommand(program);
+  return program.Run(iCount, ppszArguments);
+}
