@@ -196,6 +196,30 @@ show_rollover() {
   done
 }
 
+# --- Sealed audit log ------------------------------------------------------------------------------
+
+wylogctl() { "$build/bin/wylogctl" "$@"; }
+
+show_sealed_audit() {
+  say "A sealed audit log: wylogctl seal create, the agent with --seal, wylogctl seal verify"
+  wylogctl seal create --quiet --keys "$work/keys" | sed 's/^verification key: //' >"$work/audit.key"
+  start_agent sealed C.UTF-8 --seal "$work/keys" --log-size 1
+  many_clients answers one_verbose_client 60
+  get --user "$carol" "$url/reports/q3.html" >/dev/null
+  stop_agent
+  tail -n 1 "$log/audit.log" | show 1 -
+  wylogctl seal verify --key "@$work/audit.key" --state "$work/keys" "$log/audit.log" | sed 's/^/  /'
+  (($(find "$log" -name 'audit*.log' | wc -l) > 1)) || fail "the sealed log was not rolled over"
+
+  echo "One character is altered in a copy, status=403 to status=203:"
+  cp -r "$log" "$work/altered"
+  sed -i 's/status=403/status=203/' "$work/altered/audit.log"
+  local result=0
+  wylogctl seal verify --key "@$work/audit.key" "$work/altered/audit.log" >"$work/verified" || result=$?
+  show 3 "$work/verified"
+  ((result == 1)) && grep -q ' changed ' "$work/verified" || fail "the change was not found"
+}
+
 # --- Tenants ---------------------------------------------------------------------------------------
 
 # one_tenants_client I N: N requests to each host, as one_client does. The page names the tenant.
@@ -399,13 +423,14 @@ show_java() {
 # --- All parts -------------------------------------------------------------------------------------
 
 scripts/install-deps.sh
-configure_and_build "$preset" access_agent java_agent
+configure_and_build "$preset" access_agent java_agent wylogctl
 rm -rf "$work"
 mkdir -p "$work"
 cp -r "$samples/site" "$work/site"
 
 show_many_clients
 show_rollover
+show_sealed_audit
 show_tenants
 show_languages
 show_layouts

@@ -1,5 +1,6 @@
-# The three parts that `cmake --install` installs: `runtime` contains the files that a program needs to run,
-# `development` those that it needs to be built, `java` those that Java code needs besides `runtime`.
+# The parts that `cmake --install` installs: `runtime` contains the files that a program needs to run,
+# `development` those that it needs to be built, `java` those that Java code needs besides `runtime`, `tools`
+# the programs; `seal` and `seal_development` contain the sealed audit log, in the same two parts.
 #
 # Message components (components/) belong to the product and are not installed. The function
 # wyerrlog_component is installed, so that other projects can build and install their components.
@@ -45,6 +46,17 @@ endif()
 configure_file("${CMAKE_CURRENT_LIST_DIR}/wyerrlog.pc.in" wyerrlog.pc @ONLY)
 install(FILES "${CMAKE_CURRENT_BINARY_DIR}/wyerrlog.pc"
   DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig" COMPONENT development)
+
+if(TARGET wyerrlog_seal)
+  install(TARGETS wyerrlog_seal EXPORT wyerrlog_sealTargets
+    LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT seal NAMELINK_COMPONENT seal_development
+    FILE_SET HEADERS DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}" COMPONENT seal_development)
+  install(EXPORT wyerrlog_sealTargets NAMESPACE wyerrlog::
+    DESTINATION "${package_directory}" COMPONENT seal_development)
+  configure_file("${CMAKE_CURRENT_LIST_DIR}/wyerrlog_seal.pc.in" wyerrlog_seal.pc @ONLY)
+  install(FILES "${CMAKE_CURRENT_BINARY_DIR}/wyerrlog_seal.pc"
+    DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig" COMPONENT seal_development)
+endif()
 
 if(TARGET wyerrlog_java)
   install_jar(wyerrlog_java DESTINATION "${CMAKE_INSTALL_DATADIR}/java" COMPONENT java)

@@ -12,6 +12,9 @@ endif()
 if(TARGET wylogctl)
   list(APPEND CPACK_COMPONENTS_ALL tools)
 endif()
+if(TARGET wyerrlog_seal)
+  list(APPEND CPACK_COMPONENTS_ALL seal seal_development)
+endif()
 set(CPACK_PACKAGING_INSTALL_PREFIX "${CMAKE_INSTALL_PREFIX}")
 set(CPACK_PACKAGE_CONTACT "libwyerrlog maintainers <libwyerrlog@orvantis.example>" CACHE STRING
     "Maintainer of the packages")
@@ -94,5 +97,20 @@ if(TARGET wylogctl)
     CONTENT "This package contains wylogctl, which reads, follows and checks the logs.")
   set(CPACK_DEBIAN_TOOLS_PACKAGE_SHLIBDEPS ON)
 endif()
+
+set(seal_package "libwyerrlog-seal${PROJECT_VERSION_MAJOR}")
+wyerrlog_package(SEAL NAME ${seal_package} SECTION libs
+  WHAT "sealed audit log" DEPENDS "${same_version}"
+  CONTENT "This package contains the output whose log files cannot be changed without detection.")
+set(CPACK_DEBIAN_SEAL_PACKAGE_SHLIBDEPS ON)
+# It is linked to the libraries of the first package, which need not be installed here.
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS "${CMAKE_LIBRARY_OUTPUT_DIRECTORY}")
+set(CPACK_DEBIAN_SEAL_PACKAGE_CONTROL_EXTRA "${CMAKE_CURRENT_BINARY_DIR}/debian/triggers")
+set(CPACK_DEBIAN_SEAL_DEBUGINFO_PACKAGE ON)
+
+wyerrlog_package(SEAL_DEVELOPMENT NAME libwyerrlog-seal-dev SECTION libdevel
+  WHAT "sealed audit log, development"
+  DEPENDS "libwyerrlog-dev (= ${PROJECT_VERSION}-${release}), ${seal_package} (= ${PROJECT_VERSION}-${release})"
+  CONTENT "This package contains the headers of the sealed audit log, and the files for CMake and pkg-config.")
 
 include(CPack)

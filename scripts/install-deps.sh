@@ -18,6 +18,7 @@ packages=(
   doxygen python3                   # the API reference; the test of the pages
   gettext                           # msgfmt, which the tests compare the message compiler with
   libcli11-dev nlohmann-json3-dev zlib1g-dev  # the command-line programs
+  libsodium-dev                     # the sealed audit log
   lnav jq miller                    # the tests that read the output of wylogctl
   libcpp-httplib-dev pkgconf curl   # the demo: its web server, its link options, its client
 )

@@ -4,6 +4,7 @@
 #include "AgentLog.h"
 
 #include <wyerrlog/WyLoggerList.h>
+#include <wyerrlog_seal/WySealedOutput.h>
 #include <wyxlate/WyXlate.h>
 
 #include <filesystem>
@@ -55,11 +56,11 @@ bool AgentLog::OpenLogs(const Tenant& tenant) const {
   std::filesystem::create_directory(tenant.strDirectory, ignored);
   CWyLogger& logger = *tenant.pLogger;
   CWyLogOutput* pErrorLog = NewFileOutput(tenant, "error.log");
-  CWyLogOutput* pAuditLog = NewFileOutput(tenant, "audit.log");
+  CWyLogOutput* pAuditLog = NewAuditOutput(tenant);
   const bool bErrorLog = logger.SetLogOutput(pErrorLog);
   const bool bAuditLog = logger.EnableAuditLogRollover(pAuditLog);
   if (!bErrorLog) logger.DeleteLogOutput(pErrorLog);
-  if (!bAuditLog) logger.DeleteLogOutput(pAuditLog);
+  if (!bAuditLog) delete pAuditLog;  // also one of a kind that the logger does not know
   return bErrorLog && bAuditLog;
 }
 
@@ -68,6 +69,20 @@ CWyLogOutput* AgentLog::NewFileOutput(const Tenant& tenant, const char* pszName)
   return tenant.pLogger->NewLogOutput(WyOutputType::File,
                                       (tenant.strDirectory + "/" + pszName).c_str(), iMode,
                                       m_options.iMaxSizeMB, m_options.iMaxBackups);
+}
+
+// Each sealed log has keys of its own, so the tenants' logs, which have none, are not sealed.
+CWyLogOutput* AgentLog::NewAuditOutput(const Tenant& tenant) const {
+  if (m_options.strSealKeys.empty() || tenant.pLogger != theLogger()) {
+    return NewFileOutput(tenant, "audit.log");
+  }
+  WyFileOptions file;
+  file.path = tenant.strDirectory + "/audit.log";
+  file.mode = m_options.iMaxSizeMB > 0 ? 3 : 1;
+  file.maxSizeMB = m_options.iMaxSizeMB;
+  file.backups = m_options.iMaxBackups;
+  file.permissions = 0640;
+  return new CWySealedOutput(file, m_options.strSealKeys);
 }
 
 std::string AgentLog::TenantOf(const std::string& strHost) const {

@@ -21,6 +21,7 @@ struct AgentLogOptions {
   std::string strMessages;        // folder of the message catalogs
   int iMaxSizeMB = 0;             // a log is rolled over before it reaches this size; 0: never
   int iMaxBackups = 0;            // backups to keep of each log; 0: all
+  std::string strSealKeys;        // folder of the keys that seal the default tenant's audit log
   std::string strTraceConfig;
   int iTraceLayout = WyTraceLayout::Brackets;
   std::string strTraceDelimiter = ",";
@@ -67,6 +68,7 @@ class AgentLog {
   bool OpenLogs(const Tenant& tenant) const;
   bool TurnTracingOn(const Tenant& tenant) const;
   CWyLogOutput* NewFileOutput(const Tenant& tenant, const char* pszName) const;
+  CWyLogOutput* NewAuditOutput(const Tenant& tenant) const;
 
   AgentLogOptions m_options;
   std::map<std::string, Tenant> m_tenants;  // by name

@@ -25,6 +25,8 @@ constexpr char Usage[] =
   --threads N             worker threads (8)
   --log-size MB           roll each log over before it reaches this size
   --log-backups N         number of backups to keep of each log (all)
+  --seal DIR              seal the default tenant's audit log with the keys of this folder, which
+                          `wylogctl seal create` makes
 
   --trace-config FILE     trace configuration: components, fields and filters
   --trace-layout N        0 brackets (default), 1 columns, 2 delimited, 3 XML
@@ -89,6 +91,7 @@ Options ParseOptions(int argc, char** argv) {
       {"--policy", &options.strPolicy},
       {"--messages", &options.log.strMessages},
       {"--log", &options.log.strDirectory},
+      {"--seal", &options.log.strSealKeys},
       {"--trace-config", &options.log.strTraceConfig},
       {"--trace-delimiter", &options.log.strTraceDelimiter},
   };

@@ -3,14 +3,18 @@
 #include <dirent.h>
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <sys/file.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <sys/time.h>
+#include <sys/uio.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <csignal>
 #include <cstdarg>
 #include <cstdio>
+#include <string>
 #include <type_traits>
 
 // Visible, so that the platform libraries find these before the system's.
@@ -56,11 +60,14 @@ auto Perform(Call call, Whole whole, Half half) -> decltype(whole()) {
   using Result = decltype(whole());
   const Fault* const pFault = Next(call);
   if (pFault == nullptr) return whole();
+  if (pFault->effect == Effect::Short) return half();
   if (pFault->effect == Effect::DeathHalfWay) half();
   if (pFault->effect == Effect::DeathAfter) whole();
   if (pFault->effect != Effect::Failure) kill(getpid(), SIGKILL);
   errno = pFault->iErrno;
-  if constexpr (std::is_pointer_v<Result>) {
+  if constexpr (std::is_same_v<Result, void*>) {
+    return MAP_FAILED;
+  } else if constexpr (std::is_pointer_v<Result>) {
     return nullptr;
   } else {
     return Result{-1};
@@ -96,6 +103,67 @@ STAND_IN ssize_t write(int hFile, const void* pBytes, size_t uCount) {
   return Perform(
       Call::Write, [=] { return write(uCount); }, [=] { return write((uCount + 1) / 2); });
 }
+
+STAND_IN ssize_t writev(int hFile, const iovec* pParts, int iCount) {
+  const auto write = [=](const iovec* p, int i) {
+    return Real<decltype(::writev)>("writev")(hFile, p, i);
+  };
+  const auto writeHalf = [=] {
+    std::string strAll;
+    for (int i = 0; i < iCount; ++i) {
+      strAll.append(static_cast<const char*>(pParts[i].iov_base), pParts[i].iov_len);
+    }
+    const iovec half = {strAll.data(), (strAll.size() + 1) / 2};
+    return write(&half, 1);
+  };
+  return Perform(
+      Call::WriteV, [=] { return write(pParts, iCount); }, writeHalf);
+}
+
+STAND_IN ssize_t read(int hFile, void* pBytes, size_t uCount) {
+  return Forward<decltype(read)>(Call::Read, "read", hFile, pBytes, uCount);
+}
+
+STAND_IN ssize_t pread(int hFile, void* pBytes, size_t uCount, off_t lOffset) {
+  return Forward<decltype(pread)>(Call::PRead, "pread", hFile, pBytes, uCount, lOffset);
+}
+
+STAND_IN int fsync(int hFile) { return Forward<decltype(fsync)>(Call::Sync, "fsync", hFile); }
+
+STAND_IN int fdatasync(int hFile) {
+  return Forward<decltype(fdatasync)>(Call::Sync, "fdatasync", hFile);
+}
+
+STAND_IN int flock(int hFile, int iOperation) noexcept {
+  return Forward<decltype(flock)>(Call::FLock, "flock", hFile, iOperation);
+}
+
+// ---- Memory -------------------------------------------------------------------------------------
+
+// The thread sanitizer maps memory before functions of the program can be called.
+#if !defined(__SANITIZE_THREAD__)
+
+STAND_IN void* mmap(void* pAt, size_t uCount, int iProtection, int iFlags, int hFile,
+                    off_t lOffset) noexcept {
+  return Forward<decltype(mmap)>(Call::MMap, "mmap", pAt, uCount, iProtection, iFlags, hFile,
+                                 lOffset);
+}
+
+STAND_IN int mlock(const void* pAt, size_t uCount) noexcept {
+  return Forward<decltype(mlock)>(Call::MLock, "mlock", pAt, uCount);
+}
+
+STAND_IN int madvise(void* pAt, size_t uCount, int iAdvice) noexcept {
+  return Forward<decltype(madvise)>(Call::MAdvise, "madvise", pAt, uCount, iAdvice);
+}
+
+STAND_IN int msync(void* pAt, size_t uCount, int iFlags) {
+  return Forward<decltype(msync)>(Call::MSync, "msync", pAt, uCount, iFlags);
+}
+
+#endif
+
+// ---- Opening and closing ------------------------------------------------------------------------
 
 STAND_IN int close(int hFile) {
   const int iResult = Real<decltype(close)>("close")(hFile);

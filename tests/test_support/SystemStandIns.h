@@ -20,9 +20,18 @@ inline std::function<void(const char* pszTo)> before_rename;
 // ---- Faults -------------------------------------------------------------------------------------
 
 // Rename is the one that never replaces (renameat2), PlainRename the one that does; Time is time()
-// and gettimeofday().
+// and gettimeofday(), Sync is fsync() and fdatasync().
 enum class Call {
   Write,
+  WriteV,
+  Read,
+  PRead,
+  Sync,
+  MSync,
+  MMap,
+  MLock,
+  MAdvise,
+  FLock,
   Close,
   Fstat,
   Lseek,
@@ -38,9 +47,9 @@ enum class Call {
 };
 inline constexpr int CallKinds = static_cast<int>(Call::Time) + 1;
 
-// What becomes of a call. A Death is the whole process's (SIGKILL). A close that fails has closed,
-// as the system's has.
-enum class Effect { Failure, DeathBefore, DeathHalfWay, DeathAfter };
+// What becomes of a call. A Short one, which can only be a write, does half of its work and returns
+// so. A Death is the whole process's (SIGKILL). A close that fails has closed, as the system's has.
+enum class Effect { Failure, Short, DeathBefore, DeathHalfWay, DeathAfter };
 
 // Befalls the calls `lFirst` to `lFirst + lCount - 1` of its kind, counted from 1 and from its
 // injection on, of all threads.

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -294,7 +295,9 @@ TEST_F(Commands, HelpManPageAndCompletionsHaveTheSameOptions) {
     const std::string strName = strLine.substr(2, strLine.find("  ", 2) - 2);
     std::istringstream help(Run(strName + " --help").strOut);
     const std::size_t uMan = strMan.find(".SS " + strName + "\n");
-    const std::size_t uBash = strBash.find("    " + strName + ")\n");
+    std::string strLabel = strName;
+    std::replace(strLabel.begin(), strLabel.end(), ' ', '_');
+    const std::size_t uBash = strBash.find("    " + strLabel + ")\n");
     const std::size_t uZsh = strZsh.find("  '" + strName + "')");
     ASSERT_TRUE(uMan != std::string::npos && uBash != std::string::npos &&
                 uZsh != std::string::npos)

@@ -2,6 +2,7 @@
 
 #include "tools/wylogctl/Manual.h"
 
+#include <map>
 #include <memory>
 
 #include "tools/wylogctl/Program.h"
@@ -113,6 +114,27 @@ std::string CaseLabel(const std::string& strName) {
   return strLabel;
 }
 
+// Of commands like "seal verify": the second words, by the first.
+std::map<std::string, std::vector<std::string>> SecondWordsOf(
+    const std::vector<std::string>& names) {
+  std::map<std::string, std::vector<std::string>> secondWords;
+  for (const std::string& strName : names) {
+    const std::size_t uSpace = strName.find(' ');
+    if (uSpace == std::string::npos) continue;
+    secondWords[strName.substr(0, uSpace)].push_back(strName.substr(uSpace + 1));
+  }
+  return secondWords;
+}
+
+std::string FirstWords(const std::vector<std::string>& names) {
+  std::vector<std::string> words;
+  for (const std::string& strName : names) {
+    const std::string strFirst = strName.substr(0, strName.find(' '));
+    if (words.empty() || words.back() != strFirst) words.push_back(strFirst);
+  }
+  return Joined(words);
+}
+
 void AppendBashCase(std::string& strText, const CWyCommand& command) {
   std::vector<std::string> names;
   std::string strValues;
@@ -182,8 +204,11 @@ _wylogctl() {
     const std::string strLabel = CaseLabel(strName);
     strText += "    " + strLabel + ") command=" + strLabel + " ;;\n";
   }
-  strText += "  esac\n  if [[ $COMP_CWORD -eq 1 ]]; then\n    words='" + Joined(names) +
+  strText += "  esac\n  if [[ $COMP_CWORD -eq 1 ]]; then\n    words='" + FirstWords(names) +
              " --help --version'\n  else case \"$command\" in\n";
+  for (const auto& [strFirst, words] : SecondWordsOf(names)) {
+    strText += "    " + strFirst + ") words='" + Joined(words) + "' ;;\n";
+  }
   for (const CWyCommand& command : program.Commands()) AppendBashCase(strText, command);
   return strText + R"(  esac; fi
   COMPREPLY=($(compgen -W "$words" -- "$word"))

@@ -8,6 +8,9 @@
 #include "tools/wylogctl/Program.h"
 #include "tools/wylogctl/StatsCommand.h"
 #include "tools/wylogctl/VerifyCommand.h"
+#ifdef WYLOGCTL_SEAL
+#include "tools/wylogctl/SealCommand.h"
+#endif
 
 int main(int iCount, char** ppszArguments) {
   CWyProgram program;
@@ -17,6 +20,9 @@ int main(int iCount, char** ppszArguments) {
   RegisterFilesCommand(program);
   RegisterListCommand(program);
   RegisterMessageCommand(program);
+#ifdef WYLOGCTL_SEAL
+  RegisterSealCommands(program);
+#endif
   RegisterCompletionCommand(program);
   return program.Run(iCount, ppszArguments);
 }

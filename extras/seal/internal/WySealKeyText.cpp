@@ -1,0 +1,37 @@
+// Keys as texts and back.
+
+#include "extras/seal/internal/WySealKeyText.h"
+
+#include <cstring>
+
+namespace {
+
+constexpr std::string_view SecretPrefix = "wyseal-key-1-", PublicPrefix = "wyseal-public-1-";
+
+struct KeyBytes {
+  WySealLogId logId;
+  uint64_t uFile;
+  WySealKey key;
+};
+static_assert(sizeof(KeyBytes) == 56);
+
+}  // namespace
+
+std::string WySealKeyText(const WySealNamedKey& key) {
+  CWySealWiped<KeyBytes> bytes;
+  *bytes = {key.logId, key.uFile, key.key};
+  return std::string(key.bPublic ? PublicPrefix : SecretPrefix) +
+         WySealEncode(reinterpret_cast<const unsigned char*>(&*bytes), sizeof(KeyBytes));
+}
+
+std::optional<WySealNamedKey> WySealParseKey(std::string_view strText) {
+  const bool bPublic = strText.starts_with(PublicPrefix);
+  if (!bPublic && !strText.starts_with(SecretPrefix)) return std::nullopt;
+  strText.remove_prefix(bPublic ? PublicPrefix.size() : SecretPrefix.size());
+  CWySealWiped<KeyBytes> bytes;
+  if (!WySealDecode(strText, reinterpret_cast<unsigned char*>(&*bytes), sizeof(KeyBytes)) ||
+      bytes->uFile == 0) {
+    return std::nullopt;
+  }
+  return WySealNamedKey{bPublic, bytes->logId, bytes->uFile, bytes->key};
+}

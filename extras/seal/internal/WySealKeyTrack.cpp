@@ -1,0 +1,39 @@
+// Saved keys at even distances make every record's key cheap to reach.
+
+#include "extras/seal/internal/WySealKeyTrack.h"
+
+CWySealKeyTrack::CWySealKeyTrack(const WySealKey& first, uint64_t uFirst)
+    : m_uFirst(uFirst), m_uNext(uFirst) {
+  *m_next = first;
+  m_saved.push_back(first);
+}
+
+CWySealKeyTrack::~CWySealKeyTrack() {
+  sodium_memzero(m_saved.data(), m_saved.size() * sizeof(WySealKey));
+}
+
+// The key of record m_uNext: its step is in the scratch afterwards.
+void CWySealKeyTrack::Step() {
+  WySealStepRecordKey(*m_next, m_scratch->step);
+  *m_next = m_scratch->step.next;
+  ++m_uNext;
+  if ((m_uNext - m_uFirst) / Spacing == m_saved.size()) m_saved.push_back(*m_next);
+}
+
+void CWySealKeyTrack::MoveTo(uint64_t uSeq) {
+  const auto uIndex = static_cast<size_t>((uSeq - m_uFirst) / Spacing);
+  const bool bNear = m_uNext <= uSeq && uSeq - m_uNext < Spacing;
+  if (!bNear) {
+    const size_t uSaved = std::min(uIndex, m_saved.size() - 1);
+    *m_next = m_saved[uSaved];
+    m_uNext = m_uFirst + uSaved * Spacing;
+  }
+  while (m_uNext < uSeq) Step();
+}
+
+void CWySealKeyTrack::Tag(const WySealLogId& logId, const WySealTag& previous, uint64_t uSeq,
+                          std::string_view strText, WySealTag& tag) {
+  if (m_uNext != uSeq) MoveTo(uSeq);
+  Step();
+  WySealComputeTag(*m_scratch, logId, previous, uSeq, strText, tag);
+}

@@ -1,0 +1,178 @@
+// From one file of the log to the next. The current file is renamed first: a rename that the system
+// refuses leaves the log as it was. The next file gets its name with its first record already in
+// it, so that no file of the log is ever without one.
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <wyi18n/wyi18n.h>
+
+#include <cerrno>
+#include <ctime>
+#include <map>
+#include <vector>
+
+#include "extras/seal/internal/WySealSignature.h"
+#include "extras/seal/internal/WySealWriter.h"
+
+namespace {
+
+// The room that is kept for the log's own records before the end of the file: a checkpoint, a torn
+// write and the end, the first and the last with signatures.
+constexpr uint64_t OwnRecords = 1024;
+constexpr time_t RetrySeconds = 300;
+
+}  // namespace
+
+// A single record that is longer than the limit gets a file of its own.
+bool CWySealWriter::RollOverIfDue(size_t uLength) {
+  const WySealSlot& slot = m_state.Slot();
+  if ((slot.uFlags & (WySealMoved | WySealEnded)) != 0) return RollOver();
+  const uint64_t uSize = slot.uOffset + uLength + WySealMaxTrailer + OwnRecords;
+  const bool bFull = m_uMaxSize != 0 && uSize >= m_uMaxSize && slot.uSeq != slot.uFileFirst + 1;
+  if (!bFull && (slot.uFlags & WySealRenewed) == 0) return true;
+  return time(nullptr) < m_tRetry || RollOver();
+}
+
+bool CWySealWriter::RollOver() {
+  if ((m_state.Slot().uFlags & WySealMoved) == 0) {
+    if (!MoveAside()) {
+      if (errno != EACCES) return false;
+      m_tRetry = time(nullptr) + RetrySeconds;
+      return true;
+    }
+    SetFlags(WySealMoved);
+  }
+  if ((m_state.Slot().uFlags & WySealEnded) == 0 && !End()) return false;
+  if (!BeginFile()) return false;
+  Retire();
+  return true;
+}
+
+bool CWySealWriter::MoveAside() {
+  const WySealHead head = WySealReadHead(m_file.path);
+  if (head.uFile == m_state.Slot().uFile) return WySealMoveAside(m_file.path);
+  return true;  // another program has moved it already
+}
+
+bool CWySealWriter::End() {
+  const WySealSlot& slot = m_state.Slot();
+  std::string strText = "~end file=" + std::to_string(slot.uFile) +
+                        " records=" + std::to_string(slot.uSeq - slot.uFileFirst + 1) +
+                        " time=" + WySealTimeText(time(nullptr));
+  if ((slot.uFlags & WySealRenewed) != 0) strText += " renewed=1";
+  return AppendCheckpoint(std::move(strText));
+}
+
+// ---- The next file ------------------------------------------------------------------------------
+
+// Leaves the next file's keys and numbers in the slot; the next record is its first.
+void CWySealWriter::EnterFile(WySealSlot& slot) {
+  WySealStep& step = m_state.Page().scratch.step;
+  WySealStepFileKey(slot.fileKey, step);
+  slot.fileKey = step.next;
+  slot.key = step.down;
+  ++slot.uFile;
+  slot.uFileFirst = slot.uMarkSeq = slot.uSeq;
+  slot.iMarkTime = time(nullptr);
+  slot.uOffset = 0;
+  slot.uFlags = 0;
+  slot.digest = {};
+}
+
+std::string CWySealWriter::HeadText(const WySealSlot& slot) {
+  const WySealPage& page = m_state.Page();
+  std::string strText = "~begin log=" + WySealEncode(page.logId.data(), page.logId.size()) +
+                        " file=" + std::to_string(slot.uFile) +
+                        " first=" + std::to_string(slot.uSeq) +
+                        " prev=" + WySealEncode(slot.tag.data(), slot.tag.size()) +
+                        " time=" + WySealTimeText(slot.iMarkTime);
+  if (page.uSigned != 0) {
+    const WySealPublicKey key = WySealPublicKeyOf(slot.seed);
+    strText += " pub=" + WySealEncode(key.data(), key.size());
+  }
+  return strText;
+}
+
+bool CWySealWriter::BeginFile() {
+  const std::string strNewFile = m_file.path + ".new";
+  WyUnlink(strNewFile.c_str());  // of a process that died here
+  CWySealDescriptor file(open(strNewFile.c_str(),
+                              O_RDWR | O_CREAT | O_EXCL | O_APPEND | O_CLOEXEC | O_NOFOLLOW,
+                              static_cast<mode_t>(m_file.permissions)));
+  if (!file) return false;
+  WySealSlot& slot = m_state.Prepare();
+  EnterFile(slot);
+  if (!WriteHead(file.Get(), slot, HeadText(slot)) || !PlaceFile(strNewFile)) {
+    const int iErrno = errno;
+    WyUnlink(strNewFile.c_str());
+    errno = iErrno;
+    return false;
+  }
+  m_state.Commit();
+  SetCurrent(file.Release(), m_state.Slot().uFile);
+  return true;
+}
+
+bool CWySealWriter::WriteHead(int hFile, WySealSlot& slot, std::string_view strText) {
+  WySealPage& page = m_state.Page();
+  WySealTag tag;
+  WySealStepRecordKey(slot.key, page.scratch.step);
+  WySealComputeTag(page.scratch, page.logId, slot.tag, slot.uSeq, strText, tag);
+  const CWySealTrailer trailer(slot.uSeq, tag);
+  const std::string strLine = std::string(strText).append(trailer.Text());
+  const ssize_t lWritten = write(hFile, strLine.data(), strLine.size());
+  if (lWritten != static_cast<ssize_t>(strLine.size())) {
+    if (lWritten >= 0) errno = ENOSPC;
+    return false;
+  }
+  if (fdatasync(hFile) != 0) return false;
+  CountRecord(slot, strText, trailer.Text(), tag, strLine.size());
+  return true;
+}
+
+// Gives the new file the log's name. What has that name and is not the log is moved aside.
+bool CWySealWriter::PlaceFile(const std::string& strNewFile) {
+  for (int i = 0; i < 2; ++i) {
+    if (WyRename(strNewFile.c_str(), m_file.path.c_str()) == 0) {
+      return WySealSyncDirectory(m_file.path);
+    }
+    if (errno != EEXIST || !ClearName()) return false;
+  }
+  return false;
+}
+
+// Not before the log's first file: nothing that is not sealed becomes a part of it unasked.
+bool CWySealWriter::ClearName() {
+  struct stat status;
+  if (stat(m_file.path.c_str(), &status) != 0) return false;
+  if (S_ISREG(status.st_mode) && status.st_size == 0) return WyUnlink(m_file.path.c_str()) == 0;
+  if (m_state.Slot().uFile != 0 && S_ISREG(status.st_mode)) return WySealMoveAside(m_file.path);
+  errno = EEXIST;
+  return false;
+}
+
+// ---- Retention ----------------------------------------------------------------------------------
+
+// Which files go is said by the numbers that the state has counted, and recorded before they do. A
+// failure here costs no record: the next rollover tries again.
+void CWySealWriter::Retire() {
+  const uint64_t uKept = static_cast<uint64_t>(m_file.backups) + 1, uFile = m_state.Slot().uFile;
+  if (m_file.backups == 0 || uFile <= uKept) return;
+  const uint64_t uThrough = uFile - uKept;
+  std::vector<std::string> files;
+  std::map<uint64_t, std::string> retired;  // the oldest first, so that no gap comes between
+  if (!WySealFindFiles(m_file.path, files)) return;
+  for (const std::string& strFile : files) {
+    const WySealHead head = WySealReadHead(strFile);
+    const bool bOurs = head.uFile != 0 && head.logId == m_state.Page().logId;
+    if (bOurs && head.uFile <= uThrough) retired[head.uFile] = strFile;
+  }
+  if (retired.empty()) return;
+  std::string strText =
+      "~retire through=" + std::to_string(uThrough) + " time=" + WySealTimeText(time(nullptr));
+  if (!AppendCheckpoint(std::move(strText))) return;
+  for (const auto& [uNumber, strFile] : retired) {
+    if (WyUnlink(strFile.c_str()) != 0) return;
+  }
+}

@@ -1,0 +1,203 @@
+// The state page: mapping and checking it, its mutex, and the flip between its slots.
+//
+// The mutex is robust: the kernel marks it if its owner dies, and the next one to lock it is told.
+// A mutex that was locked when the machine lost power is initialised anew, since the boot id in the
+// page is then another one.
+
+#include "extras/seal/internal/WySealState.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <ctime>
+
+namespace {
+
+constexpr char Magic[8] = {'W', 'Y', 'S', 'E', 'A', 'L', '\n', '\0'};
+constexpr uint32_t Version = 1;
+constexpr time_t LockSeconds = 10;  // no owner holds it for so long, but for a stopped process
+
+bool Fail(int iErrno) {
+  errno = iErrno;
+  return false;
+}
+
+// Against damage, not against an attacker: whoever may write the page has its keys.
+uint64_t Check(const WySealSlot& slot) {
+  uint64_t uCheck = 0xcbf29ce484222325u;
+  const auto* const pBytes = reinterpret_cast<const unsigned char*>(&slot);
+  for (size_t u = 0; u < offsetof(WySealSlot, uCheck); u += sizeof(uint64_t)) {
+    uint64_t uWord = 0;
+    memcpy(&uWord, pBytes + u, sizeof uWord);
+    uCheck = (uCheck ^ uWord) * 0x9e3779b97f4a7c15u;
+    uCheck ^= uCheck >> 29;
+  }
+  return uCheck;
+}
+static_assert(offsetof(WySealSlot, uCheck) % sizeof(uint64_t) == 0);
+
+bool ReadBootId(char (&szBootId)[40]) {
+  const CWySealDescriptor file(open("/proc/sys/kernel/random/boot_id", O_RDONLY | O_CLOEXEC));
+  return file && read(file.Get(), szBootId, 36) == 36;
+}
+
+bool InitialiseMutex(pthread_mutex_t& mutex) {
+  pthread_mutexattr_t attributes;
+  pthread_mutexattr_init(&attributes);
+  pthread_mutexattr_setpshared(&attributes, PTHREAD_PROCESS_SHARED);
+  pthread_mutexattr_setrobust(&attributes, PTHREAD_MUTEX_ROBUST);
+  memset(&mutex, 0, sizeof mutex);
+  const int iResult = pthread_mutex_init(&mutex, &attributes);
+  pthread_mutexattr_destroy(&attributes);
+  return iResult == 0 || Fail(iResult);
+}
+
+}  // namespace
+
+// ---- Descriptors --------------------------------------------------------------------------------
+
+CWySealDescriptor::~CWySealDescriptor() {
+  if (m_hFile < 0) return;
+  const int iErrno = errno;  // the one that the caller is about to report
+  close(m_hFile);
+  errno = iErrno;
+}
+
+int CWySealDescriptor::Release() {
+  const int hFile = m_hFile;
+  m_hFile = -1;
+  return hFile;
+}
+
+// ---- Opening ------------------------------------------------------------------------------------
+
+bool CWySealState::Open(const std::string& strDirectory) {
+  Close();
+  if (!WySealInitialise()) return Fail(ENOSYS);
+  const std::string strPath = strDirectory + "/state";
+  CWySealDescriptor file(open(strPath.c_str(), O_RDWR | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
+  if (!file) return false;
+  struct stat status;
+  if (fstat(file.Get(), &status) != 0) return false;
+  if (!S_ISREG(status.st_mode) || status.st_size != WySealPageBytes) return Fail(EBADMSG);
+  if ((status.st_mode & 077) != 0) return Fail(EACCES);
+  if (!Map(file.Get())) return false;
+  if (!Accept() || !PrepareMutex(file.Get())) {
+    const int iErrno = errno;
+    Close();
+    return Fail(iErrno);
+  }
+  m_hFile = file.Release();
+  return true;
+}
+
+bool CWySealState::Map(int hFile) {
+  void* const pPage = mmap(nullptr, WySealPageBytes, PROT_READ | PROT_WRITE, MAP_SHARED, hFile, 0);
+  if (pPage == MAP_FAILED) return false;
+  m_pPage = static_cast<WySealPage*>(pPage);
+  if (mlock(pPage, WySealPageBytes) == 0 && madvise(pPage, WySealPageBytes, MADV_DONTDUMP) == 0) {
+    return true;
+  }
+  const int iErrno = errno;
+  Close();
+  return Fail(iErrno);
+}
+
+bool CWySealState::Accept() const {
+  if (memcmp(m_pPage->szMagic, Magic, sizeof Magic) != 0) return Fail(EBADMSG);
+  if (m_pPage->uVersion != Version) return Fail(EPROTO);
+  return Slot().uCheck == Check(Slot()) || Fail(EBADMSG);
+}
+
+// Under a lock of the file, so that one process alone initialises.
+bool CWySealState::PrepareMutex(int hFile) {
+  char szBootId[40] = {};
+  if (!ReadBootId(szBootId)) return false;
+  if (flock(hFile, LOCK_EX) != 0) return false;
+  bool bReady = memcmp(m_pPage->szBootId, szBootId, sizeof szBootId) == 0;
+  if (!bReady && InitialiseMutex(m_pPage->mutex)) {
+    m_pPage->uDirty = 1;
+    memcpy(m_pPage->szBootId, szBootId, sizeof szBootId);
+    bReady = true;
+  }
+  flock(hFile, LOCK_UN);
+  return bReady;
+}
+
+void CWySealState::Close() {
+  if (m_pPage != nullptr) munmap(m_pPage, WySealPageBytes);
+  m_pPage = nullptr;
+  if (m_hFile >= 0) close(m_hFile);
+  m_hFile = -1;
+}
+
+bool CWySealState::Create(const std::string& strDirectory, const WySealPage& page) {
+  CWySealWiped<std::array<char, WySealPageBytes>> image;
+  auto& copy = *reinterpret_cast<WySealPage*>(image->data());
+  memcpy(image->data(), &page, sizeof page);
+  memcpy(copy.szMagic, Magic, sizeof Magic);
+  copy.uVersion = Version;
+  copy.slots[0].uCheck = Check(copy.slots[0]);
+  const std::string strPath = strDirectory + "/state";
+  const CWySealDescriptor file(
+      open(strPath.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0600));
+  if (!file) return false;
+  if (write(file.Get(), image->data(), image->size()) == ssize_t{WySealPageBytes} &&
+      fsync(file.Get()) == 0) {
+    return true;
+  }
+  const int iErrno = errno;
+  unlink(strPath.c_str());
+  return Fail(iErrno);
+}
+
+// ---- The mutex ----------------------------------------------------------------------------------
+
+// A page that was cut while it is mapped would end the process by SIGBUS. The end of a file is
+// cheaper to ask for than its status.
+bool CWySealState::Lock() {
+  if (!IsOpen()) return Fail(EBADF);
+  const off_t lSize = lseek(m_hFile, 0, SEEK_END);
+  if (lSize < off_t{WySealPageBytes}) return lSize >= 0 ? Fail(EBADMSG) : false;
+  int iResult = pthread_mutex_trylock(&m_pPage->mutex);
+  if (iResult == EBUSY) {
+    timespec until;
+    clock_gettime(CLOCK_REALTIME, &until);
+    until.tv_sec += LockSeconds;
+    iResult = pthread_mutex_timedlock(&m_pPage->mutex, &until);
+  }
+  if (iResult == EOWNERDEAD) {
+    m_pPage->uDirty = 1;
+    iResult = pthread_mutex_consistent(&m_pPage->mutex);
+  }
+  return iResult == 0 || Fail(iResult);
+}
+
+void CWySealState::Unlock() {
+  sodium_memzero(&m_pPage->scratch, sizeof m_pPage->scratch);
+  pthread_mutex_unlock(&m_pPage->mutex);
+}
+
+// ---- Changes ------------------------------------------------------------------------------------
+
+WySealSlot& CWySealState::Prepare() {
+  WySealSlot& slot = m_pPage->slots[(m_pPage->uIndex & 1) ^ 1];
+  slot = Slot();
+  return slot;
+}
+
+void CWySealState::Commit() {
+  const uint32_t uNew = (m_pPage->uIndex & 1) ^ 1;
+  m_pPage->slots[uNew].uCheck = Check(m_pPage->slots[uNew]);
+  std::atomic_ref(m_pPage->uIndex).store(uNew, std::memory_order_release);
+  sodium_memzero(&m_pPage->slots[uNew ^ 1], sizeof(WySealSlot));
+}
+
+void CWySealState::Sync() { msync(m_pPage, WySealPageBytes, MS_SYNC); }

@@ -1,0 +1,286 @@
+// The output as its users know it: options, states that cannot be used, full disks, loss of power,
+// and keys that are renewed.
+
+#include <gmock/gmock.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <filesystem>
+#include <functional>
+#include <list>
+
+#include "extras/seal/internal/WySealState.h"
+#include "seal/SealedLog.h"
+#include "test_support/Sanitizer.h"
+#include "test_support/SystemStandIns.h"
+#include "test_support/TestThread.h"
+#include "wyerrlog/WyLog.h"
+
+namespace {
+
+using seal_test::SealedLog;
+using testing::Contains;
+using testing::ElementsAre;
+using testing::HasSubstr;
+namespace fs = std::filesystem;
+
+std::vector<std::string> FindingsOf(SealedLog& log) {
+  std::vector<std::string> found = log.Verify();
+  EXPECT_THAT(found, Contains("intact")) << log.explanations;
+  return found;
+}
+
+TEST(SealedOutput, IsALoggersAuditLog) {
+  SealedLog log;
+  log.file.permissions = 0640;
+  auto pOutput = std::make_unique<CWySealedOutput>(log.file, log.Keys());
+  ASSERT_TRUE(theLogger()->EnableAuditLogRollover(pOutput.release()));
+  EXPECT_TRUE(WyAudit(*theLogger(), "%s logged in\n", "alice"));
+  theLogger()->DisableAuditLog();
+  EXPECT_TRUE(log.Texts().contains("alice logged in"));
+  EXPECT_THAT(log.Verify(), ElementsAre("intact"));
+  EXPECT_EQ(fs::status(log.Path()).permissions(), fs::perms(0640));
+  EXPECT_EQ(fs::status(log.Keys()).permissions(), fs::perms(0700));
+  EXPECT_EQ(fs::status(log.Keys() + "/state").permissions(), fs::perms(0600));
+}
+
+TEST(SealedOutput, StaysBelowTheSizeLimitWithItsOwnRecords) {
+  SealedLog log(true);
+  log.file.mode = 3;
+  log.file.maxSizeMB = 1;
+  log.file.backups = 2;
+  log.options.markRecords = 3;
+  const auto pOutput = log.Open();
+  for (size_t u = 0; u < 60; ++u) ASSERT_TRUE(pOutput->Log(std::string(90'000 + u * 1000, 'x')));
+  for (const auto& [uNumber, strPath] : log.Files()) EXPECT_LT(fs::file_size(strPath), 1u << 20);
+  EXPECT_EQ(log.Files().size(), 3u);
+  EXPECT_THAT(FindingsOf(log), Contains(HasSubstr("retired 1..")));
+}
+
+TEST(SealedOutput, IsWrittenToByManyThreadsThroughManyOutputs) {
+  SealedLog log;
+  log.file.mode = 3;
+  log.file.maxSizeMB = 1;
+  const auto pOne = log.Open(), pOther = log.Open();
+  {
+    std::list<test_support::TestThread> threads;
+    for (int t = 0; t < 4; ++t) {
+      threads.emplace_back([&, t] {
+        CWySealedOutput& output = t % 2 == 0 ? *pOne : *pOther;
+        for (int i = 0; i < 200; ++i) {
+          EXPECT_TRUE(output.Log(std::to_string(t * 1000 + i) + std::string(4000, 'x')));
+        }
+      });
+    }
+  }
+  EXPECT_THAT(log.Verify(), ElementsAre("intact")) << log.explanations;
+  EXPECT_GT(log.Files().size(), 3u);
+  EXPECT_EQ(log.Texts().size(), 800 + 2 * log.Files().size() - 1);  // with ~begin and ~end
+}
+
+TEST(SealedOutput, RefusesOptionsAndFilesThatItCannotSeal) {
+  SealedLog log;
+  for (const auto& change : std::vector<std::function<void(WyFileOptions&)>>{
+           [](WyFileOptions& f) { f.path.clear(); }, [](WyFileOptions& f) { f.mode = 0; },
+           [](WyFileOptions& f) { f.mode = 5; }, [](WyFileOptions& f) { f.mode = 3; },
+           [](WyFileOptions& f) { f.backups = -1; },
+           [](WyFileOptions& f) { f.maxSizeMB = 4096; }}) {
+    WyFileOptions file = log.file;
+    change(file);
+    CWySealedOutput output(file, log.Keys());
+    EXPECT_FALSE(output.Open());
+    EXPECT_EQ(errno, EINVAL);
+  }
+  log.directory.Write("audit.log", "not sealed\n");
+  CWySealedOutput output(log.file, log.Keys());
+  EXPECT_FALSE(output.Open());
+  EXPECT_EQ(errno, EEXIST);
+  EXPECT_EQ(log.directory.Read("audit.log"), "not sealed\n");
+}
+
+// ---- The state page -----------------------------------------------------------------------------
+
+void EditState(const SealedLog& log, const std::function<void(std::string&)>& edit) {
+  std::string strState = log.directory.Read("keys/state");
+  edit(strState);
+  log.directory.Write("keys/state", strState);
+}
+
+TEST(SealState, ThatCannotBeUsedIsRefusedWithItsReason) {
+  struct Row {
+    int iErrno;
+    std::function<void(const SealedLog&)> damage;
+  };
+  const size_t uVersion = offsetof(WySealPage, uVersion), uSlots = offsetof(WySealPage, slots);
+  for (const Row& row : std::vector<Row>{
+           {ENOENT, [](const SealedLog& l) { fs::remove(l.Keys() + "/state"); }},
+           {EBADMSG, [](const SealedLog& l) { fs::resize_file(l.Keys() + "/state", 4095); }},
+           {EBADMSG, [](const SealedLog& l) { fs::resize_file(l.Keys() + "/state", 0); }},
+           {EBADMSG, [](const SealedLog& l) { EditState(l, [](std::string& s) { s[0] = 'X'; }); }},
+           {EPROTO,
+            [=](const SealedLog& l) { EditState(l, [=](std::string& s) { s[uVersion] = 2; }); }},
+           {EBADMSG,
+            [=](const SealedLog& l) {
+              EditState(l, [=](std::string& s) {
+                for (size_t u = 0; u < 2; ++u) s[uSlots + u * sizeof(WySealSlot)] ^= 1;
+              });
+            }},
+           {EACCES,
+            [](const SealedLog& l) { fs::permissions(l.Keys() + "/state", fs::perms(0640)); }},
+           {EROFS, [](const SealedLog&) {
+              stand_ins::Inject({stand_ins::Call::Open, stand_ins::Effect::Failure, EROFS});
+            }}}) {
+    SealedLog log;
+    log.Write("record", 2);
+    row.damage(log);
+    EXPECT_EQ(log.Open(), nullptr);
+    EXPECT_EQ(errno, row.iErrno);
+    stand_ins::Withdraw(stand_ins::Call::Open);
+  }
+}
+
+TEST(SealState, ThatIsTruncatedWhileItIsInUseEndsNoProcess) {
+  SealedLog log;
+  const auto pOutput = log.Open();
+  ASSERT_TRUE(pOutput->Log(std::string_view("one")));
+  fs::resize_file(log.Keys() + "/state", 0);
+  EXPECT_FALSE(pOutput->Log(std::string_view("two")));
+  EXPECT_EQ(errno, EBADMSG);
+}
+
+TEST(SealState, ThatIsRemovedWhileItIsInUseGoesOnUntilItIsClosed) {
+  SealedLog log;
+  {
+    const auto pOutput = log.Open();
+    fs::remove(log.Keys() + "/state");
+    EXPECT_TRUE(pOutput->Log(std::string_view("one")));
+  }
+  EXPECT_EQ(log.Open(), nullptr);
+  EXPECT_THAT(log.Verify(false), ElementsAre("intact"));
+}
+
+// As the system says it: "lo" is locked (sanitizers lock nothing), "dd" is not dumped.
+TEST(SealState, IsLockedInMemoryAndInNoCoreDump) {
+  SealedLog log;
+  const auto pOutput = log.Open();
+  std::ifstream mappings("/proc/self/smaps");
+  std::string strLine;
+  while (std::getline(mappings, strLine) && !strLine.ends_with(log.Keys() + "/state")) {
+  }
+  while (std::getline(mappings, strLine) && !strLine.starts_with("VmFlags:")) {
+  }
+  EXPECT_TRUE(strLine.find(" lo ") != std::string::npos || test_support::IsSanitized) << strLine;
+  EXPECT_THAT(strLine, HasSubstr(" dd "));
+}
+
+// ---- Loss of power ------------------------------------------------------------------------------
+
+// The state on the disk is older than the file: also by some files.
+TEST(SealPowerLoss, WithTheFileAheadRollsForward) {
+  for (const int iFiles : {0, 1, 3}) {
+    SealedLog log(true);
+    log.Write("before", 3);
+    const std::string strState = log.directory.Read("keys/state");
+    log.Write("ahead", 20);
+    if (iFiles > 0) log.WriteFiles(iFiles, 3);
+    log.directory.Write("keys/state", strState);
+    log.Write("after", 3);
+    EXPECT_THAT(log.Verify(), ElementsAre("intact")) << iFiles << '\n' << log.explanations;
+    EXPECT_THAT(log.Verify(true, "", true), Contains("intact"));
+  }
+}
+
+TEST(SealPowerLoss, WithTheStateAheadLeavesASealedGap) {
+  SealedLog log;
+  log.Write("record", 10);
+  const std::string strLine = log.Lines().back();
+  fs::resize_file(log.Path(), fs::file_size(log.Path()) - strLine.size() - 5);
+  log.Write("after", 2);
+  EXPECT_THAT(log.Verify(), testing::UnorderedElementsAre("gap 10..11", "torn"));
+}
+
+// ---- Full disks ---------------------------------------------------------------------------------
+
+void LimitFileSize(rlim_t uBytes) {
+  rlimit limit;
+  getrlimit(RLIMIT_FSIZE, &limit);
+  limit.rlim_cur = uBytes;
+  setrlimit(RLIMIT_FSIZE, &limit);
+}
+
+// The disk has room for a part of the record: each part of it.
+TEST(SealFullDisk, CostsTheRecordsThatItRefusesAndNothingElse) {
+  signal(SIGXFSZ, SIG_IGN);
+  for (uint64_t uRoom = 0; uRoom < 60; ++uRoom) {
+    SealedLog log;
+    const auto pOutput = log.Open();
+    ASSERT_TRUE(pOutput->Log(std::string_view("first")));
+    const uint64_t uSize = fs::file_size(log.Path());
+    LimitFileSize(uSize + uRoom);
+    const bool bSecond = pOutput->Log(std::string_view("second"));
+    const bool bThird = pOutput->Log(std::string_view("third"));
+    EXPECT_FALSE(bThird);
+    LimitFileSize(RLIM_INFINITY);
+    EXPECT_TRUE(pOutput->Log(std::string_view("fourth")));
+    FindingsOf(log);
+    const std::set<std::string> texts = log.Texts();
+    EXPECT_EQ(texts.contains("second"), bSecond) << uRoom;
+    EXPECT_FALSE(texts.contains("third"));
+    EXPECT_TRUE(texts.contains("first") && texts.contains("fourth"));
+  }
+}
+
+// ---- Keys ---------------------------------------------------------------------------------------
+
+TEST(SealKeys, AreNeverReplacedAndNoSecretIsInTheState) {
+  SealedLog log;
+  WySealKeyTexts keys;
+  EXPECT_FALSE(WySealCreateKeys(log.Keys(), false, keys));
+  EXPECT_EQ(errno, EEXIST);
+  log.Write("record", 3);
+  CWySealVerifier verifier([](const WySealFinding&) {});
+  EXPECT_FALSE(verifier.AddKey("wyseal-key-1-short"));
+  EXPECT_TRUE(verifier.AddKey(log.keys.verification));
+  EXPECT_FALSE(verifier.AddKey(SealedLog().keys.verification)) << "of another log";
+}
+
+TEST(SealKeys, RenewedOnesVerifyTheFilesAfterThem) {
+  SealedLog log(true);
+  log.Write("record", 5);
+  WySealKeyTexts renewed;
+  ASSERT_TRUE(WySealRenewKeys(log.Keys(), renewed));
+  log.Write("later", 5);
+  EXPECT_EQ(log.Files().size(), 2u);
+  EXPECT_THAT(log.Verify(), Contains(HasSubstr("changed"))) << "the old key opens nothing new";
+  log.moreKeys = {renewed.verification};
+  EXPECT_THAT(log.Verify(), ElementsAre("intact")) << log.explanations;
+  log.keys.verification = renewed.verification;
+  log.moreKeys.clear();
+  EXPECT_THAT(log.Verify(), Contains("no-key 1..1"));
+}
+
+// Signatures need no secret to be verified, and cover everything before them.
+TEST(SealKeys, APublicKeyVerifiesWhatIsSigned) {
+  SealedLog log(true);
+  log.options.markRecords = 4;
+  log.Write("record", 10);
+  EXPECT_THAT(log.Verify(true, "", true), ElementsAre("intact"));
+  EXPECT_GE(log.summary.signedThrough, 8u);
+  const std::vector<std::string> lines = log.Lines();
+  for (size_t u = 0; u < 8; ++u) {
+    std::vector<std::string> changed = lines;
+    changed[u][1] ^= 1;
+    log.SetLines(changed);
+    EXPECT_THAT(log.Verify(true, "", true), Contains(HasSubstr(u == 0 ? "" : "changed"))) << u;
+    EXPECT_FALSE(log.summary.isIntact);
+    changed = lines;
+    changed.erase(changed.begin() + static_cast<std::ptrdiff_t>(u));
+    log.SetLines(changed);
+    log.Verify(true, "", true);
+    EXPECT_FALSE(log.summary.isIntact);
+  }
+}
+
+}  // namespace

@@ -1,0 +1,53 @@
+#!/usr/bin/env bash
+# seal_command.sh WYLOGCTL: the seal commands, as an administrator calls them, with their exit codes.
+set -euo pipefail
+wylogctl=$1
+scratch=$(mktemp -d)
+trap 'rm -rf "$scratch"' EXIT
+cd "$scratch"
+
+fail() {
+  printf 'error: %s\n' "$*" >&2
+  exit 1
+}
+
+# expect CODE TEXT COMMAND...: the command ends with the code, and prints the text.
+expect() {
+  local code=$1 text=$2 got=0 out
+  shift 2
+  out=$("$@" 2>&1 </dev/null) || got=$?
+  [[ $got == "$code" ]] || fail "$*: exit code $got, not $code: $out"
+  [[ $out == *"$text"* ]] || fail "$*: printed $out"
+}
+seal() { "$wylogctl" seal "$@"; }
+
+seal create --keys keys --signed -o json >created
+key=$(sed -n 's/.*"key":"\([^"]*\)".*/\1/p' created)
+public=$(sed -n 's/.*"public":"\([^"]*\)".*/\1/p' created)
+echo "$key" >audit.key
+expect 2 'never replaced' seal create --keys keys
+seq 100000 130000 | seal append --keys keys --max-size 1 --permissions 0640 audit.log
+seq 10 | seal append --keys keys audit.log
+(($(ls audit*.log | wc -l) == 2)) || fail "not rolled over: $(ls)"
+[[ $(stat -c %a audit.log) == 640 ]] || fail "permissions: $(stat -c %a audit.log)"
+
+expect 0 'intact: 2 files' seal verify --key @audit.key --state keys audit.log
+expect 0 'signed through' seal verify --key "$public" audit.log
+expect 0 '"signed":true' seal status --keys keys -o json
+anchor=$(seal status --keys keys | sed -n 's/^anchor: *//p')
+expect 0 intact seal verify --key "$key" --anchor "$anchor" audit.log
+
+sed -i '2s/^./x/' audit.log
+expect 1 'audit.log:2: changed' seal verify --key "$key" audit.log
+expect 1 '"finding":"changed"' seal verify --key "$key" -o json audit.log
+head -n 5 audit.log >cut && mv cut audit.log
+expect 1 'end-missing' seal verify --key "$key" --state keys audit.log
+
+expect 2 'wyseal-key-1-' seal verify --key nonsense audit.log
+expect 2 'No such file' seal verify --key "$key" nowhere.log
+expect 2 '--key KEY is missing' seal verify audit.log
+expect 2 'SEQ:TAG' seal verify --key "$key" --anchor 7 audit.log
+expect 2 'there is none' seal status --keys nowhere
+expect 2 'not an octal mode' seal append --keys keys --permissions 99 audit.log
+echo plain >plain.log
+expect 2 'not sealed' seal append --keys "$(seal create --keys new >&2 2>/dev/null; echo new)" plain.log
