@@ -145,10 +145,10 @@ class LoggingRun {
         found.erase(strText);
       }
     }
-    for (const auto& [strLine, iCount] : found) {
+    for (const auto& line : found) {
       EXPECT_TRUE(std::any_of(otherLines.begin(), otherLines.end(), [&](const auto& other) {
-        return other.starts_with(strLine);
-      })) << strLine;
+        return other.starts_with(line.first);
+      })) << line.first;
     }
     ExpectBackups();
   }
