@@ -25,6 +25,7 @@
 #include "wyerrlog/WyLogField.h"
 
 class CWyLogger;
+class CWyTraceConfigObserver;
 
 // One component or sub-component that a trace configuration file can select. The logger's own
 // tables are read with CWyLogger::GetAvailableComponents.
@@ -187,6 +188,7 @@ class WYERRLOG_API CWyTraceData {
 
  private:
   friend class CWyLogger;
+  friend class CWyTraceConfigParser;
 
   // Values of uFilterOp.
   enum FilterOperator : unsigned int { Equal = 1, NotEqual = 2, Holds = 7, HoldsNot = 8 };
@@ -204,12 +206,11 @@ class WYERRLOG_API CWyTraceData {
     WYERRLOG_LOCAL void TakeNames();
   };
 
-  class WYERRLOG_LOCAL ConfigParser;
-
   // SetConfiguration without the file: with these tables, nothing selected.
   WYERRLOG_LOCAL bool SetTables(int iFormat, const char* pszDelimiter, int iComponentCount,
                                 const WyTraceComponentInfo* pComponentInfo,
                                 const WyTraceDataFieldInfo* pDataFieldInfo, bool bUseLocalTime);
+  WYERRLOG_LOCAL bool ReadConfigFile(const char* pszConfigFile, CWyTraceConfigObserver* pObserver);
   WYERRLOG_LOCAL void TakeOverFields(const WyTraceDataFieldInfo* pFields);
   WYERRLOG_LOCAL void StopSharing();
   WYERRLOG_LOCAL void PointIntoShared();

@@ -1,0 +1,238 @@
+// Lines become words, words become selections. The behaviour, with all that it passes over, is the
+// file format: other programs' files depend on it.
+
+#include "wyerrlog/internal/WyTraceConfigParser.h"
+
+namespace {
+
+constexpr std::string_view Separators = ":, \t\n";
+constexpr std::string_view Blanks = " \t";
+
+// What a file of version 1.0 selects besides: it was written before these had names of their own.
+struct Expansion {
+  const char* pszSelected;
+  std::array<const char*, 2> apszAdded;
+};
+constexpr std::array<Expansion, 2> Expansions = {{
+    {"Login_Logout/Authentication", {"Login_Logout/Send_Response", "Login_Logout/Receive_Request"}},
+    {"IsAuthorized", {"IsAuthorized/Send_Response", "IsAuthorized/Receive_Request"}},
+}};
+
+// The rest of `text` behind the skipped characters, always a view into it.
+std::string_view SkipLeading(std::string_view text, std::string_view skipped) {
+  const size_t uStart = text.find_first_not_of(skipped);
+  return text.substr(uStart == std::string_view::npos ? text.size() : uStart);
+}
+
+WyTraceDecision Decision(WyTraceDecision::Kind kind, std::string_view word) {
+  WyTraceDecision decision;
+  decision.kind = kind;
+  decision.word = word;
+  return decision;
+}
+
+}  // namespace
+
+// Takes a line apart at the separators; several in a row count as one.
+class CWyLineTokens {
+ public:
+  explicit CWyLineTokens(std::string_view line) : m_rest(line) {}
+
+  // The next token, empty when there is none.
+  std::string_view Next() {
+    const std::string_view text = SkipLeading(m_rest, Separators);
+    const std::string_view token = text.substr(0, text.find_first_of(Separators));
+    m_rest = text.substr(token.size());
+    return token;
+  }
+
+  // What stands behind the last token and the one separator that ended it.
+  std::string_view TextBehind() const { return m_rest.substr(m_rest.empty() ? 0 : 1); }
+
+ private:
+  std::string_view m_rest;
+};
+
+CWyTraceConfigParser::CWyTraceConfigParser(CWyTraceData& data, CWyTraceConfigObserver* pObserver)
+    : m_data(data), m_pObserver(pObserver) {}
+
+bool CWyTraceConfigParser::Configure(CWyTraceData& data, int iFormat, const char* pszDelimiter,
+                                     const char* pszFile,
+                                     std::span<const WyTraceComponentInfo> components,
+                                     const WyTraceDataFieldInfo* pFields,
+                                     CWyTraceConfigObserver* pObserver) {
+  return data.SetTables(iFormat, pszDelimiter, static_cast<int>(components.size()),
+                        components.data(), pFields, false) &&
+         data.ReadConfigFile(pszFile, pObserver);
+}
+
+void CWyTraceConfigParser::Report(WyTraceDecision decision) const {
+  decision.uLine = m_uLine;
+  decision.uPieceColumn = m_uPieceColumn;
+  decision.piece = m_piece;
+  m_pObserver->Decided(decision);
+}
+
+// ---- Reading ------------------------------------------------------------------------------------
+
+bool CWyTraceConfigParser::Read(CWyFile& file) {
+  if (m_pObserver != nullptr) {
+    m_pObserver->Begin({m_data.m_pComponents, static_cast<size_t>(m_data.m_iComponentCount)},
+                       m_data.m_fields);
+  }
+  char szPiece[PieceSize + 1];
+  int iLength = 0;
+  while ((iLength = file.ReadLine(szPiece, PieceSize)) > 0) {
+    if (!ParsePiece({szPiece, static_cast<size_t>(iLength)})) return false;
+  }
+  Finish();
+  if (m_pObserver != nullptr) {
+    m_uLine = 0;
+    WyTraceDecision decision = Decision(WyTraceDecision::End, {});
+    decision.bTaken = iLength == 0;
+    Report(decision);
+  }
+  return true;
+}
+
+// A zero byte ends what is read of a piece.
+bool CWyTraceConfigParser::ParsePiece(std::string_view piece) {
+  m_uPieceColumn = m_bLineGoesOn ? m_uPieceColumn + PieceSize : 1;
+  if (!m_bLineGoesOn) ++m_uLine;
+  const bool bRest = m_bLineGoesOn;
+  m_bLineGoesOn = piece.back() != '\n';
+  m_piece = piece;
+
+  const size_t uZero = piece.find('\0');
+  if (m_pObserver != nullptr) {
+    if (bRest) Report(Decision(WyTraceDecision::LongLine, piece));
+    if (uZero != std::string_view::npos) {
+      Report(Decision(WyTraceDecision::ZeroByte, piece.substr(uZero)));
+    }
+  }
+  return ParseLine(piece.substr(0, uZero));
+}
+
+bool CWyTraceConfigParser::ParseLine(std::string_view line) {
+  CWyLineTokens tokens(line);
+  const std::string_view first = tokens.Next();
+  if (first.empty() || first.front() == '#') return true;
+  if (first == "version") {
+    ParseVersion(tokens);
+    return true;
+  }
+  return ParseStatement(first, tokens);
+}
+
+void CWyTraceConfigParser::ParseVersion(CWyLineTokens& tokens) {
+  const std::string_view value = tokens.Next();
+  const bool bTaken = value.find("1.1") != std::string_view::npos;
+  if (bTaken) m_bExpand = false;
+  if (m_pObserver == nullptr) return;
+  WyTraceDecision decision = Decision(WyTraceDecision::Version, value);
+  decision.bTaken = bTaken;
+  Report(decision);
+}
+
+// ---- Statements ---------------------------------------------------------------------------------
+
+bool CWyTraceConfigParser::ParseStatement(std::string_view keyword, CWyLineTokens& tokens) {
+  if (m_expected == WyTraceStatement::Filters) {
+    AddFilter(keyword, tokens.TextBehind());
+    return true;
+  }
+  const bool bComponents = m_expected == WyTraceStatement::Components;
+  const bool bExpected = keyword == (bComponents ? "components" : "data");
+  if (m_pObserver != nullptr) {
+    WyTraceDecision decision =
+        Decision(bExpected ? WyTraceDecision::Statement : WyTraceDecision::Refused, keyword);
+    decision.expected = m_expected;
+    decision.text = tokens.TextBehind();
+    Report(decision);
+  }
+  if (!bExpected) return false;
+  if (bComponents) {
+    if (!SelectComponents(tokens)) return false;
+    m_expected = WyTraceStatement::Data;
+  } else {
+    SelectFields(tokens);
+    m_expected = WyTraceStatement::Filters;
+  }
+  return true;
+}
+
+bool CWyTraceConfigParser::SelectComponents(CWyLineTokens& tokens) {
+  for (auto name = tokens.Next(); !name.empty(); name = tokens.Next()) {
+    const WyTraceComponentInfo* pComponent = m_data.FindComponent(name);
+    if (pComponent != nullptr && !m_data.MarkComponentTraced(pComponent->uId)) return false;
+    if (m_pObserver == nullptr) continue;
+    WyTraceDecision decision = Decision(WyTraceDecision::Component, name);
+    decision.pComponent = pComponent;
+    Report(decision);
+  }
+  return true;
+}
+
+void CWyTraceConfigParser::SelectFields(CWyLineTokens& tokens) {
+  // A field is entered once, so the list cannot run over.
+  unsigned int uPosition = 0;
+  for (auto name = tokens.Next(); !name.empty(); name = tokens.Next()) {
+    WyTraceDataFieldInfo* pField = m_data.FindField(name);
+    const bool bTaken = pField != nullptr && !pField->bTraced;
+    if (bTaken) {
+      pField->bTraced = true;
+      m_data.m_auFieldOrder[uPosition++] = static_cast<unsigned int>(pField - m_data.m_fields) + 1;
+    }
+    if (m_pObserver == nullptr) continue;
+    WyTraceDecision decision = Decision(WyTraceDecision::Field, name);
+    decision.pField = pField;
+    decision.bTaken = bTaken;
+    Report(decision);
+  }
+}
+
+void CWyTraceConfigParser::AddFilter(std::string_view name, std::string_view text) {
+  WyTraceDataFieldInfo* pField = m_data.FindField(name);
+  text = SkipLeading(text.substr(0, text.find('\n')), Blanks);
+  const unsigned int uOperator = pField != nullptr ? SetFilter(*pField, text) : 0;
+  if (m_pObserver == nullptr) return;
+  WyTraceDecision decision = Decision(WyTraceDecision::Filter, name);
+  decision.pField = pField;
+  decision.uOperator = uOperator;
+  decision.text = uOperator != 0 ? text.substr(2) : text;
+  Report(decision);
+}
+
+// Returns the operator, or 0, with nothing set, if the text does not begin with one.
+unsigned int CWyTraceConfigParser::SetFilter(WyTraceDataFieldInfo& field, std::string_view text) {
+  constexpr std::array<std::pair<std::string_view, CWyTraceData::FilterOperator>, 4> Operators = {{
+      {"==", CWyTraceData::Equal},
+      {"!=", CWyTraceData::NotEqual},
+      {"@@", CWyTraceData::Holds},
+      {"!@", CWyTraceData::HoldsNot},
+  }};
+  for (const auto& [op, code] : Operators) {
+    if (!text.starts_with(op)) continue;
+    m_data.SetFilter(field, code, text.substr(op.size()));
+    return code;
+  }
+  return 0;
+}
+
+void CWyTraceConfigParser::Finish() {
+  if (!m_bExpand) return;
+  for (const Expansion& expansion : Expansions) {
+    const WyTraceComponentInfo* pSelected = m_data.FindComponent(expansion.pszSelected);
+    if (pSelected == nullptr || !m_data.ComponentSelected(pSelected->uId)) continue;
+    for (const char* pszAdded : expansion.apszAdded) {
+      const WyTraceComponentInfo* pAdded = m_data.FindComponent(pszAdded);
+      if (pAdded == nullptr) continue;
+      m_data.MarkComponentTraced(pAdded->uId);
+      if (m_pObserver == nullptr) continue;
+      WyTraceDecision decision = Decision(WyTraceDecision::Added, {});
+      decision.pComponent = pAdded;
+      decision.pBy = pSelected;
+      Report(decision);
+    }
+  }
+}
