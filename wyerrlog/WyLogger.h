@@ -247,6 +247,7 @@ class WYERRLOG_API CWyLogger {
   template <typename T>
   friend class CWyProcessObject;
   friend WYERRLOG_API CWyLogger* theLogger();
+  friend class CWyTraceConfigCheck;
 
   // A logger that stays released, in place of one that could not be constructed.
   WYERRLOG_LOCAL explicit CWyLogger(CWyMessageCatalog& emptyCatalog);
@@ -257,10 +258,9 @@ class WYERRLOG_API CWyLogger {
   WYERRLOG_LOCAL void End() noexcept;  // Release where nothing can be thrown
 
   // The steps of EnableTrace; from the second one on with the trace guard held for writing.
-  WYERRLOG_LOCAL std::unique_ptr<CWyTraceData> NewTraceConfiguration(int iFormat,
-                                                                     const char* pszDelimiter,
-                                                                     const char* pszConfigFile,
-                                                                     bool bUseLocalTime);
+  WYERRLOG_LOCAL std::unique_ptr<CWyTraceData> NewTraceConfiguration(
+      int iFormat, const char* pszDelimiter, const char* pszConfigFile, bool bUseLocalTime,
+      CWyTraceConfigObserver* pObserver);
   WYERRLOG_LOCAL bool CanEnableTrace(const CWyLogOutput* pOutput, const CWyLogOutput* pSecondOutput,
                                      bool bOutputOnly) const;
   WYERRLOG_LOCAL bool OpenTraceOutputs(CWyLogOutput* pOutput, CWyLogOutput* pSecondOutput,

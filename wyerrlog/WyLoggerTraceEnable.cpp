@@ -31,7 +31,8 @@ bool CWyLogger::EnableTrace(CWyLogOutput* pOutput, CWyLogOutput* pSecondOutput, 
   // Refusals that need no guard come first. An output installed twice would be deleted twice.
   if (pOutput == nullptr || pOutput == pSecondOutput) return false;
   if (pSecondOutput != nullptr && pOutput->IsAsync()) return false;
-  auto pConfiguration = NewTraceConfiguration(iFormat, pszDelimiter, pszConfigFile, bUseLocalTime);
+  auto pConfiguration =
+      NewTraceConfiguration(iFormat, pszDelimiter, pszConfigFile, bUseLocalTime, nullptr);
   if (pConfiguration == nullptr) return false;
   CWyErrLogMessage header1(bUseLocalTime);
   CWyErrLogMessage header2(bUseLocalTime);
@@ -72,7 +73,8 @@ bool CWyLogger::EnableTrace(CWyLogOutput* pOutput, CWyLogOutput* pSecondOutput, 
 std::unique_ptr<CWyTraceData> CWyLogger::NewTraceConfiguration(int iFormat,
                                                                const char* pszDelimiter,
                                                                const char* pszConfigFile,
-                                                               bool bUseLocalTime) {
+                                                               bool bUseLocalTime,
+                                                               CWyTraceConfigObserver* pObserver) {
   auto pConfiguration = WyNoThrow<std::unique_ptr<CWyTraceData>>(
       nullptr, [] { return std::make_unique<CWyTraceData>(); });
   if (pConfiguration == nullptr || m_pCatalog == nullptr) return nullptr;
@@ -84,7 +86,8 @@ std::unique_ptr<CWyTraceData> CWyLogger::NewTraceConfiguration(int iFormat,
       return nullptr;
     }
   }
-  return pConfiguration->ReadConfigFile(pszConfigFile) ? std::move(pConfiguration) : nullptr;
+  return pConfiguration->ReadConfigFile(pszConfigFile, pObserver) ? std::move(pConfiguration)
+                                                                  : nullptr;
 }
 
 // An installed output is refused: it would be closed and deleted before it is opened again.

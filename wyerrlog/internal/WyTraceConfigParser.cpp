@@ -3,6 +3,8 @@
 
 #include "wyerrlog/internal/WyTraceConfigParser.h"
 
+#include <utility>
+
 namespace {
 
 constexpr std::string_view Separators = ":, \t\n";
@@ -118,18 +120,19 @@ bool CWyTraceConfigParser::ParseLine(std::string_view line) {
   const std::string_view first = tokens.Next();
   if (first.empty() || first.front() == '#') return true;
   if (first == "version") {
-    ParseVersion(tokens);
+    ParseVersion(first, tokens);
     return true;
   }
   return ParseStatement(first, tokens);
 }
 
-void CWyTraceConfigParser::ParseVersion(CWyLineTokens& tokens) {
+void CWyTraceConfigParser::ParseVersion(std::string_view keyword, CWyLineTokens& tokens) {
   const std::string_view value = tokens.Next();
   const bool bTaken = value.find("1.1") != std::string_view::npos;
   if (bTaken) m_bExpand = false;
   if (m_pObserver == nullptr) return;
-  WyTraceDecision decision = Decision(WyTraceDecision::Version, value);
+  WyTraceDecision decision = Decision(WyTraceDecision::Version, value.empty() ? keyword : value);
+  decision.text = value;
   decision.bTaken = bTaken;
   Report(decision);
 }

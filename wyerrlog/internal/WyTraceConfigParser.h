@@ -20,7 +20,7 @@ enum class WyTraceStatement { Components, Data, Filters };
 // One decision. The views and pointers are valid during the call that reports it.
 struct WyTraceDecision {
   enum Kind {
-    Version,    // word: the value, empty if there is none; bTaken: the file is of version 1.1
+    Version,    // word: the value; the keyword, with an empty text, if there is none; bTaken: 1.1
     Refused,    // word: what stands in the place of the keyword `expected`; the parsing ends
     Statement,  // word: the keyword; `expected` says which statement begins
     Component,  // word: a name; pComponent: its entry, now selected; null if unknown
@@ -34,7 +34,7 @@ struct WyTraceDecision {
 
   Kind kind;
   std::string_view word;
-  std::string_view text;  // of a filter; without an operator what stands in its place
+  std::string_view text;  // of a version; of a filter, without an operator what stands there
   WyTraceStatement expected = WyTraceStatement::Components;
   const WyTraceComponentInfo* pComponent = nullptr;
   const WyTraceComponentInfo* pBy = nullptr;
@@ -81,7 +81,7 @@ class CWyTraceConfigParser {
  private:
   bool ParsePiece(std::string_view piece);
   bool ParseLine(std::string_view line);
-  void ParseVersion(CWyLineTokens& tokens);
+  void ParseVersion(std::string_view keyword, CWyLineTokens& tokens);
   bool ParseStatement(std::string_view keyword, CWyLineTokens& tokens);
   bool SelectComponents(CWyLineTokens& tokens);
   void SelectFields(CWyLineTokens& tokens);

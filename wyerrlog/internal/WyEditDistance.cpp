@@ -1,6 +1,6 @@
 // Optimal string alignment by rows: three rows of the table of distances are kept, since an
 // exchange of neighbours looks back two.
-#include "tools/common/EditDistance.h"
+#include "wyerrlog/internal/WyEditDistance.h"
 
 #include <algorithm>
 #include <numeric>
