@@ -4,12 +4,14 @@
 #include "AgentLog.h"
 
 #include <wyerrlog/WyLoggerList.h>
+#include <wyerrlog/WyTraceCheck.h>
 #include <wyerrlog_seal/WySealedOutput.h>
 #include <wyxlate/WyXlate.h>
 
 #include <filesystem>
 #include <system_error>
 #include <utility>
+#include <vector>
 
 #include "IsAuthorizedMessages.h"
 #include "LoginLogoutMessages.h"
@@ -114,7 +116,25 @@ bool AgentLog::TurnTracingOn(const Tenant& tenant) const {
   }
   WyLog(logger, bOn ? IsAuthorized::TracingOn : IsAuthorized::TracingFailed, Printable(strConfig),
         tenant.strDirectory + "/trace.log");
+  LogTraceFindings(tenant);
   return bOn;
+}
+
+// What the library passed over in the configuration, or why it refused it.
+void AgentLog::LogTraceFindings(const Tenant& tenant) const {
+  std::vector<WyTraceFinding> findings;
+  WyCheckTraceConfiguration(*tenant.pLogger, m_options.strTraceConfig.c_str(), findings);
+  for (const WyTraceFinding& finding : findings) {
+    if (finding.level == WyTraceLevel::Effect) continue;
+    std::string strPlace = m_options.strTraceConfig;
+    if (finding.uLine > 0) {
+      strPlace += ':' + std::to_string(finding.uLine) + ':' + std::to_string(finding.uColumn);
+    }
+    std::string strText = finding.strCode + ", " + finding.strText;
+    if (!finding.strHelp.empty()) strText += " (" + finding.strHelp + ")";
+    WyLog(*tenant.pLogger, IsAuthorized::TracingConfigFinding, Printable(strPlace),
+          Printable(strText));
+  }
 }
 
 void AgentLog::TurnTracingOff() const {

@@ -55,7 +55,7 @@ class AgentLog {
 
   // Reads the trace configuration file again and traces every tenant's requests until
   // TurnTracingOff. Returns false if the file cannot be read or the library refuses it; each
-  // tenant's error log states the result.
+  // tenant's error log states the result, and what the library passes over in the file.
   bool TurnTracingOn() const;
   void TurnTracingOff() const;
 
@@ -67,6 +67,7 @@ class AgentLog {
 
   bool OpenLogs(const Tenant& tenant) const;
   bool TurnTracingOn(const Tenant& tenant) const;
+  void LogTraceFindings(const Tenant& tenant) const;
   CWyLogOutput* NewFileOutput(const Tenant& tenant, const char* pszName) const;
   CWyLogOutput* NewAuditOutput(const Tenant& tenant) const;
 
