@@ -1,5 +1,7 @@
 // wylogctl: the command for those who run the programs that log. Each command adds itself here.
 
+#include "tools/wylogctl/ConfigCommand.h"
+#include "tools/wylogctl/ConfigSimulate.h"
 #include "tools/wylogctl/FilesCommand.h"
 #include "tools/wylogctl/ListCommand.h"
 #include "tools/wylogctl/LogCommand.h"
@@ -20,6 +22,8 @@ int main(int iCount, char** ppszArguments) {
   RegisterFilesCommand(program);
   RegisterListCommand(program);
   RegisterMessageCommand(program);
+  RegisterConfigCommands(program);
+  RegisterConfigSimulateCommand(program);
 #ifdef WYLOGCTL_SEAL
   RegisterSealCommands(program);
 #endif
