@@ -420,6 +420,36 @@ show_java() {
   (($(count '\[(decide|findRule)\]' "$log/trace.log") == 6)) || fail "trace records of Java are missing"
 }
 
+# --- wylogctl --------------------------------------------------------------------------------------
+
+# ctl ARGUMENT...: prints the command and its first lines, runs it in the folder of the logs.
+ctl() {
+  echo "\$ wylogctl $*"
+  local root=$PWD
+  (cd "$log" && env ORVA_WA_ROOT="$root/$build" "$root/$build/bin/wylogctl" "$@" 2>&1) >"$work/ctl" ||
+    fail "wylogctl $1 ends with $?: $(tail -n 3 "$work/ctl")"
+  show 24 "$work/ctl"
+  echo
+}
+
+show_wylogctl() {
+  say "The logs of a busy agent, read with wylogctl"
+  mkdir -p "$work/wylogctl"
+  sed 's/^data: /&Date, /' "$samples/trace.conf" >"$work/wylogctl/trace.conf"
+  start_agent wylogctl C.UTF-8 --log-size 1 --trace --trace-config "$work/wylogctl/trace.conf"
+  many_clients answers one_verbose_client 40
+  get "$url/public/request-4711" >"$work/answer"
+  many_clients answers one_verbose_client 40
+  stop_agent
+  (($(find "$log" -name 'audit_*.log' | wc -l) > 1)) || fail "no backups"
+
+  ctl config explain --load trace.conf
+  ctl log -q -o table --grep request-4711 error.log audit.log trace.log
+  (($(count request-4711 "$work/ctl") >= 3)) || fail "the request is not in all three logs"
+  ctl stats -q --by key error.log
+  ctl verify error.log audit.log trace.log
+}
+
 # --- All parts -------------------------------------------------------------------------------------
 
 scripts/install-deps.sh
@@ -437,4 +467,5 @@ show_layouts
 show_filter
 show_switching
 show_java
+show_wylogctl
 say "All checks passed. The logs are in $work, the sources of the agents in examples/"
