@@ -57,6 +57,7 @@ class TwoLogs : public testing::Test {
           std::make_unique<TestThread>([pLog] { EXPECT_TRUE(LogError(pLog->logger, "outer")); }));
     }
     m_threads.clear();
+    m_first.script.onLog = m_second.script.onLog = nullptr;
     return iDone;
   }
 
