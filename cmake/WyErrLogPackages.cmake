@@ -96,6 +96,7 @@ if(TARGET wylogctl)
     WHAT "tools" DEPENDS "${same_version}"
     CONTENT "This package contains wylogctl, which reads, follows and checks the logs.")
   set(CPACK_DEBIAN_TOOLS_PACKAGE_SHLIBDEPS ON)
+  set(CPACK_DEBIAN_TOOLS_DEBUGINFO_PACKAGE ON)
 endif()
 
 set(seal_package "libwyerrlog-seal${PROJECT_VERSION_MAJOR}")
