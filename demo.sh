@@ -142,7 +142,7 @@ agree() {
 show_many_clients() {
   say "$clients clients at once: allowed, denied, wrong password, missing page, a forged log line"
   start_agent many C.UTF-8
-  many_clients answers one_client 10
+  many_clients responses one_client 10
   stop_agent
 
   echo "error.log begins:"
@@ -151,13 +151,13 @@ show_many_clients() {
   show 6 "$log/audit.log"
 
   say "Counting: every request has one audit record, every refusal and failure one error message"
-  local answers=$work/answers status
-  agree "requests sent and answered" "$(lines "$answers")" "audit records" "$(lines "$log/audit.log")"
-  for status in $(sort -u "$answers"); do
-    agree "  responses with status $status" "$(count "^$status\$" "$answers")" \
+  local responses=$work/responses status
+  agree "requests sent and answered" "$(lines "$responses")" "audit records" "$(lines "$log/audit.log")"
+  for status in $(sort -u "$responses"); do
+    agree "  responses with status $status" "$(count "^$status\$" "$responses")" \
       "audit records with that status" "$(count " status=$status\$" "$log/audit.log")"
   done
-  agree "refused or failed" "$(count '^[^2]' "$answers")" \
+  agree "refused or failed" "$(count '^[^2]' "$responses")" \
     "error messages of refusals" "$(count "$refusal_re" "$log/error.log")"
   all_whole "$audit_re" "$log/audit.log"
   all_whole "$error_re" "$log/error.log"
@@ -176,18 +176,18 @@ one_verbose_client() {
 show_rollover() {
   say "Logs rolled over by size, while $clients clients call: --log-size 1"
   start_agent rollover C.UTF-8 --log-size 1
-  many_clients answers one_verbose_client 60
+  many_clients responses one_verbose_client 60
   stop_agent
   cat "$log"/audit*.log >"$work/audit.all"
   ls -sh1 "$log"/audit*.log | sed 's/^/  /'
-  agree "requests sent and answered" "$(lines "$work/answers")" \
+  agree "requests sent and answered" "$(lines "$work/responses")" \
     "audit records in all files" "$(lines "$work/audit.all")"
   all_whole "$audit_re" "$work/audit.all"
   [[ -z $(find "$log" -name '*.log' -size +1024k) ]] || fail "a log is larger than a megabyte"
 
   echo "The same again, keeping three backups of each log: --log-size 1 --log-backups 3"
   start_agent rollover C.UTF-8 --log-size 1 --log-backups 3
-  many_clients answers one_verbose_client 60
+  many_clients responses one_verbose_client 60
   stop_agent
   ls -sh1 "$log"/*.log | sed 's/^/  /'
   local name
@@ -204,7 +204,7 @@ show_sealed_audit() {
   say "A sealed audit log: wylogctl seal create, the agent with --seal, wylogctl seal verify"
   wylogctl seal create --quiet --keys "$work/keys" | sed 's/^verification key: //' >"$work/audit.key"
   start_agent sealed C.UTF-8 --seal "$work/keys" --log-size 1
-  many_clients answers one_verbose_client 60
+  many_clients responses one_verbose_client 60
   get --user "$carol" "$url/reports/q3.html" >/dev/null
   stop_agent
   tail -n 1 "$log/audit.log" | show 1 -
@@ -254,7 +254,7 @@ show_tenants() {
   printf 'components IsAuthorized\ndata Tenant Resource Result Message\n' >"$work/trace.conf"
   start_agent tenants C.UTF-8 --tenant red.example --tenant blue.example \
     --trace --trace-config "$work/trace.conf"
-  many_clients answers one_tenants_client 10
+  many_clients responses one_tenants_client 10
   stop_agent
   (cd "$log" && find . -name '*.log' | sort | xargs wc -l | sed 's/^/  /')
   echo "trace.log of red.example:"
@@ -272,11 +272,11 @@ show_tenants() {
 # without their prologs to the file `messages` there.
 one_of_each() {
   start_agent "$1" "$1"
-  get --user "$alice" "$url/reports/missing.html" >"$work/answers"
-  get --user "$bob" --request DELETE "$url/drafts/plan.html" >>"$work/answers"
-  get --user bob:guess "$url/reports/" >>"$work/answers"
-  get --user eve:guess "$url/reports/" >>"$work/answers"
-  get "$url/reports/" >>"$work/answers"
+  get --user "$alice" "$url/reports/missing.html" >"$work/responses"
+  get --user "$bob" --request DELETE "$url/drafts/plan.html" >>"$work/responses"
+  get --user bob:guess "$url/reports/" >>"$work/responses"
+  get --user eve:guess "$url/reports/" >>"$work/responses"
+  get "$url/reports/" >>"$work/responses"
   stop_agent
   ! run_agent_once "$1" --policy "$work/broken.conf" || fail "a broken policy was accepted"
   sed -nE 's/^.*(\[(INFO|WARNING|ERROR)\]\[)/\1/p' "$log/error.log" |
@@ -312,7 +312,7 @@ show_layouts() {
     say "The same requests traced in layout $layout, ${names[layout]}"
     start_agent "layout$layout" C.UTF-8 --trace --trace-config "$samples/trace.conf" \
       --trace-layout "$layout" --trace-delimiter ' | '
-    traced_requests >"$work/answers"
+    traced_requests >"$work/responses"
     stop_agent
     show "${heads[layout]}" "$log/trace.log"
     records=$(($(lines "$log/trace.log") - 2))
@@ -325,7 +325,7 @@ show_filter() {
   say "The same requests, traced through a filter: User: ==carol"
   { cat "$samples/trace.conf" && echo 'User: ==carol'; } >"$work/trace.conf"
   start_agent filter C.UTF-8 --trace --trace-config "$work/trace.conf"
-  traced_requests >"$work/answers"
+  traced_requests >"$work/responses"
   stop_agent
   show 20 "$log/trace.log"
   local records=$(($(lines "$log/trace.log") - 2))
@@ -349,7 +349,7 @@ show_switching() {
   say "Tracing turned on and off by signals while $clients clients call"
   cp "$samples/trace.conf" "$work/trace.conf"
   start_agent switching C.UTF-8 --trace-config "$work/trace.conf"
-  many_clients answers until_enough &
+  many_clients responses until_enough &
   local load=$! untraced
   serve_more "$log/audit.log"
   [[ ! -e $log/trace.log ]] || fail "traced before it was turned on"
@@ -374,7 +374,7 @@ show_switching() {
   stop_agent
   echo "The last lines of trace.log:"
   tail -n 3 "$log/trace.log" | show 3 -
-  agree "requests sent and answered" "$(lines "$work/answers")" \
+  agree "requests sent and answered" "$(lines "$work/responses")" \
     "audit records" "$(lines "$log/audit.log")"
   all_whole "$audit_re" "$log/audit.log"
   all_whole '^(\[[^][]*\]){4}$|^(\[[^][]*\]){9}$' "$log/trace.log"
@@ -401,9 +401,9 @@ show_java() {
       ;;
   esac
   start_agent java C.UTF-8 --trace --trace-config "$samples/trace.conf"
-  get --user "$carol" "$url/reports/q3.html" >"$work/answers"
+  get --user "$carol" "$url/reports/q3.html" >"$work/responses"
   java_agent 'carol GET /reports/q3.html' 'alice GET /reports/q3.html' >"$work/decisions"
-  get --user "$carol" "$url/reports/q3.html" >>"$work/answers"
+  get --user "$carol" "$url/reports/q3.html" >>"$work/responses"
   stop_agent
   echo "error.log:"
   show 9 "$log/error.log"
@@ -412,7 +412,7 @@ show_java() {
 
   local not_permitted='\[WARNING\]\[isauth-00007\] '
   agree "refused in C++" "$(count "\.cpp:[0-9]+\]$not_permitted" "$log/error.log")" \
-    "by status" "$(count '^403$' "$work/answers")"
+    "by status" "$(count '^403$' "$work/responses")"
   agree "refused in Java" "$(count "\.java\]$not_permitted" "$log/error.log")" \
     "by decision" "$(count '^deny ' "$work/decisions")"
   (($(sed -nE "s/^.*$not_permitted//p" "$log/error.log" | sort -u | wc -l) == 1)) ||
@@ -437,9 +437,9 @@ show_wylogctl() {
   mkdir -p "$work/wylogctl"
   sed 's/^data: /&Date, /' "$samples/trace.conf" >"$work/wylogctl/trace.conf"
   start_agent wylogctl C.UTF-8 --log-size 1 --trace --trace-config "$work/wylogctl/trace.conf"
-  many_clients answers one_verbose_client 40
-  get "$url/public/request-4711" >"$work/answer"
-  many_clients answers one_verbose_client 40
+  many_clients responses one_verbose_client 40
+  get "$url/public/request-4711" >"$work/response"
+  many_clients responses one_verbose_client 40
   stop_agent
   (($(find "$log" -name 'audit_*.log' | wc -l) > 1)) || fail "no backups"
 

@@ -84,7 +84,8 @@ enum Number : unsigned int {
   HandleCount = 43,
   FreeHandleCount = 44,
   BusyHandleCount = 45,
-  // Measurements: the time that an answer took, requests per time, a threshold, and the name of the
+  // Measurements: the time that a response took, requests per time, a threshold, and the name of
+  // the
   // transaction that is measured. The program chooses the units.
   ResponseTime = 46,
   Throughput = 47,

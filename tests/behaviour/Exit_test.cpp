@@ -29,7 +29,7 @@ namespace {
 constexpr int Runs = test_support::IsSanitized ? 20 : 100;
 
 // Runs the body in a process of its own on a terminal of its own, up to the end of exit(0), for
-// which it has ten seconds. Answers whether it came to that.
+// which it has ten seconds. Returns whether the process ended that way.
 template <typename Body>
 bool ExitsWell(Body body) {
   int hTerminal = -1;

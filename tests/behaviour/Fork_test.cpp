@@ -50,7 +50,7 @@ using test_support::TestThread;
 
 constexpr bool ChildrenRun = !test_support::IsSanitized;  // else they end at once
 
-// Forks; the child has five seconds for the body and ends with what it answers.
+// Forks; the child has five seconds for the body and exits with the body's result.
 template <typename Body>
 pid_t StartChild(Body body) {
   const pid_t pid = fork();

@@ -1,5 +1,5 @@
-// Memory runs out in the n-th allocation of a host's calls, for every n: each call answers false or
-// does its work, nothing is thrown, and when there is memory again everything works.
+// The n-th allocation of a host's calls fails, for every n: each call returns false or does its
+// work, no exception leaves the library, and once memory is available again everything works.
 
 #include <dlfcn.h>
 #include <gtest/gtest.h>
@@ -36,8 +36,8 @@ constexpr long Step = IsThreadSanitized ? 20 : 1;
 
 constexpr std::size_t LongValue = 3000;  // bytes; longer than what records and messages hold inline
 
-// What a host does with the library, and what must have come of it. Calls answer false where there
-// may have been no memory.
+// What a host does with the library, and the results that are expected. Calls may return false
+// where an allocation failed.
 class Host {
  public:
   void UseEverything() {
@@ -52,17 +52,17 @@ class Host {
     Reconfigure();
     if (!FailingMemory::During([] { return theLogger(); })) ADD_FAILURE() << "no logger at all";
   }
-  bool AllAnsweredTrue() const { return m_bAllTrue; }
+  bool AllReturnedTrue() const { return m_bAllTrue; }
   void Forget() { m_bAllTrue = true; }
 
  private:
-  // What a call answers. It throws nothing.
+  // Returns what the call returns. Fails the test if the call throws.
   template <typename Call>
   auto Ask(Call call) -> decltype(call()) {
     try {
-      const auto answer = FailingMemory::During(call);
-      if (!answer) m_bAllTrue = false;
-      return answer;
+      const auto result = FailingMemory::During(call);
+      if (!result) m_bAllTrue = false;
+      return result;
     } catch (...) {
       ADD_FAILURE() << "an exception";
       m_bAllTrue = false;
@@ -74,7 +74,7 @@ class Host {
     return Ask([&] { return logger.NewLogOutput(1, strPath.c_str(), 1, 0, 0); });
   }
 
-  // Installs a file output; `install` answers whether it took it.
+  // Installs a file output; `install` returns whether the log took it.
   template <typename Install>
   void SetUp(CWyLogger& logger, const char* pszName, Install install) {
     CWyLogOutput* const pOutput = FileOutput(logger, pszName);
@@ -198,7 +198,8 @@ class Host {
   bool m_bAllTrue = true;
 };
 
-// One run in a process of its own, where nothing has been made yet. Answers whether memory ran out.
+// One run in a process of its own, where nothing is constructed yet. Returns whether an allocation
+// failed.
 bool FailsAt(long lNumber, bool bAllAfterIt) {
   const pid_t pid = fork();
   if (pid == 0) {
@@ -211,7 +212,7 @@ bool FailsAt(long lNumber, bool bAllAfterIt) {
     theLogger()->Init();  // which may have been where memory ran out
     host.Forget();
     host.UseEverything();
-    EXPECT_TRUE(host.AllAnsweredTrue()) << "with memory again";
+    EXPECT_TRUE(host.AllReturnedTrue()) << "with memory again";
     if (__lsan_do_leak_check != nullptr) __lsan_do_leak_check();
     _exit(testing::Test::HasFailure() ? 1 : bFailed ? 2 : 3);
   }

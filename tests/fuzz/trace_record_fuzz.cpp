@@ -76,7 +76,7 @@ std::string Configuration(const std::vector<InputField>& fields) {
   return strConfig + "\n";
 }
 
-// Sets the field's value as it is given; answers the text that it should have become.
+// Sets the field's value as given; returns the text that is expected in the record.
 std::string SetValue(CWyTraceData& record, const InputField& field, bool& bPassed) {
   constexpr unsigned int FirstWithoutMeaning = 8;
   const unsigned int uId = field.info.uId;

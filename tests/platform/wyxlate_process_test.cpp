@@ -28,7 +28,7 @@ TEST(WyXlateProcess, ThreadsFindTheBundlesOfTheDirectoryThatIsSet) {
     directory.Write("agent.properties", std::string("where=") + directory.Name());
   }
   ASSERT_TRUE(CWyXlate::SetResourceDirectory(directories[0].Name()));
-  // Odd while the directory changes; then half of it tells which one is set.
+  // Odd while the directory changes; else half of it is the number of the directory that is set.
   std::atomic<unsigned> uChange{0};
   std::atomic<long> nWrong{0};
   const BusyThreads threads(4, [&](int i) {

@@ -1,4 +1,4 @@
-// A library that gives no component: without an entry point of its own, or with one that answers
+// A library that gives no component: without an entry point of its own, or with one that returns
 // null.
 
 #include "wyerrlog/WyLogger.h"

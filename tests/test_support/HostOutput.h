@@ -1,7 +1,7 @@
 #ifndef WYERRLOG_TESTS_HOSTOUTPUT_H
 #define WYERRLOG_TESTS_HOSTOUTPUT_H
 
-// An output of the host's own, which does what the test says and tells what was done to it.
+// A host's output, which follows the test's script and records the calls it receives.
 
 #include <functional>
 #include <mutex>
@@ -15,10 +15,10 @@ namespace test_support {
 
 // Outlives its output, which the logger deletes.
 struct OutputScript {
-  bool bOpens = true;  // what Open and Log answer
+  bool bOpens = true;  // what Open and Log return
   bool bLogs = true;
   bool bAsync = false;
-  // Called by the operations, before they answer.
+  // Called by the operations, before they return.
   std::function<void()> onOpen, onLog, onClose;
 
   // "open", "log <text>", ...
