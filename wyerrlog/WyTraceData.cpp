@@ -16,6 +16,7 @@
 #include "wyerrlog/WyErrLogPort.h"
 #include "wyerrlog/internal/WyThreadStamp.h"
 #include "wyerrlog/internal/WyTimeText.h"
+#include "wyerrlog/internal/WyTraceFilter.h"
 
 namespace {
 
@@ -214,24 +215,12 @@ bool CWyTraceData::PassesFilter(unsigned int uId) {
   return !m_fields[uId].bFiltered || TestDataFilter(uId);
 }
 
-// Filters compare bytes: upper and lower case differ, whatever the process's locale.
 bool CWyTraceData::TestDataFilter(unsigned int uId) {
   if (uId >= FieldCount) return false;
   const WyTraceDataFieldInfo& field = m_fields[uId];
   const char* pszValue = field.pszValue != nullptr ? field.pszValue : "";
   const char* pszFilter = field.pszFilter != nullptr ? field.pszFilter : "";
-  switch (field.uFilterOp) {
-    case Equal:
-      return std::strcmp(pszValue, pszFilter) == 0;
-    case NotEqual:
-      return std::strcmp(pszValue, pszFilter) != 0;
-    case Holds:
-      return std::strstr(pszValue, pszFilter) != nullptr;
-    case HoldsNot:
-      return std::strstr(pszValue, pszFilter) == nullptr;
-    default:
-      return false;
-  }
+  return WyTraceFilter::Passes(field.uFilterOp, pszValue, pszFilter);
 }
 
 // ---- Clock --------------------------------------------------------------------------------------

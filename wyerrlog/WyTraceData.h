@@ -188,10 +188,8 @@ class WYERRLOG_API CWyTraceData {
 
  private:
   friend class CWyLogger;
-  friend class CWyTraceConfigParser;
-
-  // Values of uFilterOp.
-  enum FilterOperator : unsigned int { Equal = 1, NotEqual = 2, Holds = 7, HoldsNot = 8 };
+  friend class CWyTraceConfigEntries;
+  friend class CWyTraceConfigReading;
 
   // What a configuration and its records share. The raw pointers m_pszDelimiter, m_pComponents and
   // pszFilter point into it.
@@ -214,7 +212,7 @@ class WYERRLOG_API CWyTraceData {
   WYERRLOG_LOCAL void TakeOverFields(const WyTraceDataFieldInfo* pFields);
   WYERRLOG_LOCAL void StopSharing();
   WYERRLOG_LOCAL void PointIntoShared();
-  WYERRLOG_LOCAL void SetFilter(WyTraceDataFieldInfo& field, FilterOperator filterOp,
+  WYERRLOG_LOCAL void SetFilter(WyTraceDataFieldInfo& field, unsigned int uOperator,
                                 std::string_view text);
   WYERRLOG_LOCAL WyTraceComponentInfo* FindComponent(std::string_view name);
   WYERRLOG_LOCAL WyTraceDataFieldInfo* FindField(std::string_view name);

@@ -27,6 +27,42 @@ std::span<WyTraceComponentInfo> Entries(WyTraceComponentInfo* pComponents, int i
 
 }  // namespace
 
+// A configuration as the parser sees it.
+class CWyTraceConfigEntries : public CWyTraceConfigTarget {
+ public:
+  explicit CWyTraceConfigEntries(CWyTraceData& data) : m_data(data) {}
+
+  std::span<const WyTraceComponentInfo> Components() const override {
+    return Entries(m_data.m_pComponents, m_data.m_iComponentCount);
+  }
+  std::span<const WyTraceDataFieldInfo> Fields() const override { return m_data.m_fields; }
+  const WyTraceComponentInfo* FindComponent(std::string_view name) const override {
+    return m_data.FindComponent(name);
+  }
+  const WyTraceDataFieldInfo* FindField(std::string_view name) const override {
+    return m_data.FindField(name);
+  }
+  void SelectComponent(const WyTraceComponentInfo& component) override {
+    m_data.MarkComponentTraced(component.uId);
+  }
+  // A field is entered once, so the list cannot run over.
+  bool SelectField(const WyTraceDataFieldInfo& field) override {
+    if (field.bTraced) return false;
+    const auto uIndex = static_cast<unsigned int>(&field - m_data.m_fields);
+    m_data.m_fields[uIndex].bTraced = true;
+    m_data.m_auFieldOrder[m_uPosition++] = uIndex + 1;
+    return true;
+  }
+  void SetFilter(const WyTraceDataFieldInfo& field, WyTraceFilter::Operator op,
+                 std::string_view text) override {
+    m_data.SetFilter(m_data.m_fields[&field - m_data.m_fields], op, text);
+  }
+
+ private:
+  CWyTraceData& m_data;
+  unsigned int m_uPosition = 0;  // in the list of shown fields
+};
+
 bool CWyTraceData::SetConfiguration(int iFormat, const char* pszDelimiter,
                                     const char* pszConfigFile, int iComponentCount,
                                     WyTraceComponentInfo* pComponentInfo,
@@ -72,7 +108,8 @@ bool CWyTraceData::ReadConfigFile(const char* pszConfigFile, CWyTraceConfigObser
   try {
     StopSharing();
     m_uConfiguration = NextConfigurationNumber();
-    return CWyTraceConfigParser(*this, pObserver).Read(file);
+    CWyTraceConfigEntries entries(*this);
+    return CWyTraceConfigParser(entries, pObserver).Read(file);
   } catch (const std::bad_alloc&) {
     return false;
   }
@@ -104,12 +141,12 @@ void CWyTraceData::PointIntoShared() {
   }
 }
 
-void CWyTraceData::SetFilter(WyTraceDataFieldInfo& field, FilterOperator filterOp,
+void CWyTraceData::SetFilter(WyTraceDataFieldInfo& field, unsigned int uOperator,
                              std::string_view text) {
   std::string& strFilter = m_pShared->filters[static_cast<size_t>(&field - m_fields)];
   strFilter = text;
   field.pszFilter = strFilter.data();
-  field.uFilterOp = filterOp;
+  field.uFilterOp = uOperator;
   field.bFiltered = true;
 }
 

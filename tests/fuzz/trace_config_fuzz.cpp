@@ -8,6 +8,7 @@
 
 #include "fuzz/FuzzInput.h"
 #include "test_support/TraceConfiguration.h"
+#include "wyerrlog/internal/WyTraceConfigReading.h"
 #include "wyerrlog/internal/WyTraceFindings.h"
 
 namespace {
@@ -36,8 +37,8 @@ void CheckFindings(std::string_view config, CWyTraceData* pUnobserved) {
   std::vector<WyTraceFinding> findings;
   CWyTraceFindings observer(findings);
   const auto pData = std::make_unique<CWyTraceData>();
-  const bool bRead = CWyTraceConfigParser::Configure(*pData, 0, nullptr, file.Path(), components,
-                                                     fields.data(), &observer);
+  const bool bRead = CWyTraceConfigReading::Configure(*pData, 0, nullptr, file.Path(), components,
+                                                      fields.data(), &observer);
   Require(observer.Finish(nullptr) == bRead && bRead == (pUnobserved != nullptr));
   if (bRead) Require(Line(*pData, 1) == Line(*pUnobserved, 1));
 

@@ -10,6 +10,7 @@
 #include <iostream>
 
 #include "wyerrlog/WyErrLogConfig.h"
+#include "wyerrlog/internal/WyTraceConfigReading.h"
 #include "wyerrlog/internal/WyTraceFindings.h"
 
 namespace {
@@ -65,7 +66,7 @@ bool CWyConfigFile::Read(CWyContext& context, const std::string& strFile,
   m_findings.clear();
   m_pData = std::make_unique<CWyTraceData>();
   CWyTraceFindings observer(m_findings);
-  const bool bRead = CWyTraceConfigParser::Configure(
+  const bool bRead = CWyTraceConfigReading::Configure(
       *m_pData, options.iLayout, options.strSeparator.c_str(), memory.Path().c_str(),
       m_tables.Components(), m_tables.Fields().data(), &observer);
   m_bAccepted = observer.Finish(bRead || observer.HasBegun() ? nullptr : "cannot be read") && bRead;

@@ -105,14 +105,6 @@ bool CWyQuery::SetGrep(CWyContext& context, const std::string& strPattern) {
 }
 
 bool CWyQuery::AddCondition(CWyContext& context, const std::string& strText) {
-  struct Entry {
-    const char* pszSign;
-    Operator op;
-  };
-  constexpr Entry Entries[] = {{"==", Operator::Equal},
-                               {"!=", Operator::NotEqual},
-                               {"@@", Operator::Holds},
-                               {"!@", Operator::HoldsNot}};
   const std::size_t u = strText.find_first_of("=!@");
   if (u == std::string::npos) {
     context.Error("--where " + strText + ": no operator; write User==alice, or !=, @@, !@");
@@ -125,13 +117,13 @@ bool CWyQuery::AddCondition(CWyContext& context, const std::string& strText) {
                   Suggest(strField, names));
     return false;
   }
-  for (const Entry& entry : Entries) {
-    if (strText.compare(u, 2, entry.pszSign) != 0) continue;
-    m_conditions.push_back({strField, entry.op, strText.substr(u + 2)});
-    return true;
+  const auto op = WyTraceFilter::AtStartOf(std::string_view(strText).substr(u));
+  if (op == WyTraceFilter::None) {
+    context.Error("--where " + strText + ": the operator is ==, !=, @@ (contains) or !@");
+    return false;
   }
-  context.Error("--where " + strText + ": the operator is ==, !=, @@ (contains) or !@");
-  return false;
+  m_conditions.push_back({strField, op, strText.substr(u + 2)});
+  return true;
 }
 
 bool CWyQuery::SetComponents(CWyContext& context, const std::vector<std::string>& names) {
@@ -185,12 +177,7 @@ bool CWyQuery::Matches(const WyRecord& record) const {
   for (const Condition& condition : m_conditions) {
     const std::string_view value = record.Field(condition.strField);
     if (value.data() == nullptr) return false;
-    const bool bSame = condition.op == Operator::Equal || condition.op == Operator::NotEqual;
-    const bool bFound = bSame ? value == condition.strText
-                              : value.find(condition.strText) != std::string_view::npos;
-    if (bFound != (condition.op == Operator::Equal || condition.op == Operator::Holds)) {
-      return false;
-    }
+    if (!WyTraceFilter::Passes(condition.op, value, condition.strText)) return false;
   }
   return m_strGrep.empty() || Greps(record.raw.text);
 }

@@ -11,6 +11,7 @@
 
 #include "tools/wylogctl/Manifest.h"
 #include "tools/wylogctl/Record.h"
+#include "wyerrlog/internal/WyTraceFilter.h"
 
 struct WyQueryOptions {
   std::string strSeverity;
@@ -43,10 +44,9 @@ class CWyQuery {
   const std::optional<WyCivil>& Until() const { return m_until; }
 
  private:
-  enum class Operator { Equal, NotEqual, Holds, HoldsNot };
   struct Condition {
     std::string strField;
-    Operator op;
+    WyTraceFilter::Operator op;
     std::string strText;
   };
 

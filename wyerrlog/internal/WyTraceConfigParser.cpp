@@ -3,7 +3,7 @@
 
 #include "wyerrlog/internal/WyTraceConfigParser.h"
 
-#include <utility>
+#include <array>
 
 namespace {
 
@@ -35,7 +35,7 @@ WyTraceDecision Decision(WyTraceDecision::Kind kind, std::string_view word) {
 
 }  // namespace
 
-// Takes a line apart at the separators; several in a row count as one.
+// Splits a line at the separators; several in a row count as one.
 class CWyLineTokens {
  public:
   explicit CWyLineTokens(std::string_view line) : m_rest(line) {}
@@ -55,19 +55,6 @@ class CWyLineTokens {
   std::string_view m_rest;
 };
 
-CWyTraceConfigParser::CWyTraceConfigParser(CWyTraceData& data, CWyTraceConfigObserver* pObserver)
-    : m_data(data), m_pObserver(pObserver) {}
-
-bool CWyTraceConfigParser::Configure(CWyTraceData& data, int iFormat, const char* pszDelimiter,
-                                     const char* pszFile,
-                                     std::span<const WyTraceComponentInfo> components,
-                                     const WyTraceDataFieldInfo* pFields,
-                                     CWyTraceConfigObserver* pObserver) {
-  return data.SetTables(iFormat, pszDelimiter, static_cast<int>(components.size()),
-                        components.data(), pFields, false) &&
-         data.ReadConfigFile(pszFile, pObserver);
-}
-
 void CWyTraceConfigParser::Report(WyTraceDecision decision) const {
   decision.uLine = m_uLine;
   decision.uPieceColumn = m_uPieceColumn;
@@ -79,8 +66,7 @@ void CWyTraceConfigParser::Report(WyTraceDecision decision) const {
 
 bool CWyTraceConfigParser::Read(CWyFile& file) {
   if (m_pObserver != nullptr) {
-    m_pObserver->Begin({m_data.m_pComponents, static_cast<size_t>(m_data.m_iComponentCount)},
-                       m_data.m_fields);
+    m_pObserver->Begin(m_target.Components(), m_target.Fields());
   }
   char szPiece[PieceSize + 1];
   int iLength = 0;
@@ -155,7 +141,7 @@ bool CWyTraceConfigParser::ParseStatement(std::string_view keyword, CWyLineToken
   }
   if (!bExpected) return false;
   if (bComponents) {
-    if (!SelectComponents(tokens)) return false;
+    SelectComponents(tokens);
     m_expected = WyTraceStatement::Data;
   } else {
     SelectFields(tokens);
@@ -164,28 +150,21 @@ bool CWyTraceConfigParser::ParseStatement(std::string_view keyword, CWyLineToken
   return true;
 }
 
-bool CWyTraceConfigParser::SelectComponents(CWyLineTokens& tokens) {
+void CWyTraceConfigParser::SelectComponents(CWyLineTokens& tokens) {
   for (auto name = tokens.Next(); !name.empty(); name = tokens.Next()) {
-    const WyTraceComponentInfo* pComponent = m_data.FindComponent(name);
-    if (pComponent != nullptr && !m_data.MarkComponentTraced(pComponent->uId)) return false;
+    const WyTraceComponentInfo* pComponent = m_target.FindComponent(name);
+    if (pComponent != nullptr) m_target.SelectComponent(*pComponent);
     if (m_pObserver == nullptr) continue;
     WyTraceDecision decision = Decision(WyTraceDecision::Component, name);
     decision.pComponent = pComponent;
     Report(decision);
   }
-  return true;
 }
 
 void CWyTraceConfigParser::SelectFields(CWyLineTokens& tokens) {
-  // A field is entered once, so the list cannot run over.
-  unsigned int uPosition = 0;
   for (auto name = tokens.Next(); !name.empty(); name = tokens.Next()) {
-    WyTraceDataFieldInfo* pField = m_data.FindField(name);
-    const bool bTaken = pField != nullptr && !pField->bTraced;
-    if (bTaken) {
-      pField->bTraced = true;
-      m_data.m_auFieldOrder[uPosition++] = static_cast<unsigned int>(pField - m_data.m_fields) + 1;
-    }
+    const WyTraceDataFieldInfo* pField = m_target.FindField(name);
+    const bool bTaken = pField != nullptr && m_target.SelectField(*pField);
     if (m_pObserver == nullptr) continue;
     WyTraceDecision decision = Decision(WyTraceDecision::Field, name);
     decision.pField = pField;
@@ -195,42 +174,30 @@ void CWyTraceConfigParser::SelectFields(CWyLineTokens& tokens) {
 }
 
 void CWyTraceConfigParser::AddFilter(std::string_view name, std::string_view text) {
-  WyTraceDataFieldInfo* pField = m_data.FindField(name);
+  const WyTraceDataFieldInfo* pField = m_target.FindField(name);
   text = SkipLeading(text.substr(0, text.find('\n')), Blanks);
-  const unsigned int uOperator = pField != nullptr ? SetFilter(*pField, text) : 0;
+  const auto op = pField != nullptr ? WyTraceFilter::AtStartOf(text) : WyTraceFilter::None;
+  if (op != WyTraceFilter::None) {
+    text.remove_prefix(2);
+    m_target.SetFilter(*pField, op, text);
+  }
   if (m_pObserver == nullptr) return;
   WyTraceDecision decision = Decision(WyTraceDecision::Filter, name);
   decision.pField = pField;
-  decision.uOperator = uOperator;
-  decision.text = uOperator != 0 ? text.substr(2) : text;
+  decision.uOperator = op;
+  decision.text = text;
   Report(decision);
-}
-
-// Returns the operator, or 0, with nothing set, if the text does not begin with one.
-unsigned int CWyTraceConfigParser::SetFilter(WyTraceDataFieldInfo& field, std::string_view text) {
-  constexpr std::array<std::pair<std::string_view, CWyTraceData::FilterOperator>, 4> Operators = {{
-      {"==", CWyTraceData::Equal},
-      {"!=", CWyTraceData::NotEqual},
-      {"@@", CWyTraceData::Holds},
-      {"!@", CWyTraceData::HoldsNot},
-  }};
-  for (const auto& [op, code] : Operators) {
-    if (!text.starts_with(op)) continue;
-    m_data.SetFilter(field, code, text.substr(op.size()));
-    return code;
-  }
-  return 0;
 }
 
 void CWyTraceConfigParser::Finish() {
   if (!m_bExpand) return;
   for (const Expansion& expansion : Expansions) {
-    const WyTraceComponentInfo* pSelected = m_data.FindComponent(expansion.pszSelected);
-    if (pSelected == nullptr || !m_data.ComponentSelected(pSelected->uId)) continue;
+    const WyTraceComponentInfo* pSelected = m_target.FindComponent(expansion.pszSelected);
+    if (pSelected == nullptr || !pSelected->bTraced) continue;
     for (const char* pszAdded : expansion.apszAdded) {
-      const WyTraceComponentInfo* pAdded = m_data.FindComponent(pszAdded);
+      const WyTraceComponentInfo* pAdded = m_target.FindComponent(pszAdded);
       if (pAdded == nullptr) continue;
-      m_data.MarkComponentTraced(pAdded->uId);
+      m_target.SelectComponent(*pAdded);
       if (m_pObserver == nullptr) continue;
       WyTraceDecision decision = Decision(WyTraceDecision::Added, {});
       decision.pComponent = pAdded;

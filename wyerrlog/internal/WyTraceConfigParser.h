@@ -1,17 +1,17 @@
 #ifndef WYERRLOG_INTERNAL_WYTRACECONFIGPARSER_H
 #define WYERRLOG_INTERNAL_WYTRACECONFIGPARSER_H
 
-// The parser of trace configuration files. It applies each line to a configuration as it reads it,
-// and reports each of its decisions to an observer, if there is one: what it takes, and what it
-// passes over in silence.
+// The parser of trace configuration files. It enters what each line selects into its target as it
+// reads the line, and reports each of its decisions to an observer, if there is one: what it takes,
+// and what it passes over in silence. It knows the configuration by that target alone.
 
-#include <array>
 #include <cstddef>
 #include <span>
 #include <string_view>
 
 #include "wyerrlog/WyFileUtil.h"
 #include "wyerrlog/WyTraceData.h"
+#include "wyerrlog/internal/WyTraceFilter.h"
 
 class CWyLineTokens;
 
@@ -62,35 +62,49 @@ class CWyTraceConfigObserver {
   virtual void Decided(const WyTraceDecision& decision) = 0;
 };
 
+// What the parser enters its selections into.
+class CWyTraceConfigTarget {
+ public:
+  virtual ~CWyTraceConfigTarget() = default;
+  virtual std::span<const WyTraceComponentInfo> Components() const = 0;
+  virtual std::span<const WyTraceDataFieldInfo> Fields() const = 0;
+  // Null if there is no such name.
+  virtual const WyTraceComponentInfo* FindComponent(std::string_view name) const = 0;
+  virtual const WyTraceDataFieldInfo* FindField(std::string_view name) const = 0;
+
+  // With a component its sub-components are selected.
+  virtual void SelectComponent(const WyTraceComponentInfo& component) = 0;
+  // Shows the field behind those selected before. Returns false if it is one of them.
+  virtual bool SelectField(const WyTraceDataFieldInfo& field) = 0;
+  // Replaces the field's filter.
+  virtual void SetFilter(const WyTraceDataFieldInfo& field, WyTraceFilter::Operator op,
+                         std::string_view text) = 0;
+};
+
 class CWyTraceConfigParser {
  public:
   // Bytes of a line that are parsed at a time; a longer line is parsed in pieces. The number (not
   // 8192) is part of the file format: it decides where a long line is cut.
   static constexpr int PieceSize = 8092;
 
-  CWyTraceConfigParser(CWyTraceData& data, CWyTraceConfigObserver* pObserver);
+  CWyTraceConfigParser(CWyTraceConfigTarget& target, CWyTraceConfigObserver* pObserver)
+      : m_target(target), m_pObserver(pObserver) {}
 
   // Reads the file to its end. Returns false if a line is not what must stand there.
   bool Read(CWyFile& file);
-
-  // Makes `data` a configuration with these tables, as CWyTraceData::SetConfiguration does.
-  static bool Configure(CWyTraceData& data, int iFormat, const char* pszDelimiter,
-                        const char* pszFile, std::span<const WyTraceComponentInfo> components,
-                        const WyTraceDataFieldInfo* pFields, CWyTraceConfigObserver* pObserver);
 
  private:
   bool ParsePiece(std::string_view piece);
   bool ParseLine(std::string_view line);
   void ParseVersion(std::string_view keyword, CWyLineTokens& tokens);
   bool ParseStatement(std::string_view keyword, CWyLineTokens& tokens);
-  bool SelectComponents(CWyLineTokens& tokens);
+  void SelectComponents(CWyLineTokens& tokens);
   void SelectFields(CWyLineTokens& tokens);
   void AddFilter(std::string_view name, std::string_view text);
-  unsigned int SetFilter(WyTraceDataFieldInfo& field, std::string_view text);
   void Finish();
   void Report(WyTraceDecision decision) const;
 
-  CWyTraceData& m_data;
+  CWyTraceConfigTarget& m_target;
   CWyTraceConfigObserver* const m_pObserver;
   WyTraceStatement m_expected = WyTraceStatement::Components;
   bool m_bExpand = true;

@@ -82,8 +82,9 @@ inline std::string_view WithoutReturn(std::string_view text) {
 // Where an operator, or a single "=" in its place, begins in a word; npos if there is none.
 inline size_t FindOperator(std::string_view word) {
   size_t uFound = word.find('=');
-  for (const std::string_view op : {"==", "!=", "@@", "!@"})
-    uFound = std::min(uFound, word.find(op));
+  for (const WyTraceFilter::Sign& sign : WyTraceFilter::Signs) {
+    uFound = std::min(uFound, word.find(sign.text));
+  }
   return uFound;
 }
 
