@@ -1,4 +1,4 @@
-// The trace configuration file: what it selects, and what becomes of texts that are none.
+// The trace configuration file: what it selects, and how it treats malformed texts.
 
 #include <gtest/gtest.h>
 
@@ -52,6 +52,16 @@ TEST(TraceConfigFile, SelectsComponentsByVersion) {
     EXPECT_TRUE(Configure(data, strText)) << strText;
     EXPECT_EQ(Components(data), strComponents) << strText;
   }
+}
+
+TEST(TraceConfigFile, DoesNotChangeTheRecordsOfTheFileReadBefore) {
+  CWyTraceData data, record;
+  ASSERT_TRUE(Configure(data, "components Log\ndata\nUser ==alice\n"));
+  record = data;
+  const test_support::InMemoryFile next("components IsAuthorized/Policy\ndata\nUser ==bob\n");
+  ASSERT_TRUE(data.ReadConfigFile(next.Path()));
+  EXPECT_EQ(Fields(data), " User1<bob>");
+  EXPECT_EQ(Components(record) + Fields(record), "Log Log/Legacy  User1<alice>");
 }
 
 TEST(TraceConfigFile, SelectsFieldsAndFilters) {
