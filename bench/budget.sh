@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Counts the costs of one record of this library: system calls, allocations and user instructions; and the
 # memory of each further thread that traces. Fails if a count is above the one in bench/budget.txt. No count
-# depends on the machine's load.
+# depends on the machine's load or on the time.
 #
 #   bench/budget.sh [BUILD_DIRECTORY]            compare (default: build/release)
 #   bench/budget.sh --update [BUILD_DIRECTORY]   write bench/budget.txt again
@@ -22,11 +22,12 @@ trap 'rm -rf "$files"' EXIT
 # ---- Counting -------------------------------------------------------------------------------------
 # Each function counts for a whole run: count_X CASE FILE_KIND RECORDS THREADS.
 
-# run CASE FILE_KIND RECORDS THREADS [TOOL...]: runs the program under a tool, in an empty environment.
+# run CASE FILE_KIND RECORDS THREADS [TOOL...]: runs the program under a tool, in an empty environment, with
+# clocks that depend on the number of records alone.
 run() {
   local arguments=("$1" "$2" "$files/log" "$3" "$4" 100)
   rm -f "$files"/log*
-  env -i LC_ALL=C PATH="$PATH" "${@:5}" "$bin/compare_wyerrlog" "${arguments[@]}" \
+  env -i LC_ALL=C PATH="$PATH" LD_PRELOAD="$bin/libsteady_clock.so" "${@:5}" "$bin/compare_wyerrlog" "${arguments[@]}" \
     >/dev/null 2>"$files/errors" || fail "$1: $(<"$files/errors")"
 }
 
@@ -41,12 +42,12 @@ count_instructions() {
 }
 
 count_allocations() {
-  run "$@" env LD_PRELOAD="$bin/libcount_allocations.so"
+  run "$@" env LD_PRELOAD="$bin/libsteady_clock.so:$bin/libcount_allocations.so"
   awk '{ print $1 }' "$files/errors"
 }
 
 count_peak_bytes() {
-  run "$@" env LD_PRELOAD="$bin/libcount_allocations.so"
+  run "$@" env LD_PRELOAD="$bin/libsteady_clock.so:$bin/libcount_allocations.so"
   awk '{ print $2 }' "$files/errors"
 }
 

@@ -14,13 +14,18 @@
 //     pLogger->DeleteLogOutput(pOutput);
 //   }
 
+#include <sys/types.h>
+
 #include <atomic>
 #include <cstdint>
 #include <ctime>
+#include <memory>
 #include <string_view>
 
 #include "wyerrlog/WyErrLogMessage.h"
 #include "wyerrlog/WyErrLogUtil.h"
+
+class CWyFileGrowth;
 
 // ---- Numbers with names -------------------------------------------------------------------------
 
@@ -253,12 +258,13 @@ class WYERRLOG_API CWyFileOutput : public CWyLogOutput {
   void LogHeaders();
 
  private:
-  WYERRLOG_LOCAL bool MayWriteBesideOthers(uint64_t uBytes) const;
+  WYERRLOG_LOCAL bool LogLimited(std::string_view strText);
   WYERRLOG_LOCAL bool LogAlone(std::string_view strText);
   WYERRLOG_LOCAL bool RollOverIfDue(size_t uLength);
   WYERRLOG_LOCAL bool IsRetryDue() const;
   WYERRLOG_LOCAL int64_t FileSize() const;
-  WYERRLOG_LOCAL bool Write(std::string_view strText);
+  WYERRLOG_LOCAL ssize_t Write(std::string_view strText);
+  WYERRLOG_LOCAL bool WriteCounted(std::string_view strText);
   WYERRLOG_LOCAL bool AcceptFile(int iFlags);
   WYERRLOG_LOCAL bool IsMovable() const;
   WYERRLOG_LOCAL bool RolloverClosedFile();
@@ -268,9 +274,8 @@ class WYERRLOG_API CWyFileOutput : public CWyLogOutput {
   // Held for reading by the threads that write to the file as it is, for writing by the thread that
   // may roll it over. Writers of modes 0 to 2 need it only while a rollover is to be tried again.
   CWyErrLogGuard m_guard;
-  // The bytes that the holders for reading are about to write: counted before they ask for the
-  // file's size, so that together they stay below the limit.
-  std::atomic<uint64_t> m_uReserved;
+  // Of a size-limited file: what it has grown by, and whether it has room. Null in other modes.
+  std::unique_ptr<CWyFileGrowth> m_pGrowth;
   char* m_pszFileName;
   static constexpr int AwaitsRetry = -2;
   // -1 when closed, AwaitsRetry when a refused rollover could not open the old file again

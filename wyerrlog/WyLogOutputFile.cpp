@@ -13,8 +13,12 @@
 #include <cstdint>
 #include <cstring>
 #include <new>
+#include <utility>
 
+#include "wyerrlog/WyErrLogPrivUtil.h"
 #include "wyerrlog/WyLogOutput.h"
+#include "wyerrlog/internal/WyDeadlockCheck.h"
+#include "wyerrlog/internal/WyFileGrowth.h"
 
 namespace {
 
@@ -25,24 +29,26 @@ bool IsSizeLimited(int iMode) {
   return iMode == WyFileMode::AppendRollBySize || iMode == WyFileMode::RollAtOpenAndBySize;
 }
 
-// Bytes that a thread is about to write, counted for a scope that ends after the write. So another
-// thread finds each byte counted here or in the size of the file, for a moment in both, never in
-// neither.
-class CWyReservation {
+// Holds an output's guard for reading: CWyErrLogAutoReader without a call. A guard without memory
+// is none.
+class CWyWriterBesideOthers {
  public:
-  CWyReservation(std::atomic<uint64_t>& uReserved, uint64_t uBytes)
-      : m_uReserved(uReserved), m_uBytes(uBytes), m_uTotal(uReserved.fetch_add(uBytes) + uBytes) {}
-  ~CWyReservation() { m_uReserved.fetch_sub(m_uBytes); }
-  CWyReservation(const CWyReservation&) = delete;
-  CWyReservation& operator=(const CWyReservation&) = delete;
-
-  // These bytes and those that other threads had reserved before.
-  uint64_t Total() const { return m_uTotal; }
+  explicit CWyWriterBesideOthers(const CWyErrLogGuard& guard)
+      : m_pGuard(guard.Native()), m_hold(Locked(m_pGuard), CWyGuardHold::Read) {}
+  ~CWyWriterBesideOthers() {
+    if (m_pGuard != nullptr) m_pGuard->UnlockReader();
+  }
+  CWyWriterBesideOthers(const CWyWriterBesideOthers&) = delete;
+  CWyWriterBesideOthers& operator=(const CWyWriterBesideOthers&) = delete;
 
  private:
-  std::atomic<uint64_t>& m_uReserved;
-  uint64_t m_uBytes;
-  uint64_t m_uTotal;
+  static CWyGuard* Locked(CWyGuard* pGuard) {
+    if (pGuard != nullptr) pGuard->LockForRead();
+    return pGuard;
+  }
+
+  CWyGuard* m_pGuard;
+  CWyGuardHold m_hold;
 };
 
 // The flags of the ways to open a log file, 0 to 2; -1 for any other. O_APPEND lets the system put
@@ -66,8 +72,7 @@ int OpenFlags(int iHow) {
 // The headers get complete texts, so their time base has no effect. A message without a time base
 // would ask the process logger, which may be under construction.
 CWyFileOutput::CWyFileOutput()
-    : m_uReserved(0),
-      m_pszFileName(nullptr),
+    : m_pszFileName(nullptr),
       m_hFile(-1),
       m_iMaxBackups(0),
       m_uMaxFileSize(0),
@@ -90,7 +95,14 @@ bool CWyFileOutput::SetParams(const char* pszFileName, int iMode, int iMaxSizeMB
   if (iMode < WyFileMode::Overwrite || iMode > WyFileMode::RollAtOpenAndBySize) return false;
   if (iMaxSizeMB < 0 || iMaxSizeMB >= SizeLimitMB || iMaxBackups < 0) return false;
 
-  // Nothing changes before the copy has been allocated: a refused call keeps the former parameters.
+  // Nothing changes before all memory has been allocated: a refused call keeps the former
+  // parameters.
+  const unsigned int uMaxFileSize = static_cast<unsigned int>(iMaxSizeMB) << 20;
+  std::unique_ptr<CWyFileGrowth> pGrowth;
+  if (IsSizeLimited(iMode)) {
+    pGrowth.reset(new (std::nothrow) CWyFileGrowth(uMaxFileSize));
+    if (pGrowth == nullptr) return false;
+  }
   const size_t uSize = strlen(pszFileName) + 1;
   char* pszCopy = new (std::nothrow) char[uSize];
   if (pszCopy == nullptr) return false;
@@ -99,7 +111,8 @@ bool CWyFileOutput::SetParams(const char* pszFileName, int iMode, int iMaxSizeMB
   m_pszFileName = pszCopy;
 
   m_iMode = iMode;
-  m_uMaxFileSize = static_cast<unsigned int>(iMaxSizeMB) << 20;
+  m_uMaxFileSize = uMaxFileSize;
+  m_pGrowth = std::move(pGrowth);
   m_iMaxBackups = iMaxBackups;
   return true;
 }
@@ -139,6 +152,7 @@ bool CWyFileOutput::OpenFile(int iHow) {
   // a terminal must not become that of the process.
   m_hFile = WyOpen(m_pszFileName, iFlags | O_NONBLOCK | O_NOCTTY, 0644);
   if (m_hFile == -1) return false;
+  if (m_pGrowth != nullptr) m_pGrowth->Restart();
   if (AcceptFile(iFlags)) return true;
   CloseFile();
   return false;
@@ -170,46 +184,54 @@ bool CWyFileOutput::Log(CWyErrLogMessage& msg) { return Log(msg.GetBuffer()); }
 bool CWyFileOutput::Log(const char* pszText) {
   if (pszText == nullptr) return false;
   const std::string_view strText(pszText);
+  if (m_pGrowth != nullptr) return LogLimited(strText);
   // Pairs with the release in StartNewFile: a thread that finds the flag cleared sees the new
   // descriptor.
-  if (!IsSizeLimited(m_iMode) && !m_bRolloverRetry.load(std::memory_order_acquire)) {
-    return Write(strText);
-  }
+  if (!m_bRolloverRetry.load(std::memory_order_acquire)) return Write(strText) >= 0;
   {
-    const CWyErrLogAutoReader others(m_guard);
-    const CWyReservation reservation(m_uReserved, strText.size());
-    if (MayWriteBesideOthers(reservation.Total())) return Write(strText);
+    const CWyWriterBesideOthers others(m_guard);
+    if (!m_bRolloverRetry.load(std::memory_order_relaxed) || !IsRetryDue())
+      return Write(strText) >= 0;
   }
-  // Not while the guard is held for reading: it cannot be upgraded, two such threads would
-  // deadlock.
   const CWyErrLogAutoWriter alone(m_guard);
-  // No thread has reserved anything now; a forked child may have inherited the count of others.
-  m_uReserved = 0;
   return LogAlone(strText);
 }
 
 // A thread that writes between this thread's reading of the size and its write has reserved its
 // bytes before, or finds this thread's reserved: of all of them the last one to reserve has counted
 // all the others. So together they stay below the limit.
-bool CWyFileOutput::MayWriteBesideOthers(uint64_t uBytes) const {
-  if (m_bRolloverRetry.load(std::memory_order_relaxed)) return !IsRetryDue();
-  if (!IsSizeLimited(m_iMode)) return true;
-  const int64_t iSize = FileSize();
-  return iSize >= 0 && static_cast<uint64_t>(iSize) + uBytes < m_uMaxFileSize;
+bool CWyFileOutput::LogLimited(std::string_view strText) {
+  {
+    const CWyWriterBesideOthers others(m_guard);
+    CWyFileGrowth::Record record(*m_pGrowth, strText.size());
+    const bool bMayWrite = m_bRolloverRetry.load(std::memory_order_relaxed)
+                               ? !IsRetryDue()
+                               : m_pGrowth->HasRoom(record, [this] { return FileSize(); });
+    if (bMayWrite) {
+      record.Wrote(Write(strText));
+      return record.IsWritten();
+    }
+  }
+  // Not while the guard is held for reading: it cannot be upgraded, two such threads would
+  // deadlock.
+  const CWyErrLogAutoWriter alone(m_guard);
+  // No thread has reserved anything now; a forked child may have inherited the count of others.
+  m_pGrowth->ForgetReservations();
+  return LogAlone(strText);
 }
 
 // The size is read again: another thread may have rolled the file over while this one waited. What
 // Close has closed stays closed; only a retry without a size limit may open the file again.
 bool CWyFileOutput::LogAlone(std::string_view strText) {
-  const bool bMayReopen = m_hFile == AwaitsRetry && !IsSizeLimited(m_iMode);
+  const bool bMayReopen = m_hFile == AwaitsRetry && m_pGrowth == nullptr;
   if (m_hFile < 0 && !bMayReopen) return false;
-  return RollOverIfDue(strText.size()) && Write(strText);
+  return RollOverIfDue(strText.size()) && WriteCounted(strText);
 }
 
 // Returns false if a rollover failed, or if the size that decides on one cannot be read.
 bool CWyFileOutput::RollOverIfDue(size_t uLength) {
   if (m_bRolloverRetry.load(std::memory_order_relaxed)) return !IsRetryDue() || Rollover();
-  if (!IsSizeLimited(m_iMode)) return true;
+  if (m_pGrowth == nullptr) return true;
   const int64_t iSize = FileSize();
   if (iSize < 0) return false;
   return static_cast<uint64_t>(iSize) + uLength < m_uMaxFileSize || Rollover();
@@ -226,12 +248,20 @@ int64_t CWyFileOutput::FileSize() const {
   return fstat(m_hFile, &status) == 0 ? status.st_size : -1;
 }
 
-bool CWyFileOutput::LogMessage(const char* pszText) { return Write(pszText); }
+bool CWyFileOutput::LogMessage(const char* pszText) { return WriteCounted(pszText); }
+
+// Whatever the size of the file; a size-limited file counts the bytes all the same.
+bool CWyFileOutput::WriteCounted(std::string_view strText) {
+  if (m_pGrowth == nullptr) return Write(strText) >= 0;
+  CWyFileGrowth::Record record(*m_pGrowth, strText.size());
+  record.Wrote(Write(strText));
+  return record.IsWritten();
+}
 
 // One write(2) for each message. What the system cuts short is not continued, because another
 // thread's message may be behind it by then.
-bool CWyFileOutput::Write(std::string_view strText) {
-  return write(m_hFile, strText.data(), strText.size()) >= 0;
+ssize_t CWyFileOutput::Write(std::string_view strText) {
+  return write(m_hFile, strText.data(), strText.size());
 }
 
 // ---- Headers and buffering ----------------------------------------------------------------------

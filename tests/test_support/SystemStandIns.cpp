@@ -6,6 +6,7 @@
 #include <sys/file.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/time.h>
 #include <sys/uio.h>
 #include <unistd.h>
@@ -45,6 +46,8 @@ bool Withdraw(Call call) {
   plan.bActive = false;
   return plan.lCalls >= plan.fault.lFirst;
 }
+
+long Calls(Call call) { return PlanOf(call).lCalls; }
 
 // The fault that befalls this call; null for none.
 const Fault* Next(Call call) {
@@ -231,6 +234,13 @@ STAND_IN int gettimeofday(timeval* pNow, void* pZone) noexcept {
     return 0;
   };
   return Perform(Call::Time, look, look);
+}
+
+STAND_IN int clock_gettime(clockid_t clock, timespec* pNow) noexcept {
+  const long lNow = clock == CLOCK_MONOTONIC_COARSE ? stand_ins::coarse_clock.load() : 0;
+  if (lNow == 0) return static_cast<int>(syscall(SYS_clock_gettime, clock, pNow));
+  *pNow = {lNow / 1000, lNow % 1000 * 1'000'000};
+  return 0;
 }
 
 STAND_IN time_t time(time_t* pResult) noexcept {

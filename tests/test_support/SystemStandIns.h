@@ -12,6 +12,8 @@ namespace stand_ins {
 
 // What time() and gettimeofday() return, in seconds since the epoch; 0 is the real time.
 inline std::atomic<time_t> clock{0};
+// What CLOCK_MONOTONIC_COARSE reads, in milliseconds; 0 is the real time.
+inline std::atomic<long> coarse_clock{0};
 
 // Called before each write, and with the new name before each renaming, while they are set.
 inline std::function<void()> before_write;
@@ -64,6 +66,7 @@ inline constexpr long AllCalls = LONG_MAX / 2;
 
 void Inject(const Fault& fault);  // replaces an earlier one of the same kind
 bool Withdraw(Call call);         // returns whether the fault has befallen a call
+long Calls(Call call);            // those since the injection
 
 // How many files were opened so that a program which the process executes would inherit them.
 inline std::atomic<int> inheritable_opens{0};

@@ -107,6 +107,7 @@ void BeforeFork() WYERRLOG_NO_THREAD_SAFETY_ANALYSIS {
   s_mutexes.value.ForEach([](CWyForkMutex& mutex)
                               WYERRLOG_NO_THREAD_SAFETY_ANALYSIS { mutex.lock(); });
   s_timeConversion.value.lock();
+  g_uForks.fetch_add(1, std::memory_order_relaxed);
 }
 
 void AfterFork() WYERRLOG_NO_THREAD_SAFETY_ANALYSIS {

@@ -5,6 +5,8 @@
 // fork locks, objects that a child resets, and fork gates, around code that a fork waits for. The
 // source describes the order of events.
 
+#include <atomic>
+
 #include "wyerrlog/internal/WyMutex.h"
 
 // A link in one of the lists of registered objects; null pointers while it is in none. The objects
@@ -82,5 +84,10 @@ CWyMutex& WyTimeConversionMutex();
 // Returns the id of this process. getpid(2) is called once per process; a forked child has its own
 // id.
 int WyProcessId();
+
+// Returns how often this process and its ancestors have forked since the library was loaded: a
+// fork changes it in both processes.
+inline std::atomic<unsigned int> g_uForks{0};
+inline unsigned int WyForkCount() { return g_uForks.load(std::memory_order_relaxed); }
 
 #endif
