@@ -22,125 +22,31 @@
 
 #include <atomic>
 #include <bitset>
-#include <charconv>
 #include <string_view>
 #include <type_traits>
-#include <utility>
 
+#include "wyerrlog/WyCallSite.h"
 #include "wyerrlog/WyLogField.h"
 #include "wyerrlog/WyLogger.h"
 #include "wyerrlog/WyMessage.h"
 #include "wyerrlog/WyMessageId.h"
-
-// ---- The place of a call ------------------------------------------------------------------------
-
-// A place in the source. As the last parameter of an operation, with the default
-// WyCallSite::Here(), it is the place of the operation's caller, so that a function that logs for
-// its callers names them:
-//
-//   void Refuse(const Request& request, WyCallSite where = WyCallSite::Here()) {
-//     WyLog({Login::Refused, where}, request.strUser);
-//   }
-//
-// The texts are not copied and must live as long as the object; those of the compiler are never
-// freed.
-struct WyCallSite {
-  // The place itself: path, line and function, as __FILE__, __LINE__ and __func__ name them.
-  constexpr WyCallSite(const char* pszPath, int iLineOfCall, const char* pszNameOfFunction)
-      : pszFile(pszPath), iLine(iLineOfCall), pszFunction(pszNameOfFunction) {}
-
-  // From a std::source_location, if the compiler has it. Here() does not need it: it is the same in
-  // C++17 and C++20, so sources of both may meet in one program.
-  template <typename Location, typename = decltype(std::declval<const Location&>().file_name())>
-  constexpr WyCallSite(const Location& where)
-      : WyCallSite(where.file_name(), static_cast<int>(where.line()), where.function_name()) {}
-
-  // Returns the place of the call. Callers pass no arguments: the compiler supplies them.
-  static constexpr WyCallSite Here(const char* pszFile = __builtin_FILE(),
-                                   int iLine = __builtin_LINE(),
-                                   const char* pszFunction = __builtin_FUNCTION()) {
-    return {pszFile, iLine, pszFunction};
-  }
-
-  const char* pszFile;      // path; records show the part after its last "/"
-  int iLine;                // from 1; 0 for none
-  const char* pszFunction;  // its bare name
-};
-
-// The same as a macro, which needs no support of the compiler: WyLog({Id, WY_HERE}).
-#define WY_HERE WyCallSite(__FILE__, __LINE__, static_cast<const char*>(__func__))
-
-// A message's identifier, and the place that logs it.
-struct WyMessageAt {
-  // Converts from the identifier alone at the call of WyLog, and so has the place of that call.
-  constexpr WyMessageAt(unsigned int uMessageId, const WyCallSite& place = WyCallSite::Here())
-      : uId(uMessageId), where(place) {}
-
-  unsigned int uId;  // see WyMessageId
-  WyCallSite where;  // of the call
-};
+#include "wyerrlog/WyRequestScope.h"
+#include "wyerrlog/WyToText.h"
 
 // ---- Arguments ----------------------------------------------------------------------------------
 
 namespace WyLogDetail {
 
-// One character, or the decimal text of a number: of a floating one the shortest that reads back as
-// the same number.
-class CpaShortText {
- public:
-  explicit CpaShortText(char c) : m_szText{c} {}
-  template <typename Number>
-  explicit CpaShortText(Number number) {
-    *std::to_chars(m_szText, m_szText + sizeof m_szText - 1, number).ptr = '\0';
-  }
-  operator const char*() const { return m_szText; }
-
- private:
-  char m_szText[48];  // enough for every standard type
-};
-
-template <typename T, typename = void>
-struct HasText : std::false_type {};
-template <typename T>
-struct HasText<T, std::enable_if_t<std::is_convertible_v<decltype(std::declval<const T&>().c_str()),
-                                                         const char*>>> : std::true_type {};
-
-template <typename>
-inline constexpr bool IsUnknown = false;
-
-// Returns a value as a text, valid as long as both the value and the result exist.
-template <typename T>
-auto ToText(const T& value) {
-  if constexpr (std::is_same_v<T, bool>) {
-    return value ? "true" : "false";
-  } else if constexpr (std::is_arithmetic_v<T>) {
-    return CpaShortText(value);
-  } else if constexpr (std::is_convertible_v<const T&, const char*>) {
-    return static_cast<const char*>(value);
-  } else if constexpr (HasText<T>::value) {
-    return static_cast<const char*>(value.c_str());
-  } else if constexpr (std::is_convertible_v<const T&, std::string_view>) {
-    return static_cast<std::string_view>(value);
-  } else {
-    static_assert(IsUnknown<T>, "arguments are texts, numbers, characters and bool");
-  }
-}
-
-template <typename T>
-constexpr bool IsText() {
-  return std::is_convertible_v<const T&, const char*> || HasText<T>::value ||
-         std::is_convertible_v<const T&, std::string_view>;
-}
-
 // Whether a translated message takes a value as an argument of that kind.
 template <WyArgument kind, typename T>
 constexpr bool Fits() {
-  constexpr bool bPlain = std::is_same_v<T, char> || std::is_same_v<T, bool>;
+  using S = Shown<T>;
+  constexpr bool bPlain = std::is_same_v<S, char> || std::is_same_v<S, bool>;
   if constexpr (kind == WyArgument::String) return IsText<T>();
-  if constexpr (kind == WyArgument::Char) return std::is_same_v<T, char>;
-  if constexpr (kind == WyArgument::Bool) return std::is_same_v<T, bool>;
-  if constexpr (kind == WyArgument::Double) return std::is_arithmetic_v<T> && !bPlain;
-  return std::is_integral_v<T> && !bPlain;
+  if constexpr (kind == WyArgument::Char) return std::is_same_v<S, char>;
+  if constexpr (kind == WyArgument::Bool) return std::is_same_v<S, bool>;
+  if constexpr (kind == WyArgument::Double) return std::is_arithmetic_v<S> && !bPlain;
+  return std::is_integral_v<S> && !bPlain;
 }
 
 // Whether a value is what the conversion of a printf pattern reads for that kind; a smaller integer
@@ -180,6 +86,14 @@ WyMessageAt Checked(const WyTypedMessage<form, uId, kinds...>& message, Types<Ar
   return {uId, WyCallSite(message.File(), message.Line(), message.Function())};
 }
 
+// Appends the message to the line. Returns false if there was no memory to escape a text.
+template <typename... Texts>
+bool FormatTexts(CWyErrLogMessage& line, unsigned int uId, const Texts&... texts) {
+  if (!(... && texts.IsComplete())) return false;
+  line.FormatMessage(uId, texts.View()...);
+  return true;
+}
+
 }  // namespace WyLogDetail
 
 // ---- Messages -----------------------------------------------------------------------------------
@@ -187,19 +101,22 @@ WyMessageAt Checked(const WyTypedMessage<form, uId, kinds...>& message, Types<Ar
 // Logs a message of a component in the administrator's language: one line of the logger's error
 // log, "[pid/tid][date][file:line][SEVERITY][key] text". The arguments, at most 13, replace "{0}",
 // "{1}", ... in the text, which is cut to 4095 bytes. They are texts (a text ends with its first
-// zero byte; a null pointer is shown as "<null>"; anything that has c_str() or converts to
-// std::string_view is a text), numbers, characters and bool. A message that is not found is shown
-// as CWyErrLogMessage::FormatMessage describes.
+// zero byte; a null pointer is shown as "<null>"), numbers, characters, bool, and the other types
+// that WyToText.h lists. Control characters in them are escaped (WyEscape.h), so that no argument
+// can begin a line of its own; those of the catalog's text stay. A message that is not found is
+// shown as CWyErrLogMessage::FormatMessage describes.
 //
 // Returns true if the logger's output has taken the line; false also without an output, and if
-// memory allocation fails (nothing is written then). Throws only what a host's output throws.
+// memory allocation fails (nothing is written then). Throws what a host's output throws, and what
+// the construction of an argument's text throws.
 template <typename... Arguments>
 bool WyLog(CWyLogger& logger, const WyMessageAt& message, const Arguments&... arguments) {
   static_assert(sizeof...(arguments) <= CpaArgList::MaxArguments, "a message has 13 arguments");
   CWyErrLogMessage line(logger.ShouldUseLocalTime());
   line.FormatLogProlog(message.where.pszFile, message.where.iLine, 0);
-  line.FormatMessage(message.uId, WyLogDetail::ToText(arguments)...);
-  return logger.LogErrMsg(line);
+  return WyLogDetail::FormatTexts(line, message.uId,
+                                  WyLogDetail::CpaArgument<Arguments>(arguments)...) &&
+         logger.LogErrMsg(line);
 }
 template <typename... Arguments>
 bool WyLog(const WyMessageAt& message, const Arguments&... arguments) {
@@ -224,8 +141,8 @@ bool WyLog(WyTypedMessage<form, uId, kinds...> message, const Arguments&... argu
 
 // The same for a message whose component has a printf pattern in place of a key: a line
 // "[pid/tid][date][file:line][SEVERITY] text". The pattern comes from the component at run time, so
-// the compiler does not check that its conversions fit the arguments: the caller must. Returns
-// false also if there is no such message; nothing is logged then.
+// the compiler does not check that its conversions fit the arguments: the caller must. Texts are
+// not escaped. Returns false also if there is no such message; nothing is logged then.
 template <typename... Arguments>
 bool WyLogPrintf(CWyLogger& logger, const WyMessageAt& message, Arguments... arguments) {
   static_assert((... && std::is_scalar_v<Arguments>), "printf takes numbers and pointers to texts");
@@ -259,7 +176,8 @@ bool WyLogPrintf(WyTypedMessage<form, uId, kinds...> message, Arguments... argum
 
 // Writes a printf-formatted record of any length to the logger's audit log. The record is the
 // formatted text alone, without a prolog; in a file of lines the format ends with "\n". The
-// compiler checks format and arguments.
+// compiler checks format and arguments. Nothing is escaped: see WyEscape, or WY_AUDIT
+// (WyAuditRecord.h), which writes fields in a form that programs read back.
 //
 // Returns true if the logger's output has taken the record. A host that must not act without an
 // audit record tests the result:
@@ -318,7 +236,7 @@ inline bool WyAudit(const char* pszFormat, ...) {
 // One trace record while it is filled, for its thread alone. It uses the thread's CWyTraceData,
 // which the logger owns, and empties it at its end. The fields Function, SrcFile ("agent.cpp:41"),
 // Pid, Tid, Date, Time and PreciseTime, unless the statement has set them, are filled in when the
-// record is written.
+// record is written, and before them those of the thread's WyRequestScope.
 class CWyTraceRecord {
  public:
   // Requires: ShouldTraceAlloc or ShouldTrace has returned true for `data`, on a thread that
@@ -335,9 +253,10 @@ class CWyTraceRecord {
   }
 
   // Sets a field if the trace configuration shows it; the filter of a field that is not shown has
-  // no effect. The value is copied. It is of any type that WyLog takes as an argument (a floating
-  // number has six decimals, a null text is an empty one), or a function without parameters that
-  // returns such a value, and which is called only if the field is shown:
+  // no effect. The value is copied, with its control characters escaped (WyEscape.h). It is of any
+  // type that WyLog takes as an argument (a floating number has six decimals, a null text and a
+  // missing optional value are empty), or a function without parameters that returns such a value,
+  // and which is called only if the field is shown:
   //
   //   .Set(WyField::Group, [&] { return JoinGroups(user); })
   template <typename Value>
@@ -347,7 +266,8 @@ class CWyTraceRecord {
   }
 
   // Sets the field Message to a printf-formatted text of any length, which is formatted only if the
-  // field is shown.
+  // field is shown. Control characters are escaped, also those of the format; for a text of several
+  // lines use .Set(WyField::Message, WyRaw(strText)).
   CWyTraceRecord& Message(const char* pszFormat, ...) __attribute__((format(printf, 2, 3)));
 
   // Calls fill(*this): for fields that several records set in the same way.
@@ -368,9 +288,10 @@ class CWyTraceRecord {
  private:
   template <typename Value>
   bool Store(WyField::Number field, const Value& value);
+  bool StoreText(WyField::Number field, const WyLogDetail::TextRef& text);
   bool StoreView(WyField::Number field, std::string_view text);
-  template <typename Value>
-  void FillIn(WyField::Number field, const Value& value);
+  bool IsMissing(WyField::Number field) const { return IsWanted(field) && !m_set[field]; }
+  void FillInRequest();
 
   CWyTraceData& m_data;
   CWyTraceSupresser m_suppresser;
@@ -384,16 +305,27 @@ bool CWyTraceRecord::Store(WyField::Number field, const Value& value) {
   m_set.set(field);
   if constexpr (std::is_invocable_v<const Value&>) {
     return Store(field, value());
+  } else if constexpr (WyLogDetail::IsOptional<Value>::value) {
+    return value ? Store(field, *value) : m_data.SetFieldValue(field, "");
   } else if constexpr (std::is_floating_point_v<Value>) {
     return m_data.SetFieldValue(field, static_cast<double>(value));
+  } else if constexpr (std::is_same_v<Value, bool>) {
+    return m_data.SetFieldValue(field, value);
   } else {
-    const auto text = WyLogDetail::ToText(value);
-    if constexpr (std::is_same_v<decltype(text), const std::string_view>) {
-      return StoreView(field, text);
+    const WyLogDetail::CpaArgument<Value> text(value);
+    if (!text.IsComplete()) return false;
+    using Shown = WyLogDetail::Shown<Value>;
+    if constexpr (std::is_integral_v<Shown> && !std::is_same_v<Shown, char>) {
+      return m_data.SetFieldNumber(field, text.Ref().pszText);
     } else {
-      return m_data.SetFieldValue(field, static_cast<const char*>(text));
+      return StoreText(field, text.Ref());
     }
   }
+}
+
+inline bool CWyTraceRecord::StoreText(WyField::Number field, const WyLogDetail::TextRef& text) {
+  return text.bTerminated ? m_data.SetFieldValue(field, text.pszText)
+                          : StoreView(field, {text.pszText, text.uSize});
 }
 
 // A field's value ends with a zero byte, which a view does not have.
@@ -413,21 +345,32 @@ inline bool CWyTraceRecord::StoreView(WyField::Number field, std::string_view te
   return Set(WyField::Message, pszText);
 }
 
-template <typename Value>
-void CWyTraceRecord::FillIn(WyField::Number field, const Value& value) {
-  if (!m_set[field]) Set(field, value);
+// Of a field that several scopes have, the innermost counts.
+[[gnu::noinline]] inline void CWyTraceRecord::FillInRequest() {
+  WyRequestScope::ForEachField([this](const WyRequestField& field) {
+    if (!IsMissing(field.field)) return;
+    m_bWanted = field.bNumber ? m_data.SetFieldNumber(field.field, field.strValue.c_str())
+                              : Store(field.field, field.strValue);
+    m_set.set(field.field);
+  });
 }
 
+// The place and the texts that the library writes itself are not escaped.
 [[gnu::noinline]] inline bool CWyTraceRecord::Write() {
-  FillIn(WyField::Function, m_where.pszFunction);
-  FillIn(WyField::SrcFile, [this] {
+  if (WyRequestScope::IsInUse()) FillInRequest();
+  if (IsMissing(WyField::Function)) {
+    m_bWanted = m_data.SetFieldValue(WyField::Function, m_where.pszFunction);
+  }
+  if (IsMissing(WyField::SrcFile)) {
     const char* const pszFile = CWyErrLogMessage::PathnameFindFilePart(m_where.pszFile);
-    return m_data.FormatTraceMessage(m_where.iLine > 0 ? "%s:%i" : "%s", pszFile, m_where.iLine);
-  });
+    m_bWanted = m_data.SetFieldValue(
+        WyField::SrcFile,
+        m_data.FormatTraceMessage(m_where.iLine > 0 ? "%s:%i" : "%s", pszFile, m_where.iLine));
+  }
   for (const WyField::Number field :
        {WyField::Pid, WyField::Tid, WyField::Date, WyField::Time, WyField::PreciseTime}) {
     constexpr int Ignored = 0;  // the record knows the values of these five
-    if (IsWanted(field) && !m_set[field]) m_bWanted = m_data.SetFieldValue(field, Ignored);
+    if (IsMissing(field)) m_bWanted = m_data.SetFieldValue(field, Ignored);
   }
   return m_bWanted && m_data.Format() && m_data.Log();
 }

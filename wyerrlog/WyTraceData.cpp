@@ -171,6 +171,10 @@ bool CWyTraceData::SetFieldValue(unsigned int uId, bool bValue) {
   return StoreText(uId, bValue ? "true" : "false") && PassesFilter(uId);
 }
 
+bool CWyTraceData::SetFieldNumber(unsigned int uId, const char* pszNumber) {
+  return SetFieldValue(uId, pszNumber);
+}
+
 // The text may be a value of this very record: hence memmove, and a former buffer is freed after
 // the copy. If memory allocation fails the former value stays, and the result drops the record.
 bool CWyTraceData::StoreText(unsigned int uId, std::string_view text) {

@@ -152,6 +152,10 @@ class WYERRLOG_API CWyTraceData {
   bool SetFieldValue(unsigned int uId, const char* pszValue);
   bool SetFieldValue(unsigned int uId, bool bValue);  // "true", "false"
 
+  // The same as SetFieldValue with the text of a number of any size, for layouts that distinguish
+  // numbers from texts. A text that is no number is written as a text.
+  bool SetFieldNumber(unsigned int uId, const char* pszNumber);
+
   // Returns true if the field's present value passes its filter; false without a filter.
   bool TestDataFilter(unsigned int uId);
 
