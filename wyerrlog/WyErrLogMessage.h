@@ -39,6 +39,10 @@ enum Number : int {
   FixedWidth = 1,  // values padded with blanks or cut to their columns, two blanks between them
   Delimited = 2,   // values with a separator between them
   Xml = 3,         // an element for each field inside an element, on lines of their own
+  // One JSON object on a line, {"User":"alice","Rule":2}: every text escaped, numbers as numbers,
+  // fields without a value left out. The number is "JSON" in ASCII: no program has used it for a
+  // layout that does not exist.
+  Json = 0x4A534F4E,
 };
 }  // namespace WyTraceLayout
 
@@ -249,7 +253,8 @@ class WYERRLOG_API CWyErrLogMessage {
   // ---- Trace records ----------------------------------------------------------------------------
 
   // A record in one of the layouts of WyTraceLayout: begin, one call for each field, end. It is
-  // appended to the text. Values are not escaped, also in the layout Xml. CWyTraceData::Format does
+  // appended to the text. Values are escaped in the layout Json alone, not in Xml, and are texts
+  // there: numbers need CWyTraceData. CWyTraceData::Format does
   // this for the fields of a record; by hand it reads
   //
   //   msg.BeginTraceFormat(WyTraceLayout::Delimited, false, ";");

@@ -1,5 +1,5 @@
 // Trace records in their layouts, audit records, and free texts. Values appear unchanged in every
-// layout, also if they contain the characters that separate fields.
+// layout but Json, also if they contain the characters that separate fields.
 
 #include <memory>
 #include <new>
@@ -7,6 +7,7 @@
 
 #include "wyerrlog/WyErrLogMessage.h"
 #include "wyerrlog/internal/WyTextBuffer.h"
+#include "wyerrlog/internal/WyTraceJson.h"
 
 namespace {
 
@@ -32,8 +33,10 @@ void CWyErrLogMessage::BeginTraceFormat(int iFormat, bool bUseLocalTime, const c
   m_bUseLocalTime = bUseLocalTime;
   m_pszTraceTag = pszTag;
   m_bFirstField = true;
+  if (iFormat < WyTraceLayout::Xml) return;
   if (iFormat == WyTraceLayout::Xml)
     m_pBuffer->Append('<', ViewOf(pszTag), std::string_view(">\n"));
+  if (iFormat == WyTraceLayout::Json) WyBeginTraceJson(*m_pBuffer);
 }
 
 // In a layout that does not exist a field is nothing, and the record is its newline.
@@ -46,6 +49,9 @@ void CWyErrLogMessage::FormatTraceField(const char* pszValue, const char* pszNam
     m_bFirstField = false;
   } else if (m_nTraceFormat == WyTraceLayout::Xml) {
     AppendElement(*m_pBuffer, ViewOf(pszName), value);
+  } else if (m_nTraceFormat == WyTraceLayout::Json) {
+    WyAppendTraceJsonField(*m_pBuffer, m_bFirstField, ViewOf(pszName), value, false);
+    m_bFirstField = false;
   }
 }
 
@@ -59,8 +65,11 @@ void CWyErrLogMessage::FormatTraceField(const char* pszValue, int iWidth) {
 }
 
 void CWyErrLogMessage::EndTraceFormat() {
-  if (m_nTraceFormat == WyTraceLayout::Xml)
-    m_pBuffer->Append(std::string_view("</"), ViewOf(m_pszTraceTag), '>');
+  if (m_nTraceFormat >= WyTraceLayout::Xml) {
+    if (m_nTraceFormat == WyTraceLayout::Json) return WyEndTraceJson(*m_pBuffer);
+    if (m_nTraceFormat == WyTraceLayout::Xml)
+      m_pBuffer->Append(std::string_view("</"), ViewOf(m_pszTraceTag), '>');
+  }
   m_pBuffer->Append('\n');
 }
 

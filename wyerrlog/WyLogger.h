@@ -143,7 +143,7 @@ class WYERRLOG_API CWyLogger {
   // caller still owns `pSecondOutput`. `bUseLocalTime` applies to the whole logger. `bBuffered` is
   // passed to EnableBuffering of the primary output; the library's own outputs ignore it. Two
   // header lines are written to the outputs, and at the top of every file that a rollover of the
-  // primary output starts (the layout Xml has none).
+  // primary output starts (the layouts Xml and Json have none).
   //
   //   CWyLogOutput* const pOutput = logger.NewLogOutput(WyOutputType::File, "./trace.log",
   //                                                     WyFileMode::RollAtOpen, 0, 5);

@@ -72,7 +72,8 @@ CWyTraceData::CWyTraceData()
       m_pLogger(nullptr),
       m_uDateTimeField(0),
       m_uConfiguration(0),
-      m_auSet{} {
+      m_auSet{},
+      m_auNumber{} {
   m_szTraceText[0] = '\0';
   for (unsigned int uId = 0; uId < FieldCount; ++uId) {
     WyTraceDataFieldInfo& field = m_fields[uId];
@@ -128,6 +129,12 @@ char* CWyTraceData::ValueToSet(unsigned int uId) {
   return m_fields[uId].pszValue;
 }
 
+// A text that is set afterwards keeps the mark: the layout Json looks at the text itself too.
+// Requires: there is such a field.
+void CWyTraceData::MarkNumber(unsigned int uId) {
+  m_auNumber[uId / BitsPerWord] |= std::uint64_t{1} << (uId % BitsPerWord);
+}
+
 bool CWyTraceData::SetFieldValue(unsigned int uId, int iValue) {
   if (uId >= WyField::Date && uId <= WyField::PreciseTime) {
     // One reading of the clock for all three, by the last of them that is traced: their texts never
@@ -137,6 +144,7 @@ bool CWyTraceData::SetFieldValue(unsigned int uId, int iValue) {
 
   char* pszValue = ValueToSet(uId);
   if (pszValue == nullptr) return false;
+  MarkNumber(uId);
   if (uId == WyField::Pid) {
     // The caller's number has no meaning for these two: the thread's stamp has their texts.
     *Copy(CWyThreadStamp::OfThisThread().Pid(), pszValue) = '\0';
@@ -151,6 +159,7 @@ bool CWyTraceData::SetFieldValue(unsigned int uId, int iValue) {
 bool CWyTraceData::SetFieldValue(unsigned int uId, unsigned int uValue) {
   char* pszValue = ValueToSet(uId);
   if (pszValue == nullptr) return false;
+  MarkNumber(uId);
   WriteNumber(pszValue, uValue);
   return PassesFilter(uId);
 }
@@ -158,6 +167,7 @@ bool CWyTraceData::SetFieldValue(unsigned int uId, unsigned int uValue) {
 bool CWyTraceData::SetFieldValue(unsigned int uId, double dValue) {
   char* pszValue = ValueToSet(uId);
   if (pszValue == nullptr) return false;
+  MarkNumber(uId);
   // The largest double has 309 digits before the point.
   std::snprintf(pszValue, InlineValueSize, "%f", dValue);
   return PassesFilter(uId);
@@ -168,11 +178,13 @@ bool CWyTraceData::SetFieldValue(unsigned int uId, const char* pszValue) {
 }
 
 bool CWyTraceData::SetFieldValue(unsigned int uId, bool bValue) {
-  return StoreText(uId, bValue ? "true" : "false") && PassesFilter(uId);
+  return SetFieldNumber(uId, bValue ? "true" : "false");
 }
 
 bool CWyTraceData::SetFieldNumber(unsigned int uId, const char* pszNumber) {
-  return SetFieldValue(uId, pszNumber);
+  if (!StoreText(uId, pszNumber != nullptr ? pszNumber : "")) return false;
+  MarkNumber(uId);
+  return PassesFilter(uId);
 }
 
 // The text may be a value of this very record: hence memmove, and a former buffer is freed after
@@ -210,6 +222,7 @@ void CWyTraceData::ClearValues() {
     }
   }
   m_auSet = {};
+  m_auNumber = {};
 }
 
 // ---- Filters ------------------------------------------------------------------------------------

@@ -175,8 +175,8 @@ class WYERRLOG_API CWyTraceData {
   // ---- The record -------------------------------------------------------------------------------
 
   // Appends a line of the selected fields to the message; `iMode` is a WyTraceLine. Returns false
-  // for a null message, in the layout Xml for every line but Values, and if memory allocation
-  // fails.
+  // for a null message, in the layouts Xml and Json for every line but Values, and if memory
+  // allocation fails.
   bool AssembleTraceMessage(CWyErrLogMessage* pMsg, int iMode);
   bool Format();  // appends the values to the record's own message
   bool Log();     // CWyLogger::LogTraceMsg with that message
@@ -223,11 +223,13 @@ class WYERRLOG_API CWyTraceData {
 
   WYERRLOG_LOCAL char* ValueToSet(unsigned int uId);
   WYERRLOG_LOCAL bool StoreText(unsigned int uId, std::string_view text);
+  WYERRLOG_LOCAL void MarkNumber(unsigned int uId);
   WYERRLOG_LOCAL bool PassesFilter(unsigned int uId);
   WYERRLOG_LOCAL void ClearValues();
   WYERRLOG_LOCAL void ReplaceLongTraceText(char* pszText);
 
   WYERRLOG_LOCAL void AppendFields(CWyErrLogMessage& msg, int iMode) const;
+  WYERRLOG_LOCAL bool AssembleJson(CWyErrLogMessage& msg, int iMode) const;
   // Called by the logger when it installs a configuration.
   WYERRLOG_LOCAL void ChooseDateTimeField();
 
@@ -256,8 +258,15 @@ class WYERRLOG_API CWyTraceData {
   // Identifies the configuration, of this logger or another, whatever its version: a number that no
   // other configuration of this process has. 0 before the first one.
   std::uint64_t m_uConfiguration;
-  // The fields set since the record was last emptied, a bit each.
-  std::array<std::uint64_t, 2> m_auSet;
+  // A bit for each field.
+  using FieldBits = std::array<std::uint64_t, 2>;
+  WYERRLOG_LOCAL static bool HasBit(const FieldBits& bits, unsigned int uId) {
+    return (bits[uId / 64] >> (uId % 64) & 1) != 0;
+  }
+  // The fields set since the record was last emptied.
+  FieldBits m_auSet;
+  // Those of them that were set as a number, or as true or false, for the layout Json.
+  FieldBits m_auNumber;
 };
 
 // ---- Per thread ---------------------------------------------------------------------------------

@@ -5,6 +5,8 @@
 #include <string>
 
 #include "wyerrlog/WyTraceData.h"
+#include "wyerrlog/internal/WyTextBuffer.h"
+#include "wyerrlog/internal/WyTraceJson.h"
 
 namespace {
 
@@ -28,10 +30,13 @@ void AppendText(CWyErrLogMessage& msg, const WyTraceDataFieldInfo& field, int nL
 
 }  // namespace
 
-// Xml has no header: each element is named after its field.
+// Xml and Json have no header: each value is named after its field.
 bool CWyTraceData::AssembleTraceMessage(CWyErrLogMessage* pMsg, int iMode) {
-  if (pMsg == nullptr || (m_nTraceFormat == WyTraceLayout::Xml && iMode != WyTraceLine::Values))
-    return false;
+  if (pMsg == nullptr) return false;
+  if (m_nTraceFormat >= WyTraceLayout::Xml) {
+    if (m_nTraceFormat == WyTraceLayout::Json) return AssembleJson(*pMsg, iMode);
+    if (m_nTraceFormat == WyTraceLayout::Xml && iMode != WyTraceLine::Values) return false;
+  }
 
   const char* pszTag = nullptr;
   if (m_nTraceFormat == WyTraceLayout::Delimited) pszTag = m_pszDelimiter;
@@ -60,6 +65,24 @@ void CWyTraceData::AppendFields(CWyErrLogMessage& msg, int iMode) const {
       AppendText(msg, field, m_nTraceFormat, Underline(field, m_nTraceFormat, iMode).c_str());
     }
   }
+}
+
+// A field that was not set is left out: its type is not known.
+bool CWyTraceData::AssembleJson(CWyErrLogMessage& msg, int iMode) const {
+  if (iMode != WyTraceLine::Values) return false;
+  CWyTextBuffer& text = *msg.m_pBuffer;
+  bool bFirst = true;
+  WyBeginTraceJson(text);
+  for (const unsigned int uEntry : m_auFieldOrder) {
+    if (uEntry == 0) break;
+    const WyTraceDataFieldInfo& field = m_fields[uEntry - 1];
+    if (!HasBit(m_auSet, field.uId)) continue;
+    WyAppendTraceJsonField(text, bFirst, field.pszName, field.pszValue,
+                           HasBit(m_auNumber, field.uId));
+    bFirst = false;
+  }
+  WyEndTraceJson(text);
+  return !msg.IsIncomplete();
 }
 
 bool CWyTraceData::Format() { return AssembleTraceMessage(&m_message, WyTraceLine::Values); }
