@@ -315,6 +315,7 @@ class WYERRLOG_API CWyErrLogMessage {
 
   friend class CWyLogger;
   friend class CWyTraceData;
+  friend class CWyAuditRecord;
 
   struct WYERRLOG_LOCAL Memory;
 

@@ -4,14 +4,17 @@
 // Logging in one statement each:
 //
 //   WyLog(Login::WrongPassword, strUser, strClient);                    // a message by identifier
-//   WyAudit("deny user=\"%s\" rule=%d\n", strUser.c_str(), iRule);      // an audit record
+//   WyLogText(WySeverity::Warning, "%d sessions left", iLeft);          // a text without catalog
+//   WY_AUDIT("deny").Set("user", strUser).Set("rule", iRule);           // an audit record
 //   WY_TRACE(Login::Authentication).Message("rule %d names it", iRule)  // a trace record
 //       .Set(WyField::User, strUser)
 //       .Set(WyField::ResponseTime, dMilliseconds);
 //
-// They use the process logger; another one is named first: WyLog(logger, ...), WyAudit(logger,
-// ...), WY_TRACE(logger, ...). The places of the calls are filled in: file and line of a message,
-// file, line and function of a trace record.
+// They use the process logger; another one is named first: WyLog(logger, ...), WyLogText(logger,
+// ...), WY_AUDIT(logger, ...), WY_TRACE(logger, ...). The places of the calls are filled in: file
+// and line of a message, file, line and function of a trace record. No argument can begin a line of
+// its own: WyEscape.h. Fields that all records of a request share: WyRequestScope.h. Messages that
+// are not to fill the log: WyLogRate.h.
 //
 // The header uses the public classes alone, and keeps to their order of calls. Any thread may log.
 // A call uses only objects of its own thread and releases them when it ends, also by an exception
@@ -25,8 +28,10 @@
 #include <string_view>
 #include <type_traits>
 
+#include "wyerrlog/WyAuditRecord.h"
 #include "wyerrlog/WyCallSite.h"
 #include "wyerrlog/WyLogField.h"
+#include "wyerrlog/WyLogText.h"
 #include "wyerrlog/WyLogger.h"
 #include "wyerrlog/WyMessage.h"
 #include "wyerrlog/WyMessageId.h"
@@ -84,14 +89,6 @@ WyMessageAt Checked(const WyTypedMessage<form, uId, kinds...>& message, Types<Ar
                   "names them in order");
   }
   return {uId, WyCallSite(message.File(), message.Line(), message.Function())};
-}
-
-// Appends the message to the line. Returns false if there was no memory to escape a text.
-template <typename... Texts>
-bool FormatTexts(CWyErrLogMessage& line, unsigned int uId, const Texts&... texts) {
-  if (!(... && texts.IsComplete())) return false;
-  line.FormatMessage(uId, texts.View()...);
-  return true;
 }
 
 }  // namespace WyLogDetail
