@@ -8,6 +8,7 @@
 #include <string>
 
 #include "wyerrlog/WyErrLogUtil.h"
+#include "wyerrlog/internal/WyMissingLibraries.h"
 #include "wyerrlog/internal/WyMutex.h"
 #include "wyerrlog/internal/WyNeverDestroyed.h"
 
@@ -18,20 +19,6 @@ constexpr std::size_t LongestRoot = WorkingSize - sizeof "/bin/x";  // leaves a 
 
 constinit CWyNeverDestroyed<CWyMutex> s_mutex;
 constinit char s_szDirectory[WorkingSize] WYERRLOG_GUARDED_BY(s_mutex.value) = "";
-
-// "bin/" below the installation root, null as long as the variable is unset or too long. It never
-// changes once it is set: all components come from one installation, and the text may be read
-// without the mutex.
-const char* LibraryDirectory() {
-  const CWyMutexLock lock(s_mutex.value);
-  if (s_szDirectory[0] != '\0') return s_szDirectory;
-  const CWyGetEnv root("ORVA_WA_ROOT");
-  if (root.c_str() == nullptr || strlen(root.c_str()) > LongestRoot) return nullptr;
-  std::string strDirectory = root.c_str();
-  strDirectory += strDirectory.ends_with('/') ? "bin/" : "/bin/";
-  memcpy(s_szDirectory, strDirectory.c_str(), strDirectory.size() + 1);
-  return s_szDirectory;
-}
 
 // Gives the name the ending of a shared object: in place of that of a DLL, or if it has none.
 // Returns whether that changed the name.
@@ -48,6 +35,20 @@ bool AddSharedObjectEnding(std::string& strName) {
 }
 
 }  // namespace
+
+// "bin/" below the installation root, null as long as the variable is unset or too long. It never
+// changes once it is set: all components come from one installation, and the text may be read
+// without the mutex.
+const char* WyInstalledLibraries() {
+  const CWyMutexLock lock(s_mutex.value);
+  if (s_szDirectory[0] != '\0') return s_szDirectory;
+  const CWyGetEnv root("ORVA_WA_ROOT");
+  if (root.c_str() == nullptr || strlen(root.c_str()) > LongestRoot) return nullptr;
+  std::string strDirectory = root.c_str();
+  strDirectory += strDirectory.ends_with('/') ? "bin/" : "/bin/";
+  memcpy(s_szDirectory, strDirectory.c_str(), strDirectory.size() + 1);
+  return s_szDirectory;
+}
 
 // The order of the names is the contract's (WyErrLogUtil.h). At most WorkingSize - 1 bytes of a
 // name count: a longer one is no path that the system opens.
@@ -66,7 +67,7 @@ void* WyErrLogUtilLoadLibrary(char* pszName) {
     strName.insert(0, "lib");
     if (void* hLib = WyLoadLibrary(strName.c_str())) return hLib;
   }
-  const char* const pszDirectory = LibraryDirectory();
+  const char* const pszDirectory = WyInstalledLibraries();
   if (pszDirectory == nullptr || strlen(pszDirectory) + strName.size() >= WorkingSize - 1) {
     return nullptr;
   }

@@ -8,11 +8,9 @@
 
 #include "wyerrlog/WyLogger.h"
 
-#include <pthread.h>
-
-#include <cerrno>
 #include <cstdlib>
 #include <exception>
+#include <memory>
 #include <new>
 #include <utility>
 
@@ -25,7 +23,6 @@
 #include "wyerrlog/internal/WyOutputCall.h"
 #include "wyerrlog/internal/WyProcessObject.h"
 #include "wyerrlog/internal/WyTraceRecordPool.h"
-#include "wyerrlog/thread_utility.h"
 
 // Libraries are unloaded once per process, by the first release. The version is that of the
 // configuration that DisableTrace removed last, of any logger: later ones get higher numbers.
@@ -33,6 +30,11 @@ std::atomic<bool> CWyLogger::m_bUnloadedComponents{false};
 std::atomic<int> CWyLogger::m_iConfigVersion{0};
 
 namespace {
+
+std::uint64_t NextInitialisation() {
+  static std::atomic<std::uint64_t> s_uLast{0};
+  return ++s_uLast;
+}
 
 void Remove(CWyLogOutput*& pInstalled) { WyCloseAndDelete(std::exchange(pInstalled, nullptr)); }
 
@@ -69,13 +71,17 @@ void EndLoggersBeforeComponents() {
 
 // ---- Lifecycle ----------------------------------------------------------------------------------
 
-CWyLogger::CWyLogger()
+CWyLogger::CWyLogger(Zeroed)
     : m_pCatalog(WyNoThrow<CWyMessageCatalog*>(nullptr, [] { return new CWyMessageCatalog; })) {
   // The console manager is constructed before the first logger is, so that it outlives the loggers'
   // outputs.
   m_bComplete = WyNoThrow(false, [] { return theConsoleManager() != nullptr; }) &&
                 m_pCatalog != nullptr && m_lifecycleGuard.IsUsable() && m_logGuard.IsUsable() &&
                 m_traceGuard.IsUsable() && m_auditGuard.IsUsable();
+}
+
+CWyLogger::CWyLogger() : CWyLogger(InZeroedMemory) {
+  for (auto& row : m_aiTraceDecision) std::uninitialized_value_construct_n(row, std::size(row));
   Init();
 }
 
@@ -109,8 +115,7 @@ void CWyLogger::Init() {
   if (m_bUnloadedComponents && m_pCatalog->HasLibraries()) EndLoggersBeforeComponents();
   ForgetTraceDecisions();
   CWyTraceRecordPool::AddLogger();
-  // Keys are few (1,024 a process): without one, records are found by searching the pool.
-  m_bHasThreadKey = pthread_key_create(&m_uThreadKey, FreeThreadTraceData) == 0;
+  m_uInitialisation = NextInitialisation();
   // From here on nothing fails, and look-ups and log calls find the logger complete.
   m_pCatalog->Open();
   if (CWyProcessObject<CWyLogger>::Is(this)) m_pCatalog->BecomeThatOfProcess();
@@ -126,6 +131,7 @@ void CWyLogger::Release() {
   // From here on log calls are refused and nothing is installed any more; calls under way are
   // waited for, by the read-side section here and by each guard below.
   m_bInitialized = false;
+  m_uInitialisation = 0;
   m_pCatalog->Close(!m_bUnloadedComponents.exchange(true));
   RemoveEverything();
 }
@@ -155,7 +161,7 @@ void CWyLogger::RemoveEverything() {
   attempt(m_logGuard, [this] { Remove(m_pLogOutput); });
   attempt(m_traceGuard, [this] {
     RemoveTraceConfiguration();
-    ReleaseThreadRecords();
+    CWyTraceRecordPool::RemoveLogger(*this);
     RemoveTraceOutputs(true);
   });
   // The second trace output, also if closing the first one has thrown.
@@ -163,17 +169,6 @@ void CWyLogger::RemoveEverything() {
   attempt(m_auditGuard, [this] { Remove(m_pAuditOutput); });
   m_pCatalog->ClearLists();
   if (pThrown != nullptr) std::rethrow_exception(pThrown);
-}
-
-// The key goes first: when the pool takes the records over, no key frees one any more. errno stays
-// as the caller had it.
-void CWyLogger::ReleaseThreadRecords() {
-  const int iErrno = errno;
-  if (m_bHasThreadKey) pthread_key_delete(m_uThreadKey);
-  errno = iErrno;
-  m_bHasThreadKey = false;
-  initializeThreadKey(&m_uThreadKey);
-  CWyTraceRecordPool::RemoveLogger(*this);
 }
 
 // ---- Outputs ------------------------------------------------------------------------------------

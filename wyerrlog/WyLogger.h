@@ -15,6 +15,7 @@
 //     WyLog(Login::UnknownUser, "alice");  // WyLog.h
 //   }  // at process exit the logger closes and deletes the output
 
+#include <array>
 #include <atomic>
 #include <cstdint>
 #include <memory>
@@ -189,11 +190,11 @@ class WYERRLOG_API CWyLogger {
   // record.
   [[nodiscard]] bool ShouldTrace(unsigned int uId, CWyTraceData* pData);
 
-  // The same with the calling thread's own record for this logger (a thread-specific value, see
-  // pthread_getspecific(3)), which it stores in `*ppData`. The logger owns the record; it is valid
-  // until the thread ends or the logger is destroyed, and no other thread receives it. `*ppData`
-  // must be null before the call: a caller that has a record is refused (false). Returns false also
-  // if memory allocation fails. The calling sequence is at CWyTraceData.
+  // The same with the calling thread's own record for this logger, which it stores in `*ppData`.
+  // The logger owns the record; it is valid until the thread ends or the logger is destroyed, and
+  // no other thread receives it. `*ppData` must be null before the call: a caller that has a record
+  // is refused (false). Returns false also if memory allocation fails. The calling sequence is at
+  // CWyTraceData.
   [[nodiscard]] bool ShouldTraceAlloc(unsigned int uId, CWyTraceData** ppData);
 
   // Writes the message's text to every installed trace output, the primary one first. Returns true
@@ -249,8 +250,12 @@ class WYERRLOG_API CWyLogger {
   friend WYERRLOG_API CWyLogger* theLogger();
   friend class CWyTraceConfigCheck;
 
-  // A logger that stays released, in place of one that could not be constructed.
+  // A logger that stays released, in place of one that could not be constructed. Requires: its
+  // memory is 0.
   WYERRLOG_LOCAL explicit CWyLogger(CWyMessageCatalog& emptyCatalog);
+  // A logger in memory that is 0.
+  enum Zeroed { InZeroedMemory };
+  WYERRLOG_LOCAL explicit CWyLogger(Zeroed);
 
   WYERRLOG_LOCAL bool IsUsable() const { return m_bInitialized; }
   WYERRLOG_LOCAL bool IsUsedByThisThread() const;
@@ -278,13 +283,16 @@ class WYERRLOG_API CWyLogger {
   WYERRLOG_LOCAL bool IsTraceOn() const;
   WYERRLOG_LOCAL bool Decide(unsigned int uId);
   WYERRLOG_LOCAL CWyTraceData* RecordOfThisThread();
+  // The same as far as that takes no lock; false if it takes one.
+  WYERRLOG_LOCAL bool IsTracedForCertain(unsigned int uId);
+  WYERRLOG_LOCAL bool ReuseRecord(unsigned int uId, CWyTraceData*& pData);
+  WYERRLOG_LOCAL void NoteTracing();
   // The rest of TraceEnabled, ShouldTrace and ShouldTraceAlloc, after MayTrace has returned true.
   WYERRLOG_LOCAL bool IsTracedNow(unsigned int uId);
   WYERRLOG_LOCAL bool ConfigureIfTraced(unsigned int uId, CWyTraceData& data);
   WYERRLOG_LOCAL bool TakeRecordIfTraced(unsigned int uId, CWyTraceData*& pData);
-  WYERRLOG_LOCAL void ReleaseThreadRecords();
 
-  unsigned int m_uThreadKey = 0;
+  [[maybe_unused]] unsigned int m_uUnused = 0;
   std::atomic<bool> m_bInitialized{false};
   CWyLogOutput* m_pLogOutput = nullptr;
   // Read before the guard is taken, hence atomic; the objects only under the guard.
@@ -296,16 +304,24 @@ class WYERRLOG_API CWyLogger {
   CWyErrLogGuard m_logGuard;
   CWyErrLogGuard m_traceGuard;
   CWyErrLogGuard m_auditGuard;
-  // Unused. MayTrace is compiled into the hosts, so the next two members keep their offsets.
-  [[maybe_unused]] std::uintptr_t m_auUnused[12] = {};
+  // A number that no other initialisation of a logger has; 0 on a released logger.
+  std::atomic<std::uint64_t> m_uInitialisation{0};
+  // The number of the installed configuration; 0 if nothing is traced.
+  std::atomic<std::uint64_t> m_uTracing{0};
+  // The component numbers, a bit each, whose cells below are not all 0.
+  std::array<std::atomic<std::uint64_t>, 4> m_auDecided{};
+  // MayTrace is compiled into the hosts, so the next two members keep their offsets.
+  [[maybe_unused]] std::uintptr_t m_auUnused[6] = {};
   std::atomic<CWyTraceData*> m_pTraceData{nullptr};
-  // By component and sub-component number: 0 undecided, 1 traced, -1 not traced.
-  std::atomic<int> m_aiTraceDecision[256][256];
+  // By component and sub-component number: 0 undecided, 1 traced, -1 not traced. In a union, so
+  // that a constructor writes to them only if the memory may be other than 0: 256 KiB, of which
+  // most loggers need a page or none.
+  union {
+    std::atomic<int> m_aiTraceDecision[256][256];
+  };
   std::atomic<int> m_iExecutionTimeThreshold{0};
 
-  // A process has a limited number of keys (PTHREAD_KEYS_MAX, 1024); a logger without one finds its
-  // records more slowly.
-  bool m_bHasThreadKey = false;
+  [[maybe_unused]] bool m_bUnused = false;
   // The highest version that a configuration of this logger has had.
   int m_iHighestVersion = 0;
   // Held by Init and Release, before any of the other guards.
@@ -355,9 +371,8 @@ WYERRLOG_API ThreadTraceData* GetThreadTraceData();
 // Deletes every entry that no thread has; the others stay until they are freed. Thread-safe.
 WYERRLOG_API void DestroyAllThreadTraceData();
 
-// Returns an entry to the pool: the destructor of the loggers' thread-specific keys, which the
-// system calls at the end of a thread that has an entry. No effect on an entry that is not in the
-// pool.
+// Returns an entry of GetThreadTraceData to the pool. No effect on one that is not in the pool. The
+// entries of loggers become free when their thread ends.
 extern "C" WYERRLOG_API void FreeThreadTraceData(void* pEntry);
 
 #endif

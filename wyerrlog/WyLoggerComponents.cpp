@@ -6,15 +6,6 @@
 #include "wyerrlog/internal/WyMessageCatalog.h"
 #include "wyerrlog/internal/WyNoThrow.h"
 
-namespace {
-
-// The contract has null for a list that does not exist; an empty one does not.
-const char* OrNull(const std::string& strText) {
-  return strText.empty() ? nullptr : strText.c_str();
-}
-
-}  // namespace
-
 // Not inside the read-side section: the texts stay valid for the caller until the logger is
 // released, which the host orders. A null catalog is that of a logger that memory allocation failed
 // for.
@@ -27,11 +18,11 @@ const char* CWyLogger::GetMsgBundle(unsigned int uId) const {
 }
 
 const char* CWyLogger::GetAvailableComponents() const {
-  return m_pCatalog != nullptr ? OrNull(m_pCatalog->AvailableComponents()) : nullptr;
+  return m_pCatalog != nullptr ? m_pCatalog->AvailableComponents() : nullptr;
 }
 
 const char* CWyLogger::GetAvailableDataFields() const {
-  return m_pCatalog != nullptr ? OrNull(m_pCatalog->AvailableDataFields()) : nullptr;
+  return m_pCatalog != nullptr ? m_pCatalog->AvailableDataFields() : nullptr;
 }
 
 CWyErrLogComponent* CWyLogger::LoadComponent(unsigned long /*uId*/, const char* pszLibName) {

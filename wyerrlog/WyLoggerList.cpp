@@ -5,11 +5,33 @@
 #include "wyerrlog/WyLoggerList.h"
 
 #include <cstring>
-#include <string>
+#include <memory>
+#include <new>
 
 #include "wyerrlog/internal/WyLogAccess.h"
 #include "wyerrlog/internal/WyNoThrow.h"
 #include "wyerrlog/internal/WyProcessObject.h"
+#include "wyerrlog/internal/WyZeroedMemory.h"
+
+struct CWyLoggerList::Deleter {
+  void operator()(const CWyLogger* pLogger) const {
+    pLogger->~CWyLogger();
+    WyDeleteZeroed(const_cast<CWyLogger*>(pLogger), sizeof *pLogger);
+  }
+};
+
+// A logger takes 256 KiB for its trace decisions, of which only pages with decisions are mapped.
+CWyLogger* CWyLoggerList::NewLogger() {
+  void* const pMemory = WyNewZeroed(sizeof(CWyLogger));
+  try {
+    auto* const pLogger = new (pMemory) CWyLogger(CWyLogger::InZeroedMemory);
+    pLogger->Init();
+    return pLogger;
+  } catch (...) {
+    WyDeleteZeroed(pMemory, sizeof(CWyLogger));
+    throw;
+  }
+}
 
 bool CWyLoggerList::cmp_cstr::operator()(const char* pszFirst, const char* pszSecond) const {
   return strcmp(pszFirst, pszSecond) < 0;
@@ -24,7 +46,7 @@ CWyLoggerList::~CWyLoggerList() {
   const CWyErrLogAutoWriter writer(m_guard);
   for (const auto& [pszName, pLogger] : *pMap) {
     delete[] pszName;
-    delete pLogger;
+    Deleter()(pLogger);
   }
   m_pMap = nullptr;
   delete pMap;
@@ -60,7 +82,7 @@ CWyLogger* CWyLoggerList::FindOrMake(const char* pszName) {
   if (m_pMap == nullptr) m_pMap = new LoggerMap;
   if (CWyLogger* pLogger = Find(pszName)) return pLogger;
   if (CWyProcessObject<CWyLoggerList>::HasEnded()) return theLogger();
-  auto pLogger = std::make_unique<CWyLogger>();
+  std::unique_ptr<CWyLogger, Deleter> pLogger(NewLogger());
   if (!pLogger->IsUsable()) return nullptr;
   const std::size_t uSize = strlen(pszName) + 1;
   std::unique_ptr<char[]> pszCopy(new char[uSize]);
@@ -80,7 +102,7 @@ bool CWyLoggerList::RemoveLogger(const char* pszName) {
   // A callback must not destroy the logger whose guard it is called under.
   if (found == map.end() || found->second->IsUsedByThisThread()) return false;
   const std::unique_ptr<const char[]> pszStored(found->first);
-  const std::unique_ptr<const CWyLogger> pLogger(found->second);
+  const std::unique_ptr<const CWyLogger, Deleter> pLogger(found->second);
   // Out of the map first; the logger is destroyed after this, still under the guard, and then its
   // name. Its outputs do not find it any more while they close.
   map.erase(found);

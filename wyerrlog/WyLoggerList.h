@@ -63,6 +63,8 @@ class WYERRLOG_API CWyLoggerList {
   WYERRLOG_LOCAL bool IsUsable() const { return m_guard.IsUsable(); }
   WYERRLOG_LOCAL CWyLogger* Find(const char* pszName) const;
   WYERRLOG_LOCAL CWyLogger* FindOrMake(const char* pszName);
+  WYERRLOG_LOCAL static CWyLogger* NewLogger();  // throws std::bad_alloc
+  struct WYERRLOG_LOCAL Deleter;
   WYERRLOG_LOCAL void End() noexcept;  // releases every logger at process exit
 
   // Allocated by the first addition; atomic because it is tested before the guard is taken.

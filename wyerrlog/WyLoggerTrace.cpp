@@ -7,9 +7,9 @@
 // until the next configuration is installed.
 
 #include "wyerrlog/WyLogger.h"
+#include "wyerrlog/internal/WyDeadlockCheck.h"
 #include "wyerrlog/internal/WyLogAccess.h"
 #include "wyerrlog/internal/WyTraceRecordPool.h"
-#include "wyerrlog/thread_utility.h"
 
 namespace {
 
@@ -33,10 +33,15 @@ std::atomic<int>& CWyLogger::DecisionCell(unsigned int uId) {
   return m_aiTraceDecision[WyComponentNumber(uId)][WySubComponentNumber(uId)];
 }
 
+// Rows without a decision are not touched: their pages may not be mapped.
 void CWyLogger::ForgetTraceDecisions() {
-  for (auto& row : m_aiTraceDecision) {
-    for (auto& cell : row) cell.store(Undecided, std::memory_order_relaxed);
+  for (unsigned int uComponent = 0; uComponent < std::size(m_aiTraceDecision); ++uComponent) {
+    if ((m_auDecided[uComponent / 64] >> (uComponent % 64) & 1) == 0) continue;
+    for (auto& cell : m_aiTraceDecision[uComponent]) {
+      cell.store(Undecided, std::memory_order_relaxed);
+    }
   }
+  for (auto& uComponents : m_auDecided) uComponents = 0;
 }
 
 // Requires: the guard is held for reading, with a configuration installed. Threads that decide at
@@ -47,14 +52,31 @@ bool CWyLogger::Decide(unsigned int uId) {
   int iDecision = cell.load(std::memory_order_relaxed);
   if (iDecision == Undecided) {
     iDecision = m_pTraceData.load()->ComponentSelected(uId) ? Traced : NotTraced;
-    cell.store(iDecision, std::memory_order_relaxed);
+    const unsigned int uComponent = WyComponentNumber(uId);
+    m_auDecided[uComponent / 64] |= std::uint64_t{1} << (uComponent % 64);
+    cell.store(iDecision, std::memory_order_release);
   }
   return iDecision == Traced;
 }
 
+// Requires: the guard is held for writing. Configuration and outputs have changed, or are about to.
+void CWyLogger::NoteTracing() {
+  m_uTracing.store(IsTraceOn() ? m_pTraceData.load()->m_uConfiguration : 0,
+                   std::memory_order_release);
+}
+
+// Without a lock, while nothing of it changes. A thread that holds a guard may be code of the host
+// that an output has called, which the guard's holder decides on.
+bool CWyLogger::IsTracedForCertain(unsigned int uId) {
+  return DecisionCell(uId).load(std::memory_order_acquire) == Traced &&
+         m_uTracing.load(std::memory_order_acquire) != 0 &&
+         CWyGuardHold::InnermostOfThisThread() == nullptr;
+}
+
 // The number 0 is no component: it asks whether anything is traced.
 bool CWyLogger::TraceEnabled(unsigned int uId) {
-  return (uId == 0 || MayTrace(uId)) && IsTracedNow(uId);
+  if (uId == 0) return IsTracedNow(uId);
+  return MayTrace(uId) && (IsTracedForCertain(uId) || IsTracedNow(uId));
 }
 
 bool CWyLogger::IsTracedNow(unsigned int uId) {
@@ -76,7 +98,24 @@ bool CWyLogger::ConfigureIfTraced(unsigned int uId, CWyTraceData& data) {
 }
 
 bool CWyLogger::ShouldTraceAlloc(unsigned int uId, CWyTraceData** ppData) {
-  return MayTrace(uId) && ppData != nullptr && TakeRecordIfTraced(uId, *ppData);
+  return MayTrace(uId) && ppData != nullptr &&
+         (ReuseRecord(uId, *ppData) || TakeRecordIfTraced(uId, *ppData));
+}
+
+// The record that the thread had last, without a lock. It has the installed configuration, and the
+// cell is read before the number of that: a cell of a later configuration was written after the
+// number had changed, which the acquire makes visible.
+bool CWyLogger::ReuseRecord(unsigned int uId, CWyTraceData*& pData) {
+  if (pData != nullptr || !IsTracedForCertain(uId)) return false;
+  CWyTraceData* const pRecord =
+      CWyTraceRecordPool::LastOfThisThread(m_uInitialisation.load(std::memory_order_relaxed));
+  if (pRecord == nullptr ||
+      pRecord->m_uConfiguration != m_uTracing.load(std::memory_order_relaxed)) {
+    return false;
+  }
+  pRecord->SetLogger(this);
+  pData = pRecord;
+  return true;
 }
 
 // One hold from the decision to the record: the configuration cannot change in between.
@@ -92,20 +131,11 @@ bool CWyLogger::TakeRecordIfTraced(unsigned int uId, CWyTraceData*& pData) {
   return true;
 }
 
-// WyTlsSetValue reports nothing, so the value is read back: an entry that the key does not refer to
-// would never be found again.
 CWyTraceData* CWyLogger::RecordOfThisThread() {
-  auto* pEntry = m_bHasThreadKey ? static_cast<ThreadTraceData*>(WyTlsGetValue(m_uThreadKey))
-                                 : CWyTraceRecordPool::Find(*this);
-  if (pEntry == nullptr) {
-    pEntry = CWyTraceRecordPool::Take(this, m_bHasThreadKey);
-    if (pEntry == nullptr) return nullptr;
-    if (m_bHasThreadKey) WyTlsSetValue(m_uThreadKey, pEntry);
-    if (m_bHasThreadKey && WyTlsGetValue(m_uThreadKey) != pEntry) {  // no memory
-      CWyTraceRecordPool::Free(pEntry);
-      return nullptr;
-    }
-  }
+  const ThreadTraceData* pEntry = CWyTraceRecordPool::Find(*this);
+  if (pEntry == nullptr) pEntry = CWyTraceRecordPool::Take(this);
+  if (pEntry == nullptr) return nullptr;
+  CWyTraceRecordPool::SetLastOfThisThread(m_uInitialisation, pEntry->Record());
   return pEntry->Record();
 }
 
@@ -128,7 +158,7 @@ bool CWyLogger::LogTraceMsg(CWyErrLogMessage& msg) {
 
 // ---- The pool of per-thread trace records -------------------------------------------------------
 
-ThreadTraceData* GetThreadTraceData() { return CWyTraceRecordPool::Take(nullptr, true); }
+ThreadTraceData* GetThreadTraceData() { return CWyTraceRecordPool::Take(nullptr); }
 
 void DestroyAllThreadTraceData() { CWyTraceRecordPool::DestroyFreeEntries(); }
 

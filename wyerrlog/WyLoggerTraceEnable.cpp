@@ -64,6 +64,7 @@ bool CWyLogger::EnableTrace(CWyLogOutput* pOutput, CWyLogOutput* pSecondOutput, 
     if (!bOutputOnly) m_pSecondTraceOutput = nullptr;
     throw;
   }
+  NoteTracing();
   return true;
 }
 
@@ -153,13 +154,18 @@ void CWyLogger::DisableTrace(bool bOutputOnly) {
     RemoveTraceConfiguration();
   }
   RemoveTraceOutputs(bOutputOnly);
+  NoteTracing();
 }
 
 // Threads that fill a record still use the texts of this configuration; they share them with it
 // (CWyTraceData::Shared), and the last one frees them.
-void CWyLogger::RemoveTraceConfiguration() { delete m_pTraceData.exchange(nullptr); }
+void CWyLogger::RemoveTraceConfiguration() {
+  m_uTracing = 0;
+  delete m_pTraceData.exchange(nullptr);
+}
 
 void CWyLogger::RemoveTraceOutputs(bool bOutputOnly) {
+  m_uTracing = 0;
   WyCloseAndDelete(m_pTraceOutput.exchange(nullptr));
   if (!bOutputOnly) WyCloseAndDelete(m_pSecondTraceOutput.exchange(nullptr));
 }

@@ -7,6 +7,7 @@
 
 #include <cstddef>
 #include <filesystem>
+#include <fstream>
 #include <iterator>
 
 #include "test_support/Sanitizer.h"
@@ -18,6 +19,14 @@ inline std::size_t MemoryInUse() {
   if (IsSanitized) return 0;
   const struct mallinfo2 info = mallinfo2();
   return info.uordblks + info.hblkhd;
+}
+
+// Bytes of memory that are mapped.
+inline std::size_t ResidentMemory() {
+  std::ifstream file("/proc/self/statm");
+  std::size_t uAll = 0, uResident = 0;
+  file >> uAll >> uResident;
+  return uResident * 4096;
 }
 
 inline long OpenDescriptors() {

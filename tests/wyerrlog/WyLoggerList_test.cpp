@@ -12,12 +12,17 @@
 #include <set>
 
 #include "test_support/Footprint.h"
+#include "test_support/SystemStandIns.h"
 #include "test_support/TempDirectory.h"
 #include "test_support/TestThread.h"
 #include "test_support/Tracing.h"
 
 // In the place of the platform's: without a search for plug-ins, loggers are made quickly.
-__attribute__((visibility("default"))) void* WyLoadLibrary(const char*) { return nullptr; }
+static int s_iSearches = 0;
+__attribute__((visibility("default"))) void* WyLoadLibrary(const char*) {
+  ++s_iSearches;
+  return nullptr;
+}
 
 namespace {
 
@@ -123,6 +128,40 @@ TEST(LoggerList, TracesWithLoggersForWhichTheSystemHasNoThreadKeyLeft) {
   for (int i = 0; i < 5; ++i) UseLoggers(threads, directory.Path("trace"), 40);
   EXPECT_LE(MemoryInUse(), uMemory + 500000);
   EXPECT_EQ(OpenDescriptors(), lDescriptors);
+}
+
+TEST(LoggerList, TakesLittleMemoryForEachOfManyLoggers) {
+  if (IsSanitized) GTEST_SKIP() << "sanitizers need memory of their own";
+  getMyLogger("first");
+  const size_t uMemory = ResidentMemory();
+  for (int i = 0; i < 200; ++i) getMyLogger(("tenant " + std::to_string(i)).c_str());
+  EXPECT_LE(ResidentMemory(), uMemory + 200 * 16384);
+}
+
+// With the calls of WyLoadLibrary that a new logger makes.
+TEST(LoggerList, RemembersWhichLibrariesAreMissing) {
+  const TempDirectory directory;
+  std::filesystem::create_directory(directory.Path("bin"));
+  const auto age = [&] { std::filesystem::last_write_time(directory.Path("bin"), {}); };
+  age();
+  setenv("ORVA_WA_ROOT", directory.Path("").c_str(), 1);
+  stand_ins::coarse_clock = 5000;
+  const auto searches = [](int iLogger) {
+    const int iBefore = s_iSearches;
+    getMyLogger(("of many " + std::to_string(iLogger)).c_str());
+    return s_iSearches - iBefore;
+  };
+  const int iAll = searches(0);
+  EXPECT_GE(iAll, 26 * 3);
+  EXPECT_EQ(searches(1), 0);
+  directory.Write("bin/libFederation.so", "cannot be loaded");
+  EXPECT_EQ(searches(2), iAll) << "a folder has changed";
+  EXPECT_EQ(searches(3), iAll / 26) << "the one that is there";
+  stand_ins::coarse_clock += 1000;
+  EXPECT_EQ(searches(4), iAll / 26);
+  stand_ins::coarse_clock += 1;
+  EXPECT_EQ(searches(5), iAll) << "more than a second ago";
+  stand_ins::coarse_clock = 0;
 }
 
 }  // namespace

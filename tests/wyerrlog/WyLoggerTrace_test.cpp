@@ -256,6 +256,38 @@ TEST_F(Tracing, GivesEachThreadARecordAndThoseOfEndedThreadsToNewOnes) {
   EXPECT_EQ(RecordsOfThreads(m_logger, 65), records);
 }
 
+// The destructors of thread-specific values run one after another. When the host's runs, that of
+// the library has freed the record, and another thread may have it.
+TEST_F(Tracing, GivesAThreadThatTracesInItsLastDestructorARecordOfItsOwn) {
+  EnableBoth();
+  static CWyTraceData* s_pOwn;
+  static CWyLogger* s_pLogger;
+  s_pLogger = &m_logger;
+  pthread_key_t key;
+  ASSERT_EQ(pthread_key_create(&key,
+                               [](void*) {
+                                 CWyTraceData* pOther = nullptr;
+                                 std::latch taken(1), leave(1);
+                                 const TestThread other([&] {
+                                   pOther = RecordOf(*s_pLogger);
+                                   taken.count_down();
+                                   leave.wait();
+                                 });
+                                 taken.wait();
+                                 EXPECT_EQ(pOther, s_pOwn) << "it has not been freed";
+                                 EXPECT_NE(RecordOf(*s_pLogger), pOther);
+                                 leave.count_down();
+                               }),
+            0);
+  {
+    const TestThread thread([&] {
+      s_pOwn = RecordOf(m_logger);
+      pthread_setspecific(key, &key);
+    });
+  }
+  pthread_key_delete(key);
+}
+
 TEST_F(Tracing, GivesTheThreadsOfAForkedChildRecordsOfTheirOwn) {
   if (IsSanitized) GTEST_SKIP() << "sanitizers do not follow threads of a child";
   EnableBoth();

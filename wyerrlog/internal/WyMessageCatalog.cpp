@@ -12,19 +12,44 @@
 #include "wyerrlog/WyLogComponent.h"
 #include "wyerrlog/internal/WyComponentLibrary.h"
 #include "wyerrlog/internal/WyForkHandling.h"
+#include "wyerrlog/internal/WyMissingLibraries.h"
 #include "wyerrlog/internal/WyNoThrow.h"
 
 namespace {
-
-// Entries of the component table to begin with, for each slot, and those added when it is full.
-// Most components have fewer than ten sub-components, so the table seldom grows.
-constexpr int ComponentInfoPerSlot = 10;
-constexpr int ComponentInfoGrowth = 50;
 
 constexpr std::string_view ComponentSeparator = " | ";
 
 // A text that a component does not have is shown as an empty one.
 const char* OrEmpty(const char* pszText) { return pszText != nullptr ? pszText : ""; }
+
+// Appends a component with its sub-components. Returns false if the component throws.
+bool AddComponent(CWyErrLogComponent& component, WyComponentTable& table) {
+  int iCount = 0;
+  const WyErrSubComponentInfo* pList = nullptr;
+  const bool bListed = WyCallPlugIn(false, [&] {
+    component.GetSubComponents(&iCount, &pList);
+    return true;
+  });
+  if (!bListed) return false;
+
+  // Nothing is appended before the plug-in has returned its sub-components: one that throws leaves
+  // no half entry.
+  const unsigned int uId = component.GetComponentID();
+  const std::string strName = OrEmpty(component.GetComponentName());
+  std::string& strList = table.strText;
+  strList.append(strName).append(" ; ").append(OrEmpty(component.GetComponentDescription()));
+  table.Add(uId, strName);
+  if (iCount != 0) strList.append(" : ");
+  for (int i = 0; i < iCount; ++i) {
+    // The plug-in's array may be filled to the last byte, without a terminator.
+    const std::string strSubName(pList[i].szName, strnlen(pList[i].szName, sizeof pList[i].szName));
+    strList.append(strSubName).append(" ; ").append(OrEmpty(pList[i].pszDescription));
+    if (i + 1 < iCount) strList.append("&");
+    table.Add(static_cast<unsigned int>(i + 1) << 16 | uId, strName + '/' + strSubName);
+  }
+  strList.append(ComponentSeparator);
+  return true;
+}
 
 }  // namespace
 
@@ -54,9 +79,14 @@ void CWyMessageCatalog::LoadComponents(bool bLibraries) {
   // Slot 0 is never loaded from a library, whatever the table says: a process without plug-ins has
   // the built-in component all the same.
   m_ppComponents[0] = new CWyLogComponent;
-  for (int i = 1; bLibraries && i < m_iSlotCount; ++i) {
-    m_ppComponents[static_cast<std::size_t>(i)] = WyLoadComponentLibrary(ppszNames[i]);
+  if (!bLibraries) return;
+  CWyMissingLibraries missing;
+  for (std::size_t i = 1; i < static_cast<std::size_t>(m_iSlotCount); ++i) {
+    if (missing.Includes(i)) continue;
+    m_ppComponents[i] = WyLoadComponentLibrary(ppszNames[i]);
+    if (m_ppComponents[i] == nullptr) missing.Add(i, ppszNames[i]);
   }
+  missing.Remember();
 }
 
 // From slot 1 on: the built-in component is in no library of its own.
@@ -112,16 +142,32 @@ const char* CWyMessageCatalog::GetMsgBundle(unsigned int uId) const {
   return pComponent != nullptr ? pComponent->GetComponentAbbrName() : nullptr;
 }
 
+const char* CWyMessageCatalog::AvailableComponents() const {
+  return m_pTable != nullptr && !m_pTable->strText.empty() ? m_pTable->strText.c_str() : nullptr;
+}
+
+const char* CWyMessageCatalog::AvailableDataFields() const {
+  return m_pFields != nullptr ? m_pFields->strText.c_str() : nullptr;
+}
+
 const WyTraceComponentInfo* CWyMessageCatalog::ComponentInfo() const {
-  return m_bOpen ? m_pComponentInfo.get() : nullptr;
+  return m_bOpen && m_pTable != nullptr ? m_pTable->rows.data() : nullptr;
+}
+
+int CWyMessageCatalog::ComponentInfoCount() const {
+  return m_pTable != nullptr ? static_cast<int>(m_pTable->rows.size()) : 0;
+}
+
+const WyTraceDataFieldInfo* CWyMessageCatalog::DataFieldInfo() const {
+  return m_pFields != nullptr ? m_pFields->pRows.get() : nullptr;
 }
 
 // ---- What trace configurations can select -------------------------------------------------------
 
 bool CWyMessageCatalog::BuildLists() {
   return WyNoThrow(false, [this] {
+    m_pFields = &WyKnownFields();
     BuildComponentList();
-    BuildDataFieldList();
     return true;
   });
 }
@@ -129,18 +175,15 @@ bool CWyMessageCatalog::BuildLists() {
 // The list is "name ; description : sub-name ; sub-description&... | " for each component; the last
 // separator is cut off at the end.
 void CWyMessageCatalog::BuildComponentList() {
-  m_strAvailableComponents.clear();
-  m_iComponentInfoCount = 0;
-  m_iComponentInfoCapacity = m_iSlotCount * ComponentInfoPerSlot;
-  m_pComponentInfo.reset(
-      new WyTraceComponentInfo[static_cast<std::size_t>(m_iComponentInfoCapacity)]());
+  auto pTable = std::make_shared<WyComponentTable>();
   for (int i = 0; i < m_iSlotCount; ++i) {
     CWyErrLogComponent*& pSlot = m_ppComponents[static_cast<std::size_t>(i)];
-    if (pSlot != nullptr && !AddComponent(*pSlot)) GiveUpComponent(pSlot);
+    if (pSlot != nullptr && !AddComponent(*pSlot, *pTable)) GiveUpComponent(pSlot);
   }
-  if (!m_strAvailableComponents.empty()) {
-    m_strAvailableComponents.resize(m_strAvailableComponents.size() - ComponentSeparator.size());
+  if (!pTable->strText.empty()) {
+    pTable->strText.resize(pTable->strText.size() - ComponentSeparator.size());
   }
+  m_pTable = WyShareTable(std::move(pTable));
 }
 
 // Before the catalog opens, no other thread uses the component, and it is unloaded. Later it keeps
@@ -149,71 +192,7 @@ void CWyMessageCatalog::GiveUpComponent(CWyErrLogComponent*& pSlot) {
   if (!m_bOpen) WyUnloadComponentLibrary(*std::exchange(pSlot, nullptr));
 }
 
-// Returns false if the component throws.
-bool CWyMessageCatalog::AddComponent(CWyErrLogComponent& component) {
-  int iCount = 0;
-  const WyErrSubComponentInfo* pList = nullptr;
-  const bool bListed = WyCallPlugIn(false, [&] {
-    component.GetSubComponents(&iCount, &pList);
-    return true;
-  });
-  if (!bListed) return false;
-
-  // Nothing is appended before the plug-in has returned its sub-components: one that throws leaves
-  // no half entry.
-  const unsigned int uId = component.GetComponentID();
-  const char* const pszName = OrEmpty(component.GetComponentName());
-  std::string& strList = m_strAvailableComponents;
-  strList.append(pszName).append(" ; ").append(OrEmpty(component.GetComponentDescription()));
-  AddComponentInfo(uId, pszName);
-  if (iCount != 0) strList.append(" : ");
-  for (int i = 0; i < iCount; ++i) {
-    // The plug-in's array may be filled to the last byte, without a terminator.
-    const std::string strSubName(pList[i].szName, strnlen(pList[i].szName, sizeof pList[i].szName));
-    strList.append(strSubName).append(" ; ").append(OrEmpty(pList[i].pszDescription));
-    if (i + 1 < iCount) strList.append("&");
-    // In a list, because the table points at the texts: they must not move when the next one is
-    // added.
-    m_subComponentNames.push_back(std::string(pszName) + "/" + strSubName);
-    AddComponentInfo(static_cast<unsigned int>(i + 1) << 16 | uId,
-                     m_subComponentNames.back().c_str());
-  }
-  strList.append(ComponentSeparator);
-  return true;
-}
-
-void CWyMessageCatalog::AddComponentInfo(unsigned int uId, const char* pszName) {
-  if (m_iComponentInfoCount == m_iComponentInfoCapacity) {
-    m_iComponentInfoCapacity += ComponentInfoGrowth;
-    std::unique_ptr<WyTraceComponentInfo[]> pLarger(
-        new WyTraceComponentInfo[static_cast<std::size_t>(m_iComponentInfoCapacity)]());
-    std::copy_n(m_pComponentInfo.get(), m_iComponentInfoCount, pLarger.get());
-    m_pComponentInfo = std::move(pLarger);
-  }
-  m_pComponentInfo[static_cast<std::size_t>(m_iComponentInfoCount++)] = {false, uId, pszName};
-}
-
-void CWyMessageCatalog::BuildDataFieldList() {
-  const KNOWNDATAFIELDINFO* pRows = nullptr;
-  int iCount = 0;
-  GetKnownDataFields(&iCount, &pRows);
-  const auto uCount = static_cast<std::size_t>(iCount);
-  m_pDataFieldInfo.reset(new WyTraceDataFieldInfo[uCount]());
-  m_strAvailableDataFields.clear();
-  for (std::size_t i = 0; i < uCount; ++i) {
-    if (i != 0) m_strAvailableDataFields.append(" ");
-    m_strAvailableDataFields.append(pRows[i].pszName);
-    m_pDataFieldInfo[i].uId = static_cast<unsigned int>(i);
-    m_pDataFieldInfo[i].pszName = pRows[i].pszName;
-    m_pDataFieldInfo[i].uWidth = static_cast<unsigned int>(pRows[i].iWidth);
-  }
-}
-
 void CWyMessageCatalog::ClearLists() {
-  m_strAvailableComponents.clear();
-  m_strAvailableDataFields.clear();
-  m_pComponentInfo.reset();
-  m_iComponentInfoCount = 0;
-  m_subComponentNames.clear();
-  m_pDataFieldInfo.reset();
+  m_pTable.reset();
+  m_pFields = nullptr;
 }

@@ -5,11 +5,9 @@
 // configuration can select.
 
 #include <atomic>
-#include <list>
 #include <memory>
-#include <string>
 
-#include "wyerrlog/WyTraceData.h"
+#include "wyerrlog/internal/WyKnownTables.h"
 #include "wyerrlog/internal/WyReadSideSection.h"
 
 class CWyErrLogComponent;
@@ -54,15 +52,15 @@ class CWyMessageCatalog {
   const char* FetchMsg(unsigned int uId) const;
   const char* GetMsgBundle(unsigned int uId) const;
 
-  // The two lists as texts (see CWyLogger::GetAvailableComponents); empty once they are cleared.
-  const std::string& AvailableComponents() const { return m_strAvailableComponents; }
-  const std::string& AvailableDataFields() const { return m_strAvailableDataFields; }
+  // The two lists as texts (see CWyLogger::GetAvailableComponents); null once they are cleared.
+  const char* AvailableComponents() const;
+  const char* AvailableDataFields() const;
 
   // The same as tables, which a trace configuration copies; null unless open. Requires: the caller
   // is inside ReadSide().
   const WyTraceComponentInfo* ComponentInfo() const;
-  int ComponentInfoCount() const { return m_iComponentInfoCount; }
-  const WyTraceDataFieldInfo* DataFieldInfo() const { return m_pDataFieldInfo.get(); }
+  int ComponentInfoCount() const;
+  const WyTraceDataFieldInfo* DataFieldInfo() const;
 
   // ---- The catalog of the process logger --------------------------------------------------------
 
@@ -78,10 +76,7 @@ class CWyMessageCatalog {
   CWyErrLogComponent* FindComponent(unsigned int uId) const;
 
   void BuildComponentList();
-  bool AddComponent(CWyErrLogComponent& component);
   void GiveUpComponent(CWyErrLogComponent*& pSlot);
-  void AddComponentInfo(unsigned int uId, const char* pszName);
-  void BuildDataFieldList();
 
   static std::atomic<const CWyMessageCatalog*> s_pOfProcess;
 
@@ -91,13 +86,8 @@ class CWyMessageCatalog {
   std::atomic<bool> m_bOpen{false};
   mutable CWyReadSideSection m_readSide;
 
-  std::string m_strAvailableComponents;
-  std::string m_strAvailableDataFields;
-  std::unique_ptr<WyTraceComponentInfo[]> m_pComponentInfo;
-  int m_iComponentInfoCount = 0;
-  int m_iComponentInfoCapacity = 0;
-  std::list<std::string> m_subComponentNames;  // those that m_pComponentInfo points at
-  std::unique_ptr<WyTraceDataFieldInfo[]> m_pDataFieldInfo;
+  std::shared_ptr<const WyComponentTable> m_pTable;  // with that of the fields; null once cleared
+  const WyFieldTable* m_pFields = nullptr;
 };
 
 #endif

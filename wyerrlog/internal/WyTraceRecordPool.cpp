@@ -1,7 +1,7 @@
-// Entries are few (one for each thread that traces, for each logger), so they are searched one
-// after another. A thread finds its entry by a key of the logger, and enters the pool only for its
-// first record. At the end of the thread an entry is freed by the logger's key, or by the watch
-// that the pool keeps on every thread that has taken one.
+// There is an entry for each thread that traces, for each logger. A thread remembers the records
+// that it used last; the others it finds by an index of the loggers. At the end of the thread its
+// entries are freed by the watch that the pool keeps on every thread that has taken one. Loggers
+// have no thread-specific keys of their own: a process has 1,024, and may have more loggers.
 //
 // The states of an entry: free; taken, by one thread for one logger; orphaned, still the thread's,
 // but its logger has been released; abandoned, in a forked child only, which is never used again.
@@ -9,6 +9,8 @@
 #include "wyerrlog/internal/WyTraceRecordPool.h"
 
 #include <algorithm>
+#include <array>
+#include <utility>
 #include <vector>
 
 #include "wyerrlog/WyErrLogPrivUtil.h"
@@ -42,6 +44,22 @@ class CWyThreadEndWatch : public CpaTls {
 
 using Entries = std::vector<ThreadTraceData*>;
 
+// The records that a thread used last, by the initialisation number of their loggers. Of plain
+// values: destructors of the host trace when the thread's other objects are gone.
+struct LastRecord {
+  std::uint64_t uInitialisation = 0;
+  CWyTraceData* pRecord = nullptr;
+};
+using LastRecords = std::array<LastRecord, 16>;
+constinit thread_local LastRecords t_last{};
+
+// Not inlined: the compiler would find the thread's object anew at each use, which is a call.
+[[gnu::noinline]] LastRecords& LastOfThread() { return t_last; }
+
+LastRecord& LastOf(std::uint64_t uInitialisation) {
+  return LastOfThread()[uInitialisation % std::tuple_size_v<LastRecords>];
+}
+
 bool Contains(const Entries& entries, const ThreadTraceData* pEntry) {
   return std::find(entries.begin(), entries.end(), pEntry) != entries.end();
 }
@@ -70,13 +88,23 @@ class CWyTraceRecordPool::State : public CWyForkReset {
 
   ThreadTraceData* FindFree() WYERRLOG_REQUIRES(m_mutex);
   void DestroyFreeBut(int iKept) WYERRLOG_REQUIRES(m_mutex);
-  static void SetFree(ThreadTraceData& entry);
+  void SetFree(ThreadTraceData& entry) WYERRLOG_REQUIRES(m_mutex);
+  void SetLogger(ThreadTraceData& entry, const CWyLogger* pLogger) WYERRLOG_REQUIRES(m_mutex);
+
+  // The first entry of those loggers; the others follow by m_pNext.
+  ThreadTraceData*& Chain(const CWyLogger* pLogger) WYERRLOG_REQUIRES(m_mutex) {
+    // Loggers of the registry lie some pages apart.
+    const auto uPlace = reinterpret_cast<std::uintptr_t>(pLogger) / 64;
+    return m_index[uPlace * 0x9E3779B97F4A7C15u >> 54];
+  }
 
   CWyForkMutex m_mutex;
   Entries m_entries WYERRLOG_GUARDED_BY(m_mutex);
   int m_iLoggers WYERRLOG_GUARDED_BY(m_mutex) = 0;  // those that are initialised
 
  private:
+  std::array<ThreadTraceData*, 1024> m_index WYERRLOG_GUARDED_BY(m_mutex){};
+
   static void AbandonEntriesOfOtherThreads(CWyForkReset& object);
 };
 
@@ -90,14 +118,12 @@ void CWyTraceRecordPool::AddLogger() {
 }
 
 // Records are filled without a lock, so a thread may be filling one of these at this moment. The
-// entries stay with their threads, and the watch frees them in place of the key that is gone.
+// entries stay with their threads.
 void CWyTraceRecordPool::RemoveLogger(const CWyLogger& logger) {
   State& state = State::Get();
   const CWyMutexLock lock(state.m_mutex);
-  for (ThreadTraceData* pEntry : state.m_entries) {
-    if (!pEntry->IsOf(logger)) continue;
-    pEntry->m_bOrphaned = true;
-    pEntry->m_bFreedByKey = false;
+  for (ThreadTraceData* p = state.Chain(&logger); p != nullptr; p = p->m_pNext) {
+    if (p->IsOf(logger)) p->m_bOrphaned = true;
   }
   if (--state.m_iLoggers == 0) state.DestroyFreeBut(0);
 }
@@ -107,8 +133,9 @@ void CWyTraceRecordPool::RemoveLogger(const CWyLogger& logger) {
 void CWyTraceRecordPool::FreeEntriesOf(const CWyLogger& logger) {
   State& state = State::Get();
   const CWyMutexLock lock(state.m_mutex);
-  for (ThreadTraceData* pEntry : state.m_entries) {
-    if (pEntry->IsOf(logger)) State::SetFree(*pEntry);
+  for (ThreadTraceData *p = state.Chain(&logger), *pNext; p != nullptr; p = pNext) {
+    pNext = p->m_pNext;
+    if (p->IsOf(logger)) state.SetFree(*p);
   }
   state.DestroyFreeBut(state.m_iLoggers > 0 ? EntriesPerExpansion : 0);
 }
@@ -116,15 +143,22 @@ void CWyTraceRecordPool::FreeEntriesOf(const CWyLogger& logger) {
 ThreadTraceData* CWyTraceRecordPool::Find(const CWyLogger& logger) {
   State& state = State::Get();
   const CWyMutexLock lock(state.m_mutex);
-  for (ThreadTraceData* pEntry : state.m_entries) {
-    if (pEntry->IsOf(logger) && !pEntry->m_bOrphaned && pEntry->m_thread == pthread_self()) {
-      return pEntry;
-    }
+  for (ThreadTraceData* p = state.Chain(&logger); p != nullptr; p = p->m_pNext) {
+    if (p->IsOf(logger) && !p->m_bOrphaned && p->m_thread == pthread_self()) return p;
   }
   return nullptr;
 }
 
-ThreadTraceData* CWyTraceRecordPool::Take(const CWyLogger* pLogger, bool bFreedByKey) {
+CWyTraceData* CWyTraceRecordPool::LastOfThisThread(std::uint64_t uInitialisation) {
+  const LastRecord& last = LastOf(uInitialisation);
+  return last.uInitialisation == uInitialisation ? last.pRecord : nullptr;
+}
+
+void CWyTraceRecordPool::SetLastOfThisThread(std::uint64_t uInitialisation, CWyTraceData* pRecord) {
+  LastOf(uInitialisation) = {uInitialisation, pRecord};
+}
+
+ThreadTraceData* CWyTraceRecordPool::Take(const CWyLogger* pLogger) {
   // First: an entry of a thread that is not watched would never be free again. Thread ids are
   // reused, so a later thread would even find it as its own.
   if (!CWyThreadEndWatch::Get().WatchThisThread()) return nullptr;
@@ -142,9 +176,8 @@ ThreadTraceData* CWyTraceRecordPool::Take(const CWyLogger* pLogger, bool bFreedB
   if (!pEntry->AllocateRecord()) return nullptr;
   pEntry->m_bFree = false;
   pEntry->m_thread = pthread_self();
-  pEntry->m_pLogger = pLogger;
   pEntry->m_bOrphaned = false;
-  pEntry->m_bFreedByKey = bFreedByKey;
+  state.SetLogger(*pEntry, pLogger);
   // The last thread that had it may have ended in the middle of a record.
   pEntry->m_pRecord->LeaveNoBody();
   return pEntry;
@@ -162,20 +195,19 @@ bool ThreadTraceData::AllocateRecord() {
 void CWyTraceRecordPool::Free(ThreadTraceData* pEntry) {
   State& state = State::Get();
   const CWyMutexLock lock(state.m_mutex);
-  // The logger may have been destroyed since the thread began to end, and the entry with it, or
-  // another thread may have it by now. An entry without a logger may be freed by any thread.
-  if (!Contains(state.m_entries, pEntry)) return;
-  if (pEntry->m_pLogger == nullptr || pEntry->m_thread == pthread_self()) State::SetFree(*pEntry);
+  // It may have been freed before, and another thread may have it by now.
+  if (Contains(state.m_entries, pEntry) && pEntry->m_pLogger == nullptr) state.SetFree(*pEntry);
 }
 
-// Not those that a key frees. The key's value still points at such an entry, and a destructor of
-// the host that runs later may trace: it would fill a record that another thread has taken.
+// A destructor of the host that runs later may trace: it takes an entry again, and the system calls
+// the watch's destructor again.
 void CWyTraceRecordPool::FreeEntriesOfThread() {
   State& state = State::Get();
   const CWyMutexLock lock(state.m_mutex);
   for (ThreadTraceData* pEntry : state.m_entries) {
-    if (pEntry->m_thread == pthread_self() && !pEntry->m_bFreedByKey) State::SetFree(*pEntry);
+    if (pEntry->m_thread == pthread_self() && pEntry->m_pLogger != nullptr) state.SetFree(*pEntry);
   }
+  LastOfThread() = {};
   if (state.m_iLoggers == 0) state.DestroyFreeBut(0);
 }
 
@@ -199,10 +231,19 @@ ThreadTraceData* CWyTraceRecordPool::State::FindFree() {
 }
 
 void CWyTraceRecordPool::State::SetFree(ThreadTraceData& entry) {
-  entry.m_pLogger = nullptr;
+  SetLogger(entry, nullptr);
   entry.m_bOrphaned = false;
-  entry.m_bFreedByKey = false;
   entry.m_bFree = true;
+}
+
+void CWyTraceRecordPool::State::SetLogger(ThreadTraceData& entry, const CWyLogger* pLogger) {
+  if (entry.m_pLogger != nullptr) {
+    ThreadTraceData** ppEntry = &Chain(entry.m_pLogger);
+    while (*ppEntry != &entry) ppEntry = &(*ppEntry)->m_pNext;
+    *ppEntry = entry.m_pNext;
+  }
+  entry.m_pLogger = pLogger;
+  if (pLogger != nullptr) entry.m_pNext = std::exchange(Chain(pLogger), &entry);
 }
 
 void CWyTraceRecordPool::State::DestroyFreeBut(int iKept) {
@@ -219,9 +260,10 @@ void CWyTraceRecordPool::State::DestroyFreeBut(int iKept) {
 // the child their memory.
 void CWyTraceRecordPool::State::AbandonEntriesOfOtherThreads(CWyForkReset& object)
     WYERRLOG_NO_THREAD_SAFETY_ANALYSIS {
-  for (ThreadTraceData* pEntry : static_cast<State&>(object).m_entries) {
+  auto& state = static_cast<State&>(object);
+  for (ThreadTraceData* pEntry : state.m_entries) {
     if (pEntry->m_bFree || pEntry->m_thread == pthread_self()) continue;
-    SetFree(*pEntry);
+    state.SetFree(*pEntry);
     pEntry->m_bFree = false;
     pEntry->m_thread = 0;
   }

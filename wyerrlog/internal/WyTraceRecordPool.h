@@ -5,6 +5,7 @@
 
 #include <pthread.h>
 
+#include <cstdint>
 #include <memory>
 
 #include "wyerrlog/WyTraceData.h"
@@ -26,13 +27,11 @@ class ThreadTraceData {
   std::unique_ptr<CWyTraceData> m_pRecord;
   bool m_bFree = true;
   pthread_t m_thread = 0;                // the thread that has it, unless it is free
-  const CWyLogger* m_pLogger = nullptr;  // the logger that the thread uses it for
+  const CWyLogger* m_pLogger = nullptr;  // that the thread uses it for; null: a host has it
   // The logger has been released. The thread may be filling the record at that moment, so it keeps
   // the entry, for its next record of any logger.
   bool m_bOrphaned = false;
-  // The destructor of a thread-specific key frees the entry when its thread ends. Otherwise the
-  // pool does: for a logger without a key, and once the logger and its key are gone.
-  bool m_bFreedByKey = false;
+  ThreadTraceData* m_pNext = nullptr;  // in the pool's index
 };
 
 // The pool exists while any logger is initialised. An entry that a thread has is not passed to
@@ -42,24 +41,28 @@ class CWyTraceRecordPool {
  public:
   // A logger has been initialised.
   static void AddLogger();
-  // A logger has been released. Requires: its key has been deleted, so that no key frees its
-  // entries any more.
+  // A logger has been released.
   static void RemoveLogger(const CWyLogger& logger);
   // A logger is destroyed: its entries become free, and memory that is not needed is freed.
   static void FreeEntriesOf(const CWyLogger& logger);
 
-  // Returns the calling thread's entry for a logger that has no key to find it by; null if it has
-  // none.
+  // Returns the calling thread's entry for a logger; null if it has none.
   static ThreadTraceData* Find(const CWyLogger& logger);
   // Returns a new entry of the calling thread, its record without values; null if memory
-  // allocation fails.
-  static ThreadTraceData* Take(const CWyLogger* pLogger, bool bFreedByKey);
+  // allocation fails. For a null logger the caller frees it; otherwise the end of the thread does.
+  static ThreadTraceData* Take(const CWyLogger* pLogger);
 
-  // The thread that has the entry ends. No effect if it has been freed already.
+  // The calling thread's record for the logger of that initialisation number, if it is among those
+  // that the thread used last; else null. Takes no lock. A record is forgotten when its thread
+  // ends; the numbers of loggers that are gone never come again.
+  static CWyTraceData* LastOfThisThread(std::uint64_t uInitialisation);
+  static void SetLastOfThisThread(std::uint64_t uInitialisation, CWyTraceData* pRecord);
+
+  // Frees an entry that was taken without a logger. No effect if it has been freed already.
   static void Free(ThreadTraceData* pEntry);
   static void DestroyFreeEntries();
 
-  // The calling thread ends: frees its entries that no key frees.
+  // The calling thread ends: frees its entries.
   static void FreeEntriesOfThread();
 
  private:
