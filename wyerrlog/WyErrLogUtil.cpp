@@ -4,6 +4,7 @@
 
 #include "wyerrlog/WyErrLogUtil.h"
 
+#include <cerrno>
 #include <new>
 
 #include "wyerrlog/WyErrLogPrivUtil.h"
@@ -31,6 +32,16 @@ void CWyErrLogCS::Leave() WYERRLOG_NO_THREAD_SAFETY_ANALYSIS {
 }
 
 // ---- Guard --------------------------------------------------------------------------------------
+
+namespace {
+
+// errno is for the callers of log calls, and for those that install outputs in one statement.
+bool Refuse() {
+  errno = EDEADLK;
+  return false;
+}
+
+}  // namespace
 
 // A guard without memory is not usable, and refuses; an exception would reach the host.
 CWyErrLogGuard::CWyErrLogGuard()
@@ -70,17 +81,17 @@ bool CWyErrLogGuard::AdmitReader(bool bHoldsOthers) {
 // there is no cycle; only then the wait is entered into the list that all threads share. Joining
 // fails if a writer holds the guard, and the caller is refused.
 bool CWyErrLogGuard::AdmitNestedReader() {
-  if (IsHeldByThisThread()) return false;
+  if (IsHeldByThisThread()) return Refuse();
   if (m_pGuard->TryLockForRead()) return true;
   const CWyGuardWait wait({m_pGuard});
-  if (!wait.IsAllowed()) return m_pGuard->JoinReaders();
+  if (!wait.IsAllowed()) return m_pGuard->JoinReaders() || Refuse();
   m_pGuard->LockForRead();
   return true;
 }
 
 bool CWyErrLogGuard::AdmitWriter() {
   const CWyGuardWait wait({m_pGuard});
-  if (m_pGuard == nullptr || !wait.IsAllowed()) return false;
+  if (m_pGuard == nullptr || !wait.IsAllowed()) return Refuse();
   m_pGuard->LockForWrite();
   return true;
 }

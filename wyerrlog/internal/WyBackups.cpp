@@ -59,6 +59,14 @@ bool CWyBackups::DeleteAllBut(size_t uCount) {
   return true;
 }
 
+// One that cannot be deleted is tried again at the next rollover.
+void CWyBackups::DeleteOlderThan(const std::string& strStamp) {
+  const auto isDeleted = [&](const std::string& strName) {
+    return m_naming.Stamp(strName) < strStamp && WyUnlink(Path(strName).c_str()) == 0;
+  };
+  m_names.erase(std::remove_if(m_names.begin(), m_names.end(), isDeleted), m_names.end());
+}
+
 // WyRename never replaces a file, so a name that another process has created since it was tested
 // costs one more attempt. Only for the plain name EACCES is Refused, which has the rollover tried
 // again later; with a number every error is a failure.

@@ -27,6 +27,9 @@ class CWyBackups {
   // cannot be deleted (unlink(2)).
   bool DeleteAllBut(size_t uCount);
 
+  // Deletes those with an older stamp than `strStamp`, as far as the system lets it.
+  void DeleteOlderThan(const std::string& strStamp);
+
   // Renames the log file to the newest backup, under an unused name. `strStamp` is that of
   // CWyBackupName::MakeStamp.
   Move Add(const char* pszLogFile, const std::string& strStamp) const;

@@ -40,7 +40,8 @@ struct WySealOptions {
 // that it has refused is the caller's to delete.
 class WYERRLOG_API CWySealedOutput : public CWyLogOutput {
  public:
-  // Of the options, mode 0 (overwrite) is refused, and modes 3 and 4 want a size of at least 1.
+  // Of the options, mode 0 (overwrite) is refused, and modes 3 and 4 want a size of at least 1. Not
+  // offered are `synchronous` (checkpoints are forced to the disk), `daily` and `maxAgeDays`.
   CWySealedOutput(const WyFileOptions& file, const std::string& strKeyDirectory,
                   const WySealOptions& options = {});
   ~CWySealedOutput() override;  // closes
