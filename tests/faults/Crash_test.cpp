@@ -40,7 +40,9 @@ bool Applies(const Point& point, const Scenario& scenario) {
   if (point.call == Call::Rename) return !scenario.bPlainRename;
   // The other threads may write some more before they are gone.
   const bool bTogether = scenario.uThreads > 1 && scenario.iMode == 1;
-  return point.effect != Effect::DeathHalfWay || !bTogether;
+  // What follows half a record in a pipe is another process's, which cannot know of it.
+  const bool bOfHost = scenario.kind == Scenario::Kind::Descriptor;
+  return point.effect != Effect::DeathHalfWay || (!bTogether && !bOfHost);
 }
 
 // Returns whether the point was reached.
@@ -77,12 +79,15 @@ TEST_P(Crash, LosesNoMessageThatWasLogged) {
   EXPECT_GE(iDeaths, 2);
 }
 
-INSTANTIATE_TEST_SUITE_P(, Crash,
-                         testing::Values(Scenario{"Appending", 1}, Scenario{"RollingOverBySize", 3},
-                                         Scenario{"DeletingOldBackups", 4, 8},
-                                         Scenario{"RenamingPlainly", 3, 0, 0, true},
-                                         Scenario{"AppendingInThreads", 1, 0, 0, false, 4},
-                                         Scenario{"RollingOverInThreads", 4, 0, 0, false, 4}),
-                         faults::NameOf);
+INSTANTIATE_TEST_SUITE_P(
+    , Crash,
+    testing::Values(Scenario{"Appending", 1}, Scenario{"RollingOverBySize", 3},
+                    Scenario{"DeletingOldBackups", 4, 8},
+                    Scenario{"RenamingPlainly", 3, 0, 0, true},
+                    Scenario{"AppendingInThreads", 1, 0, 0, false, 4},
+                    Scenario{"RollingOverInThreads", 4, 0, 0, false, 4},
+                    Scenario{"AuditingByDay", 1, 8, 86400, false, 1, Scenario::Kind::AuditFile},
+                    Scenario{"ToADescriptor", 1, 0, 0, false, 1, Scenario::Kind::Descriptor}),
+    faults::NameOf);
 
 }  // namespace

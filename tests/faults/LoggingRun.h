@@ -4,8 +4,10 @@
 // What the ladder and the crashes have in common: a host that logs numbered messages, and the
 // question whether what it was told of them is what the files contain.
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/mman.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
@@ -22,6 +24,8 @@
 #include "test_support/HostOutput.h"
 #include "test_support/SystemStandIns.h"
 #include "test_support/TempDirectory.h"
+#include "wyerrlog/WyAuditFileOutput.h"
+#include "wyerrlog/WyDescriptorOutput.h"
 
 namespace faults {
 
@@ -33,6 +37,7 @@ struct Scenario {
   int iSecondsBetween = 0;    // messages; more than 300 let refused rollovers be tried again
   bool bPlainRename = false;  // the system has no renaming that does not replace
   size_t uThreads = 1;
+  enum class Kind { PublishedFile, AuditFile, Descriptor } kind = Kind::PublishedFile;
 };
 
 inline std::string NameOf(const testing::TestParamInfo<Scenario>& scenario) {
@@ -62,8 +67,13 @@ class LoggingRun {
     if (scenario.iMode == 0) return;  // truncates what it finds
     m_directory.Write("a.log", Text(0, 0) + '\n');
     m_answers[0][0] = Answer::Accepted;
+    if (scenario.kind != Scenario::Kind::Descriptor) return;
+    m_hFile = open(m_directory.Path("a.log").c_str(), O_WRONLY | O_APPEND | O_CLOEXEC);
   }
-  ~LoggingRun() { munmap(&m_answers, sizeof m_answers); }
+  ~LoggingRun() {
+    munmap(&m_answers, sizeof m_answers);
+    if (m_hFile >= 0) close(m_hFile);
+  }
   LoggingRun(const LoggingRun&) = delete;
   LoggingRun& operator=(const LoggingRun&) = delete;
 
@@ -104,13 +114,28 @@ class LoggingRun {
 
   void Install(int iMode, int iMaxBackups) {
     CWyLogger& logger = *theLogger();
-    CWyLogOutput* const pOutput =
-        logger.NewLogOutput(1, m_directory.Path("a.log").c_str(), iMode, 0, iMaxBackups);
+    CWyLogOutput* const pOutput = NewOutput(iMode, iMaxBackups);
     CWyErrLogMessage first(false), second(false);
     first.SetFormattedMessage("first header\n");
     second.SetFormattedMessage("second header\n");
     pOutput->SetHeaders(first, second);
-    if (!logger.SetLogOutput(pOutput)) logger.DeleteLogOutput(pOutput);
+    if (!logger.SetLogOutput(pOutput)) delete pOutput;
+  }
+
+  // An audit file is rolled over by day, so that a second between messages is a day.
+  CWyLogOutput* NewOutput(int iMode, int iMaxBackups) {
+    const std::string strPath = m_directory.Path("a.log");
+    if (m_scenario.kind == Scenario::Kind::Descriptor) {
+      return new CWyDescriptorOutput(m_hFile);
+    }
+    if (m_scenario.kind == Scenario::Kind::AuditFile) {
+      return new CWyAuditFileOutput({.path = strPath,
+                                     .mode = iMode,
+                                     .backups = iMaxBackups,
+                                     .permissions = 0640,
+                                     .daily = true});
+    }
+    return theLogger()->NewLogOutput(1, strPath.c_str(), iMode, 0, iMaxBackups);
   }
 
   void LogAs(size_t uThread) {
@@ -176,6 +201,7 @@ class LoggingRun {
   }
 
   const Scenario m_scenario;
+  int m_hFile = -1;  // the host's, for an output that does not open one
   TempDirectory m_directory;
   Answers& m_answers;
 };
