@@ -4,7 +4,7 @@
 // Each log has a guard of its own: held for reading while messages are written, for writing while
 // outputs are installed and removed. Init and Release hold a fourth one around them, always the
 // first to be taken, so that no two of those run at once. A logger is released or initialised; the
-// step between the two is m_bInitialized, which log calls test without a guard.
+// step between the two is a bit of m_uState, which log calls test without a guard.
 
 #include "wyerrlog/WyLogger.h"
 
@@ -17,6 +17,7 @@
 #include "wyerrlog/WyLoggerList.h"
 #include "wyerrlog/internal/WyDeadlockCheck.h"
 #include "wyerrlog/internal/WyLogAccess.h"
+#include "wyerrlog/internal/WyLogLossRecord.h"
 #include "wyerrlog/internal/WyMessageCatalog.h"
 #include "wyerrlog/internal/WyNeverDestroyed.h"
 #include "wyerrlog/internal/WyNoThrow.h"
@@ -90,6 +91,7 @@ CWyLogger::CWyLogger(CWyMessageCatalog& emptyCatalog) : m_pCatalog(&emptyCatalog
 // No thread uses the logger any more, so the records that threads have for it become free.
 CWyLogger::~CWyLogger() {
   End();
+  CWyLogLossRecord::Forget(*this);
   CWyTraceRecordPool::FreeEntriesOf(*this);
 }
 
@@ -109,7 +111,7 @@ void CWyLogger::Init() {
   const CWyErrLogAutoWriter log(m_logGuard);
   const CWyErrLogAutoWriter trace(m_traceGuard);
   const CWyErrLogAutoWriter audit(m_auditGuard);
-  if (m_bInitialized) return;
+  if (IsUsable()) return;
   // At process exit, libraries may be loaded still, but their components have been destroyed.
   if (!m_pCatalog->Load(!CWyProcessObject<CWyLogger>::HasEnded())) return;
   if (m_bUnloadedComponents && m_pCatalog->HasLibraries()) EndLoggersBeforeComponents();
@@ -119,7 +121,7 @@ void CWyLogger::Init() {
   // From here on nothing fails, and look-ups and log calls find the logger complete.
   m_pCatalog->Open();
   if (CWyProcessObject<CWyLogger>::Is(this)) m_pCatalog->BecomeThatOfProcess();
-  m_bInitialized = true;
+  m_uState |= Initialised;
 }
 
 void CWyLogger::Release() {
@@ -127,10 +129,10 @@ void CWyLogger::Release() {
                            m_auditGuard.Native()});
   if (!wait.IsAllowed()) return;
   const CWyErrLogAutoWriter lifecycle(m_lifecycleGuard);
-  if (!m_bInitialized) return;
+  if (!IsUsable()) return;
   // From here on log calls are refused and nothing is installed any more; calls under way are
   // waited for, by the read-side section here and by each guard below.
-  m_bInitialized = false;
+  m_uState &= static_cast<unsigned char>(~Initialised);
   m_uInitialisation = 0;
   m_pCatalog->Close(!m_bUnloadedComponents.exchange(true));
   RemoveEverything();
@@ -217,7 +219,7 @@ bool CWyLogger::SetLogOutput(CWyLogOutput* pOutput) {
 }
 
 bool CWyLogger::SetLogOutput_Unlocked(CWyLogOutput* pOutput) {
-  return m_bInitialized && Replace(m_pLogOutput, pOutput);
+  return IsUsable() && Replace(m_pLogOutput, pOutput);
 }
 
 void CWyLogger::DisableLog() {
@@ -225,17 +227,22 @@ void CWyLogger::DisableLog() {
   if (writer) Remove(m_pLogOutput);
 }
 
-// The test of m_bInitialized needs no lock. A release that comes after it waits for the guard, and
-// the output is deleted only then.
+// The test of the state needs no lock. A release that comes after it waits for the guard, and the
+// output is deleted only then.
 bool CWyLogger::LogErrMsg(CWyErrLogMessage& msg) {
-  if (!m_bInitialized || msg.IsIncomplete()) return false;
+  return LogAndAccount<&CWyLogger::WriteErrMsg>(WyLogKind::Error, msg);
+}
+
+bool CWyLogger::WriteErrMsg(CWyErrLogMessage& msg) {
+  if (msg.IsIncomplete()) return CWyLogLossRecord::Refuse(ENOMEM);
   const CWyLogReader reader(m_logGuard);
-  return reader && m_pLogOutput != nullptr && m_pLogOutput->Log(msg);
+  if (!reader) return false;
+  return m_pLogOutput != nullptr ? m_pLogOutput->Log(msg) : CWyLogLossRecord::Refuse(ENXIO);
 }
 
 bool CWyLogger::EnableAuditLogRollover(CWyLogOutput* pOutput) {
   const CWyLogWriter writer(m_auditGuard);
-  return writer && m_bInitialized && Replace(m_pAuditOutput, pOutput);
+  return writer && IsUsable() && Replace(m_pAuditOutput, pOutput);
 }
 
 void CWyLogger::DisableAuditLog() {
@@ -244,9 +251,14 @@ void CWyLogger::DisableAuditLog() {
 }
 
 bool CWyLogger::LogAuditMsg(CWyErrLogMessage& msg) {
-  if (!m_bInitialized || msg.IsIncomplete()) return false;
+  return LogAndAccount<&CWyLogger::WriteAuditMsg>(WyLogKind::Audit, msg);
+}
+
+bool CWyLogger::WriteAuditMsg(CWyErrLogMessage& msg) {
+  if (msg.IsIncomplete()) return CWyLogLossRecord::Refuse(ENOMEM);
   const CWyLogReader reader(m_auditGuard);
-  return reader && m_pAuditOutput != nullptr && m_pAuditOutput->Log(msg);
+  if (!reader) return false;
+  return m_pAuditOutput != nullptr ? m_pAuditOutput->Log(msg) : CWyLogLossRecord::Refuse(ENXIO);
 }
 
 // ---- Settings -----------------------------------------------------------------------------------

@@ -28,7 +28,9 @@
 #include "wyerrlog/WyMessageId.h"
 #include "wyerrlog/WyTraceData.h"
 
+class CWyLogLossRecord;
 class CWyMessageCatalog;
+enum class WyLogKind : int;
 
 // Every operation may be called by any thread, unless its comment restricts it. Log calls and trace
 // decisions run side by side; installing and removing outputs or configurations waits for those
@@ -245,6 +247,7 @@ class WYERRLOG_API CWyLogger {
 
  private:
   friend class CWyLoggerList;
+  friend class CWyLogLossRecord;
   template <typename T>
   friend class CWyProcessObject;
   friend WYERRLOG_API CWyLogger* theLogger();
@@ -257,9 +260,17 @@ class WYERRLOG_API CWyLogger {
   enum Zeroed { InZeroedMemory };
   WYERRLOG_LOCAL explicit CWyLogger(Zeroed);
 
-  WYERRLOG_LOCAL bool IsUsable() const { return m_bInitialized; }
+  WYERRLOG_LOCAL bool IsUsable() const { return (m_uState & Initialised) != 0; }
   WYERRLOG_LOCAL bool IsUsedByThisThread() const;
   WYERRLOG_LOCAL void RemoveEverything();
+
+  // The log calls without the account of what they refuse (WyLogLoss.h). Returning false they leave
+  // the reason in errno.
+  WYERRLOG_LOCAL bool WriteErrMsg(CWyErrLogMessage& msg);
+  WYERRLOG_LOCAL bool WriteTraceMsg(CWyErrLogMessage& msg);
+  WYERRLOG_LOCAL bool WriteAuditMsg(CWyErrLogMessage& msg);
+  template <bool (CWyLogger::*Write)(CWyErrLogMessage&)>
+  WYERRLOG_LOCAL bool LogAndAccount(WyLogKind log, CWyErrLogMessage& msg);
   WYERRLOG_LOCAL void End() noexcept;  // Release where nothing can be thrown
 
   // The steps of EnableTrace; from the second one on with the trace guard held for writing.
@@ -293,7 +304,10 @@ class WYERRLOG_API CWyLogger {
   WYERRLOG_LOCAL bool TakeRecordIfTraced(unsigned int uId, CWyTraceData*& pData);
 
   [[maybe_unused]] unsigned int m_uUnused = 0;
-  std::atomic<bool> m_bInitialized{false};
+  // Initialised, and a bit for each log that refuses messages at present (see WyLogKind). One byte,
+  // so that a log call that works tests both at once.
+  static constexpr unsigned char Initialised = 0x80;
+  std::atomic<unsigned char> m_uState{0};
   CWyLogOutput* m_pLogOutput = nullptr;
   // Read before the guard is taken, hence atomic; the objects only under the guard.
   std::atomic<CWyLogOutput*> m_pTraceOutput{nullptr};
@@ -308,10 +322,18 @@ class WYERRLOG_API CWyLogger {
   std::atomic<std::uint64_t> m_uInitialisation{0};
   // The number of the installed configuration; 0 if nothing is traced.
   std::atomic<std::uint64_t> m_uTracing{0};
-  // The component numbers, a bit each, whose cells below are not all 0.
-  std::array<std::atomic<std::uint64_t>, 4> m_auDecided{};
+  // A bit for every four rows of the cells below: whether one of them has been decided.
+  std::atomic<std::uint64_t> m_uDecidedRows{0};
+  // What each log has refused.
+  struct Loss {
+    std::atomic<std::uint64_t> uRefused{0};
+    std::atomic<std::uint32_t> uSince{0};  // seconds since the Epoch; enough until 2106
+    std::atomic<int> iErrno{0};
+  };
+  Loss m_aLosses[3];
+  std::atomic<void*> m_pLossObserver{nullptr};
   // MayTrace is compiled into the hosts, so the next two members keep their offsets.
-  [[maybe_unused]] std::uintptr_t m_auUnused[6] = {};
+  [[maybe_unused]] std::uintptr_t m_auUnused[2] = {};
   std::atomic<CWyTraceData*> m_pTraceData{nullptr};
   // By component and sub-component number: 0 undecided, 1 traced, -1 not traced. In a union, so
   // that a constructor writes to them only if the memory may be other than 0: 256 KiB, of which

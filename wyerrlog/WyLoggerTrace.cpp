@@ -9,12 +9,16 @@
 #include "wyerrlog/WyLogger.h"
 #include "wyerrlog/internal/WyDeadlockCheck.h"
 #include "wyerrlog/internal/WyLogAccess.h"
+#include "wyerrlog/internal/WyLogLossRecord.h"
 #include "wyerrlog/internal/WyTraceRecordPool.h"
 
 namespace {
 
 // The values of a cell of the decision cache.
 enum Decision { Undecided = 0, Traced = 1, NotTraced = -1 };
+
+// The bit of the row of cells of a component: four rows share one, which makes 64.
+std::uint64_t RowBit(unsigned int uComponent) { return std::uint64_t{1} << (uComponent / 4); }
 
 }  // namespace
 
@@ -23,7 +27,7 @@ enum Decision { Undecided = 0, Traced = 1, NotTraced = -1 };
 // Asked before the guard is taken, so that a process without tracing pays for loads alone, and
 // again under the guard, because the pointers may have changed in between.
 bool CWyLogger::IsTraceOn() const {
-  return m_bInitialized.load(std::memory_order_acquire) &&
+  return (m_uState.load(std::memory_order_acquire) & Initialised) != 0 &&
          m_pTraceData.load(std::memory_order_acquire) != nullptr &&
          (m_pTraceOutput.load(std::memory_order_acquire) != nullptr ||
           m_pSecondTraceOutput.load(std::memory_order_acquire) != nullptr);
@@ -33,15 +37,16 @@ std::atomic<int>& CWyLogger::DecisionCell(unsigned int uId) {
   return m_aiTraceDecision[WyComponentNumber(uId)][WySubComponentNumber(uId)];
 }
 
-// Rows without a decision are not touched: their pages may not be mapped.
+// Rows without a decision, but for their neighbours', are not touched: their pages may not be
+// mapped.
 void CWyLogger::ForgetTraceDecisions() {
   for (unsigned int uComponent = 0; uComponent < std::size(m_aiTraceDecision); ++uComponent) {
-    if ((m_auDecided[uComponent / 64] >> (uComponent % 64) & 1) == 0) continue;
+    if ((m_uDecidedRows & RowBit(uComponent)) == 0) continue;
     for (auto& cell : m_aiTraceDecision[uComponent]) {
       cell.store(Undecided, std::memory_order_relaxed);
     }
   }
-  for (auto& uComponents : m_auDecided) uComponents = 0;
+  m_uDecidedRows = 0;
 }
 
 // Requires: the guard is held for reading, with a configuration installed. Threads that decide at
@@ -52,8 +57,7 @@ bool CWyLogger::Decide(unsigned int uId) {
   int iDecision = cell.load(std::memory_order_relaxed);
   if (iDecision == Undecided) {
     iDecision = m_pTraceData.load()->ComponentSelected(uId) ? Traced : NotTraced;
-    const unsigned int uComponent = WyComponentNumber(uId);
-    m_auDecided[uComponent / 64] |= std::uint64_t{1} << (uComponent % 64);
+    m_uDecidedRows |= RowBit(WyComponentNumber(uId));
     cell.store(iDecision, std::memory_order_release);
   }
   return iDecision == Traced;
@@ -143,7 +147,11 @@ CWyTraceData* CWyLogger::RecordOfThisThread() {
 
 // The second output gets the message also if the first one fails.
 bool CWyLogger::LogTraceMsg(CWyErrLogMessage& msg) {
-  if (!m_bInitialized || msg.IsIncomplete()) return false;
+  return LogAndAccount<&CWyLogger::WriteTraceMsg>(WyLogKind::Trace, msg);
+}
+
+bool CWyLogger::WriteTraceMsg(CWyErrLogMessage& msg) {
+  if (msg.IsIncomplete()) return CWyLogLossRecord::Refuse(ENOMEM);
   const CWyLogReader reader(m_traceGuard);
   if (!reader) return false;
   bool bInstalled = false;
@@ -153,7 +161,7 @@ bool CWyLogger::LogTraceMsg(CWyErrLogMessage& msg) {
     bInstalled = true;
     if (!pOutput->Log(msg)) bAllLogged = false;
   }
-  return bInstalled && bAllLogged;
+  return bInstalled ? bAllLogged : CWyLogLossRecord::Refuse(ENXIO);
 }
 
 // ---- The pool of per-thread trace records -------------------------------------------------------

@@ -94,7 +94,7 @@ std::unique_ptr<CWyTraceData> CWyLogger::NewTraceConfiguration(int iFormat,
 // An installed output is refused: it would be closed and deleted before it is opened again.
 bool CWyLogger::CanEnableTrace(const CWyLogOutput* pOutput, const CWyLogOutput* pSecondOutput,
                                bool bOutputOnly) const {
-  if (!m_bInitialized) return false;
+  if (!IsUsable()) return false;
   if (bOutputOnly && m_pTraceData == nullptr) return false;
   for (const CWyLogOutput* pInstalled : {m_pTraceOutput.load(), m_pSecondTraceOutput.load()}) {
     if (pInstalled != nullptr && (pInstalled == pOutput || pInstalled == pSecondOutput)) {

@@ -1,0 +1,53 @@
+#ifndef WYERRLOG_INTERNAL_WYLOGLOSSRECORD_H
+#define WYERRLOG_INTERNAL_WYLOGLOSSRECORD_H
+
+// The account of the messages that a logger refuses. A call that works tests one byte, which it
+// tests anyway: whether the logger is initialised and no log of it loses messages.
+
+#include <cerrno>
+
+#include "wyerrlog/WyLogLoss.h"
+
+// The operations on the account, which is in the logger.
+class CWyLogLossRecord {
+ public:
+  // Sets errno and returns false.
+  static bool Refuse(int iErrno) {
+    errno = iErrno;
+    return false;
+  }
+
+  // A message was refused, for the reason in errno, which stays; or written, in a log that loses
+  // messages. They call the host's function if that begins or ends a loss.
+  static void Count(CWyLogger& logger, WyLogKind log);
+  static void Recover(CWyLogger& logger, WyLogKind log);
+
+  static WyLogLoss Read(const CWyLogger& logger, WyLogKind log);
+  static bool Observe(CWyLogger& logger, WyLogLossCallback pfnCallback, void* pParam);
+  // Requires: no other thread uses the logger.
+  static void Forget(CWyLogger& logger);
+
+ private:
+  static unsigned char Bit(WyLogKind log) {
+    return static_cast<unsigned char>(1u << static_cast<int>(log));
+  }
+  static void Notify(CWyLogger& logger, WyLogKind log, bool bLosing);
+};
+
+template <bool (CWyLogger::*Write)(CWyErrLogMessage&)>
+bool CWyLogger::LogAndAccount(WyLogKind log, CWyErrLogMessage& msg) {
+  const unsigned char uState = m_uState.load(std::memory_order_acquire);
+  if (uState == Initialised) [[likely]] {
+    if ((this->*Write)(msg)) [[likely]]
+      return true;
+  } else if ((uState & Initialised) == 0) {
+    errno = ESHUTDOWN;
+  } else if ((this->*Write)(msg)) {
+    CWyLogLossRecord::Recover(*this, log);
+    return true;
+  }
+  CWyLogLossRecord::Count(*this, log);
+  return false;
+}
+
+#endif
