@@ -1,6 +1,7 @@
 # The parts that `cmake --install` installs: `runtime` contains the files that a program needs to run,
 # `development` those that it needs to be built, `java` those that Java code needs besides `runtime`, `tools`
-# the programs; `seal` and `seal_development` contain the sealed audit log, in the same two parts.
+# the programs; `seal` and `seal_development` contain the sealed audit log, in the same two parts, `journal` and
+# `journal_development` the output to the journal.
 #
 # Message components (components/) belong to the product and are not installed. The function
 # wyerrlog_component is installed, so that other projects can build and install their components.
@@ -47,16 +48,20 @@ configure_file("${CMAKE_CURRENT_LIST_DIR}/wyerrlog.pc.in" wyerrlog.pc @ONLY)
 install(FILES "${CMAKE_CURRENT_BINARY_DIR}/wyerrlog.pc"
   DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig" COMPONENT development)
 
-if(TARGET wyerrlog_seal)
-  install(TARGETS wyerrlog_seal EXPORT wyerrlog_sealTargets
-    LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT seal NAMELINK_COMPONENT seal_development
-    FILE_SET HEADERS DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}" COMPONENT seal_development)
-  install(EXPORT wyerrlog_sealTargets NAMESPACE wyerrlog::
-    DESTINATION "${package_directory}" COMPONENT seal_development)
-  configure_file("${CMAKE_CURRENT_LIST_DIR}/wyerrlog_seal.pc.in" wyerrlog_seal.pc @ONLY)
-  install(FILES "${CMAKE_CURRENT_BINARY_DIR}/wyerrlog_seal.pc"
-    DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig" COMPONENT seal_development)
-endif()
+foreach(extra IN ITEMS seal journal)
+  if(NOT TARGET wyerrlog_${extra})
+    continue()
+  endif()
+  install(TARGETS wyerrlog_${extra} EXPORT wyerrlog_${extra}Targets
+    LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT ${extra}
+      NAMELINK_COMPONENT ${extra}_development
+    FILE_SET HEADERS DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}" COMPONENT ${extra}_development)
+  install(EXPORT wyerrlog_${extra}Targets NAMESPACE wyerrlog::
+    DESTINATION "${package_directory}" COMPONENT ${extra}_development)
+  configure_file("${CMAKE_CURRENT_LIST_DIR}/wyerrlog_${extra}.pc.in" wyerrlog_${extra}.pc @ONLY)
+  install(FILES "${CMAKE_CURRENT_BINARY_DIR}/wyerrlog_${extra}.pc"
+    DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig" COMPONENT ${extra}_development)
+endforeach()
 
 if(TARGET wyerrlog_java)
   install_jar(wyerrlog_java DESTINATION "${CMAKE_INSTALL_DATADIR}/java" COMPONENT java)

@@ -12,9 +12,11 @@ endif()
 if(TARGET wylogctl)
   list(APPEND CPACK_COMPONENTS_ALL tools)
 endif()
-if(TARGET wyerrlog_seal)
-  list(APPEND CPACK_COMPONENTS_ALL seal seal_development)
-endif()
+foreach(extra IN ITEMS seal journal)
+  if(TARGET wyerrlog_${extra})
+    list(APPEND CPACK_COMPONENTS_ALL ${extra} ${extra}_development)
+  endif()
+endforeach()
 set(CPACK_PACKAGING_INSTALL_PREFIX "${CMAKE_INSTALL_PREFIX}")
 set(CPACK_PACKAGE_CONTACT "libwyerrlog maintainers <libwyerrlog@orvantis.example>" CACHE STRING
     "Maintainer of the packages")
@@ -113,5 +115,18 @@ wyerrlog_package(SEAL_DEVELOPMENT NAME libwyerrlog-seal-dev SECTION libdevel
   WHAT "sealed audit log, development"
   DEPENDS "libwyerrlog-dev (= ${PROJECT_VERSION}-${release}), ${seal_package} (= ${PROJECT_VERSION}-${release})"
   CONTENT "This package contains the headers of the sealed audit log, and the files for CMake and pkg-config.")
+
+set(journal_package "libwyerrlog-journal${PROJECT_VERSION_MAJOR}")
+wyerrlog_package(JOURNAL NAME ${journal_package} SECTION libs
+  WHAT "journal" DEPENDS "${same_version}"
+  CONTENT "This package contains the output that writes records with their fields to the systemd journal.")
+set(CPACK_DEBIAN_JOURNAL_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_JOURNAL_PACKAGE_CONTROL_EXTRA "${CMAKE_CURRENT_BINARY_DIR}/debian/triggers")
+set(CPACK_DEBIAN_JOURNAL_DEBUGINFO_PACKAGE ON)
+
+wyerrlog_package(JOURNAL_DEVELOPMENT NAME libwyerrlog-journal-dev SECTION libdevel
+  WHAT "journal, development"
+  DEPENDS "libwyerrlog-dev (= ${PROJECT_VERSION}-${release}), ${journal_package} (= ${PROJECT_VERSION}-${release})"
+  CONTENT "This package contains the header of the output to the journal, and the files for CMake and pkg-config.")
 
 include(CPack)
