@@ -320,6 +320,12 @@ TEST_F(Config, ComponentsComeFromTheLibrariesOnlyWhenAsked) {
             std::string::npos)
       << loaded.strError;
   EXPECT_EQ(loaded.strError.find("Send_Response: "), std::string::npos);
+  const std::string strList =
+      RunProgram(m_folder.Path(""), "ORVA_WA_ROOT='" COMPONENTS_ROOT
+                                    "' \"$WYLOGCTL\" list components -o csv --load "
+                                    "--messages .")
+          .strOut;
+  EXPECT_NE(strList.find("IsAuthorized/Send_Response,,,loaded\n"), std::string::npos) << strList;
 }
 
 }  // namespace
