@@ -20,7 +20,7 @@ packages=(
   libcli11-dev nlohmann-json3-dev zlib1g-dev  # the command-line programs
   libsodium-dev                     # the sealed audit log
   libsystemd-dev                    # the output to the journal
-  lnav jq miller                    # the tests that read the output of wylogctl
+  lnav jq miller faketime           # the tests that read the output of wylogctl
   libcpp-httplib-dev pkgconf curl   # the demo: its web server, its link options, its client
 )
 

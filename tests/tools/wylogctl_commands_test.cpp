@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "test_support/Sanitizer.h"
 #include "test_support/TempDirectory.h"
 #include "tools/RunProgram.h"
 
@@ -124,6 +125,7 @@ TEST_F(Commands, PrintAndEndAsTheTableSays) {
        {R"(a\u0000)", "\xef\xbf\xbd", R"("raw_b64":")", R"("unterminated")"},
        {}},
       {"log -q -o csv -n 1 error.log", 0, {"time,utc,", "2026-11-16T17:00:03,"}, {}},
+      {"log -q -o csv bad.log", 0, {",raw_b64\n", "\xef\xbf\xbd", ",bad.log,65,WzcvMT"}, {}},
       {"log -x -q --messages . --severity ERROR error.log",
        0,
        {"second line\n    -- Make room.\n"},
@@ -164,6 +166,7 @@ TEST_F(Commands, PrintAndEndAsTheTableSays) {
       {"list components --messages .", 0, {"12", "Session_Store", "Session_Store/Cleanup"}, {}},
       {"list messages --messages . -o json", 0, {R"("id":"0x0C004001","key":"store-00001")"}, {}},
       {"list messages", 1, {}, {"no manifests"}},
+      {"list messages --load", 2, {}, {"--load belongs to wylogctl list components"}},
       {"message --messages . 0x0C004001",
        0,
        {"store-00001  0x0C004001  INFO", "Opened", "file (string)", "store.properties:2",
@@ -250,9 +253,29 @@ TEST_F(Commands, TheCursorGoesOnWhereTheLastRunEnded) {
   EXPECT_NE(Run("log --cursor-file c error.log").strError.find("is gone"), std::string::npos);
 }
 
-TEST_F(Commands, TheRepeatedHourHasNoUtc) {
-  m_folder.Write("dst.log", "[7/11][Sun Oct 25 2026 02:30:00][a][INFO] x\n");
-  EXPECT_NE(Run("log -q -o json dst.log").strOut.find("\"utc\":null"), std::string::npos);
+// Clocks are set back at 01:00 UTC, and forward at 01:00 UTC. What was logged within the last hour
+// is shown, whichever hour a line means.
+TEST_F(Commands, TheLastHourIsWholeWhereClocksWereChanged) {
+  if (test_support::IsSanitized) GTEST_SKIP() << "faketime is no sanitizer's";
+  m_folder.Write("dst.log",
+                 "[7/11][Sun Mar 29 2026 01:20:00][a][INFO] March\n"
+                 "[7/11][Sun Mar 29 2026 01:45:00][a][INFO] winter\n"
+                 "[7/11][Sun Mar 29 2026 03:10:00][a][INFO] summer\n"
+                 "[7/11][Sun Oct 25 2026 01:20:00][a][INFO] October\n"
+                 "[7/11][Sun Oct 25 2026 02:40:00][a][INFO] first\n"
+                 "[7/11][Sun Oct 25 2026 02:10:00][a][INFO] second\n");
+  const auto lastHour = [this](const std::string& strUtc) {
+    return RunProgram(m_folder.Path(""), "TZ=UTC faketime '" + strUtc +
+                                             "' env TZ=Europe/Berlin \"$WYLOGCTL\" log -q -o json "
+                                             "--since -1h dst.log")
+        .strOut;
+  };
+  const std::string strSpring = lastHour("2026-03-29 01:30:00");
+  const std::string strAutumn = lastHour("2026-10-25 01:30:00");
+  ExpectInOrder(strSpring, {"T00:45:00Z", "winter", "T01:10:00Z", "summer"}, "spring");
+  ExpectInOrder(strAutumn, {"\"utc\":null", "first", "\"utc\":null", "second"}, "autumn");
+  EXPECT_EQ(strSpring.find("March"), std::string::npos) << "earlier than the last hour";
+  EXPECT_EQ(strAutumn.find("October"), std::string::npos) << "earlier than the last hour";
 }
 
 TEST_F(Commands, ManifestsOfAnotherFormatAreRefused) {
@@ -269,6 +292,27 @@ TEST_F(Commands, TextsDoNotControlTheTerminal) {
   const ProgramResult result = RunProgram(m_folder.Path(""), strRun);
   EXPECT_NE(result.strOut.find("\\x1b[2Jgone"), std::string::npos) << result.strOut;
   EXPECT_EQ(result.strOut.find("\033[2J"), std::string::npos);
+}
+
+TEST_F(Commands, APagerAndAProgressLineAreForTerminalsAlone) {
+  std::string strLog;
+  for (int i = 0; i < 20000; ++i) strLog += Line("17:00:00", "[INFO] fill");
+  m_folder.Write("long.log", strLog);
+  const auto onTerminal = [this](const std::string& strCommand) {
+    return RunProgram(m_folder.Path(""), "export WYLOGCTL_PAGER='sed s/^/paged:/'; script -qec '" +
+                                             strCommand + "' /dev/null")
+        .strOut;
+  };
+  EXPECT_NE(onTerminal("\"$WYLOGCTL\" log -q error.log").find("paged:[7/11]"), std::string::npos);
+  EXPECT_EQ(onTerminal("\"$WYLOGCTL\" log -q --no-pager error.log").find("paged:"),
+            std::string::npos);
+  EXPECT_EQ(onTerminal("\"$WYLOGCTL\" log -q error.log | cat").find("paged:"), std::string::npos);
+  if (test_support::IsSanitized) GTEST_SKIP() << "faketime is no sanitizer's";
+  // A clock that runs 100,000 times as fast: the work takes more than a second.
+  const std::string strFast = "faketime -f \"+0 x100000\" \"$WYLOGCTL\" stats ";
+  EXPECT_NE(onTerminal(strFast + "long.log >counts").find(" % of 1."), std::string::npos);
+  EXPECT_EQ(onTerminal(strFast + "-q long.log >counts"), "");
+  EXPECT_EQ(onTerminal(strFast + "long.log >counts 2>&1").find('%'), std::string::npos);
 }
 
 TEST_F(Commands, AReaderThatEndsEarlyIsNoFailure) {

@@ -6,6 +6,7 @@
 #include <map>
 #include <random>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "test_support/TraceConfiguration.h"
@@ -17,15 +18,18 @@ namespace {
 
 class MemorySource : public CWyByteSource {
  public:
-  explicit MemorySource(std::string_view text) : m_rest(text) {}
+  // Returns at most `uMost` bytes at a time.
+  explicit MemorySource(std::string_view text, std::size_t uMost = SIZE_MAX)
+      : m_rest(text), m_uMost(uMost) {}
   ssize_t Read(char* pBuffer, std::size_t uSize) override {
-    const std::size_t uTaken = m_rest.copy(pBuffer, uSize);
+    const std::size_t uTaken = m_rest.copy(pBuffer, std::min(uSize, m_uMost));
     m_rest.remove_prefix(uTaken);
     return static_cast<ssize_t>(uTaken);
   }
 
  private:
   std::string_view m_rest;
+  std::size_t m_uMost;
 };
 
 struct Layout {
@@ -103,6 +107,27 @@ class RoundTrip : public testing::TestWithParam<Layout> {
     return strText;
   }
 
+  // A file with its titles; `logged` gets the values by the offsets of the records.
+  std::string WriteFile(CWyTraceData& writer, int iCount, std::map<std::uint64_t, Values>& logged) {
+    const Layout layout = GetParam();
+    const auto pMaster = test_support::NewConfiguration(
+        std::string("components Log\ndata ") + layout.pszFields + "\n", layout.iFormat,
+        layout.pszSeparator);
+    EXPECT_NE(pMaster, nullptr);
+    writer = *pMaster;
+    std::string strFile;
+    if (layout.iFormat != 3) {
+      strFile = test_support::Line(writer, 1) + test_support::Line(writer, 3);
+    }
+    for (int i = 0; i < iCount; ++i) {
+      Values values;
+      const std::string strText = Write(writer, values);
+      logged[strFile.size()] = std::move(values);
+      strFile += strText;
+    }
+    return strFile;
+  }
+
   // Whether the value is what layout 1 shows of the one that was logged: blanks at the end are
   // lost.
   static bool IsShown(const std::string& strLogged, std::string_view read, std::size_t uWidth) {
@@ -116,24 +141,10 @@ class RoundTrip : public testing::TestWithParam<Layout> {
 
 TEST_P(RoundTrip, ValuesAreEqualOrFlagged) {
   const Layout layout = GetParam();
-  const auto pMaster =
-      test_support::NewConfiguration(std::string("components Log\ndata ") + layout.pszFields + "\n",
-                                     layout.iFormat, layout.pszSeparator);
-  ASSERT_NE(pMaster, nullptr);
   CWyTraceData writer;
-  writer = *pMaster;
-  std::string strFile;
-  if (layout.iFormat != 3) {
-    strFile = test_support::Line(writer, 1) + test_support::Line(writer, 3);
-  }
   constexpr int Count = 4000;
   std::map<std::uint64_t, Values> logged;
-  for (int i = 0; i < Count; ++i) {
-    Values values;
-    const std::string strText = Write(writer, values);
-    logged[strFile.size()] = std::move(values);
-    strFile += strText;
-  }
+  const std::string strFile = WriteFile(writer, Count, logged);
 
   MemorySource source(strFile);
   CWyRecordReader reader(source);
@@ -159,6 +170,30 @@ TEST_P(RoundTrip, ValuesAreEqualOrFlagged) {
   }
   // Most values hold nothing that could be taken for something else.
   EXPECT_GT(iEqual, layout.bAlwaysFlagged ? -1 : Count / 4);
+}
+
+TEST_P(RoundTrip, AnyChunkingGivesTheSameRecords) {
+  CWyTraceData writer;
+  std::map<std::uint64_t, Values> logged;
+  const std::string strFile = WriteFile(writer, 500, logged);
+  const auto read = [&strFile](std::size_t uMost, std::size_t uChunk) {
+    MemorySource source(strFile, uMost);
+    CWyRecordReader reader(source, 0, uChunk);
+    std::vector<std::tuple<std::uint64_t, std::string, unsigned int, bool>> records;
+    for (WyRawRecord raw; reader.Next(raw) || reader.TakeRest(raw);) {
+      records.emplace_back(raw.uOffset, raw.text, raw.uFlags, raw.bTitles);
+    }
+    return records;
+  };
+  const auto whole = read(SIZE_MAX, std::size_t{1} << 20);
+  std::string strJoined;
+  for (const auto& record : whole) strJoined += std::get<1>(record);
+  EXPECT_EQ(strJoined, strFile);
+  for (const std::size_t uMost : {1, 7, 64, 4099}) {
+    for (const std::size_t uChunk : {16, 512, 65536}) {
+      EXPECT_EQ(read(uMost, uChunk), whole) << uMost << " bytes, chunks of " << uChunk;
+    }
+  }
 }
 
 INSTANTIATE_TEST_SUITE_P(Layouts, RoundTrip, testing::ValuesIn(Layouts),

@@ -21,13 +21,14 @@ WyCell TimeCell(WyCivil time) {
 // The latest time of a file: of its last records, or, if it is compressed, of all of them.
 WyCivil LastTime(const WyLogFile& file, const CWyLogInput& input) {
   const std::vector<WyLogFile> files = {file};
-  const CWyPlaces places(files, input.GivenShape());
+  const CWyPlaces places(files, input.GivenShape(), false);
   CWyContext silent;
   silent.options.bQuiet = true;
   const WyReadOptions options{false, false, false, input.GivenShape()};
   CWyChainReader reader(silent, file.strPath, options);
   if (!reader.Open()) return WyNoTime;
-  reader.StartAt(places.Last(1, [](const WyRecord& record) { return record.time != WyNoTime; }));
+  const auto hasTime = [](const WyRecord& record) { return record.time != WyNoTime; };
+  reader.StartAt(places.Last(1, hasTime).place);
   WyCivil latest = WyNoTime;
   for (WyRecord record; reader.Next(record);) latest = std::max(latest, record.time);
   return latest;
@@ -41,7 +42,7 @@ int RunFiles(CWyContext& context, const WyInputOptions& options) {
   bool bAny = false;
   for (auto& stream : input.Streams()) {
     const auto& files = stream.pReader->Files();
-    const CWyPlaces places(files, input.GivenShape());
+    const CWyPlaces places(files, input.GivenShape(), true);
     for (std::size_t i = 0; i < files.size(); ++i) {
       const auto pShape = places.ShapeAt(i, files[i].uSize);
       if (pShape == nullptr && files[i].uSize > 0) {

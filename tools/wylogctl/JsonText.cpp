@@ -50,7 +50,9 @@ void AppendEscape(std::string& strText, char c) {
   }
 }
 
-void AppendEscaped(std::string& strText, std::string_view value) {
+}  // namespace
+
+void WyAppendEscaped(std::string& strText, std::string_view value) {
   const char* p = value.data();
   const char* const pEnd = p + value.size();
   const char* pPlain = p;
@@ -68,21 +70,13 @@ void AppendEscaped(std::string& strText, std::string_view value) {
   strText.append(pPlain, p);
 }
 
-}  // namespace
-
 void WyAppendJson(std::string& strText, std::string_view value) {
   strText += '"';
   if (WyIsValidUtf8(value)) {
-    AppendEscaped(strText, value);
+    WyAppendEscaped(strText, value);
   } else {
-    AppendEscaped(strText, ValidUtf8(value));
+    WyAppendEscaped(strText, ValidUtf8(value));
   }
-  strText += '"';
-}
-
-void WyAppendValidJson(std::string& strText, std::string_view value) {
-  strText += '"';
-  AppendEscaped(strText, value);
   strText += '"';
 }
 
@@ -105,17 +99,22 @@ void WyAppendBase64(std::string& strText, std::string_view bytes) {
   }
 }
 
+bool WyIsQuotedInCsv(std::string_view value) {
+  return value.find_first_of("\",\r\n") != std::string_view::npos;
+}
+
+void WyAppendCsvText(std::string& strText, std::string_view value) {
+  for (std::size_t u; (u = value.find('"')) != std::string_view::npos; value.remove_prefix(u + 1)) {
+    strText.append(value.substr(0, u)).append("\"\"");
+  }
+  strText += value;
+}
+
 void WyAppendCsv(std::string& strText, std::string_view value) {
-  if (value.find_first_of("\",\r\n") == std::string_view::npos) {
-    strText += value;
-    return;
-  }
-  strText += '"';
-  for (const char c : value) {
-    if (c == '"') strText += '"';
-    strText += c;
-  }
-  strText += '"';
+  const bool bQuoted = WyIsQuotedInCsv(value);
+  if (bQuoted) strText += '"';
+  WyAppendCsvText(strText, value);
+  if (bQuoted) strText += '"';
 }
 
 void WyAppendPrintable(std::string& strText, std::string_view value) {

@@ -9,13 +9,16 @@
 
 // Appends the text in quotes. Bytes that are no UTF-8 become U+FFFD.
 void WyAppendJson(std::string& strText, std::string_view value);
-// The same for a text that is known to be UTF-8.
-void WyAppendValidJson(std::string& strText, std::string_view value);
+// A part of such a text without the quotes, which is known to be UTF-8.
+void WyAppendEscaped(std::string& strText, std::string_view value);
 void WyAppendNumber(std::string& strText, std::uint64_t uNumber);
 void WyAppendBase64(std::string& strText, std::string_view bytes);
 
 // Appends one field of CSV, in quotes where it needs them.
 void WyAppendCsv(std::string& strText, std::string_view value);
+// The same in parts: whether the field needs quotes, and a part of its text without them.
+bool WyIsQuotedInCsv(std::string_view value);
+void WyAppendCsvText(std::string& strText, std::string_view value);
 
 // Appends the text with its control characters as "\x1b"; newlines and tabs stay.
 void WyAppendPrintable(std::string& strText, std::string_view value);

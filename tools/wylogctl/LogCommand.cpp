@@ -1,5 +1,6 @@
-// Reading, and perhaps following, logs. The last records, if only those are wanted, are kept until
-// all were read; records that come later are printed at once.
+// Reading, and perhaps following, logs. The last records of several logs are kept until all were
+// read; of one log, the place of the first of them is known. Records that come later are printed at
+// once.
 
 #include "tools/wylogctl/LogCommand.h"
 
@@ -11,7 +12,6 @@
 
 #include "tools/wylogctl/Cursor.h"
 #include "tools/wylogctl/LogInput.h"
-#include "tools/wylogctl/Places.h"
 #include "tools/wylogctl/Program.h"
 #include "tools/wylogctl/RecordWriter.h"
 
@@ -48,6 +48,7 @@ class CWyLogRun {
   bool Prepare();
   void StartAtCursor();
   void Show(const WyRecord& record);
+  bool IsEarly(const WyRecord& record);
   void Keep(const WyRecord& record);
   void ShowKept();
   void ReadAll();
@@ -61,6 +62,7 @@ class CWyLogRun {
   std::unique_ptr<CWyRecordWriter> m_pWriter;
   std::deque<KeptRecord> m_kept;
   std::optional<std::size_t> m_uLast;
+  std::optional<std::size_t> m_uEarly;  // until all old records were read
   std::uint64_t m_uShown = 0;
 };
 
@@ -99,7 +101,8 @@ bool CWyLogRun::Prepare() {
     if (!m_cursor.Load(m_context, m_options.strCursor)) return false;
     StartAtCursor();
   } else if (m_uLast) {
-    m_input.SeekLast(*m_uLast);
+    m_uEarly = m_input.SeekLast(*m_uLast);
+    if (m_uEarly) m_uLast.reset();
   } else {
     m_input.SeekSince();
   }
@@ -114,8 +117,9 @@ void CWyLogRun::StartAtCursor() {
     CWyChainReader& reader = *stream.pReader;
     if (reader.Chain().IsStandardInput() || reader.Files().empty()) continue;
     WyPlace place = m_cursor.Find(m_context, reader.Chain(), reader.Files());
-    const CWyPlaces places(reader.Files(), m_input.GivenShape());
-    if (place.uOffset > 0) place.pShape = places.ShapeAt(place.uFile, place.uOffset);
+    if (place.uOffset > 0) {
+      place.pShape = m_input.PlacesOf(stream).ShapeAt(place.uFile, place.uOffset);
+    }
     reader.StartAt(std::move(place));
   }
 }
@@ -123,6 +127,15 @@ void CWyLogRun::StartAtCursor() {
 void CWyLogRun::Show(const WyRecord& record) {
   if (!record.raw.bTitles) ++m_uShown;
   m_pWriter->Write(record);
+}
+
+// Whether the record is before the last ones; titles among those are not shown.
+bool CWyLogRun::IsEarly(const WyRecord& record) {
+  if (!m_uEarly) return false;
+  if (record.raw.bTitles) return true;
+  if (*m_uEarly == 0) return false;
+  --*m_uEarly;
+  return true;
 }
 
 void CWyLogRun::Keep(const WyRecord& record) {
@@ -161,12 +174,13 @@ void CWyLogRun::ReadAll() {
     while (const WyRecord* const pRecord = m_input.Next()) {
       if (m_uLast) {
         Keep(*pRecord);
-      } else {
+      } else if (!IsEarly(*pRecord)) {
         Show(*pRecord);
       }
       if (WyWasInterrupted()) return;
     }
     if (m_uLast) ShowKept();
+    m_uEarly.reset();
     m_context.out.Flush();
     if (m_input.HasEnded() || WyWasInterrupted()) return;
     if (!m_options.strCursor.empty() && !SaveCursor()) return;
@@ -220,7 +234,9 @@ void RegisterLogCommand(CWyProgram& program) {
   command.Example("wylogctl log --request 4711 -o table error.log trace.log audit.log",
                   "One request over all logs and backups");
   command.Run([pOptions](CWyContext& context) {
+    const std::string& strFormat = context.options.strFormat;
     pOptions->input.bKeepUnfinished = !pOptions->strCursor.empty();
+    pOptions->input.bRaw = strFormat.empty() || strFormat == "raw";
     return CWyLogRun(context, *pOptions).Run();
   });
 }

@@ -8,7 +8,6 @@
 #include <csignal>
 #include <sstream>
 
-#include "tools/wylogctl/Places.h"
 #include "wyerrlog/WyErrLogConfig.h"
 
 namespace {
@@ -124,6 +123,7 @@ bool CWyLogInput::Open(const WyInputOptions& options) {
   }
   m_bZoneGiven = options.strZone != "local";
   m_bScan = options.bScan;
+  m_bRaw = options.bRaw;
   if (!SetShape(options) || !m_query.Set(m_context, options.query, m_zone, m_manifests)) {
     return false;
   }
@@ -153,18 +153,27 @@ void CWyLogInput::SeekSince() {
   if (!m_query.Since() || m_bScan) return;
   for (Stream& stream : m_streams) {
     if (stream.pReader->Chain().IsStandardInput() || stream.pReader->Files().empty()) continue;
-    const CWyPlaces places(stream.pReader->Files(), m_pShape);
-    stream.pReader->StartAt(places.Since(*m_query.Since(), Slack(*m_query.Since())));
+    stream.pReader->StartAt(PlacesOf(stream).Since(*m_query.Since(), Slack(*m_query.Since())));
   }
 }
 
-void CWyLogInput::SeekLast(std::size_t uCount) {
+CWyPlaces CWyLogInput::PlacesOf(const Stream& stream) const {
+  return {stream.pReader->Files(), m_pShape, !m_bRaw || m_query.NamesColumns()};
+}
+
+std::optional<std::size_t> CWyLogInput::SeekLast(std::size_t uCount) {
   const auto matches = [this](const WyRecord& record) { return m_query.Matches(record); };
+  // A log may be left before its end because of --until.
+  bool bKnown = m_streams.size() == 1 && !m_query.Until();
+  std::size_t uEarly = 0;
   for (Stream& stream : m_streams) {
+    if (stream.pReader->Chain().IsStandardInput()) bKnown = false;
     if (stream.pReader->Chain().IsStandardInput() || stream.pReader->Files().empty()) continue;
-    const CWyPlaces places(stream.pReader->Files(), m_pShape);
-    stream.pReader->StartAt(places.Last(std::max<std::size_t>(uCount, 1), matches));
+    CWyPlaces::LastPlace last = PlacesOf(stream).Last(std::max<std::size_t>(uCount, 1), matches);
+    uEarly = last.uFound - std::min(last.uFound, uCount);
+    stream.pReader->StartAt(std::move(last.place));
   }
+  return bKnown ? std::optional(uEarly) : std::nullopt;
 }
 
 void CWyLogInput::CountFlags(const WyRecord& record) {

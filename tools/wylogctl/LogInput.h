@@ -9,11 +9,13 @@
 // later than the record before it. Of equal times the first path on the command line comes first.
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "tools/wylogctl/ChainReader.h"
 #include "tools/wylogctl/Command.h"
+#include "tools/wylogctl/Places.h"
 #include "tools/wylogctl/Query.h"
 
 struct WyInputOptions {
@@ -29,6 +31,7 @@ struct WyInputOptions {
   // Not options of every command.
   bool bFollow = false;
   bool bKeepUnfinished = false;
+  bool bRaw = false;  // records are printed as they are: names of columns do not matter
 };
 
 // Adds the options to a command's table: the argument PATH, and with `bFilters` the filters.
@@ -54,9 +57,13 @@ class CWyLogInput {
   bool Open(const WyInputOptions& options);
 
   // Begins each log only as early as --since asks for, or with so many of its last records that
-  // match.
+  // match. SeekLast returns by how many records it begins too early; nothing if that is not known,
+  // because there are several logs, or one cannot be searched.
   void SeekSince();
-  void SeekLast(std::size_t uCount);
+  std::optional<std::size_t> SeekLast(std::size_t uCount);
+
+  // The places in a log.
+  CWyPlaces PlacesOf(const Stream& stream) const;
 
   // The next record that matches, valid until the next call; null at the end, or at the end of what
   // there is now. Titles are records too, when there are no filters.
@@ -93,6 +100,7 @@ class CWyLogInput {
   std::uint64_t m_uRecords = 0;
   std::uint64_t m_auFlags[WyFlagCount] = {};
   bool m_bScan = false;
+  bool m_bRaw = false;
   bool m_bZoneGiven = false;
 };
 

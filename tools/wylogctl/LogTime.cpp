@@ -5,6 +5,7 @@
 
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <array>
 #include <chrono>
 #include <cstdlib>
@@ -56,19 +57,6 @@ WyCivil CivilOf(const tm& pieces) {
 }
 
 // "-90m": how far back from now.
-std::optional<std::int64_t> ParseBack(const std::string& strText) {
-  char* pEnd = nullptr;
-  const long long iCount = std::strtoll(strText.c_str() + 1, &pEnd, 10);
-  if (!WyIsDigit(strText[1]) || iCount > 1'000'000'000) return std::nullopt;
-  const std::string_view unit(pEnd);
-  if (unit == "s") return iCount * Second;
-  if (unit == "m" || unit == "min") return iCount * 60 * Second;
-  if (unit == "h") return iCount * 3600 * Second;
-  if (unit == "d") return iCount * Day;
-  if (unit == "w") return iCount * 7 * Day;
-  return std::nullopt;
-}
-
 // "17:16", "17:16:13" or "17:16:13.005".
 std::optional<WyCivil> ParseClock(std::string_view text) {
   if (text.size() == 5) {
@@ -108,6 +96,19 @@ WyCivil WyParseTimeOfDay(std::string_view text) {
     time += (p[9] - '0') * 100 + Two(p + 10);
   }
   return time;
+}
+
+std::optional<WyCivil> WyParseDuration(const std::string& strText) {
+  char* pEnd = nullptr;
+  const long long iCount = std::strtoll(strText.c_str(), &pEnd, 10);
+  if (strText.empty() || !WyIsDigit(strText[0]) || iCount > 1'000'000'000) return std::nullopt;
+  const std::string_view unit(pEnd);
+  if (unit == "s") return iCount * Second;
+  if (unit == "m" || unit == "min") return iCount * 60 * Second;
+  if (unit == "h") return iCount * 3600 * Second;
+  if (unit == "d") return iCount * Day;
+  if (unit == "w") return iCount * 7 * Day;
+  return std::nullopt;
 }
 
 void WyAppendIso(std::string& strText, WyCivil time, bool bMilliseconds) {
@@ -177,16 +178,18 @@ std::optional<std::int64_t> CWyZone::ToUtc(WyCivil time) const {
   return time - *s_distance;
 }
 
-WyCivil CWyZone::Now() const {
-  const time_t tNow = ::time(nullptr);
+WyCivil CWyZone::PassedBefore(WyCivil back) const {
+  const time_t tThen = ::time(nullptr) - static_cast<time_t>(back / Second);
   tm pieces{};
   if (m_bUtc) {
-    gmtime_r(&tNow, &pieces);
+    gmtime_r(&tThen, &pieces);
   } else {
-    localtime_r(&tNow, &pieces);
+    localtime_r(&tThen, &pieces);
   }
   return CivilOf(pieces);
 }
+
+WyCivil CWyZone::Before(WyCivil back) const { return PassedBefore(0) - back; }
 
 bool CWyZone::IsSetBackNear(WyCivil time) const {
   if (m_bUtc) return false;
@@ -200,16 +203,18 @@ bool CWyZone::IsSetBackNear(WyCivil time) const {
   return distances[1] < distances[0];
 }
 
-std::optional<WyCivil> WyParseUserTime(const std::string& strText, const CWyZone& zone) {
-  const WyCivil now = zone.Now();
+std::optional<WyCivil> WyParseUserTime(const std::string& strText, const CWyZone& zone,
+                                       WyTimeChoice choice) {
+  const WyCivil now = zone.Before(0);
   const WyCivil today = now - now % Day;
   if (strText == "now") return now;
   if (strText == "today") return today;
   if (strText == "yesterday") return today - Day;
   if (strText.size() > 2 && strText[0] == '-') {
-    const auto back = ParseBack(strText);
+    const auto back = WyParseDuration(strText.substr(1));
     if (!back) return std::nullopt;
-    return now - *back;
+    const auto times = std::minmax({zone.Before(*back), zone.PassedBefore(*back)});
+    return choice == WyTimeChoice::Earlier ? times.first : times.second;
   }
   if (strText.size() < 10 || strText[4] != '-') {
     const auto clock = ParseClock(strText);

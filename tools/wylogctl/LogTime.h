@@ -19,6 +19,9 @@ WyCivil WyParseDateTime(std::string_view text);
 WyCivil WyParseDate(std::string_view text);
 WyCivil WyParseTimeOfDay(std::string_view text);
 
+// "1h", "30m", "2d", "10s" or "1w".
+std::optional<WyCivil> WyParseDuration(const std::string& strText);
+
 // Appends "2026-11-16T17:16:13", with ".005" if `bMilliseconds`.
 void WyAppendIso(std::string& strText, WyCivil time, bool bMilliseconds);
 
@@ -34,7 +37,10 @@ class CWyZone {
   // UTC as milliseconds since the epoch; nothing when the time occurs twice or not at all in the
   // zone, where clocks are set back or forward.
   std::optional<std::int64_t> ToUtc(WyCivil time) const;
-  WyCivil Now() const;
+  // The time of so many milliseconds before now. The two calendars differ if clocks were changed
+  // since: by what the clocks showed, and by what has passed.
+  WyCivil Before(WyCivil back) const;
+  WyCivil PassedBefore(WyCivil back) const;
 
   // Whether the clocks of the zone are set back within a day of `time`.
   bool IsSetBackNear(WyCivil time) const;
@@ -46,6 +52,10 @@ class CWyZone {
 
 // A time that a user gives: "2026-11-16", "2026-11-16 17:16[:13[.005]]" (or with a T), "17:16[:13]"
 // of today, "now", "today", "yesterday", or back from now: "-1h", "-30m", "-2d", "-10s", "-1w".
-std::optional<WyCivil> WyParseUserTime(const std::string& strText, const CWyZone& zone);
+// Where clocks were changed since then, the earlier of the two times that it can mean, or the later
+// one.
+enum class WyTimeChoice : std::uint8_t { Earlier, Later };
+std::optional<WyCivil> WyParseUserTime(const std::string& strText, const CWyZone& zone,
+                                       WyTimeChoice choice);
 
 #endif

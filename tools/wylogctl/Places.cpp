@@ -12,6 +12,9 @@ constexpr std::size_t ProbeChunk = std::size_t{1} << 14;
 constexpr std::uint64_t FinestStep = std::uint64_t{1} << 16;
 constexpr std::size_t TitleWindow = std::size_t{1} << 20;
 constexpr std::size_t LongestTitle = 8192;
+// How far before a place titles are searched for if the names of columns do not matter.
+constexpr std::uint64_t NearTitles = std::uint64_t{2} << 20;
+constexpr int FittingRecords = 50;
 
 bool HasTitles(const WyLogShape& shape) {
   return shape.kind == WyLogKind::Brackets || shape.kind == WyLogKind::Columns ||
@@ -56,6 +59,26 @@ CWyPlaces::Shape CWyPlaces::HeadShape(std::size_t uFile) const {
   return reader.Shape();
 }
 
+// Whether the lines at a place are records of this shape, as far as their forms show it.
+bool CWyPlaces::Fits(std::size_t uFile, std::uint64_t uOffset, const Shape& pShape) const {
+  const auto pSource = OpenSeekable(m_files[uFile]);
+  if (pShape->uLeading == 0 || pSource == nullptr || !pSource->Seek(uOffset)) return false;
+  CWyRecordReader reader(*pSource, uOffset, ProbeChunk);
+  reader.SetShape(pShape, true);
+  reader.SkipToStart();
+  CWyRecordParser parser;
+  WyRecord record;
+  WyRawRecord raw;
+  int iFound = 0;
+  while (iFound < FittingRecords && (reader.Next(raw) || reader.TakeRest(raw))) {
+    if (raw.bTitles) break;
+    parser.Parse(raw, record);
+    if ((record.uFlags & WyTorn) != 0) return false;
+    ++iFound;
+  }
+  return iFound > 0;
+}
+
 CWyPlaces::Shape CWyPlaces::ShapeAt(std::size_t uFile, std::uint64_t uOffset) const {
   if (m_pGiven != nullptr) return m_pGiven;
   const Shape pHead = HeadShape(uFile);
@@ -69,7 +92,13 @@ CWyPlaces::Shape CWyPlaces::ShapeAt(std::size_t uFile, std::uint64_t uOffset) co
   }
   const auto pSource = OpenSeekable(m_files[uFile]);
   std::string strWindow;
+  const std::uint64_t uPlace = uOffset;
+  bool bFar = false;
   while (pSource != nullptr && uOffset > 0) {
+    if (!m_bNames && !bFar && uPlace - uOffset > NearTitles) {
+      if (Fits(uFile, uPlace, pHead)) return pHead;
+      bFar = true;
+    }
     const std::uint64_t uStart = uOffset - std::min<std::uint64_t>(uOffset, TitleWindow);
     strWindow.resize(uOffset - uStart + LongestTitle);
     pSource->Seek(uStart);
@@ -142,12 +171,13 @@ WyPlace CWyPlaces::Since(WyCivil time, WyCivil slack) const {
     break;
   }
   if (m_files.empty() || OpenSeekable(m_files[place.uFile]) == nullptr) return place;
-  // Titles in the middle of a file would be missed by the search.
+  // Behind titles in the middle of a file that change the columns of the clock no time is found;
+  // the search then goes to the part before them.
   const Shape pShape = m_pGiven != nullptr ? m_pGiven : HeadShape(place.uFile);
-  if (pShape == nullptr || HasTitles(*pShape)) return place;
+  if (pShape == nullptr || (HasTitles(*pShape) && pShape->uLeading == 0)) return place;
   place.uOffset = SinceInFile(place.uFile, pShape, earliest);
-  place.pShape = pShape;
-  place.bAtRecord = false;
+  place.pShape = ShapeAt(place.uFile, place.uOffset);
+  place.bAtRecord = place.uOffset == 0;
   return place;
 }
 
@@ -170,9 +200,10 @@ std::size_t CWyPlaces::CountFrom(std::size_t uFile, std::uint64_t uOffset, const
   return uFound;
 }
 
-WyPlace CWyPlaces::Last(std::size_t uCount,
-                        const std::function<bool(const WyRecord&)>& matches) const {
-  WyPlace place;
+CWyPlaces::LastPlace CWyPlaces::Last(std::size_t uCount,
+                                     const std::function<bool(const WyRecord&)>& matches) const {
+  LastPlace last;
+  WyPlace& place = last.place;
   std::size_t uLater = 0;
   for (std::size_t i = m_files.size(); i-- > 0 && uLater < uCount;) {
     const bool bSeekable = OpenSeekable(m_files[i]) != nullptr;
@@ -182,10 +213,11 @@ WyPlace CWyPlaces::Last(std::size_t uCount,
       place = WyPlace{i, bWhole ? 0 : m_files[i].uSize - uWindow, nullptr, bWhole};
       place.pShape = ShapeAt(i, place.uOffset);
       const std::size_t uFound = CountFrom(i, place.uOffset, place.pShape, matches);
+      last.uFound = uLater + uFound;
       if (bWhole) uLater += uFound;
-      if (bWhole || uLater + uFound >= uCount) break;
+      if (bWhole || last.uFound >= uCount) break;
     }
     if (place.uOffset > 0) break;
   }
-  return place;
+  return last;
 }

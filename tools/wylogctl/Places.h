@@ -11,16 +11,24 @@
 
 class CWyPlaces {
  public:
-  // The files of a log, as CWyChainReader lists them.
-  CWyPlaces(const std::vector<WyLogFile>& files, std::shared_ptr<const WyLogShape> pShape)
-      : m_files(files), m_pGiven(std::move(pShape)) {}
+  // The files of a log, as CWyChainReader lists them. `bNames`: whether it matters which column of
+  // a trace has which name. If it does not, titles are searched for near a place alone, so that the
+  // cost does not depend on the file's size.
+  CWyPlaces(const std::vector<WyLogFile>& files, std::shared_ptr<const WyLogShape> pShape,
+            bool bNames)
+      : m_files(files), m_pGiven(std::move(pShape)), m_bNames(bNames) {}
 
   // A place before every record of this time or later. The times of a file are taken to go back by
   // less than `slack`.
   WyPlace Since(WyCivil time, WyCivil slack) const;
 
-  // A place behind which at least `uCount` records satisfy `matches`, or the beginning.
-  WyPlace Last(std::size_t uCount, const std::function<bool(const WyRecord&)>& matches) const;
+  // A place behind which at least `uCount` records satisfy `matches`, or the beginning; and how
+  // many do.
+  struct LastPlace {
+    WyPlace place;
+    std::size_t uFound = 0;
+  };
+  LastPlace Last(std::size_t uCount, const std::function<bool(const WyRecord&)>& matches) const;
 
   // The time of the first record of a file that has one; WyNoTime when there is none.
   WyCivil FirstTime(std::size_t uFile) const;
@@ -35,9 +43,11 @@ class CWyPlaces {
   std::size_t CountFrom(std::size_t uFile, std::uint64_t uOffset, const Shape& pShape,
                         const std::function<bool(const WyRecord&)>& matches) const;
   Shape HeadShape(std::size_t uFile) const;
+  bool Fits(std::size_t uFile, std::uint64_t uOffset, const Shape& pShape) const;
 
   const std::vector<WyLogFile>& m_files;
   Shape m_pGiven;
+  bool m_bNames;
 };
 
 #endif

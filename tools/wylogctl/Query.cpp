@@ -8,6 +8,7 @@
 
 #include "tools/common/EditDistance.h"
 #include "wyerrlog/WyErrLogConfig.h"
+#include "wyerrlog/internal/WyTraceFilter.h"
 
 namespace {
 
@@ -72,16 +73,17 @@ bool CWyQuery::Set(CWyContext& context, const WyQueryOptions& options, const CWy
 }
 
 bool CWyQuery::SetTimes(CWyContext& context, const WyQueryOptions& options, const CWyZone& zone) {
-  const auto set = [&](const char* pszOption, const std::string& strText,
+  const auto set = [&](const char* pszOption, const std::string& strText, WyTimeChoice choice,
                        std::optional<WyCivil>& target) {
     if (strText.empty()) return true;
-    target = WyParseUserTime(strText, zone);
+    target = WyParseUserTime(strText, zone, choice);
     if (target) return true;
     context.Error(std::string(pszOption) + " " + strText +
                   ": not a time; write 2026-11-23T02:33:16, 02:33 or -1h");
     return false;
   };
-  if (!set("--since", options.strSince, m_since) || !set("--until", options.strUntil, m_until)) {
+  if (!set("--since", options.strSince, WyTimeChoice::Earlier, m_since) ||
+      !set("--until", options.strUntil, WyTimeChoice::Later, m_until)) {
     return false;
   }
   if (!m_since || !m_until || *m_since <= *m_until) return true;

@@ -40,6 +40,10 @@ class CWyQuery {
   bool Matches(const WyRecord& record) const;
 
   bool IsEmpty() const { return m_bEmpty; }
+  // Whether it asks for the values of columns by their names.
+  bool NamesColumns() const {
+    return !m_conditions.empty() || !m_strRequest.empty() || !m_pids.empty() || !m_tids.empty();
+  }
   const std::optional<WyCivil>& Since() const { return m_since; }
   const std::optional<WyCivil>& Until() const { return m_until; }
 

@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <new>
 
 namespace {
 
@@ -24,6 +25,14 @@ const char* WyFlagName(unsigned int uBit) {
                                               "unterminated", "maybe-cut", "invalid-utf8",
                                               "nul",          "joined"};
   return Names[uBit];
+}
+
+void CWyByteBuffer::Resize(std::size_t uSize) {
+  void* const p = std::realloc(m_pBytes.get(), uSize);
+  if (p == nullptr) throw std::bad_alloc();
+  static_cast<void>(m_pBytes.release());
+  m_pBytes.reset(static_cast<char*>(p));
+  m_uSize = uSize;
 }
 
 CWyRecordReader::CWyRecordReader(CWyByteSource& source, std::uint64_t uOffset, std::size_t uChunk)
@@ -106,7 +115,7 @@ bool CWyRecordReader::TakeLine(std::size_t& uNewline) {
     if (m_uEnd > m_uSearched) {
       const void* const p = std::memchr(&m_buffer[m_uSearched], '\n', m_uEnd - m_uSearched);
       if (p != nullptr) {
-        uNewline = static_cast<std::size_t>(static_cast<const char*>(p) - m_buffer.data());
+        uNewline = static_cast<std::size_t>(static_cast<const char*>(p) - m_buffer.Data());
         return true;
       }
       m_uSearched = m_uEnd;
@@ -118,7 +127,7 @@ bool CWyRecordReader::TakeLine(std::size_t& uNewline) {
 // Room for a chunk behind m_uEnd: the records that were delivered are given up first.
 void CWyRecordReader::MakeRoom() {
   if (m_uBegin > 0) {
-    std::memmove(m_buffer.data(), &m_buffer[m_uBegin], m_uEnd - m_uBegin);
+    std::memmove(m_buffer.Data(), &m_buffer[m_uBegin], m_uEnd - m_uBegin);
     m_uBase += m_uBegin;
     m_uEnd -= m_uBegin;
     m_uScan -= m_uBegin;
@@ -126,14 +135,16 @@ void CWyRecordReader::MakeRoom() {
     m_uSearched -= m_uBegin;
     m_uBegin = 0;
   }
-  if (m_buffer.size() - m_uEnd < m_uChunk / 2 + 1) {
-    m_buffer.resize(std::min(m_buffer.size() * 2, LargestRecord + 2 * m_uChunk));
+  if (m_buffer.Size() - m_uEnd < m_uChunk / 2 + 1) {
+    m_buffer.Resize(std::min(m_buffer.Size() * 2, LargestRecord + 2 * m_uChunk));
+  } else if (m_buffer.Size() > 4 * m_uChunk && m_uEnd < m_uChunk) {
+    m_buffer.Resize(2 * m_uChunk);  // the long record that it grew for has been delivered
   }
 }
 
 bool CWyRecordReader::Fill() {
   MakeRoom();
-  const std::size_t uRoom = std::min(m_uChunk, m_buffer.size() - m_uEnd);
+  const std::size_t uRoom = std::min(m_uChunk, m_buffer.Size() - m_uEnd);
   const ssize_t nRead = m_source.Read(&m_buffer[m_uEnd], uRoom);
   if (nRead < 0) m_bFailed = true;
   if (nRead <= 0) return false;
@@ -147,7 +158,7 @@ bool CWyRecordReader::Fill() {
 void CWyRecordReader::Detect() {
   constexpr std::size_t HeadSize = 16384;
   while (m_uEnd - m_uBegin < HeadSize) {
-    if (m_buffer.size() - m_uEnd < m_uChunk) m_buffer.resize(m_buffer.size() + m_uChunk);
+    if (m_buffer.Size() - m_uEnd < m_uChunk) m_buffer.Resize(m_buffer.Size() + m_uChunk);
     const ssize_t nRead = m_source.Read(&m_buffer[m_uEnd], m_uChunk);
     if (nRead <= 0) break;
     m_uEnd += static_cast<std::size_t>(nRead);

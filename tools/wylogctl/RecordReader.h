@@ -9,9 +9,9 @@
 //   for (WyRawRecord record; reader.Next(record);) ...
 //   if (reader.TakeRest(record)) ...          // the last one
 
+#include <cstdlib>
 #include <memory>
 #include <string_view>
-#include <vector>
 
 #include "tools/wylogctl/ByteSource.h"
 #include "tools/wylogctl/LogShape.h"
@@ -36,6 +36,29 @@ struct WyRawRecord {
   unsigned int uFlags = 0;
   bool bTitles = false;  // the two title lines of a trace
   const WyLogShape* pShape = nullptr;
+};
+
+// Bytes that move or are copied only if the system cannot enlarge them in place, and are not
+// touched before they are used.
+class CWyByteBuffer {
+ public:
+  explicit CWyByteBuffer(std::size_t uSize) { Resize(uSize); }
+
+  std::size_t Size() const { return m_uSize; }
+  // Throws std::bad_alloc.
+  void Resize(std::size_t uSize);
+
+  char* Data() { return m_pBytes.get(); }
+  const char* Data() const { return m_pBytes.get(); }
+  char& operator[](std::size_t u) { return m_pBytes.get()[u]; }
+  const char& operator[](std::size_t u) const { return m_pBytes.get()[u]; }
+
+ private:
+  struct Free {
+    void operator()(char* p) const { std::free(p); }
+  };
+  std::unique_ptr<char, Free> m_pBytes;
+  std::size_t m_uSize = 0;
 };
 
 class CWyRecordReader {
@@ -90,7 +113,7 @@ class CWyRecordReader {
   CWyByteSource& m_source;
   std::shared_ptr<const WyLogShape> m_pShape;
   std::shared_ptr<const WyLogShape> m_pNextShape;  // announced by titles not delivered yet
-  std::vector<char> m_buffer;
+  CWyByteBuffer m_buffer;
   std::size_t m_uChunk;
   std::uint64_t m_uBase;        // offset of the buffer's first byte in the file
   std::size_t m_uBegin = 0;     // of the record that is being collected

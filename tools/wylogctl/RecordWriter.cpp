@@ -1,13 +1,20 @@
-// One record after another, without an allocation once the buffers have grown.
+// One record after another, without an allocation once the buffers have grown. A long text is
+// escaped and written piece by piece, so that memory does not grow with it.
 
 #include "tools/wylogctl/RecordWriter.h"
 
+#include <utility>
+
+#include "tools/common/Utf8.h"
 #include "tools/wylogctl/JsonText.h"
 
 namespace {
 
 constexpr const char* CsvHeader =
-    "time,utc,log,severity,key,id,component,pid,tid,src,line,text,fields,flags,file,offset\n";
+    "time,utc,log,severity,key,id,component,pid,tid,src,line,text,fields,flags,file,offset,"
+    "raw_b64\n";
+// A multiple of 3, so that base64 has no padding between pieces.
+constexpr std::size_t PieceSize = std::size_t{3} << 14;
 
 std::string_view ColorOf(WySeverityRank severity) {
   if (severity == WySeverityRank::Error) return WyColorCode::Red;
@@ -51,13 +58,36 @@ void CWyRecordWriter::Translate(const WyRecord& record) {
   if (m_translator.IsSet()) m_translation = m_translator.Translate(record, m_strText);
 }
 
+void CWyRecordWriter::Drain() {
+  if (!m_bDrains) return;
+  m_context.out.Write(m_strLine);
+  m_strLine.clear();
+}
+
+// Calls `append` with one part of a text after another; no part ends within a character.
+template <class Append>
+void CWyRecordWriter::InPieces(std::string_view value, Append append) {
+  while (value.size() > PieceSize) {
+    std::size_t uPiece = PieceSize;
+    while (uPiece > PieceSize - 3 && (static_cast<unsigned char>(value[uPiece]) & 0xC0) == 0x80) {
+      --uPiece;
+    }
+    append(value.substr(0, uPiece));
+    Drain();
+    value.remove_prefix(uPiece);
+  }
+  append(value);
+}
+
 // What people read on a terminal: no byte of a log controls it.
 void CWyRecordWriter::AppendForPeople(std::string_view text) {
-  if (m_context.out.IsTerminal()) {
-    WyAppendPrintable(m_strLine, text);
-  } else {
-    m_strLine += text;
-  }
+  InPieces(text, [this](std::string_view piece) {
+    if (m_context.out.IsTerminal()) {
+      WyAppendPrintable(m_strLine, piece);
+    } else {
+      m_strLine += piece;
+    }
+  });
 }
 
 void CWyRecordWriter::WriteRaw(const WyRecord& record) {
@@ -150,10 +180,31 @@ void CWyRecordWriter::AppendFlags(const WyRecord& record, unsigned int uFlags, b
 }
 
 void CWyRecordWriter::AppendText(std::string_view value) {
-  if (m_bValid) {
-    WyAppendValidJson(m_strLine, value);
-  } else {
-    WyAppendJson(m_strLine, value);
+  m_strLine += '"';
+  InPieces(value, [this](std::string_view piece) {
+    if (m_bValid) {
+      WyAppendEscaped(m_strLine, piece);
+    } else {
+      WyAppendEscaped(m_strLine, ValidUtf8(piece));
+    }
+  });
+  m_strLine += '"';
+}
+
+void CWyRecordWriter::AppendCsv(std::string_view value) {
+  const bool bQuoted = WyIsQuotedInCsv(value);
+  if (bQuoted) m_strLine += '"';
+  InPieces(value, [this](std::string_view piece) {
+    WyAppendCsvText(m_strLine, m_bValid ? piece : std::string_view(ValidUtf8(piece)));
+  });
+  if (bQuoted) m_strLine += '"';
+}
+
+void CWyRecordWriter::AppendRawBytes(const WyRecord& record) {
+  for (std::string_view bytes = record.raw.text; !bytes.empty();) {
+    WyAppendBase64(m_strLine, bytes.substr(0, PieceSize));
+    bytes.remove_prefix(std::min(bytes.size(), PieceSize));
+    Drain();
   }
 }
 
@@ -243,7 +294,7 @@ void CWyRecordWriter::WriteJson(const WyRecord& record) {
   m_strLine += ']';
   if (!m_bValid) {
     m_strLine += R"(,"raw_b64":")";
-    WyAppendBase64(m_strLine, record.raw.text);
+    AppendRawBytes(record);
     m_strLine += '"';
   }
   if (m_bAdvice && m_pMessage != nullptr) AppendMember(R"(,"advice":)", m_pMessage->strAdvice);
@@ -251,6 +302,7 @@ void CWyRecordWriter::WriteJson(const WyRecord& record) {
 }
 
 void CWyRecordWriter::WriteCsv(const WyRecord& record) {
+  m_bValid = WyIsValidUtf8(record.raw.text);
   const auto end = [this] { m_strLine += ','; };
   if (record.time != WyNoTime) {
     WyAppendIso(m_strLine, record.time, record.bMilliseconds);
@@ -272,22 +324,24 @@ void CWyRecordWriter::WriteCsv(const WyRecord& record) {
         component, record.pid, record.tid, record.src, record.line,
         bTranslated ? std::string_view(m_strText) : record.text}) {
     end();
-    WyAppendCsv(m_strLine, value);
+    AppendCsv(value);
   }
   end();
   if (!record.fields.empty()) {
-    const std::size_t uStart = m_strLine.size();
-    m_bValid = false;
+    Drain();
+    m_bDrains = false;
     AppendFields(record);
-    const std::string strFields = m_strLine.substr(uStart);
-    m_strLine.resize(uStart);
-    WyAppendCsv(m_strLine, strFields);
+    m_bDrains = true;
+    const std::string strFields = std::exchange(m_strLine, {});
+    AppendCsv(strFields);
   }
   end();
-  AppendFlags(record, record.uFlags, false);
+  AppendFlags(record, record.uFlags | (m_bValid ? 0u : WyInvalidUtf8), false);
   end();
   WyAppendCsv(m_strLine, record.file);
   end();
   WyAppendNumber(m_strLine, record.raw.uOffset);
+  end();
+  if (!m_bValid) AppendRawBytes(record);
   m_strLine += '\n';
 }

@@ -24,7 +24,12 @@ class CWyRecordWriter {
   void WriteCsv(const WyRecord& record);
   void AppendOrigin(const WyRecord& record);
   void AppendIdentity(const WyRecord& record);
+  template <class Append>
+  void InPieces(std::string_view value, Append append);
+  void Drain();
   void AppendText(std::string_view value);
+  void AppendCsv(std::string_view value);
+  void AppendRawBytes(const WyRecord& record);
   void AppendMember(std::string_view name, std::string_view value);
   void AppendDigits(std::string_view name, std::string_view digits);
   void AppendFields(const WyRecord& record);
@@ -46,6 +51,7 @@ class CWyRecordWriter {
   std::string m_strOriginFile;
   WyLogKind m_origin = WyLogKind::Audit;
   bool m_bValid = false;  // the record is UTF-8, and so is each part of it
+  bool m_bDrains = true;  // m_strLine may be written before the record is complete
   const WyKnownMessage* m_pMessage = nullptr;
   CWyTranslator::Result m_translation = CWyTranslator::Result::Same;
 };

@@ -204,9 +204,7 @@ void CWyVerifyRun::CheckLog(CWyChainReader& reader) {
 
 bool CWyVerifyRun::SetGap() {
   if (m_options.strGap.empty()) return true;
-  const WyCivil now = m_input.Zone().Now();
-  const auto back = WyParseUserTime("-" + m_options.strGap, m_input.Zone());
-  if (back && *back < now) m_gap = now - *back;
+  m_gap = WyParseDuration(m_options.strGap).value_or(0);
   if (m_gap > 0) return true;
   m_context.Error("--gap " + m_options.strGap + ": not a duration; write 30s, 10m or 1h");
   return false;

@@ -15,9 +15,12 @@ enum Operator : unsigned int { None = 0, Equal = 1, NotEqual = 2, Holds = 7, Hol
 struct Sign {
   std::string_view text;
   Operator op;
+  std::string_view meaning;
 };
-inline constexpr std::array<Sign, 4> Signs = {
-    {{"==", Equal}, {"!=", NotEqual}, {"@@", Holds}, {"!@", HoldsNot}}};
+inline constexpr std::array<Sign, 4> Signs = {{{"==", Equal, "is exactly"},
+                                               {"!=", NotEqual, "is anything but"},
+                                               {"@@", Holds, "contains"},
+                                               {"!@", HoldsNot, "does not contain"}}};
 
 // The operator that `text` begins with; None if it begins with none. Each sign has two characters.
 inline Operator AtStartOf(std::string_view text) {

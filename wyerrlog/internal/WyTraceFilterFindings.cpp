@@ -24,17 +24,12 @@ std::string_view RestOfLine(const WyTraceDecision& decision) {
       piece.substr(uStart, piece.find_first_of(std::string_view("\n\0", 2), uStart) - uStart));
 }
 
-const char* OperatorText(unsigned int uOperator) {
-  switch (uOperator) {
-    case 1:
-      return " is exactly ";
-    case 2:
-      return " is anything but ";
-    case 7:
-      return " contains ";
-    default:
-      return " does not contain ";
-  }
+std::string OperatorText(unsigned int uOperator) {
+  const auto pSign =
+      std::find_if(WyTraceFilter::Signs.begin(), WyTraceFilter::Signs.end(),
+                   [uOperator](const WyTraceFilter::Sign& sign) { return sign.op == uOperator; });
+  if (pSign == WyTraceFilter::Signs.end()) return " ";
+  return " " + std::string(pSign->meaning) + " ";
 }
 
 }  // namespace
