@@ -5,6 +5,7 @@
 #include <map>
 #include <memory>
 
+#include "tools/common/Roff.h"
 #include "tools/wylogctl/Program.h"
 
 namespace {
@@ -71,18 +72,6 @@ std::string ProgramHelp(const CWyProgram& program) {
     strText += Column(command.Name(), command.Summary());
   }
   return strText + "\nwylogctl COMMAND --help lists its options. " + ExitCodes + "\n";
-}
-
-// A text for troff: no line begins with a control character, and dashes can be copied.
-std::string Roff(const std::string& strText) {
-  std::string strEscaped;
-  for (const char c : strText) {
-    if (c == '\\') strEscaped += "\\e";
-    if (c == '-') strEscaped += "\\-";
-    if (c == '\'') strEscaped += "\\(aq";
-    if (c != '\\' && c != '-' && c != '\'') strEscaped += c;
-  }
-  return strEscaped.starts_with('.') ? "\\&" + strEscaped : strEscaped;
 }
 
 // A text within single quotes of a shell.
@@ -152,6 +141,25 @@ void AppendBashCase(std::string& strText, const CWyCommand& command) {
   strText += "      ;;\n";
 }
 
+void AppendZshCase(std::string& strText, const CWyCommand& command) {
+  strText += "  '" + command.Name() + "') _arguments \\\n";
+  for (const WyOptionInfo& option : command.Options()) {
+    const std::string strValues = !option.choices.empty() ? "(" + Joined(option.choices) + ")"
+                                  : option.bFile          ? "_files"
+                                                          : "";
+    if (option.bArgument) {
+      strText += "    '*:" + ZshText(option.strValue) + ":" + strValues + "' \\\n";
+      continue;
+    }
+    for (const std::string& strName : option.Names()) {
+      strText += "    '*" + strName + "[" + ZshText(option.strHelp) + "]";
+      if (!option.strValue.empty()) strText += ":" + option.strValue + ":" + strValues;
+      strText += "' \\\n";
+    }
+  }
+  strText += "    && return ;;\n";
+}
+
 }  // namespace
 
 std::string CWyHelpFormatter::make_help(const CLI::App* pApp, std::string,
@@ -219,31 +227,35 @@ complete -o filenames -F _wylogctl wylogctl
 }
 
 std::string WyZshCompletion(const CWyProgram& program) {
-  std::string strText = "#compdef wylogctl\nlocal -a commands\ncommands=(\n";
+  std::vector<std::string> names;
+  std::map<std::string, std::string> described;  // "'check:Find what ...' ", by the first word
+  std::string strFirst;
   for (const CWyCommand& command : program.Commands()) {
-    strText += "  '" + ZshText(command.Name()) + ":" + ZshText(command.Summary()) + "'\n";
-  }
-  strText += ")\nif (( CURRENT == 2 )); then _describe command commands; return; fi\n";
-  strText += "local command=$words[2]\n(( CURRENT > 3 )) && command=\"$words[2] $words[3]\"\n";
-  strText += "(( ${commands[(I)$command:*]} )) || command=$words[2]\ncase $command in\n";
-  for (const CWyCommand& command : program.Commands()) {
-    strText += "  '" + command.Name() + "') _arguments \\\n";
-    for (const WyOptionInfo& option : command.Options()) {
-      const std::string strValues = !option.choices.empty() ? "(" + Joined(option.choices) + ")"
-                                    : option.bFile          ? "_files"
-                                                            : "";
-      if (option.bArgument) {
-        strText += "    '*:" + ZshText(option.strValue) + ":" + strValues + "' \\\n";
-        continue;
-      }
-      for (const std::string& strName : option.Names()) {
-        strText += "    '*" + strName + "[" + ZshText(option.strHelp) + "]";
-        if (!option.strValue.empty()) strText += ":" + option.strValue + ":" + strValues;
-        strText += "' \\\n";
-      }
+    names.push_back(command.Name());
+    const std::string& strName = command.Name();
+    const std::size_t uSpace = strName.find(' ');
+    if (uSpace == std::string::npos) {
+      strFirst += "  '" + ZshText(strName) + ":" + ZshText(command.Summary()) + "'\n";
+    } else {
+      described[strName.substr(0, uSpace)] +=
+          " '" + ZshText(strName.substr(uSpace + 1)) + ":" + ZshText(command.Summary()) + "'";
     }
-    strText += "    && return ;;\n";
   }
+  for (const auto& [strGroup, words] : SecondWordsOf(names)) {
+    strFirst += "  '" + strGroup + ":" + Joined(words) + "'\n";
+  }
+  std::string strText = "#compdef wylogctl\nlocal -a commands seconds\ncommands=(\n" + strFirst +
+                        ")\nif (( CURRENT == 2 )); then _describe command commands; return; fi\n"
+                        "local command=$words[2]\ncase $command in\n";
+  for (const auto& [strGroup, strSeconds] : described) {
+    strText += "  " + strGroup + ") seconds=(" + strSeconds.substr(1) + ") ;;\n";
+  }
+  strText +=
+      "esac\nif (( $#seconds )); then\n"
+      "  if (( CURRENT == 3 )); then _describe command seconds; return; fi\n"
+      "  command+=\" $words[3]\"; shift words; (( CURRENT-- ))\nfi\n"
+      "shift words; (( CURRENT-- ))\ncase $command in\n";
+  for (const CWyCommand& command : program.Commands()) AppendZshCase(strText, command);
   return strText + "esac\n";
 }
 

@@ -11,6 +11,7 @@
 #include <string>
 
 #include "tools/wymsgc/Commands.h"
+#include "tools/wymsgc/ManPage.h"
 
 namespace {
 
@@ -149,6 +150,10 @@ int Run(const CLI::App& app, Arguments& arguments) {
   arguments.settings.color = ChosenColor(arguments);
   arguments.settings.policy.allowed = {arguments.allowed.begin(), arguments.allowed.end()};
   arguments.settings.required = {arguments.required.begin(), arguments.required.end()};
+  if (app.got_subcommand("man")) {
+    std::cout << ManPage(app);
+    return 0;
+  }
   if (app.got_subcommand("compile")) {
     return Compile(arguments.settings, arguments.strFile, arguments.catalogs, arguments.strFolder);
   }
@@ -172,6 +177,7 @@ int Main(int argc, char** argv) {
   AddCheck(app, arguments);
   AddLock(app, arguments);
   AddImport(app, arguments);
+  app.add_subcommand("man", "Print the man page");
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
