@@ -41,7 +41,7 @@ std::string Rendered(const WyMessageEntry& message, const std::string& strPatter
 }
 
 void CheckOutputs(const WyDefinition& definition) {
-  for (const WyOutputFile& output : MakeOutputs(definition, "fuzz.wymsg")) {
+  for (const WyOutputFile& output : MakeOutputs(definition, "fuzz.wymsg", {})) {
     Require(!output.strContent.empty());
   }
   const CWySourceText english("e.properties", MakeEnglishBundle(definition, "fuzz.wymsg"));

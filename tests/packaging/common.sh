@@ -95,6 +95,12 @@ with_messages() (
     fail "logged: $(<error.log)"
   "$2/bin/wymsgc" check --installed build/messages --werror || fail "the catalogs do not agree"
   [[ $(cmake --build build) == *"no work to do"* ]] || fail "built again without a change"
+  # Installed with the component are its plug-in, its manifest, and the catalogs of both languages.
+  cmake --install build --prefix installed >/dev/null
+  "$2/bin/wymsgc" check --installed installed/messages --werror || fail "the installed catalogs do not agree"
+  ORVA_WA_ROOT=installed LC_ALL=C.UTF-8 build/session_store installed.log installed/messages ||
+    fail "session_store failed with its component installed"
+  grep -q '\[sessionstore-00002\] No session for alice' installed.log || fail "logged: $(<installed.log)"
 )
 
 # with_pkg_config SCRATCH PREFIX

@@ -136,7 +136,8 @@ int Compile(const WySettings& settings, const std::string& strFile,
   CWyProject project(settings, strFile);
   CheckAll(project, settings, catalogs);
   if (!project.diagnostics.HasErrors()) {
-    for (const WyOutputFile& output : MakeOutputs(project.definition, project.FileName())) {
+    for (const WyOutputFile& output :
+         MakeOutputs(project.definition, project.FileName(), project.lock.translations)) {
       Write(std::filesystem::path(strFolder) / output.strName, output.strContent);
     }
   }

@@ -39,23 +39,38 @@ WyBundleMessage MessageOf(const Json& json, const std::string& strBundle) {
   return message;
 }
 
-CWyBundle BundleOf(const Json& manifest) {
+struct Manifest {
+  CWyBundle bundle;
+  LockedTranslations translations;
+};
+
+void TakeTranslations(const Json& message, LockedTranslations& translations) {
+  if (!message.contains("translations")) return;
+  for (const auto& [strLocale, sums] : message.at("translations").items()) {
+    translations[{strLocale, message.at("number").get<unsigned int>()}] = {
+        sums.at("source").get<std::uint32_t>(), sums.at("translation").get<std::uint32_t>()};
+  }
+}
+
+Manifest ManifestOf(const Json& manifest) {
   if (manifest.at("format").get<int>() != KnownFormat) {
     throw CWyFatal("it has format " + manifest.at("format").dump() +
                    "; this program reads format " + std::to_string(KnownFormat));
   }
   std::string strBundle = manifest.at("component").at("bundle").get<std::string>();
   std::vector<WyBundleMessage> messages;
+  LockedTranslations translations;
   for (const Json& message : manifest.at("messages")) {
     messages.push_back(MessageOf(message, strBundle));
+    TakeTranslations(message, translations);
   }
-  return {std::move(strBundle), std::move(messages)};
+  return {{std::move(strBundle), std::move(messages)}, std::move(translations)};
 }
 
 // A manifest that is none is a finding, and the others are checked all the same.
-std::optional<CWyBundle> ReadManifest(const std::string& strFile, CWyDiagnostics& diagnostics) {
+std::optional<Manifest> ReadManifest(const std::string& strFile, CWyDiagnostics& diagnostics) {
   try {
-    return BundleOf(Json::parse(ReadInput(strFile)));
+    return ManifestOf(Json::parse(ReadInput(strFile)));
   } catch (const std::exception& error) {
     diagnostics
         .Error("M501", {strFile, 0, 0, 0, {}}, std::string("not a manifest: ") + error.what())
@@ -82,9 +97,10 @@ bool IsOfBundle(const std::string& strFile, const std::string& strBundle) {
   return strName.substr(0, strName.find_first_of("_.")) == strBundle;
 }
 
-void CheckBundle(const CWyBundle& bundle, std::vector<std::string>& files,
+void CheckBundle(const Manifest& manifest, std::vector<std::string>& files,
                  const std::string& strManifest, const WySettings& settings,
                  CWyDiagnostics& diagnostics) {
+  const CWyBundle& bundle = manifest.bundle;
   std::vector<WyCatalog> catalogs;
   const auto isOther = [&](const std::string& strFile) {
     return !IsOfBundle(strFile, bundle.Name());
@@ -96,6 +112,9 @@ void CheckBundle(const CWyBundle& bundle, std::vector<std::string>& files,
     if (locale) catalogs.push_back(ReadCatalog(source, *locale, bundle, diagnostics));
   });
   files.erase(own, files.end());
+  for (const WyCatalog& catalog : catalogs) {
+    CheckFreshness(catalog, bundle, manifest.translations, diagnostics);
+  }
   CheckCompleteness(catalogs, bundle, settings.required, {strManifest, 0, 0, 0, {}}, diagnostics);
 }
 
@@ -109,8 +128,8 @@ int CheckInstalled(const WySettings& settings, const std::string& strFolder) {
   }
   std::vector<std::string> files = FilesWithEnding(strFolder, ".properties");
   for (const std::string& strManifest : manifests) {
-    const auto bundle = ReadManifest(strManifest, diagnostics);
-    if (bundle) CheckBundle(*bundle, files, strManifest, settings, diagnostics);
+    const auto manifest = ReadManifest(strManifest, diagnostics);
+    if (manifest) CheckBundle(*manifest, files, strManifest, settings, diagnostics);
   }
   for (const std::string& strFile : files) {
     diagnostics.Error("M210", {strFile, 0, 0, 0, {}}, "catalog of a bundle without a manifest")

@@ -7,8 +7,10 @@
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <map>
 #include <nlohmann/json.hpp>
 #include <system_error>
+#include <utility>
 
 #include "tools/common/SourceText.h"
 
@@ -38,6 +40,17 @@ std::string NamedText(const WyMessageEntry& message) {
 std::string JavaPath(std::string_view name) {
   std::string strPath = ReplaceAll(std::string(name), '.', "/");
   return strPath + ".java";
+}
+
+// By message and locale, the checksums of the English text that a translation was made from, and of
+// the translation.
+std::map<unsigned int, Json> ByMessage(const LockedTranslations& translations) {
+  std::map<unsigned int, Json> messages;
+  for (const auto& [place, sums] : translations) {
+    messages[place.second][place.first] = {{"source", sums.uSource},
+                                           {"translation", sums.uTranslation}};
+  }
+  return messages;
 }
 
 Json ManifestOf(const WyDefinition& definition, const WyMessageEntry& message) {
@@ -91,7 +104,7 @@ std::string MakeEnglishBundle(const WyDefinition& definition, const std::string&
   return str;
 }
 
-std::string MakeManifest(const WyDefinition& definition) {
+std::string MakeManifest(const WyDefinition& definition, const LockedTranslations& translations) {
   Json json{{"format", 1}};
   json["component"] = {{"number", definition.uNumber},
                        {"id", HexId(WyComponentId(definition.uNumber))},
@@ -105,9 +118,14 @@ std::string MakeManifest(const WyDefinition& definition) {
                                      {"name", sub.name},
                                      {"description", sub.description}});
   }
+  std::map<unsigned int, Json> states = ByMessage(translations);
   json["messages"] = Json::array();
   for (const WyMessageEntry& message : definition.messages) {
-    json["messages"].push_back(ManifestOf(definition, message));
+    Json& entry = json["messages"].emplace_back(ManifestOf(definition, message));
+    const auto translated = states.find(message.uNumber);
+    if (!message.bRetired && translated != states.end()) {
+      entry["translations"] = std::move(translated->second);
+    }
   }
   return json.dump(2) + '\n';
 }
@@ -127,14 +145,15 @@ std::string MakeMessageTable(const WyDefinition& definition) {
   return str;
 }
 
-std::vector<WyOutputFile> MakeOutputs(const WyDefinition& definition, const std::string& strFile) {
+std::vector<WyOutputFile> MakeOutputs(const WyDefinition& definition, const std::string& strFile,
+                                      const LockedTranslations& translations) {
   const std::string strCpp(definition.cpp);
   const std::string strName(definition.name);
   std::vector<WyOutputFile> outputs = {
       {strCpp + "Messages.h", MakeCppHeader(definition, strFile)},
       {strCpp + ".cpp", MakeCppSource(definition, strFile)},
       {std::string(definition.bundle) + ".properties", MakeEnglishBundle(definition, strFile)},
-      {strName + ".messages.json", MakeManifest(definition)},
+      {strName + ".messages.json", MakeManifest(definition, translations)},
       {strName + ".messages.md", MakeMessageTable(definition)},
   };
   if (!definition.java.empty()) {
