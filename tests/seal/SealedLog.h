@@ -127,6 +127,7 @@ class SealedLog {
   WySealOptions options;
   WySealKeyTexts keys;
   std::vector<std::string> moreKeys;
+  std::string strKeptAnchor;  // kept elsewhere, if not empty
   WySealSummary summary;
   std::string explanations;
 };

@@ -20,6 +20,21 @@
 
 namespace {
 
+bool s_bNoWaiting = false;
+time_t s_secondsToWait = 0;
+
+}  // namespace
+
+// In place of the C library's: if s_bNoWaiting, notes how long the caller wants to wait, and
+// returns at once as if the time had passed.
+extern "C" int pthread_mutex_timedlock(pthread_mutex_t* pMutex, const timespec* pUntil) noexcept {
+  if (!s_bNoWaiting) return pthread_mutex_clocklock(pMutex, CLOCK_REALTIME, pUntil);
+  s_secondsToWait = pUntil->tv_sec - time(nullptr);
+  return ETIMEDOUT;
+}
+
+namespace {
+
 using seal_test::SealedLog;
 using testing::Contains;
 using testing::ElementsAre;
@@ -100,6 +115,28 @@ TEST(SealedOutput, RefusesOptionsAndFilesThatItCannotSeal) {
   EXPECT_EQ(log.directory.Read("audit.log"), "not sealed\n");
 }
 
+TEST(SealedOutput, TriesARefusedRolloverAgainAfterFiveMinutes) {
+  SealedLog log;
+  log.file.mode = 3;
+  log.file.maxSizeMB = 1;
+  const auto pOutput = log.Open();
+  const std::string strLong(600'000, 'x');
+  const time_t tBegin = time(nullptr);
+  const auto logAt = [&](time_t tSeconds) {
+    stand_ins::clock = tBegin + tSeconds;
+    EXPECT_TRUE(pOutput->Log(std::string_view(strLong)));
+    return log.Files().size();
+  };
+  EXPECT_EQ(logAt(0), 1u);
+  stand_ins::Inject({stand_ins::Call::Rename, stand_ins::Effect::Failure, EACCES});
+  EXPECT_EQ(logAt(1), 1u) << "beyond the limit, in the old file";
+  EXPECT_TRUE(stand_ins::Withdraw(stand_ins::Call::Rename));
+  EXPECT_EQ(logAt(300), 1u) << "not yet";
+  EXPECT_EQ(logAt(301), 2u);
+  stand_ins::clock = 0;
+  EXPECT_THAT(log.Verify(), ElementsAre("intact"));
+}
+
 // ---- The state page -----------------------------------------------------------------------------
 
 void EditState(const SealedLog& log, const std::function<void(std::string&)>& edit) {
@@ -138,6 +175,35 @@ TEST(SealState, ThatCannotBeUsedIsRefusedWithItsReason) {
     EXPECT_EQ(log.Open(), nullptr);
     EXPECT_EQ(errno, row.iErrno);
     stand_ins::Withdraw(stand_ins::Call::Open);
+  }
+}
+
+// A process that is stopped, or killed, while it holds the mutex.
+TEST(SealState, IsRefusedAfterTenSecondsToOthersUntilAStoppedProcessGoesOnOrIsKilled) {
+  for (const int iSignal : {SIGCONT, SIGKILL}) {
+    SealedLog log;
+    const auto pOutput = log.Open();
+    const pid_t child = fork();
+    if (child == 0) {
+      CWySealState state;
+      if (!state.Open(log.Keys()) || !state.Lock()) _exit(1);
+      raise(SIGSTOP);
+      state.Unlock();
+      _exit(0);
+    }
+    int iStatus = 0;
+    ASSERT_EQ(waitpid(child, &iStatus, WUNTRACED), child);
+    ASSERT_TRUE(WIFSTOPPED(iStatus));
+    s_bNoWaiting = true;
+    EXPECT_FALSE(pOutput->Log(std::string_view("refused")));
+    EXPECT_EQ(errno, ETIMEDOUT);
+    s_bNoWaiting = false;
+    EXPECT_NEAR(static_cast<double>(s_secondsToWait), 10, 1);
+    kill(child, iSignal);
+    ASSERT_EQ(waitpid(child, &iStatus, 0), child);
+    EXPECT_TRUE(pOutput->Log(std::string_view("accepted")));
+    EXPECT_THAT(log.Verify(), ElementsAre("intact"));
+    EXPECT_FALSE(log.Texts().contains("refused"));
   }
 }
 
