@@ -8,7 +8,6 @@
 
 #include "tools/common/EditDistance.h"
 #include "wyerrlog/WyErrLogConfig.h"
-#include "wyerrlog/internal/WyTraceFilter.h"
 
 namespace {
 
