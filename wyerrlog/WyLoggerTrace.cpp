@@ -71,7 +71,7 @@ void CWyLogger::NoteTracing() {
 
 // Without a lock, while nothing of it changes. A thread that holds a guard may be code of the host
 // that an output has called, which the guard's holder decides on.
-bool CWyLogger::IsTracedForCertain(unsigned int uId) {
+[[gnu::always_inline]] inline bool CWyLogger::IsTracedForCertain(unsigned int uId) {
   return DecisionCell(uId).load(std::memory_order_acquire) == Traced &&
          m_uTracing.load(std::memory_order_acquire) != 0 &&
          CWyGuardHold::InnermostOfThisThread() == nullptr;
@@ -101,15 +101,10 @@ bool CWyLogger::ConfigureIfTraced(unsigned int uId, CWyTraceData& data) {
   return true;
 }
 
-bool CWyLogger::ShouldTraceAlloc(unsigned int uId, CWyTraceData** ppData) {
-  return MayTrace(uId) && ppData != nullptr &&
-         (ReuseRecord(uId, *ppData) || TakeRecordIfTraced(uId, *ppData));
-}
-
 // The record that the thread had last, without a lock. It has the installed configuration, and the
 // cell is read before the number of that: a cell of a later configuration was written after the
 // number had changed, which the acquire makes visible.
-bool CWyLogger::ReuseRecord(unsigned int uId, CWyTraceData*& pData) {
+[[gnu::always_inline]] inline bool CWyLogger::ReuseRecord(unsigned int uId, CWyTraceData*& pData) {
   if (pData != nullptr || !IsTracedForCertain(uId)) return false;
   CWyTraceData* const pRecord =
       CWyTraceRecordPool::LastOfThisThread(m_uInitialisation.load(std::memory_order_relaxed));
@@ -120,6 +115,11 @@ bool CWyLogger::ReuseRecord(unsigned int uId, CWyTraceData*& pData) {
   pRecord->SetLogger(this);
   pData = pRecord;
   return true;
+}
+
+bool CWyLogger::ShouldTraceAlloc(unsigned int uId, CWyTraceData** ppData) {
+  return MayTrace(uId) && ppData != nullptr &&
+         (ReuseRecord(uId, *ppData) || TakeRecordIfTraced(uId, *ppData));
 }
 
 // One hold from the decision to the record: the configuration cannot change in between.

@@ -12,8 +12,10 @@
 #include <cstdio>
 #include <cstring>
 #include <new>
+#include <utility>
 
 #include "wyerrlog/WyErrLogPort.h"
+#include "wyerrlog/internal/WyTextPieces.h"
 #include "wyerrlog/internal/WyThreadStamp.h"
 #include "wyerrlog/internal/WyTimeText.h"
 #include "wyerrlog/internal/WyTraceFilter.h"
@@ -27,6 +29,12 @@ void PointToInlineValue(WyTraceDataFieldInfo& field) {
   field.pszValue = field.szValue;
   field.bValueAllocated = false;
   field.szValue[0] = '\0';
+  field.uLength = 0;
+}
+
+void EndValue(WyTraceDataFieldInfo& field, char* pszEnd) {
+  *pszEnd = '\0';
+  field.uLength = static_cast<unsigned int>(pszEnd - field.pszValue);
 }
 
 // The copied pointers refer to what the record and its configuration share (CWyTraceData::Shared).
@@ -40,16 +48,31 @@ void CopyAllButValue(WyTraceDataFieldInfo& target, const WyTraceDataFieldInfo& s
   target.uFilterOp = source.uFilterOp;
 }
 
-// Returns the end of what it wrote.
-char* Copy(std::string_view text, char* pszTo) {
-  std::memcpy(pszTo, text.data(), text.size());
-  return pszTo + text.size();
+// A text of the thread's stamp, which has `Usual` bytes there at least: they are copied without a
+// call.
+template <std::size_t Usual>
+void SetStampText(WyTraceDataFieldInfo& field, std::string_view text) {
+  std::memcpy(field.pszValue, text.data(), Usual);
+  if (text.size() > Usual) [[unlikely]]
+    std::memcpy(field.pszValue, text.data(), text.size());
+  EndValue(field, field.pszValue + text.size());
+}
+
+// Texts that may overlap. Two words that are read before they are written cover most sizes.
+void MoveText(char* pTo, const char* pFrom, std::size_t uSize) {
+  if (uSize - 8 <= 8) {
+    WyCopyWords<std::uint64_t>(pTo, pFrom, uSize);
+  } else if (uSize - 16 <= 16) {
+    WyCopyWords<__m128i>(pTo, pFrom, uSize);
+  } else {
+    std::memmove(pTo, pFrom, uSize);
+  }
 }
 
 template <typename Number>
 // An integer of 64 bits has at most 20 characters, so it always has room.
-void WriteNumber(char* pszValue, Number number) {
-  *std::to_chars(pszValue, pszValue + MaxInlineLength, number).ptr = '\0';
+void SetNumber(WyTraceDataFieldInfo& field, Number number) {
+  EndValue(field, std::to_chars(field.pszValue, field.pszValue + MaxInlineLength, number).ptr);
 }
 
 }  // namespace
@@ -121,12 +144,12 @@ void CWyTraceData::TakeOverFields(const WyTraceDataFieldInfo* pFields) {
 
 // ---- Setting values -----------------------------------------------------------------------------
 
-// Where the value of a field goes that fits into InlineValueSize bytes; null if there is no such
-// field. The bit is set first: a value that is stored is always found by ClearValues.
-char* CWyTraceData::ValueToSet(unsigned int uId) {
+// The field whose value is about to change, which has room for InlineValueSize bytes; null if there
+// is no such field. The bit is set first: a value that is stored is always found by ClearValues.
+WyTraceDataFieldInfo* CWyTraceData::FieldToSet(unsigned int uId) {
   if (uId >= FieldCount) return nullptr;
   m_auSet[uId / BitsPerWord] |= std::uint64_t{1} << (uId % BitsPerWord);
-  return m_fields[uId].pszValue;
+  return &m_fields[uId];
 }
 
 // A text that is set afterwards keeps the mark: the layout Json looks at the text itself too.
@@ -142,34 +165,35 @@ bool CWyTraceData::SetFieldValue(unsigned int uId, int iValue) {
     return uId != m_uDateTimeField || PopulateDateandTime();
   }
 
-  char* pszValue = ValueToSet(uId);
-  if (pszValue == nullptr) return false;
+  WyTraceDataFieldInfo* const pField = FieldToSet(uId);
+  if (pField == nullptr) return false;
   MarkNumber(uId);
   if (uId == WyField::Pid) {
     // The caller's number has no meaning for these two: the thread's stamp has their texts.
-    *Copy(CWyThreadStamp::OfThisThread().Pid(), pszValue) = '\0';
+    SetStampText<16>(*pField, CWyThreadStamp::OfThisThread().Pid());
   } else if (uId == WyField::Tid) {
-    *Copy(CWyThreadStamp::OfThisThread().Tid(), pszValue) = '\0';
+    SetStampText<16>(*pField, CWyThreadStamp::OfThisThread().Tid());
   } else {
-    WriteNumber(pszValue, iValue);
+    SetNumber(*pField, iValue);
   }
   return PassesFilter(uId);
 }
 
 bool CWyTraceData::SetFieldValue(unsigned int uId, unsigned int uValue) {
-  char* pszValue = ValueToSet(uId);
-  if (pszValue == nullptr) return false;
+  WyTraceDataFieldInfo* const pField = FieldToSet(uId);
+  if (pField == nullptr) return false;
   MarkNumber(uId);
-  WriteNumber(pszValue, uValue);
+  SetNumber(*pField, uValue);
   return PassesFilter(uId);
 }
 
 bool CWyTraceData::SetFieldValue(unsigned int uId, double dValue) {
-  char* pszValue = ValueToSet(uId);
-  if (pszValue == nullptr) return false;
+  WyTraceDataFieldInfo* const pField = FieldToSet(uId);
+  if (pField == nullptr) return false;
   MarkNumber(uId);
   // The largest double has 309 digits before the point.
-  std::snprintf(pszValue, InlineValueSize, "%f", dValue);
+  std::snprintf(pField->pszValue, InlineValueSize, "%f", dValue);
+  pField->uLength = static_cast<unsigned int>(std::strlen(pField->pszValue));
   return PassesFilter(uId);
 }
 
@@ -190,38 +214,41 @@ bool CWyTraceData::SetFieldNumber(unsigned int uId, const char* pszNumber) {
 // The text may be a value of this very record: hence memmove, and a former buffer is freed after
 // the copy. If memory allocation fails the former value stays, and the result drops the record.
 bool CWyTraceData::StoreText(unsigned int uId, std::string_view text) {
-  char* pszValue = ValueToSet(uId);
-  if (pszValue == nullptr) return false;
+  WyTraceDataFieldInfo* const pField = FieldToSet(uId);
+  if (pField == nullptr) return false;
+  WyTraceDataFieldInfo& field = *pField;
   if (uId == WyField::SrcFile) text = text.substr(0, MaxInlineLength);
 
   if (text.size() <= MaxInlineLength) {
-    std::memmove(pszValue, text.data(), text.size());
-    pszValue[text.size()] = '\0';
+    MoveText(field.pszValue, text.data(), text.size());
+    EndValue(field, field.pszValue + text.size());
     return true;
   }
   char* pszLong = new (std::nothrow) char[text.size() + 1];
   if (pszLong == nullptr) return false;
   std::memcpy(pszLong, text.data(), text.size());
-  pszLong[text.size()] = '\0';
-
-  WyTraceDataFieldInfo& field = m_fields[uId];
   if (field.bValueAllocated) delete[] field.pszValue;
   field.pszValue = pszLong;
   field.bValueAllocated = true;
+  EndValue(field, pszLong + text.size());
   return true;
 }
 
-// Each step clears the lowest bit that is set.
+// Each step clears the lowest bit that is set. A value that is elsewhere than in its field is a
+// long one, or a host has put it there.
 void CWyTraceData::ClearValues() {
   for (unsigned int uWord = 0; uWord < m_auSet.size(); ++uWord) {
-    for (std::uint64_t uBits = m_auSet[uWord]; uBits != 0; uBits &= uBits - 1) {
+    for (std::uint64_t uBits = std::exchange(m_auSet[uWord], 0); uBits != 0; uBits &= uBits - 1) {
       const auto uBit = static_cast<unsigned int>(std::countr_zero(uBits));
       WyTraceDataFieldInfo& field = m_fields[uWord * BitsPerWord + uBit];
-      if (field.bValueAllocated) delete[] field.pszValue;
-      PointToInlineValue(field);
+      if (field.pszValue == field.szValue) {
+        EndValue(field, field.szValue);
+      } else {
+        if (field.bValueAllocated) delete[] field.pszValue;
+        PointToInlineValue(field);
+      }
     }
   }
-  m_auSet = {};
   m_auNumber = {};
 }
 
@@ -247,10 +274,14 @@ bool CWyTraceData::TestDataFilter(unsigned int uId) {
 bool CWyTraceData::PopulateDateandTime() {
   CWyThreadStamp& now = CWyThreadStamp::OfThisThread();
   if (!now.Refresh(m_bUseLocalTime)) return false;
-  *Copy(now.Date(), ValueToSet(WyField::Date)) = '\0';
-  *Copy(now.TimeOfDay(), ValueToSet(WyField::Time)) = '\0';
-  char* const pszEnd = Copy(now.TimeOfDay(), ValueToSet(WyField::PreciseTime));
-  *WyAppendMilliseconds(pszEnd, now.Milliseconds()) = '\0';
+  constexpr std::uint64_t All =
+      1u << WyField::Date | 1u << WyField::Time | 1u << WyField::PreciseTime;
+  m_auSet[0] |= All;
+  SetStampText<16>(m_fields[WyField::Date], now.Date());
+  SetStampText<8>(m_fields[WyField::Time], now.TimeOfDay());
+  WyTraceDataFieldInfo& precise = m_fields[WyField::PreciseTime];
+  SetStampText<8>(precise, now.TimeOfDay());
+  EndValue(precise, WyAppendMilliseconds(precise.pszValue + precise.uLength, now.Milliseconds()));
   return PassesFilter(WyField::Date) && PassesFilter(WyField::Time) &&
          PassesFilter(WyField::PreciseTime);
 }

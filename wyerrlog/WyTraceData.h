@@ -25,7 +25,9 @@
 #include "wyerrlog/WyLogField.h"
 
 class CWyLogger;
+class CWyTextBuffer;
 class CWyTraceConfigObserver;
+struct WyTextPiece;
 
 // One component or sub-component that a trace configuration file can select. The logger's own
 // tables are read with CWyLogger::GetAvailableComponents.
@@ -48,6 +50,9 @@ struct WyTraceDataFieldInfo {
   char* pszValue;          // the value: szValue, or heap memory for a longer one
   bool bValueAllocated;    // pszValue is heap memory
   char szValue[1024];      // texts of up to 1023 bytes
+  // The length of the value that SetFieldValue has stored. A host may write to the value itself:
+  // then the text up to its zero byte counts.
+  unsigned int uLength;
 };
 
 // The lines that CWyTraceData::AssembleTraceMessage writes: a record, or one of the header lines
@@ -203,6 +208,18 @@ class WYERRLOG_API CWyTraceData {
     std::shared_ptr<const std::vector<std::string>> pNames;  // that `components` points at
     std::array<std::string, FieldCount> filters;
 
+    // The fields of the "data" line in their order, with what the layout Xml has before each value:
+    // the end of the element before it, and its own beginning.
+    struct ShownField {
+      unsigned int uId;
+      unsigned int uWidth;
+      std::string strBefore;
+    };
+    std::vector<ShownField> shown;
+    std::string strEnd;            // of the last element
+    std::size_t uColumnsSize = 0;  // the length of a record in the layout FixedWidth
+    std::size_t uTagsSize = 0;     // of the texts above
+
     // Copies the names: the logger that the components come from may be destroyed before the last
     // record is.
     WYERRLOG_LOCAL void TakeNames();
@@ -221,7 +238,7 @@ class WYERRLOG_API CWyTraceData {
   WYERRLOG_LOCAL WyTraceComponentInfo* FindComponent(std::string_view name);
   WYERRLOG_LOCAL WyTraceDataFieldInfo* FindField(std::string_view name);
 
-  WYERRLOG_LOCAL char* ValueToSet(unsigned int uId);
+  WYERRLOG_LOCAL WyTraceDataFieldInfo* FieldToSet(unsigned int uId);
   WYERRLOG_LOCAL bool StoreText(unsigned int uId, std::string_view text);
   WYERRLOG_LOCAL void MarkNumber(unsigned int uId);
   WYERRLOG_LOCAL bool PassesFilter(unsigned int uId);
@@ -230,6 +247,12 @@ class WYERRLOG_API CWyTraceData {
 
   WYERRLOG_LOCAL void AppendFields(CWyErrLogMessage& msg, int iMode) const;
   WYERRLOG_LOCAL bool AssembleJson(CWyErrLogMessage& msg, int iMode) const;
+  static constexpr unsigned int ColumnGap = 2;  // blanks between the columns of FixedWidth
+  WYERRLOG_LOCAL void AppendValues(CWyErrLogMessage& msg) const;
+  WYERRLOG_LOCAL void AppendColumns(CWyTextBuffer& text, const WyTextPiece* pValues) const;
+  WYERRLOG_LOCAL void AppendElements(CWyTextBuffer& text, const WyTextPiece* pValues,
+                                     std::size_t uSize) const;
+  WYERRLOG_LOCAL void ListShownFields();
   // Called by the logger when it installs a configuration.
   WYERRLOG_LOCAL void ChooseDateTimeField();
 
@@ -273,8 +296,7 @@ class WYERRLOG_API CWyTraceData {
 
 // Switches tracing off for the calling thread while a record is built and written, so that nothing
 // called on the way traces again. Holders are not counted: the end of any holder switches tracing
-// on. The setting is a thread-specific value (pthread_setspecific(3)), so a forked child has that
-// of the thread that forked. If the system has no memory for the value, tracing stays on.
+// on. A forked child has the setting of the thread that forked.
 class WYERRLOG_API CWyTraceSupresser {
  public:
   CWyTraceSupresser() { setTracing(false); }  // switches tracing off

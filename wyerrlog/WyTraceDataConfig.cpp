@@ -109,10 +109,34 @@ bool CWyTraceData::ReadConfigFile(const char* pszConfigFile, CWyTraceConfigObser
     StopSharing();
     m_uConfiguration = NextConfigurationNumber();
     CWyTraceConfigEntries entries(*this);
-    return CWyTraceConfigParser(entries, pObserver).Read(file);
+    const bool bRead = CWyTraceConfigParser(entries, pObserver).Read(file);
+    ListShownFields();
+    return bRead;
   } catch (const std::bad_alloc&) {
     return false;
   }
+}
+
+// An entry of the order is a field number plus 1; 0 is the end.
+void CWyTraceData::ListShownFields() {
+  if (m_pShared == nullptr) return;
+  Shared& shared = *m_pShared;
+  shared.shown.clear();
+  shared.strEnd.clear();
+  shared.uColumnsSize = 0;
+  shared.uTagsSize = 0;
+  for (const unsigned int uEntry : m_auFieldOrder) {
+    if (uEntry == 0) break;
+    const WyTraceDataFieldInfo& field = m_fields[uEntry - 1];
+    const std::string strName = field.pszName;
+    const auto iWidth = static_cast<int>(field.uWidth);
+    const unsigned int uWidth = iWidth > 0 ? field.uWidth : 0;
+    shared.uColumnsSize += uWidth + (shared.shown.empty() ? 0 : ColumnGap);
+    shared.shown.push_back({uEntry - 1, uWidth, shared.strEnd + "\t<" + strName + '>'});
+    shared.uTagsSize += shared.shown.back().strBefore.size();
+    shared.strEnd = "</" + strName + ">\n";
+  }
+  shared.uTagsSize += shared.strEnd.size();
 }
 
 void CWyTraceData::Shared::TakeNames() {

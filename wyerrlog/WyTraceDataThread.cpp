@@ -1,30 +1,23 @@
 // What the library keeps for each thread: whether it traces, and the host's request context.
 
-#include <cstdint>
-
 #include "wyerrlog/WyErrLogPrivUtil.h"
 #include "wyerrlog/WyTraceData.h"
 
 namespace {
 
-// The slot's value in a thread that does not trace: any but null, which means that it traces.
-constexpr std::intptr_t NotTracing = 1717;
+// A plain value: every trace call sets it twice, and objects of any age ask for it.
+constinit thread_local bool t_bSuppressed = false;
 
-// Constructed before and destroyed after every other object of the library, so that those find them
-// at any time. When they are gone, at the end of the process, the system refuses their keys:
-// threads that still run trace, and have no context.
-[[gnu::init_priority(101)]] CpaTls s_isTracing(nullptr);
+// Constructed before and destroyed after every other object of the library, so that those find it
+// at any time. When it is gone, at the end of the process, the system refuses its key: threads that
+// still run have no context.
 [[gnu::init_priority(101)]] CpaTls s_requestContext(nullptr);
 
 }  // namespace
 
-bool CWyTraceSupresser::isTracing() {
-  return reinterpret_cast<std::intptr_t>(s_isTracing.GetValue()) != NotTracing;
-}
+bool CWyTraceSupresser::isTracing() { return !t_bSuppressed; }
 
-void CWyTraceSupresser::setTracing(bool bTracing) {
-  s_isTracing.SetValue(bTracing ? nullptr : reinterpret_cast<void*>(NotTracing));
-}
+void CWyTraceSupresser::setTracing(bool bTracing) { t_bSuppressed = !bTracing; }
 
 void* CWyRequestContext::GetRequestContextData() { return s_requestContext.GetValue(); }
 
