@@ -129,12 +129,17 @@ TEST(Reentry, AnErrorCallbackMayTraceAndATraceCallbackMayNot) {
   ASSERT_TRUE(logger.SetLogOutput(new HostOutput(errors)));
   ASSERT_TRUE(EnableTrace(logger, new HostOutput(traces), LegacyMessages, {.iFormat = 3}));
   traces.onLog = [&] {
+    CWyTraceData* pData = nullptr;
+    EXPECT_FALSE(logger.TraceEnabled(LegacyId) || logger.ShouldTraceAlloc(LegacyId, &pData));
+  };
+  EXPECT_TRUE(Trace(logger, "by the callback with the thread's record at hand"));
+  traces.onLog = [&] {
     EXPECT_FALSE(CWyTraceSupresser::isTracing() || Trace(logger, "nested"));
     EXPECT_FALSE(LogError(logger, "the callback of this log is under way"));
   };
   errors.onLog = [&] { EXPECT_TRUE(Trace(logger, "of an error")); };
   EXPECT_TRUE(LogError(logger, "x"));
-  EXPECT_EQ(errors.Events().size() + traces.Events().size(), 2u + 3u);
+  EXPECT_EQ(errors.Events().size() + traces.Events().size(), 2u + 4u);
 }
 
 const auto Throw = [] { throw std::runtime_error("by the host"); };

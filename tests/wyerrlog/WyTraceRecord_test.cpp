@@ -82,6 +82,27 @@ TEST(TraceRecord, KeepsLongValuesInMemoryOfTheirOwn) {
   record.SetFieldValue(65, strLong.c_str());  // released by the destructor
 }
 
+TEST(TraceRecord, WritesWhatAHostHasMadeOfAValue) {
+  CWyTraceData record;
+  record = *NewConfiguration("components\ndata User, Message\n");
+  WyTraceDataFieldInfo& user = *record.GetDataFieldInfo(User);
+  EXPECT_TRUE(record.SetFieldValue(User, "alice") && record.SetFieldValue(Message, "m"));
+  strcpy(user.pszValue, "alexander");
+  EXPECT_EQ(Line(record, 0), "[alexander][m]\n");
+  strcpy(user.pszValue, "al");
+  EXPECT_TRUE(record.SetFieldValue(Message, Times(5000, 'x').c_str()));
+  user.pszValue[5] = 'x';  // where the value ended that SetFieldValue stored
+  EXPECT_EQ(Line(record, 0), "[al][" + Times(5000, 'x') + "]\n");
+  char szTheirs[] = "theirs";
+  for (char* const pszValue : {szTheirs, static_cast<char*>(nullptr)}) {
+    user.pszValue = pszValue;
+    EXPECT_EQ(Line(record, 0).substr(0, 8), pszValue != nullptr ? "[theirs]" : "[][xxxxx");
+  }
+  EXPECT_TRUE(record.LeaveNoBody());
+  EXPECT_EQ(user.pszValue, user.szValue);
+  EXPECT_EQ(Line(record, 0), "[][]\n");
+}
+
 // What a logger with the configuration writes of the second of two records whose fields are set
 // from ints one after the other, or "(dropped)".
 std::string ClockRecord(std::string_view config, bool bLocal = false,

@@ -11,6 +11,7 @@
 #include <wyi18n/wyi18n.h>
 
 #include <ctime>
+#include <memory>
 #include <utility>
 #include <vector>
 
@@ -22,7 +23,7 @@ namespace {
 constexpr std::int64_t ValidFor = 1'000'000'000;  // nanoseconds
 
 struct LastSearch {
-  std::string strFolders;
+  std::unique_ptr<const std::string> pFolders;  // null before the first one
   std::int64_t iBegin = 0;
   std::bitset<256> missing;
 };
@@ -88,7 +89,10 @@ std::string State(const std::vector<std::string>& folders) {
 CWyMissingLibraries::CWyMissingLibraries() : m_strFolders(State(Folders())), m_iBegin(Now()) {
   const CWyMutexLock lock(s_mutex.value);
   const LastSearch& last = s_last.value;
-  if (m_strFolders != last.strFolders || m_iBegin - last.iBegin > ValidFor) return;
+  if (last.pFolders == nullptr || m_strFolders != *last.pFolders ||
+      m_iBegin - last.iBegin > ValidFor) {
+    return;
+  }
   m_skipped = last.missing;
   m_iBegin = last.iBegin;  // the second runs from the search itself
 }
@@ -108,9 +112,9 @@ void CWyMissingLibraries::Add(std::size_t uRow, const char* pszName) {
 
 void CWyMissingLibraries::Remember() const {
   if (!m_bSearched) return;
-  std::string strFolders = m_strFolders;
+  auto pFolders = std::make_unique<const std::string>(m_strFolders);
   const CWyMutexLock lock(s_mutex.value);
-  s_last.value.strFolders.swap(strFolders);
+  s_last.value.pFolders = std::move(pFolders);
   s_last.value.iBegin = m_iBegin;
   s_last.value.missing = m_skipped | m_missing;
 }
