@@ -66,6 +66,9 @@ TEST_F(FileGrowth, AsksAtEveryRecordThenOncePer64AndWhenSomethingHasHappened) {
   befalls(Effect::Short);
   EXPECT_TRUE(m_output.Log(Record.c_str()));
   EXPECT_EQ(Asked(60), 1) << "after a short write, whose bytes are its own";
+  Append(1);
+  stand_ins::coarse_clock += 4;
+  EXPECT_EQ(Asked(70), 65) << "neither hides a foreign byte";
   stand_ins::coarse_clock += 3;
   EXPECT_EQ(Asked(1), 0);
   stand_ins::coarse_clock += 1;

@@ -137,6 +137,19 @@ TEST_F(Tracing, GoesOnWithTheSecondOutputWhenOnlyTheFirstIsReplacedOrRemoved) {
   EXPECT_THAT(m_fourth.Events(), ElementsAre("open", "open")) << "the caller's";
 }
 
+TEST_F(Tracing, StopsWithoutAnOutputAlsoForComponentsAndRecordsThatAreAtHand) {
+  ASSERT_TRUE(Enable(m_first, LegacyUsers));
+  EXPECT_TRUE(RecordOf(m_logger) != nullptr && m_logger.TraceEnabled(LegacyId));
+  m_second.bOpens = false;
+  HostOutput refused(m_second);
+  EXPECT_FALSE(EnableTrace(m_logger, &refused, LogFunctions, {.bOutputOnly = true}));
+  EXPECT_FALSE(RecordOf(m_logger) != nullptr || m_logger.TraceEnabled(LegacyId));
+  ASSERT_TRUE(Enable(m_third, LogFunctions, {.bOutputOnly = true}));
+  EXPECT_TRUE(RecordOf(m_logger) != nullptr && m_logger.TraceEnabled(LegacyId));
+  m_logger.DisableTrace(true);
+  EXPECT_FALSE(RecordOf(m_logger) != nullptr || m_logger.TraceEnabled(LegacyId));
+}
+
 // ---- Decisions and records ----------------------------------------------------------------------
 
 TEST_F(Tracing, IsDecidedOncePerComponentAndConfiguration) {
