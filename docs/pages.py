@@ -37,6 +37,10 @@ RUNS = {
     "session_store_de": (["session_store", "./error.log", "{messages}"], {"LC_ALL": "de_DE.UTF-8"}),
     "messages": (["messages", "{messages}"], {}),
     "audit": (["audit"], {}),
+    "audit_file": (["audit_file"], {}),
+    "services": (["services"], {}),
+    "loss": (["loss"], {}),
+    "server": (["server", TRACE_CONF], {}),
     "trace": (["trace", TRACE_CONF, "0"], {}),
     **{f"layout{n}": (["trace", LAYOUT_CONF, str(n)], {}) for n in range(4)},
     "named_loggers": (["named_loggers"], {}),
@@ -81,7 +85,8 @@ def run_examples(build, folder):
         environment = {**os.environ, "LC_ALL": "C.UTF-8", **variables,
                        "ORVA_WA_ROOT": str(examples / "session_store")}
         with open(folder / name / "stdout", "w") as stdout:
-            subprocess.run(command, cwd=folder / name, env=environment, stdout=stdout, check=True)
+            subprocess.run(command, cwd=folder / name, env=environment, stdout=stdout, check=True,
+                           input=b"alice\nbob\n")
     return set(runs)
 
 
@@ -150,9 +155,10 @@ class Page:
                 self.faults.append(f"code without a mark that names its file: {match[0]!r}")
 
     def check_paths(self):
-        """Reports log paths without a folder: such a file is not rolled over."""
+        """Reports log paths without a folder: such a file is not rolled over, but by Wy...ToFile."""
         for block in re.findall(r"^```(?:cpp|java|properties)\n(.*?)^```$", self.text, re.S | re.M):
-            for path in re.findall(r"\"(\w+\.log)\"|file *= *(\w+\.log)", block):
+            block = re.sub(r"(ToFile\(|std::perror\()\"", "(./\"", block)
+            for path in re.findall(r"(?<!/)\"(\w+\.log)\"|file *= *(\w+\.log)", block):
                 self.faults.append(f"path without a folder: {''.join(path)}")
         for path in re.findall(r"^ORVA_WA_ROOT=.* (\w+\.log)\b", self.text, re.M):
             self.faults.append(f"path without a folder: {path}")

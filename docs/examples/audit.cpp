@@ -1,9 +1,8 @@
 // An audit record, and a decision that depends on it.
 #include <wyerrlog/WyLog.h>
+#include <wyerrlog/WyLogFile.h>
 
 #include <string>
-
-#include "outputs.h"
 
 namespace {
 
@@ -21,6 +20,8 @@ bool MayEnter(const std::string& strUser, const std::string& strResource, int iR
 }  // namespace
 
 int main() {
-  if (!AuditTo(*theLogger(), "./audit.log")) return 1;
+  // [install]
+  if (!WyAuditToFile("audit.log")) return 1;
+  // [/install]
   return MayEnter("alice", "/reports/q3.html", 2) ? 0 : 1;
 }

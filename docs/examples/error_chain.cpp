@@ -1,5 +1,6 @@
 // Errors that are collected first and logged later. error_chain <folder of catalogs>
 #include <wyerrlog/WyError.h>
+#include <wyerrlog/WyLogFile.h>
 #include <wyerrlog/WyLogger.h>
 #include <wyxlate/WyXlate.h>
 
@@ -7,7 +8,6 @@
 #include <cstring>
 
 #include "SessionStoreMessages.h"
-#include "outputs.h"
 
 namespace {
 
@@ -27,7 +27,7 @@ bool WriteStore(const char* pszFile, int iErrno, CWyError& errors) {
 
 int main(int argc, char** argv) {
   if (argc != 2 || !CWyXlate::SetResourceDirectory(argv[1])) return 2;
-  if (!LogTo(*theLogger(), "./error.log")) return 1;
+  if (!WyLogToFile("./error.log")) return 1;
 
   // [log]
   CWyError errors;

@@ -1,5 +1,6 @@
 // Messages of a component. messages <folder of catalogs>
 #include <wyerrlog/WyLog.h>
+#include <wyerrlog/WyLogFile.h>
 #include <wyxlate/WyXlate.h>
 
 #include <cerrno>
@@ -8,7 +9,6 @@
 #include <system_error>
 
 #include "SessionStoreMessages.h"
-#include "outputs.h"
 
 namespace {
 
@@ -26,7 +26,7 @@ int main(int argc, char** argv) {
   // [catalogs]
   if (argc != 2 || !CWyXlate::SetResourceDirectory(argv[1])) return 2;
   // [/catalogs]
-  if (!LogTo(*theLogger(), "./error.log")) return 1;
+  if (!WyLogToFile("./error.log")) return 1;
 
   // [messages]
   const std::string strFile = "/var/lib/sessions";

@@ -1,8 +1,7 @@
 // Named loggers, one for each tenant.
 #include <wyerrlog/WyLog.h>
+#include <wyerrlog/WyLogFile.h>
 #include <wyerrlog/WyLoggerList.h>
-
-#include "outputs.h"
 
 namespace {
 
@@ -15,7 +14,7 @@ int main() {
   CWyLogger* pRed = getMyLogger("red.example");
   CWyLogger* pBlue = getMyLogger("blue.example");
   if (pRed == nullptr || pBlue == nullptr) return 1;
-  if (!LogTo(*pRed, "./red.log") || !LogTo(*pBlue, "./blue.log")) return 1;
+  if (!WyLogToFile(*pRed, "./red.log") || !WyLogToFile(*pBlue, "./blue.log")) return 1;
 
   WyLog(*pRed, Information, "Tenant red started");
   WyLog(*pBlue, Information, "Tenant blue started");

@@ -2,10 +2,9 @@
 #include <sys/wait.h>
 #include <unistd.h>
 #include <wyerrlog/WyLog.h>
+#include <wyerrlog/WyLogFile.h>
 
 #include <thread>
-
-#include "outputs.h"
 
 namespace {
 
@@ -14,7 +13,7 @@ constexpr unsigned int Information = WyMessageId(WyComponentId(1), WySeverity::I
 }  // namespace
 
 int main() {
-  if (!LogTo(*theLogger(), "./error.log")) return 1;
+  if (!WyLogToFile("./error.log")) return 1;
 
   // [threads]
   std::thread worker([] { WyLog(Information, "from a thread"); });

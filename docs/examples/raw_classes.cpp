@@ -1,16 +1,27 @@
 // The same records as with WyLog.h, step by step through the classes that it is built on.
 // raw_classes <configuration> <folder of catalogs>
+#include <wyerrlog/WyLogFile.h>
 #include <wyerrlog/WyLogger.h>
 #include <wyxlate/WyXlate.h>
 
 #include "SessionStoreMessages.h"
-#include "outputs.h"
 
 int main(int argc, char** argv) {
   if (argc != 3 || !CWyXlate::SetResourceDirectory(argv[2])) return 2;
   CWyLogger& logger = *theLogger();
-  if (!LogTo(logger, "./error.log") || !AuditTo(logger, "./audit.log")) return 1;
-  if (!TraceTo(logger, "./trace.log", WyTraceLayout::Brackets, argv[1])) return 1;
+  logger.UseLocalTime(true);
+  WyTraceOptions options;
+  options.config = argv[1];
+  if (!WyAuditToFile("./audit.log") || !WyTraceToFile("./trace.log", options)) return 1;
+
+  // [output]
+  CWyLogOutput* pFile =
+      logger.NewLogOutput(WyOutputType::File, "./error.log", WyFileMode::AppendRollBySize, 10, 5);
+  if (pFile == nullptr || !logger.SetLogOutput(pFile)) {
+    logger.DeleteLogOutput(pFile);  // the caller still owns it
+    return 1;
+  }
+  // [/output]
 
   // [message]
   CWyErrLogMessage msg(logger.ShouldUseLocalTime());

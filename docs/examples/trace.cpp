@@ -1,11 +1,11 @@
 // Trace records, in one of the four layouts. trace <configuration> <layout>
 #include <wyerrlog/WyLog.h>
+#include <wyerrlog/WyLogFile.h>
 
 #include <cstdlib>
 #include <string>
 
 #include "SessionStoreMessages.h"
-#include "outputs.h"
 
 namespace {
 
@@ -35,7 +35,11 @@ int main(int argc, char** argv) {
   if (argc != 3) return 2;
   // [enable]
   CWyLogger& logger = *theLogger();
-  if (!TraceTo(logger, "./trace.log", std::atoi(argv[2]), argv[1])) return 1;
+  logger.UseLocalTime(true);
+  const int iLayout = std::atoi(argv[2]);  // a WyTraceLayout
+  if (!WyTraceToFile("trace.log", {.config = argv[1], .layout = iLayout, .delimiter = " | "})) {
+    return 1;
+  }
   // [/enable]
 
   FindSession("alice", 17);
