@@ -1,10 +1,12 @@
-// File outputs: writing a text to a plain and to a size-limited file, and rolling over.
+// File outputs: writing a text to a plain and to a size-limited file, to a file for audit records
+// with its options, and rolling over.
 
 #include <benchmark/benchmark.h>
 
 #include <filesystem>
 
 #include "bench/support/AgentHost.h"
+#include "wyerrlog/WyAuditFileOutput.h"
 
 namespace {
 
@@ -24,6 +26,11 @@ class LogFile {
     const std::string strPath = m_strDirectory + "/a.log";
     bench::Check(output.SetParams(strPath.c_str(), iMode, MaxSize, MaxBackups) && output.Open(),
                  "no file");
+  }
+  WyFileOptions Options() const {
+    WyFileOptions options;
+    options.path = m_strDirectory + "/a.log";
+    return options;
   }
 
  private:
@@ -45,6 +52,31 @@ BENCHMARK(Write)
     ->Arg(WyFileMode::RollAtOpenAndBySize)
     ->ArgName("mode")
     ->Iterations(200'000);
+
+// The arguments are `daily`, `synchronous`, and whether the size is limited. Synchronous records
+// are on the disk of TMPDIR.
+void WriteAudit(benchmark::State& state) {
+  const LogFile file;
+  WyFileOptions options = file.Options();
+  options.daily = state.range(0) != 0;
+  options.synchronous = state.range(1) != 0;
+  if (state.range(2) != 0) {
+    options.mode = WyFileMode::AppendRollBySize;
+    options.maxSizeMB = MaxSize;
+  }
+  CWyAuditFileOutput output(options);
+  bench::Check(output.Open(), "no file");
+  CWyErrLogMessage msg(false);
+  msg.SetFormattedMessage((std::string(124, 'x') + '\n').c_str());
+  for (auto _ : state) benchmark::DoNotOptimize(output.Log(msg));
+}
+BENCHMARK(WriteAudit)
+    ->Args({0, 0, 0})
+    ->Args({1, 0, 0})
+    ->Args({0, 0, 1})
+    ->Args({0, 1, 0})
+    ->ArgNames({"daily", "synchronous", "limited"})
+    ->UseRealTime();
 
 void Rollover(benchmark::State& state) {
   const LogFile file;
