@@ -36,7 +36,7 @@
 // Allocated with `new`; the type is 17. The caller deletes an output that was not installed.
 class WYERRLOG_API CWyAuditFileOutput : public CWyLogOutput {
  public:
-  static constexpr int Type = 17;
+  static constexpr int Type = 17;  // the result of GetType
 
   // Copies the options; Open checks them. Throws std::bad_alloc.
   explicit CWyAuditFileOutput(const WyFileOptions& options);

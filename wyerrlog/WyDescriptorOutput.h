@@ -32,8 +32,8 @@
 // that was not installed.
 class WYERRLOG_API CWyDescriptorOutput : public CWyLogOutput {
  public:
-  static constexpr int Type = 18;
-  static constexpr int NoPriority = -1;
+  static constexpr int Type = 18;        // the result of GetType
+  static constexpr int NoPriority = -1;  // records are written as they are
 
   // With a priority of syslog(3), 0 (LOG_EMERG) to 7 (LOG_DEBUG), each line of a record begins with
   // "<N>". A message of the error log has the priority of its severity: 3 (error), 4 (warning), 6

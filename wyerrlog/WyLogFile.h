@@ -46,10 +46,10 @@
 
 // What is traced, and how it looks.
 struct WyTraceOptions {
-  const char* config = nullptr;  // the trace configuration file; required
-  int layout = WyTraceLayout::Brackets;
-  const char* delimiter = nullptr;  // of the layout Delimited
-  WyFileOptions file = {};          // as above
+  const char* config = nullptr;          // path of the trace configuration file; required
+  int layout = WyTraceLayout::Brackets;  // a WyTraceLayout
+  const char* delimiter = nullptr;       // of the layout Delimited
+  WyFileOptions file = {};               // as above
 };
 
 // The same for the trace. Fails also if the configuration file cannot be read: errno is that of its

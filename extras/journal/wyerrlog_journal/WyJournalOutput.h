@@ -37,7 +37,7 @@
 // logging. The type is 19. The caller deletes an output that was not installed.
 class WYERRLOG_API CWyJournalOutput : public CWyLogOutput {
  public:
-  static constexpr int Type = 19;
+  static constexpr int Type = 19;        // the result of GetType
   static constexpr int Information = 6;  // LOG_INFO of syslog(3); LOG_DEBUG, for traces, is 7
 
   // Copies the identifier; null and "" are none.
