@@ -23,14 +23,10 @@ struct CWyLoggerList::Deleter {
 // A logger takes 256 KiB for its trace decisions, of which only pages with decisions are mapped.
 CWyLogger* CWyLoggerList::NewLogger() {
   void* const pMemory = WyNewZeroed(sizeof(CWyLogger));
-  try {
-    auto* const pLogger = new (pMemory) CWyLogger(CWyLogger::InZeroedMemory);
-    pLogger->Init();
-    return pLogger;
-  } catch (...) {
-    WyDeleteZeroed(pMemory, sizeof(CWyLogger));
-    throw;
-  }
+  // The constructor throws nothing.
+  std::unique_ptr<CWyLogger, Deleter> pLogger(new (pMemory) CWyLogger(CWyLogger::InZeroedMemory));
+  pLogger->Init();
+  return pLogger.release();
 }
 
 bool CWyLoggerList::cmp_cstr::operator()(const char* pszFirst, const char* pszSecond) const {

@@ -13,7 +13,6 @@
 #include <ctime>
 #include <memory>
 #include <utility>
-#include <vector>
 
 #include "wyerrlog/internal/WyMutex.h"
 #include "wyerrlog/internal/WyNeverDestroyed.h"
@@ -86,7 +85,8 @@ std::string State(const std::vector<std::string>& folders) {
 
 }  // namespace
 
-CWyMissingLibraries::CWyMissingLibraries() : m_strFolders(State(Folders())), m_iBegin(Now()) {
+CWyMissingLibraries::CWyMissingLibraries()
+    : m_folders(Folders()), m_strFolders(State(m_folders)), m_iBegin(Now()) {
   const CWyMutexLock lock(s_mutex.value);
   const LastSearch& last = s_last.value;
   if (last.pFolders == nullptr || m_strFolders != *last.pFolders ||
@@ -97,15 +97,14 @@ CWyMissingLibraries::CWyMissingLibraries() : m_strFolders(State(Folders())), m_i
   m_iBegin = last.iBegin;  // the second runs from the search itself
 }
 
+// Under the name that components are installed with. A file that is there could not be loaded for
+// another reason, which may pass.
 void CWyMissingLibraries::Add(std::size_t uRow, const char* pszName) {
   if (uRow >= m_missing.size()) return;
   m_bSearched = true;
-  for (const std::string& strFolder : Folders()) {
-    for (const char* pszPrefix : {"", "lib"}) {
-      for (const char* pszEnding : {"", ".so"}) {
-        if (access((strFolder + pszPrefix + pszName + pszEnding).c_str(), F_OK) == 0) return;
-      }
-    }
+  const std::string strFile = std::string("lib") + pszName + ".so";
+  for (const std::string& strFolder : m_folders) {
+    if (strFolder.back() == '/' && access((strFolder + strFile).c_str(), F_OK) == 0) return;
   }
   m_missing.set(uRow);
 }

@@ -7,6 +7,7 @@
 #include <bitset>
 #include <cstdint>
 #include <string>
+#include <vector>
 
 // One search for the known libraries, by a logger that is initialised. What the last search has not
 // found is skipped, unless it was more than a second ago or a folder of the search has changed
@@ -25,7 +26,8 @@ class CWyMissingLibraries {
   void Remember() const;
 
  private:
-  std::string m_strFolders;  // and their modification times, when the search began
+  std::vector<std::string> m_folders;  // with a "/" at the end, and the linker's cache
+  std::string m_strFolders;            // and their modification times, when the search began
   std::int64_t m_iBegin;
   std::bitset<256> m_skipped;
   std::bitset<256> m_missing;
