@@ -208,13 +208,13 @@ class WYERRLOG_API CWyTraceData {
     std::shared_ptr<const std::vector<std::string>> pNames;  // that `components` points at
     std::array<std::string, FieldCount> filters;
 
-    // The fields of the "data" line in their order, with what the layout Xml has before each value:
-    // the end of the element before it, and its own beginning.
+    // A field of the "data" line.
     struct ShownField {
-      unsigned int uId;
-      unsigned int uWidth;
-      std::string strBefore;
+      unsigned int uId;       // its number
+      unsigned int uWidth;    // of its column
+      std::string strBefore;  // in the layout Xml: the end of the element before, "\t<Name>"
     };
+    // In their order.
     std::vector<ShownField> shown;
     std::string strEnd;            // of the last element
     std::size_t uColumnsSize = 0;  // the length of a record in the layout FixedWidth
