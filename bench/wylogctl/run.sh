@@ -64,19 +64,29 @@ if command -v mawk >/dev/null; then
     mawk -F'[][]+' '{ n[$5]++ } END { for (k in n) print k, n[k] }' error.log
 fi
 if command -v jq >/dev/null; then
-  head -c 100000000 error.log >tenth.log
+  head -c $((megabytes * 100000)) error.log >tenth.log
   row '`jq`, filters the JSON of a tenth' - sh -c "'$wylogctl' log -q -o json tenth.log | jq -c 'select(.severity==\"ERROR\")'"
 fi
 if command -v lnav >/dev/null; then
   lnav -i "$here/../../shipping/lnav/wyerrlog.json" >/dev/null
-  head -c 100000000 error.log >tenth.log
+  head -c $((megabytes * 100000)) error.log >tenth.log
   row '`lnav`, counts by severity in a tenth' - lnav -n -c ';SELECT log_level, count(*) FROM wyerrlog_error GROUP BY log_level' tenth.log
 fi
 echo
-for options in '-n 100' '--since 2026-11-19T00:00 --until 2026-11-19T00:01'; do
+"$here/generate.py" columns.log "$megabytes" columns
+for file in error.log columns.log; do
+  for options in '-n 100' '--since 2026-11-18T16:00 --until 2026-11-18T16:01'; do
+    # shellcheck disable=SC2086
+    measure "$wylogctl" log -q $options $file
+    echo "\`log $options $file\`: ${milliseconds} ms (limit 20), $((memory / 1024)) MiB"
+    ((milliseconds <= 20)) || failed=1
+  done
+done
+{ head -n 1 error.log | tr -d '\n'; head -c 20000000 /dev/zero | tr '\0' x; echo; head -n 1 error.log; } >long.log
+for options in '-n 2' '-o json' '-o csv'; do
   # shellcheck disable=SC2086
-  measure "$wylogctl" log -q $options error.log
-  echo "\`log $options\`: ${milliseconds} ms (limit 20), $((memory / 1024)) MiB"
-  ((milliseconds <= 20)) || failed=1
+  measure "$wylogctl" log -q $options long.log
+  echo "\`log $options\`, a record of 20 MB: $((memory / 1024)) MiB (limit 24)"
+  ((memory <= 24 * 1024)) || failed=1
 done
 exit $failed
