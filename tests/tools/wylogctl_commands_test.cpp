@@ -222,6 +222,29 @@ TEST_F(Commands, RawOutputsJoinedAreTheFiles) {
   EXPECT_EQ(Run("log -q error.log").strOut, strAll);
 }
 
+// A search from the end, or by time, begins far behind the first header lines, and must not give
+// the columns their names if there are others between.
+TEST_F(Commands, ColumnsHaveTheNamesOfTheLastHeaderLinesBeforeThem) {
+  std::string strLog;
+  for (const char* const pszField : {"User", "Rule"}) {
+    strLog += std::string("[Date][Time][") + pszField + "][Message]\n[====][====][====][=======]\n";
+    for (int i = 0; i < 60'000; ++i) {
+      const std::string strSecond = std::to_string(10 + i / 1200);
+      strLog += "[11/16/2026][" + std::string(*pszField == 'U' ? "17" : "18") + ":00:" + strSecond +
+                "][alice][Request " + std::to_string(i) + " is done]\n";
+    }
+  }
+  m_folder.Write("long.log", strLog);
+  const std::string strLast = "[11/16/2026][18:00:59][alice][Request 59999 is done]\n";
+  EXPECT_EQ(Run("log -q -n 1 long.log").strOut, strLast);
+  EXPECT_EQ(Run("log -q --since 2026-11-16T18:00:59 long.log | tail -n 1").strOut, strLast);
+  for (const char* const pszSearch : {"-n 1", "--since 2026-11-16T18:00:59"}) {
+    const std::string strOut = Run(std::string("log -q -o json long.log ") + pszSearch).strOut;
+    EXPECT_NE(strOut.find("\"Rule\":\"alice\""), std::string::npos) << pszSearch;
+    EXPECT_EQ(strOut.find("\"User\""), std::string::npos) << pszSearch;
+  }
+}
+
 TEST_F(Commands, FilterAndMergeCommute) {
   const std::string strMerged = Run("log -q -o json --tid 11 error.log trace.log audit.log").strOut;
   std::string strExpected;

@@ -107,7 +107,7 @@ class RoundTrip : public testing::TestWithParam<Layout> {
     return strText;
   }
 
-  // A file with its titles; `logged` gets the values by the offsets of the records.
+  // A file with its header lines; `logged` gets the values by the offsets of the records.
   std::string WriteFile(CWyTraceData& writer, int iCount, std::map<std::uint64_t, Values>& logged) {
     const Layout layout = GetParam();
     const auto pMaster = test_support::NewConfiguration(
@@ -189,8 +189,8 @@ TEST_P(RoundTrip, AnyChunkingGivesTheSameRecords) {
   std::string strJoined;
   for (const auto& record : whole) strJoined += std::get<1>(record);
   EXPECT_EQ(strJoined, strFile);
-  for (const std::size_t uMost : {1, 7, 64, 4099}) {
-    for (const std::size_t uChunk : {16, 512, 65536}) {
+  for (const std::size_t uMost : {1u, 7u, 64u, 4099u}) {
+    for (const std::size_t uChunk : {16u, 512u, 65536u}) {
       EXPECT_EQ(read(uMost, uChunk), whole) << uMost << " bytes, chunks of " << uChunk;
     }
   }
