@@ -39,7 +39,7 @@ void ReplaceIn(std::string& strLine, const std::string& strFrom, const std::stri
   strLine.replace(u, strFrom.size(), strTo);
 }
 
-// The thief goes on writing with the stolen state, after making the file what he likes.
+// The thief goes on writing with the stolen state, after changing the file at will.
 void ContinueWithStolenState(SealedLog& log, const std::function<void(Lines&)>& edit) {
   Edit(edit)(log);
   log.Write("forged", 3);
@@ -173,7 +173,8 @@ const Attack Attacks[] = {
      Edit([](Lines& l) { ReplaceIn(l[5], "~6~", "~06~"); }),
      {"foreign", "unproven 7..7", "missing 6..6"}},
     // The breaks that were published for the sealing of the systemd journal, restated for this
-    // format. Past records are changed, and everything that the thief can compute is made to fit.
+    // format. Past records are changed, and everything that the thief can compute is made
+    // consistent.
     {"JournalBreakModifyPastRecordsWithTheCurrentKey",
      [](SealedLog& log) {
        ContinueWithStolenState(log, [](Lines& l) { ReplaceIn(l[5], "record", "nothing"); });
@@ -183,7 +184,7 @@ const Attack Attacks[] = {
     {"JournalBreakTruncateAndResume",
      [](SealedLog& log) { ContinueWithStolenState(log, [](Lines& l) { l.resize(1); }); },
      {"gap 2..11"}},
-    // Records are there, but some views do not show them: two lines are made to look like one.
+    // Records are there, but some views do not show them: two lines are changed to look like one.
     {"JournalBreakHideARecordFromViews",
      Edit([](Lines& l) {
        l[4] += '\r' + l[5];

@@ -12,7 +12,7 @@
 // empty.
 std::size_t Utf8CharacterLength(std::string_view text);
 
-// The offset of the first byte that is not part of a valid character; npos when all are.
+// The offset of the first byte that is not part of a valid character; npos if all are.
 std::size_t FindInvalidUtf8(std::string_view text);
 
 // The number of characters of `text`. A byte that is no UTF-8 counts as one.

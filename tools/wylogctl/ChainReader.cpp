@@ -6,7 +6,7 @@
 
 namespace {
 
-// Lines that no other line followed in so many looks are a complete record.
+// Lines that no other line followed in so many attempts to read are a complete record.
 constexpr int IdleLooks = 2;
 constexpr int SuccessorTries = 100;
 
@@ -96,7 +96,7 @@ void CWyChainReader::Finish() {
   if (reader.Shape() != nullptr) m_pShape = reader.Shape();
 }
 
-// Goes on to the next file; false when there is none, or none yet.
+// Goes on to the next file; returns false if there is none, or none yet.
 bool CWyChainReader::Advance() {
   if (m_uNextFile < m_files.size()) {
     m_uBytesBefore += m_pCurrent->pReader->EndOffset();
@@ -197,7 +197,7 @@ bool CWyChainReader::OpenSuccessor() {
     std::string strError;
     auto pSource = CWyByteSource::Open(file.strPath, strError);
     WyLogFile check;
-    // Rolled over or deleted between the look and the call of open(2): look again.
+    // Rolled over or deleted between the listing and the call of open(2): list again.
     if (pSource == nullptr || !FindSuccessor(check)) continue;
     if (!(check.identity == pSource->Identity()) || check.strName != file.strName) continue;
     if (file.bBackup) m_seen.insert(file.strName);

@@ -6,7 +6,7 @@
 // Following: the open file is read to its end. When the log's name leads to another file, the open
 // one was rolled over; it is read once more to its end, then every backup that appeared since, in
 // their order, then the new file. Each file is opened before it is checked that it is still the
-// next one, so that no rollover between two looks at the folder can lose or repeat a file.
+// next one, so that no rollover between two listings of the folder can lose or repeat a file.
 
 #include <functional>
 #include <memory>
@@ -38,13 +38,14 @@ class CWyChainReader {
  public:
   CWyChainReader(CWyContext& context, std::string strPath, const WyReadOptions& options);
 
-  // Lists the files. False, with an error reported, when there is none and none is waited for.
+  // Lists the files. Returns false, with an error reported, if there is none and none is waited
+  // for.
   bool Open();
   const std::vector<WyLogFile>& Files() const { return m_files; }
   const CWyLogChain& Chain() const { return m_chain; }
   void StartAt(WyPlace place) { m_start = std::move(place); }
 
-  // The next record. False at the end; when following, at the end of what there is now.
+  // The next record. Returns false at the end; when following, at the end of what there is now.
   bool Next(WyRecord& record);
 
   // No more records are wanted: what is later than the user asked for.

@@ -20,8 +20,8 @@ class CWyConfigTables {
   // process loads. Returns false, with the error reported, if the child fails.
   bool Load(CWyContext& context, bool bLoadLibraries);
 
-  // False if there is neither manifest nor loaded library: the components are those that the
-  // library knows by name, and nothing is known of their sub-components.
+  // Returns false if there is neither manifest nor loaded library: the components are those that
+  // the library knows by name, and nothing is known of their sub-components.
   bool HasComponents() const { return m_bComponents; }
 
   const std::vector<WyTraceComponentInfo>& Components() const { return m_components; }

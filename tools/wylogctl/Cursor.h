@@ -12,7 +12,8 @@
 
 class CWyCursor {
  public:
-  // A missing file is an empty cursor. False, with the error reported, when it cannot be read.
+  // A missing file is an empty cursor. Returns false, with the error reported, if it cannot be
+  // read.
   bool Load(CWyContext& context, const std::string& strFile);
 
   // Where to go on in a log that was listed. Reports when the file is gone.
@@ -21,7 +22,7 @@ class CWyCursor {
 
   void Set(const CWyLogChain& chain, const WyLogFile& file, std::uint64_t uOffset);
 
-  // Replaces the file in one step. False, with the error reported, when it cannot be written.
+  // Replaces the file in one step. Returns false, with the error reported, if it cannot be written.
   bool Save(CWyContext& context) const;
 
  private:

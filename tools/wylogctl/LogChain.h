@@ -30,7 +30,7 @@ class CWyLogChain {
   std::vector<WyLogFile> List() const;
   std::vector<WyLogFile> ListBackups() const;
 
-  // The log itself; false when there is none at this moment.
+  // The log itself; returns false if there is none at this moment.
   bool Find(WyLogFile& file) const;
 
  private:

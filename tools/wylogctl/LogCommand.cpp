@@ -129,7 +129,7 @@ void CWyLogRun::Show(const WyRecord& record) {
   m_pWriter->Write(record);
 }
 
-// Whether the record is before the last ones; titles among those are not shown.
+// Whether the record is before the last ones; header lines among those are not shown.
 bool CWyLogRun::IsEarly(const WyRecord& record) {
   if (!m_uEarly) return false;
   if (record.raw.bTitles) return true;
@@ -228,7 +228,7 @@ void RegisterLogCommand(CWyProgram& program) {
   command.Value("--lang", "LANGUAGE", "Show messages in this language: de", pOptions->strLanguage);
   command.About(
       "A path stands for the log and its backups, in their order. Several logs are merged by time. "
-      "Without filters, the titles of traces are printed too, and the output is the files.");
+      "Without filters, the header lines of traces are printed too, and the output is the files.");
   command.Example("wylogctl log --severity WARNING --since -1h /var/log/app/error.log",
                   "What went wrong in the last hour");
   command.Example("wylogctl log --request 4711 -o table error.log trace.log audit.log",

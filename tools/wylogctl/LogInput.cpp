@@ -30,7 +30,7 @@ std::size_t WidthOf(const std::string& strField) {
   return 0;
 }
 
-// A line that begins as those of traces mostly do, in a file that has no titles.
+// A line that begins as those of traces mostly do, in a file that has no header lines.
 bool LooksLikeTrace(const WyRecord& record) {
   if (record.Kind() != WyLogKind::Audit || record.raw.uOffset != 0) return false;
   std::string_view text = record.text;
@@ -78,7 +78,7 @@ void WyAddInput(CWyCommand& command, WyInputOptions& options, bool bFilters) {
                 options.strZone);
   command.Flag("--no-backups", "The named files alone", options.bNoBackups);
   if (bFilters) command.Flag("--scan", "Read logs whole, also where times go back", options.bScan);
-  command.Choice("--layout", "N", "The trace layout of files that have no title lines",
+  command.Choice("--layout", "N", "The trace layout of files that have no header lines",
                  options.strLayout, {"0", "1", "2", "3"});
   command.Value("--fields", "NAMES", "The fields of such files: Date,Time,Message",
                 options.strFields);
@@ -213,7 +213,7 @@ void CWyLogInput::Consider(Stream& stream) {
   if (record.uFlags != 0) CountFlags(record);
   if (LooksLikeTrace(record)) {
     m_context.NoteOnce(std::string(record.file) +
-                       ": looks like a trace without title lines; --layout and --fields name its"
+                       ": looks like a trace without header lines; --layout and --fields name its"
                        " columns");
   }
   stream.bHead = m_query.Matches(record);

@@ -53,7 +53,8 @@ class CWyLogInput {
     bool bStopped = false;  // by --until, at `record`
   };
 
-  // Opens the logs. False, with the error reported, when nothing can be read or an option is wrong.
+  // Opens the logs. Returns false, with the error reported, if nothing can be read or an option is
+  // wrong.
   bool Open(const WyInputOptions& options);
 
   // Begins each log only as early as --since asks for, or with so many of its last records that
@@ -66,7 +67,7 @@ class CWyLogInput {
   CWyPlaces PlacesOf(const Stream& stream) const;
 
   // The next record that matches, valid until the next call; null at the end, or at the end of what
-  // there is now. Titles are records too, when there are no filters.
+  // there is now. Header lines are records too, when there are no filters.
   const WyRecord* Next();
   bool HasEnded() const;
 

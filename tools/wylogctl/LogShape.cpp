@@ -1,4 +1,4 @@
-// Telling the formats apart, and where a record begins. Title lines are found from the line of "="
+// Telling the formats apart, and where a record begins. Header lines are found from the line of "="
 // signs: only a line that begins with one, or with "[=", is looked at closely.
 
 #include "tools/wylogctl/LogShape.h"

@@ -51,7 +51,8 @@ bool WyIsErrorStart(const char* pLine, std::size_t uSize, std::size_t& uEnd);
 // Whether a text begins with "Www Mmm DD YYYY hh:mm:ss".
 bool WyIsDateTime(const char* pText, std::size_t uSize);
 
-// The shape that two lines announce if they are a trace's titles. Both without their newlines.
+// The shape that two lines announce if they are a trace's header lines. Both without their
+// newlines.
 std::optional<WyLogShape> WyReadTitles(std::string_view names, std::string_view underline);
 
 // The shape of a log whose lines show it themselves, from the first lines of a file.

@@ -13,7 +13,7 @@
 using WyCivil = std::int64_t;  // milliseconds since 1970-01-01 00:00:00 of the same calendar
 constexpr WyCivil WyNoTime = INT64_MIN;
 
-// "Mon Nov 16 2026 17:16:13", "11/16/2026" and "17:16:13[.005]"; WyNoTime when it is none. Both of
+// "Mon Nov 16 2026 17:16:13", "11/16/2026" and "17:16:13[.005]"; WyNoTime if it is none. Both of
 // the last two together are the sum.
 WyCivil WyParseDateTime(std::string_view text);
 WyCivil WyParseDate(std::string_view text);
@@ -28,7 +28,8 @@ void WyAppendIso(std::string& strText, WyCivil time, bool bMilliseconds);
 // The zone in which times of logs are taken to be: this machine's, UTC, or one by name.
 class CWyZone {
  public:
-  // "local", "utc", or a name of the zone database ("Europe/Berlin"). False for an unknown one.
+  // "local", "utc", or a name of the zone database ("Europe/Berlin"). Returns false for an unknown
+  // one.
   bool Set(const std::string& strName);
 
   // For people: "local time (CET)", "UTC", "Europe/Berlin".

@@ -1,5 +1,5 @@
 // Reading manifests. Members that are not there are empty; a manifest of another format is refused,
-// because nobody knows what its members mean.
+// because the meaning of its members is unknown.
 
 #include "tools/wylogctl/Manifest.h"
 

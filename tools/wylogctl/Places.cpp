@@ -1,6 +1,6 @@
 // A place in the middle of a file is only of use with the shape of the lines there. The error log,
-// an XML trace and an audit log show it themselves. In the other layouts the titles that count are
-// the last ones before the place, and the file is searched backwards for them.
+// an XML trace and an audit log show it themselves. In the other layouts the header lines that
+// count are the last ones before the place, and the file is searched backwards for them.
 
 #include "tools/wylogctl/Places.h"
 
@@ -12,7 +12,7 @@ constexpr std::size_t ProbeChunk = std::size_t{1} << 14;
 constexpr std::uint64_t FinestStep = std::uint64_t{1} << 16;
 constexpr std::size_t TitleWindow = std::size_t{1} << 20;
 constexpr std::size_t LongestTitle = 8192;
-// How far before a place titles are searched for if the names of columns do not matter.
+// How far before a place header lines are searched for if the names of columns do not matter.
 constexpr std::uint64_t NearTitles = std::uint64_t{2} << 20;
 constexpr int FittingRecords = 50;
 
@@ -25,7 +25,7 @@ std::string_view LineAt(std::string_view text, std::size_t u) {
   return text.substr(u, text.find('\n', u) - u);
 }
 
-// The last titles in the text.
+// The last header lines in the text.
 std::shared_ptr<const WyLogShape> LastTitles(std::string_view text) {
   for (std::size_t u = text.rfind('='); u != std::string_view::npos && u > 0;) {
     const std::size_t uLine = text.rfind('\n', u) + 1;
@@ -85,8 +85,8 @@ CWyPlaces::Shape CWyPlaces::ShapeAt(std::size_t uFile, std::uint64_t uOffset) co
   if (pHead == nullptr || pHead->kind == WyLogKind::Error || pHead->kind == WyLogKind::Xml) {
     return pHead;
   }
-  // An audit log that begins without titles can be a trace that was continued; then the file before
-  // has them.
+  // An audit log that begins without header lines can be a trace that was continued; then the file
+  // before has them.
   if (!HasTitles(*pHead)) {
     return uFile > 0 ? ShapeAt(uFile - 1, m_files[uFile - 1].uSize) : pHead;
   }
@@ -107,7 +107,7 @@ CWyPlaces::Shape CWyPlaces::ShapeAt(std::size_t uFile, std::uint64_t uOffset) co
     const std::size_t uUsed =
         std::min<std::size_t>(static_cast<std::size_t>(nRead), uOffset - uStart);
     if (const Shape pShape = LastTitles({strWindow.data(), uUsed})) return pShape;
-    // The windows overlap by the longest pair of titles.
+    // The windows overlap by the longest pair of header lines.
     uOffset = uStart == 0 ? 0 : uStart + std::min<std::uint64_t>(LongestTitle, TitleWindow / 2);
   }
   return pHead;
@@ -171,8 +171,8 @@ WyPlace CWyPlaces::Since(WyCivil time, WyCivil slack) const {
     break;
   }
   if (m_files.empty() || OpenSeekable(m_files[place.uFile]) == nullptr) return place;
-  // Behind titles in the middle of a file that change the columns of the clock no time is found;
-  // the search then goes to the part before them.
+  // Behind header lines in the middle of a file that change the columns of the clock no time is
+  // found; the search then goes to the part before them.
   const Shape pShape = m_pGiven != nullptr ? m_pGiven : HeadShape(place.uFile);
   if (pShape == nullptr || (HasTitles(*pShape) && pShape->uLeading == 0)) return place;
   place.uOffset = SinceInFile(place.uFile, pShape, earliest);

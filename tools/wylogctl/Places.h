@@ -12,8 +12,8 @@
 class CWyPlaces {
  public:
   // The files of a log, as CWyChainReader lists them. `bNames`: whether it matters which column of
-  // a trace has which name. If it does not, titles are searched for near a place alone, so that the
-  // cost does not depend on the file's size.
+  // a trace has which name. If it does not, header lines are searched for near a place alone, so
+  // that the cost does not depend on the file's size.
   CWyPlaces(const std::vector<WyLogFile>& files, std::shared_ptr<const WyLogShape> pShape,
             bool bNames)
       : m_files(files), m_pGiven(std::move(pShape)), m_bNames(bNames) {}
@@ -30,10 +30,10 @@ class CWyPlaces {
   };
   LastPlace Last(std::size_t uCount, const std::function<bool(const WyRecord&)>& matches) const;
 
-  // The time of the first record of a file that has one; WyNoTime when there is none.
+  // The time of the first record of a file that has one; WyNoTime if there is none.
   WyCivil FirstTime(std::size_t uFile) const;
 
-  // The shape of the lines at a place of a file; null when the file cannot be read.
+  // The shape of the lines at a place of a file; null if the file cannot be read.
   using Shape = std::shared_ptr<const WyLogShape>;
   Shape ShapeAt(std::size_t uFile, std::uint64_t uOffset) const;
 

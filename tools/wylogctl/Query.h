@@ -33,7 +33,7 @@ class CWyQuery {
   CWyQuery(const CWyQuery&) = delete;
   CWyQuery& operator=(const CWyQuery&) = delete;
 
-  // False, with the error reported, when an option cannot be understood.
+  // Returns false, with the error reported, if an option cannot be understood.
   bool Set(CWyContext& context, const WyQueryOptions& options, const CWyZone& zone,
            const CWyManifests& manifests);
 

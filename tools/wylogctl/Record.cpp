@@ -1,4 +1,4 @@
-// Taking apart error-log lines and audit records, and what all records have.
+// Parsing error-log lines and audit records, and what all records have.
 
 #include "tools/wylogctl/Record.h"
 

@@ -1,7 +1,7 @@
 #ifndef WYLOGCTL_RECORD_H
 #define WYLOGCTL_RECORD_H
 
-// One record taken apart. All texts are views into the reader's buffer and valid until its next
+// One parsed record. All texts are views into the reader's buffer and valid until its next
 // record; nothing is copied or allocated for a record.
 
 #include <string_view>
@@ -43,7 +43,7 @@ struct WyRecord {
   std::string_view Field(std::string_view name) const;
 };
 
-// Takes records apart. One object for each file: it remembers the time of the record before.
+// Parses records. One object for each file: it remembers the time of the record before.
 class CWyRecordParser {
  public:
   void Parse(const WyRawRecord& raw, WyRecord& record);
@@ -63,7 +63,7 @@ class CWyRecordParser {
 // The four trace layouts: the values, and what of the record cannot be told for certain.
 void WyParseTrace(WyRecord& record, std::string_view body);
 
-// Bits for what a look at each byte finds: WyInvalidUtf8, WyHoldsNul, and in the error log
+// Bits for what the bytes of a record show: WyInvalidUtf8, WyHoldsNul, and in the error log
 // WyJoined.
 unsigned int WyInspectBytes(const WyRecord& record);
 bool WyIsValidUtf8(std::string_view text);

@@ -76,7 +76,8 @@ bool CWyRecordReader::TakeStep(std::size_t uNext, WyRawRecord& record) {
   return bDelivered;
 }
 
-// Whether the line stands under the titles of a trace; m_pNextShape is then what they announce.
+// Whether the line stands under the header lines of a trace; m_pNextShape is then what they
+// announce.
 bool CWyRecordReader::IsUnderTitles(std::string_view line) {
   const bool bPossible = line.size() > 1 && (line[0] == '=' || (line[0] == '[' && line[1] == '='));
   if (!bPossible || m_uScan == m_uBegin || m_pShape->kind == WyLogKind::Error) return false;
@@ -86,7 +87,7 @@ bool CWyRecordReader::IsUnderTitles(std::string_view line) {
   return shape.has_value();
 }
 
-// The titles are the next record, behind the one that they end.
+// The header lines are the next record, behind the one that they end.
 bool CWyRecordReader::AnnounceTitles(std::size_t uNext, WyRawRecord& record) {
   m_bTitles = true;
   m_uScan = m_uSearched = m_uTitlesEnd = uNext;
@@ -124,7 +125,7 @@ bool CWyRecordReader::TakeLine(std::size_t& uNewline) {
   }
 }
 
-// Room for a chunk behind m_uEnd: the records that were delivered are given up first.
+// Room for a chunk behind m_uEnd: the records that were delivered are dropped first.
 void CWyRecordReader::MakeRoom() {
   if (m_uBegin > 0) {
     std::memmove(m_buffer.Data(), &m_buffer[m_uBegin], m_uEnd - m_uBegin);
@@ -153,8 +154,8 @@ bool CWyRecordReader::Fill() {
   return true;
 }
 
-// The first lines decide, if they show their format themselves; a trace's titles come later, and a
-// shape that is known already stays when there are none.
+// The first lines decide, if they show their format themselves; a trace's header lines come later,
+// and a shape that is known already stays when there are none.
 void CWyRecordReader::Detect() {
   constexpr std::size_t HeadSize = 16384;
   while (m_uEnd - m_uBegin < HeadSize) {

@@ -1,7 +1,7 @@
 #ifndef WYLOGCTL_RECORDREADER_H
 #define WYLOGCTL_RECORDREADER_H
 
-// Takes the bytes of one file apart into records, each whole, however many lines it has and however
+// Splits the bytes of one file into records, each whole, however many lines it has and however
 // the bytes arrive. A record ends where the next one begins, so one is only known to be complete
 // when the line behind it was seen, or when the file ends.
 //
@@ -34,7 +34,7 @@ struct WyRawRecord {
   std::string_view text;  // with its newline, if it has one; valid until the next call
   std::uint64_t uOffset = 0;
   unsigned int uFlags = 0;
-  bool bTitles = false;  // the two title lines of a trace
+  bool bTitles = false;  // the two header lines of a trace
   const WyLogShape* pShape = nullptr;
 };
 
@@ -80,11 +80,11 @@ class CWyRecordReader {
   // Drops everything before the first line that begins a record.
   void SkipToStart() { m_bSkipping = true; }
 
-  // The next record. False at the end of what the source has by now; more may come later.
+  // The next record. Returns false at the end of what the source has by now; more may come later.
   bool Next(WyRawRecord& record);
 
   // What stands behind the last record, when nothing more comes: the last record, flagged if it
-  // has no newline. False when there is nothing.
+  // has no newline. Returns false when there is nothing.
   bool TakeRest(WyRawRecord& record);
 
   // The same, without a line that has no newline yet: it stays for later.
@@ -112,7 +112,7 @@ class CWyRecordReader {
 
   CWyByteSource& m_source;
   std::shared_ptr<const WyLogShape> m_pShape;
-  std::shared_ptr<const WyLogShape> m_pNextShape;  // announced by titles not delivered yet
+  std::shared_ptr<const WyLogShape> m_pNextShape;  // announced by header lines not delivered yet
   CWyByteBuffer m_buffer;
   std::size_t m_uChunk;
   std::uint64_t m_uBase;        // offset of the buffer's first byte in the file

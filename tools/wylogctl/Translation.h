@@ -1,8 +1,8 @@
 #ifndef WYLOGCTL_TRANSLATION_H
 #define WYLOGCTL_TRANSLATION_H
 
-// Showing a log in another language: the text of a record is taken apart by the pattern of its key,
-// and put together again by the pattern of the other language.
+// Showing a log in another language: the text of a record is parsed by the pattern of its key,
+// and assembled again by the pattern of the other language.
 
 #include <map>
 #include <optional>
@@ -34,7 +34,7 @@ class CWyTextPattern {
 
 class CWyTranslator {
  public:
-  // False, with the error reported, when no catalog has the language.
+  // Returns false, with the error reported, if no catalog has the language.
   bool Set(CWyContext& context, const CWyManifests& manifests, const std::string& strLanguage);
   bool IsSet() const { return m_pManifests != nullptr; }
 

@@ -2,7 +2,7 @@
 #define WYERRLOG_TOOLS_WYMSGC_BUNDLE_H
 
 // What a translation is checked against: the messages of a bundle with their keys, arguments and
-// English texts. It is made from a definition, or from an installed manifest.
+// English texts. It is created from a definition, or from an installed manifest.
 
 #include <cstddef>
 #include <string>
@@ -30,10 +30,10 @@ class CWyBundle {
   const std::string& Name() const { return m_strName; }
   const std::vector<WyBundleMessage>& Messages() const { return m_messages; }
 
-  // The message with that key; null when there is none.
+  // The message with that key; null if there is none.
   const WyBundleMessage* Find(const std::string& strKey) const;
 
-  // The key that is most like an unknown one; empty when none is near.
+  // The key that is most like an unknown one; empty if none is near.
   std::string_view NearestKey(std::string_view key) const;
 
  private:

@@ -1,7 +1,7 @@
 #ifndef WYERRLOG_TOOLS_WYMSGC_CATALOGENTRY_H
 #define WYERRLOG_TOOLS_WYMSGC_CATALOGENTRY_H
 
-// One entry of a catalog, checked against its message. The pattern is taken apart by the library's
+// One entry of a catalog, checked against its message. The pattern is parsed by the library's
 // own reader, so that what is reported is what the library would do.
 
 #include <string>

@@ -41,7 +41,7 @@ class CWyProject {
     CheckCompleteness(catalogs, bundle, settings.required, m_source.Whole(), diagnostics);
   }
 
-  // Reads the lock file; false when there is none.
+  // Reads the lock file; returns false if there is none.
   bool ReadLock() {
     if (!std::filesystem::exists(LockFile())) return false;
     m_pLockSource = std::make_unique<CWySourceText>(LockFile(), ReadInput(LockFile()));

@@ -37,8 +37,8 @@ int UpdateLock(const WySettings& settings, const std::string& strFile,
                const std::vector<std::string>& catalogs, const std::set<std::string>& reviewed);
 // Checks all catalogs in a folder against the manifests there.
 int CheckInstalled(const WySettings& settings, const std::string& strFolder);
-// Writes a definition made of hand-written files to `strOutput`, or to the standard output when
-// that is empty.
+// Writes a definition derived from hand-written files to `strOutput`, or to the standard output
+// when that is empty.
 int Import(const WySettings& settings, const std::string& strHeader, const std::string& strSource,
            const std::vector<std::string>& catalogs, const std::string& strOutput);
 

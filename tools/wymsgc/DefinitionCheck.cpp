@@ -262,7 +262,7 @@ void CWyDefinitionCheck::CheckNumbers() {
   }
 }
 
-// All names are in one namespace of C++; constants and methods of Java are made from them.
+// All names are in one namespace of C++; constants and methods of Java are derived from them.
 void CWyDefinitionCheck::CheckNames() {
   std::unordered_map<std::string, std::string_view> cpp, java;
   const std::string_view component = m_definition.name;

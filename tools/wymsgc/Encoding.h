@@ -7,7 +7,8 @@
 #include "tools/common/SourceText.h"
 
 // Reports what no definition and no catalog may have: a byte order mark, bytes that are no UTF-8,
-// carriage returns, other control characters. False when the text is not worth reading further.
+// carriage returns, other control characters. Returns false when the text is not worth reading
+// further.
 bool CheckEncoding(const CWySourceText& source, CWyDiagnostics& diagnostics);
 
 #endif

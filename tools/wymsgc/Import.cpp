@@ -22,7 +22,7 @@ bool IsLetterOrDigit(char c) {
   return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
 }
 
-// "number of users" becomes "numberOfUsers"; empty when it is not a name, but nothing or a
+// "number of users" becomes "numberOfUsers"; empty if it is not a name, but nothing or a
 // conversion.
 std::string ArgumentName(std::string_view words) {
   if (words.find('%') != std::string_view::npos) return {};

@@ -67,7 +67,7 @@ Manifest ManifestOf(const Json& manifest) {
   return {{std::move(strBundle), std::move(messages)}, std::move(translations)};
 }
 
-// A manifest that is none is a finding, and the others are checked all the same.
+// A file that is not a valid manifest is a finding, and the others are checked all the same.
 std::optional<Manifest> ReadManifest(const std::string& strFile, CWyDiagnostics& diagnostics) {
   try {
     return ManifestOf(Json::parse(ReadInput(strFile)));

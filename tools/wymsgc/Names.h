@@ -1,7 +1,7 @@
 #ifndef WYERRLOG_TOOLS_WYMSGC_NAMES_H
 #define WYERRLOG_TOOLS_WYMSGC_NAMES_H
 
-// Names in C++ and in Java, and those of one language made from those of the other.
+// Names in C++ and in Java, and those of one language derived from those of the other.
 
 #include <string>
 #include <string_view>

@@ -1,7 +1,7 @@
 #ifndef WYERRLOG_TOOLS_WYMSGC_OUTPUTS_H
 #define WYERRLOG_TOOLS_WYMSGC_OUTPUTS_H
 
-// What is made of a definition. Each function returns the content of one file; it depends on its
+// The outputs of a definition. Each function returns the content of one file; it depends on its
 // arguments alone, so two runs give the same bytes.
 
 #include <string>
@@ -32,8 +32,8 @@ std::string MakeMessageTable(const WyDefinition& definition);
 // "0x0C004003", as in Java sources and in manifests.
 std::string HexId(unsigned int uId);
 
-// Writes the file unless it already has that content. False, with the reason in `strReason`, when
-// it cannot be written.
+// Writes the file unless it already has that content. Returns false, with the reason in
+// `strReason`, if it cannot be written.
 bool WriteIfChanged(const std::string& strPath, const std::string& strContent,
                     std::string& strReason);
 

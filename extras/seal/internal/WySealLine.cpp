@@ -1,4 +1,4 @@
-// Lines are composed and taken apart here, and nowhere else. The parser accepts only what the
+// Lines are composed and parsed here, and nowhere else. The parser accepts only what the
 // composer writes: one spelling for each number and tag, so that no altered line counts as the
 // same.
 

@@ -38,7 +38,7 @@ class CWySealTrailer {
   size_t m_uLength;
 };
 
-// A line taken apart; the texts are parts of the line.
+// A parsed line; the texts are parts of the line.
 struct WySealLine {
   std::string_view strText;
   std::string_view strTag;

@@ -19,7 +19,7 @@ struct WySealHead {
   std::string strLine;  // without its newline
 };
 
-// Takes the TEXT of a ~begin record apart; the result has no line.
+// Parses the TEXT of a ~begin record; the result has no line.
 WySealHead WySealParseHead(std::string_view strText);
 WySealHead WySealReadHead(int hFile);
 WySealHead WySealReadHead(const std::string& strPath);

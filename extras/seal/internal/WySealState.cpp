@@ -29,7 +29,7 @@ bool Fail(int iErrno) {
   return false;
 }
 
-// Against damage, not against an attacker: whoever may write the page has its keys.
+// Against damage, not against an attacker: anyone who may write the page has its keys.
 uint64_t Check(const WySealSlot& slot) {
   uint64_t uCheck = 0xcbf29ce484222325u;
   const auto* const pBytes = reinterpret_cast<const unsigned char*>(&slot);

@@ -34,7 +34,7 @@ struct WySealSlot {
 };
 
 enum WySealFlag : uint32_t {
-  WySealMoved = 1,    // the current file bears a backup's name already
+  WySealMoved = 1,    // the current file already has a backup's name
   WySealEnded = 2,    // its last record is ~end
   WySealUnended = 4,  // its last record lacks its newline
   WySealTorn = 8,     // there may be a part of a record behind the last whole one

@@ -13,7 +13,7 @@
 //   if (!theLogger()->EnableAuditLogRollover(pOutput.get())) return Fail(strerror(errno));
 //   pOutput.release();  // the logger closes and deletes it
 //
-// The key directory is made by `wylogctl seal create`, which prints the verification key.
+// The key directory is created by `wylogctl seal create`, which prints the verification key.
 
 #include <wyerrlog/WyFileOptions.h>
 #include <wyerrlog/WyLogOutput.h>
