@@ -30,6 +30,9 @@ class CWyBundleCache {
   // not yet known.
   BundleRef Get(const char* pszBundle, const char* pszLocale);
 
+  // The number of directories that have been set so far.
+  const std::atomic<unsigned long>& Generation() const { return m_uGeneration; }
+
   // Around fork(), called on the forking thread: no other thread is within the cache at the fork.
   void PrepareFork() { m_lock.lock(); }
   void ResumeAfterFork() { m_lock.unlock(); }

@@ -35,5 +35,6 @@ LoadResult LoadBundle(const std::string& strDirectory, std::string_view bundle,
     bFound |= state == FileState::Read;
     bComplete &= state != FileState::Busy;
   });
-  return {BundleRef(bFound ? new CWyLoadedBundle(std::move(table)) : nullptr), bComplete};
+  return {BundleRef(bFound ? new CWyLoadedBundle(std::move(table), bComplete) : nullptr),
+          bComplete};
 }

@@ -18,7 +18,11 @@
 class CWyLoadedBundle final : public CWyXlateBundle {
  public:
   // The creator holds the first reference.
-  explicit CWyLoadedBundle(PropertyTable properties) : m_patterns(std::move(properties)) {}
+  CWyLoadedBundle(PropertyTable properties, bool bComplete)
+      : m_patterns(std::move(properties)), m_bComplete(bComplete) {}
+
+  // Returns false if one of its files may have been missed (LoadResult::bComplete).
+  bool IsComplete() const { return m_bComplete; }
 
   // Returns the text of the key, valid as long as the bundle; null if there is none.
   const char* Find(std::string_view key) const { return m_patterns.Find(key); }
@@ -32,6 +36,7 @@ class CWyLoadedBundle final : public CWyXlateBundle {
   ~CWyLoadedBundle() = default;
 
   const CWyPatternTable m_patterns;
+  const bool m_bComplete;
   std::atomic<int> m_iReferences{1};
 };
 
