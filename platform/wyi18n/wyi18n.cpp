@@ -14,6 +14,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
 #include <utility>
 
 namespace {
@@ -66,14 +67,15 @@ const char* ReadEnvironment(const char* pszName) {
 // Compares letter by letter: most entries differ in the first one, and a call of strncmp(3) costs
 // more than that.
 template <std::size_t... Index>
-bool Begins(const char* pszEntry, const char* pszName, std::index_sequence<Index...>) {
+[[gnu::always_inline]] inline bool Begins(const char* pszEntry, const char* pszName,
+                                          std::index_sequence<Index...>) {
   return ((pszEntry[Index] == pszName[Index]) && ...);
 }
 
 // Returns the value in an entry of the environment if the entry is that of `name`, which includes
 // the "="; null for another variable's entry and for null.
 template <std::size_t Size>
-const char* ValueOf(const char* pszEntry, const char (&name)[Size]) {
+[[gnu::always_inline]] inline const char* ValueOf(const char* pszEntry, const char (&name)[Size]) {
   const bool bMatches =
       pszEntry != nullptr && Begins(pszEntry, name, std::make_index_sequence<Size - 1>());
   return bMatches ? pszEntry + Size - 1 : nullptr;
@@ -83,8 +85,9 @@ bool IsSet(const char* pszValue) { return pszValue != nullptr && *pszValue != '\
 
 // The three variables, as a thread found them last. Every message asks for the locale, and reading
 // the whole environment costs more than its instructions: it lies in some forty cache lines that
-// each write to the log drives out of the cache. As long as `environ` has the same entries,
-// compared as pointers, the variables are where they were; their values are read each time.
+// each write to the log drives out of the cache. So what a change of the environment changes is
+// compared: `environ` itself, its first and last entry, its end, and the entries of the three
+// variables. Once a second all of it is searched. The values are read each time.
 //
 // An entry is followed only after it has been found in `environ` again, so none that the host has
 // freed is read. The object belongs to one thread: it needs no lock, and in a forked child it is
@@ -93,61 +96,68 @@ class CWyLocaleVariables {
  public:
   // Their order is that of the locale categories in POSIX. An empty variable counts as not set.
   const char* FirstSet() {
-    if (!HasSameEntries()) Find();
-    if (const char* const pszValue = ValueOf(m_pszAll, All); IsSet(pszValue)) return pszValue;
-    if (const char* const pszValue = ValueOf(m_pszMessages, Messages); IsSet(pszValue)) {
+    if (!IsUnchanged()) Find();
+    if (const char* const pszValue = ValueOf(m_all.pszEntry, All); IsSet(pszValue)) return pszValue;
+    if (const char* const pszValue = ValueOf(m_messages.pszEntry, Messages); IsSet(pszValue)) {
       return pszValue;
     }
-    const char* const pszValue = ValueOf(m_pszLang, Lang);
+    const char* const pszValue = ValueOf(m_lang.pszEntry, Lang);
     return IsSet(pszValue) ? pszValue : nullptr;
   }
 
  private:
-  static constexpr std::size_t MaxEntries = 128;  // of a larger environment none are kept
   static constexpr char All[] = "LC_ALL=";
   static constexpr char Messages[] = "LC_MESSAGES=";
   static constexpr char Lang[] = "LANG=";
 
-  bool HasSameEntries() const {
-    if (environ == nullptr || m_uEntries == 0) return false;
-    // An environment that has become shorter differs where it ends, in its null, so that nothing
-    // behind it is read.
-    for (std::size_t i = 0; i < m_uEntries; ++i) {
-      if (environ[i] != m_apszEntries[i]) return false;
-    }
-    return true;
+  // An entry of the environment and its place. A variable that is not set has the first entry.
+  struct Place {
+    char** ppszEntry;
+    char* pszEntry;
+
+    bool IsUnchanged() const { return *ppszEntry == pszEntry; }
+  };
+
+  // The first entry comes first: in an environment that is shorter, at the same address (after
+  // clearenv(3)), it is another one, and nothing behind it is read.
+  bool IsUnchanged() const {
+    return environ == m_ppszEnvironment && m_ppszLast != nullptr && *environ == m_pszFirst &&
+           *m_ppszLast == m_pszLast && m_ppszLast[1] == nullptr && m_all.IsUnchanged() &&
+           m_messages.IsUnchanged() && m_lang.IsUnchanged() && m_tSearched == std::time(nullptr);
   }
 
   // The first entry of a variable counts, as it does for getenv(3).
   template <std::size_t Size>
-  static void Note(const char*& pszFound, const char (&name)[Size], const char* pszEntry) {
-    if (pszFound == nullptr && ValueOf(pszEntry, name) != nullptr) pszFound = pszEntry;
+  static void Note(Place& place, const char (&name)[Size], char** ppszEntry) {
+    const bool bFound = ValueOf(place.pszEntry, name) != nullptr;
+    if (!bFound && ValueOf(*ppszEntry, name) != nullptr) place = {ppszEntry, *ppszEntry};
   }
 
   void Find() {
-    m_pszAll = m_pszMessages = m_pszLang = nullptr;
-    m_uEntries = 0;
-    std::size_t uEntries = 0;
-    for (char** ppszEntry = environ; ppszEntry != nullptr && *ppszEntry != nullptr; ++ppszEntry) {
-      Note(m_pszAll, All, *ppszEntry);
-      Note(m_pszMessages, Messages, *ppszEntry);
-      Note(m_pszLang, Lang, *ppszEntry);
-      if (uEntries < MaxEntries) m_apszEntries[uEntries] = *ppszEntry;
-      ++uEntries;
+    m_tSearched = std::time(nullptr);
+    m_ppszEnvironment = environ;
+    m_ppszLast = nullptr;  // without an entry nothing is noted
+    m_all = m_messages = m_lang = {};
+    if (environ == nullptr || *environ == nullptr) return;
+    m_pszFirst = *environ;
+    m_all = m_messages = m_lang = {environ, m_pszFirst};
+    for (char** ppszEntry = environ; *ppszEntry != nullptr; ++ppszEntry) {
+      Note(m_all, All, ppszEntry);
+      Note(m_messages, Messages, ppszEntry);
+      Note(m_lang, Lang, ppszEntry);
+      m_ppszLast = ppszEntry;
     }
-    // The null is noted too: an environment that has become longer differs there.
-    if (uEntries < MaxEntries) {
-      m_apszEntries[uEntries] = nullptr;
-      m_uEntries = uEntries + 1;
-    }
+    m_pszLast = *m_ppszLast;
   }
 
-  // The entries of the variables; null for one that is not set.
-  const char* m_pszAll = nullptr;
-  const char* m_pszMessages = nullptr;
-  const char* m_pszLang = nullptr;
-  std::size_t m_uEntries = 0;  // with the null that ends them; 0: nothing is noted
-  const char* m_apszEntries[MaxEntries] = {};
+  char** m_ppszEnvironment = nullptr;
+  char* m_pszFirst = nullptr;
+  char** m_ppszLast = nullptr;  // null: nothing is noted
+  char* m_pszLast = nullptr;
+  Place m_all{};
+  Place m_messages{};
+  Place m_lang{};
+  std::time_t m_tSearched = 0;
 };
 
 constinit thread_local CWyLocaleVariables t_localeVariables;

@@ -87,8 +87,9 @@ class WYI18N_EXPORT CWyGetEnv {
 // It is looked up at every call. The environment owns the text, which is valid until the variable
 // changes.
 //
-// One change goes unnoticed until the next other change: a string that was passed to putenv(3) for
-// another variable, and is turned into one of these three by writing into it.
+// A change by setenv(3), putenv(3), unsetenv(3) or clearenv(3) is noticed by the next call. Any
+// other way to set or remove one of the three, by writing into the array or into the string of
+// another variable, is noticed within a second.
 WYI18N_EXPORT const char* WyGetAdminLocale();
 
 #endif
