@@ -38,6 +38,17 @@ add_compile_definitions($<$<CONFIG:Debug>:_GLIBCXX_ASSERTIONS>)
 add_compile_options(-fno-plt -fno-semantic-interposition)
 string(APPEND CMAKE_SHARED_LINKER_FLAGS " -Wl,-Bsymbolic-functions")
 
+# Thread-local objects are found by descriptors (g++; clang 14 has no such option on x86-64): the
+# libraries of a program's start have theirs at a fixed place, which a descriptor finds without a call
+# of the loader's general function. Loaders before glibc 2.40 do not preserve vector registers when
+# a thread first touches an object, which the compiler relies on: hence thread-local objects are used
+# in functions of their own, which are not inlined.
+include(CheckCXXCompilerFlag)
+check_cxx_compiler_flag(-mtls-dialect=gnu2 WYERRLOG_HAS_TLS_DESCRIPTORS)
+if(WYERRLOG_HAS_TLS_DESCRIPTORS AND NOT WYERRLOG_SANITIZE)
+  add_compile_options(-mtls-dialect=gnu2)
+endif()
+
 if(WYERRLOG_SANITIZE)
   add_compile_options(-fsanitize=${WYERRLOG_SANITIZE} -fno-sanitize-recover=all
                       -fno-omit-frame-pointer -O1)
