@@ -13,6 +13,7 @@
 #include <cstdint>
 #include <cstring>
 #include <new>
+#include <typeinfo>
 #include <utility>
 
 #include "wyerrlog/WyErrLogPrivUtil.h"
@@ -177,13 +178,17 @@ bool CWyFileOutput::CloseFile() {
 
 // ---- Writing ------------------------------------------------------------------------------------
 
-bool CWyFileOutput::Log(CWyErrLogMessage& msg) { return Log(msg.GetBuffer()); }
+// A host's subclass may override Log(const char*), and then expects every message there.
+bool CWyFileOutput::Log(CWyErrLogMessage& msg) {
+  if (&typeid(*this) != &typeid(CWyFileOutput)) return Log(msg.GetBuffer());
+  return LogText({msg.GetBuffer(), static_cast<size_t>(msg.GetBufferLen())});
+}
+
+bool CWyFileOutput::Log(const char* pszText) { return pszText != nullptr && LogText(pszText); }
 
 // Without a size limit, and with no rollover to be tried again, the descriptor never changes while
 // the output is installed: no lock is needed, only write(2) itself.
-bool CWyFileOutput::Log(const char* pszText) {
-  if (pszText == nullptr) return false;
-  const std::string_view strText(pszText);
+bool CWyFileOutput::LogText(std::string_view strText) {
   if (m_pGrowth != nullptr) return LogLimited(strText);
   // Pairs with the release in StartNewFile: a thread that finds the flag cleared sees the new
   // descriptor.

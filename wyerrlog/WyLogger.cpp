@@ -280,13 +280,20 @@ bool CWyLogger::ShouldUseLocalTime() const {
   return m_bUseLocalTime.load(std::memory_order_relaxed);
 }
 
-// Never null, so that no caller has to test: if memory allocation fails the result is a logger in
-// static memory that stays released. The next call tries again.
-CWyLogger* theLogger() {
+// The first call, and calls while memory is short: if memory allocation fails the result is a
+// logger in static memory that stays released. The next call tries again.
+CWyLogger* CWyLogger::ConstructOfProcess() {
   if (CWyLogger* const pLogger = CWyProcessObject<CWyLogger>::Get()) return pLogger;
   const CWyForkGate gate;  // a forked child must not find the construction half done
   static CWyNeverDestroyed<CWyMessageCatalog> s_emptyCatalog;
   alignas(CWyLogger) static unsigned char s_storage[sizeof(CWyLogger)];
   static CWyLogger* const s_pReleased = new (s_storage) CWyLogger(s_emptyCatalog.value);
   return s_pReleased;
+}
+
+// Never null, so that no caller has to test. A function of its own for the first call: this one is
+// called for every record, and saves no registers.
+CWyLogger* theLogger() {
+  CWyLogger* const pLogger = CWyProcessObject<CWyLogger>::Constructed();
+  return pLogger != nullptr ? pLogger : CWyLogger::ConstructOfProcess();
 }

@@ -259,6 +259,7 @@ class WYERRLOG_API CWyLogger {
   // A logger in memory that is 0.
   enum Zeroed { InZeroedMemory };
   WYERRLOG_LOCAL explicit CWyLogger(Zeroed);
+  WYERRLOG_LOCAL static CWyLogger* ConstructOfProcess();
 
   WYERRLOG_LOCAL bool IsUsable() const { return (m_uState & Initialised) != 0; }
   WYERRLOG_LOCAL bool IsUsedByThisThread() const;

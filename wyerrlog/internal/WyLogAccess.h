@@ -23,8 +23,15 @@ class CWyLogReader {
 
  private:
   CWyLogReader(CWyErrLogGuard& guard, CWyGuardHold*& pInnermost)
-      : m_pGuard(guard.AdmitReader(pInnermost != nullptr) ? guard.Native() : nullptr),
+      : m_pGuard(Admit(guard, pInnermost != nullptr) ? guard.Native() : nullptr),
         m_hold(pInnermost, m_pGuard, CWyGuardHold::Read) {}
+
+  // AdmitReader, without a call for a thread that holds no guard, which is nearly every one.
+  static bool Admit(CWyErrLogGuard& guard, bool bHoldsOthers) {
+    if (bHoldsOthers || !guard.IsUsable()) return guard.AdmitReader(bHoldsOthers);
+    guard.Native()->LockForRead();
+    return true;
+  }
 
   CWyGuard* m_pGuard;  // null: refused
   CWyGuardHold m_hold;

@@ -19,7 +19,7 @@ class CWyProcessObject {
  public:
   // Returns null if memory allocation fails; the next call tries again. Thread-safe.
   static T* Get() {
-    if (T* pObject = s_pConstructed.load(std::memory_order_acquire)) return pObject;
+    if (T* pObject = Constructed()) return pObject;
     // The construction may call Get again (from a plug-in's constructor): it receives the object in
     // its present state, in which its calls return false.
     if (s_bConstructing) return Storage();
@@ -29,6 +29,9 @@ class CWyProcessObject {
       return Storage();
     });
   }
+
+  // Returns null before the first call of Get has constructed it.
+  static T* Constructed() { return s_pConstructed.load(std::memory_order_acquire); }
 
   // Ends the object for good if it has been constructed. For the library's own exit handlers, which
   // call it when the components that it uses are about to be destroyed.
