@@ -9,6 +9,7 @@
 
 #include "wyerrlog/WyErrLogMessage.h"
 #include "wyerrlog/internal/WyTextBuffer.h"
+#include "wyerrlog/internal/WyTextPieces.h"
 #include "wyerrlog/internal/WyThreadStamp.h"
 #include "wyerrlog/internal/WyTimeText.h"
 
@@ -28,6 +29,16 @@ bool Copy(std::string_view text, char* pszBuffer, int iSize) {
   return true;
 }
 
+// Requires: the year has four digits, so that every text fits into the smallest buffer.
+void CopyTime(const CWyThreadStamp& stamp, int iForm, char* psz) {
+  const std::string_view text = iForm == 0                 ? stamp.Date()
+                                : iForm == 1 || iForm == 2 ? stamp.TimeOfDay()
+                                                           : stamp.DateTime();
+  psz = WyCopyText(psz, text.data(), text.size());
+  if (iForm == 2) psz = WyAppendMilliseconds(psz, stamp.Milliseconds());
+  *psz = '\0';
+}
+
 }  // namespace
 
 bool CWyErrLogMessage::GetPid(char* pszBuffer, int iSize) {
@@ -42,6 +53,11 @@ bool CWyErrLogMessage::GetTid(char* pszBuffer, int iSize) {
 
 bool CWyErrLogMessage::GetTime(int iForm, char* pszBuffer, bool bLocal, int iSize) {
   if (pszBuffer == nullptr || iSize < SmallestTimeBuffer) return false;
+  CWyThreadStamp& stamp = CWyThreadStamp::OfThisThread();
+  if (stamp.RefreshUnlessOther(bLocal)) {
+    CopyTime(stamp, iForm, pszBuffer);
+    return true;
+  }
   tm time;
   long lMilliseconds = 0;
   if (!WyErrLogGetCurrentTime(bLocal, time, lMilliseconds)) return false;
@@ -83,10 +99,9 @@ bool CWyErrLogMessage::FormatLogProlog(const char* pszPath, int iLine, int iType
     return false;
   }
   const std::string_view file = PathnameFindFilePart(pszPath);
-  char* psz = m_pBuffer->Room(stamp.Prolog().size() + file.size() + LargestLineSize);
+  char* psz = m_pBuffer->Room(CWyThreadStamp::PrologRoom + file.size() + LargestLineSize);
   if (psz == nullptr) return false;
-  psz += stamp.Prolog().copy(psz, stamp.Prolog().size());
-  psz += file.copy(psz, file.size());
+  psz = WyCopyText(stamp.CopyProlog(psz), file.data(), file.size());
   if (iLine > 0) {
     *psz++ = ':';
     // Cannot fail: the room has space for every int.

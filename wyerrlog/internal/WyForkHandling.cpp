@@ -70,7 +70,6 @@ void Erase(CWyForkList<T>& list, T& object) {
 }
 
 constinit CWyNeverDestroyed<CWyMutex> s_timeConversion;
-constinit std::atomic<int> s_iPid{0};
 
 // ---- The gate -----------------------------------------------------------------------------------
 
@@ -122,7 +121,7 @@ void AfterFork() WYERRLOG_NO_THREAD_SAFETY_ANALYSIS {
 // The resets come first, with the mutexes still held: the child has one thread for certain only
 // until the last handler returns.
 void AfterForkInChild() WYERRLOG_NO_THREAD_SAFETY_ANALYSIS {
-  s_iPid.store(getpid(), std::memory_order_relaxed);
+  g_iProcessId.store(getpid(), std::memory_order_relaxed);
   s_resets.value.ForEach([](CWyForkReset& object) { object.ResetInForkedChild(); });
   s_iEntered = s_iForking = t_iEntered;
   AfterFork();
@@ -155,13 +154,12 @@ CWyForkGate::Outside::~Outside() { Move(m_iEntered); }
 
 CWyMutex& WyTimeConversionMutex() { return s_timeConversion.value; }
 
+constinit std::atomic<int> g_iProcessId{0};
+
 // getpid(2) is a system call each time, so its result is kept; a child's is stored by its handler.
 // Threads that come first at the same time store the same number.
-int WyProcessId() {
-  int iPid = s_iPid.load(std::memory_order_relaxed);
-  if (iPid == 0) {
-    iPid = getpid();
-    s_iPid.store(iPid, std::memory_order_relaxed);
-  }
+int WyAskForProcessId() {
+  const int iPid = getpid();
+  g_iProcessId.store(iPid, std::memory_order_relaxed);
   return iPid;
 }

@@ -81,9 +81,16 @@ class CWyForkGate {
 // so it may be locked with any of them held.
 CWyMutex& WyTimeConversionMutex();
 
+// 0 until it is asked for.
+extern std::atomic<int> g_iProcessId;
+int WyAskForProcessId();
+
 // Returns the id of this process. getpid(2) is called once per process; a forked child has its own
 // id.
-int WyProcessId();
+inline int WyProcessId() {
+  const int iPid = g_iProcessId.load(std::memory_order_relaxed);
+  return iPid != 0 ? iPid : WyAskForProcessId();
+}
 
 // Returns how often this process and its ancestors have forked since the library was loaded: a
 // fork changes it in both processes.

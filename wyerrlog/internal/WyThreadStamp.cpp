@@ -67,6 +67,12 @@ bool CWyThreadStamp::Refresh(bool bLocal) {
   return bSameSecond || WriteTime(now.tv_sec, bLocal);
 }
 
+// Two time bases in turn would convert the time for each record.
+bool CWyThreadStamp::RefreshUnlessOther(bool bLocal) {
+  if (m_bLocal != bLocal && m_tSeconds == time(nullptr)) return false;
+  return Refresh(bLocal) && m_bUsualYear;
+}
+
 // The prolog's length is set last, and m_tSeconds with it: after a failure there is no time, and
 // the next record tries again.
 bool CWyThreadStamp::WriteTime(time_t tSeconds, bool bLocal) {
@@ -83,5 +89,6 @@ bool CWyThreadStamp::WriteTime(time_t tSeconds, bool bLocal) {
   WyAppendTimeText(m_szTime, time);
   m_tSeconds = tSeconds;
   m_bLocal = bLocal;
+  m_bUsualYear = 1000 - 1900 <= time.tm_year && time.tm_year <= 9999 - 1900;
   return true;
 }

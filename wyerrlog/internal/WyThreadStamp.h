@@ -5,6 +5,7 @@
 // ids stay the same until a fork, date and time stay the same for a second, so nearly every record
 // copies the texts of the one before.
 
+#include <cstring>
 #include <ctime>
 #include <string_view>
 
@@ -21,8 +22,27 @@ class CWyThreadStamp {
   // texts are not valid.
   bool Refresh(bool bLocal);
 
+  // The same for a caller that needs the texts only if they are at hand: a stamp that has this very
+  // second in the other time base stays as it is. Returns false then, and for years that do not
+  // have four digits.
+  bool RefreshUnlessOther(bool bLocal);
+
   // "[pid/tid][Mon Nov 16 2026 17:16:13]["; without the time, "[pid/tid][".
   std::string_view Prolog() const { return {m_szProlog, m_uPrologLength}; }
+  // Copies Prolog() to `psz` and returns its end. Requires: room for PrologRoom bytes, all of which
+  // may be written to.
+  static constexpr std::size_t PrologRoom = 104;
+  char* CopyProlog(char* psz) const {
+    // Prologs have some fifty bytes; a fixed number needs no call.
+    constexpr std::size_t Usual = 64;
+    std::memcpy(psz, m_szProlog, Usual);
+    if (m_uPrologLength > Usual) std::memcpy(psz, m_szProlog, m_uPrologLength);
+    return psz + m_uPrologLength;
+  }
+  // "Mon Nov 16 2026 17:16:13". Requires: Refresh has succeeded.
+  std::string_view DateTime() const {
+    return {m_szProlog + m_uIdsLength, m_uPrologLength - m_uIdsLength - 2};
+  }
   std::string_view Date() const { return {m_szDate, m_uDateLength}; }    // "11/16/2026"
   std::string_view TimeOfDay() const { return {m_szTime, TimeLength}; }  // "17:16:13"
   long Milliseconds() const { return m_lMilliseconds; }
@@ -36,6 +56,7 @@ class CWyThreadStamp {
 
   int m_iPid = 0;
   bool m_bLocal = false;
+  bool m_bUsualYear = false;  // 1000 to 9999
   time_t m_tSeconds = 0;
   long m_lMilliseconds = 0;
   std::size_t m_uPidLength = 0;
@@ -44,7 +65,7 @@ class CWyThreadStamp {
   std::size_t m_uDateLength = 0;
   char m_szTime[TimeLength]{};
   char m_szDate[24]{};
-  char m_szProlog[104]{};
+  char m_szProlog[PrologRoom]{};
 };
 
 #endif
