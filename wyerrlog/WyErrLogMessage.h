@@ -28,8 +28,11 @@
 #include "wyerrlog/WyErrLogPort.h"
 
 class CWyLogger;
+class CWyMessageForm;
 class CWyMessageLookup;
+class CWyMessageMemo;
 class CWyTextBuffer;
+struct WyMessageOrigin;
 
 // The layouts of trace records: the `iFormat` of CWyErrLogMessage::BeginTraceFormat,
 // CWyLogger::EnableTrace and WyInitLogger. With any other number a record is one newline.
@@ -309,7 +312,13 @@ class WYERRLOG_API CWyErrLogMessage {
   static const char* PathnameFindFilePart(const char* pszPath);
 
  private:
+  WYERRLOG_LOCAL void SetId(unsigned int uId);
+  WYERRLOG_LOCAL bool AppendInForm(const CWyMessageForm& form);
+  WYERRLOG_LOCAL void AppendLookedUp(const WyMessageOrigin& origin, const char* pszLocale,
+                                     CWyMessageMemo* pMemo);
+  WYERRLOG_LOCAL void WriteText(const char* pszPattern, char* pszOut, unsigned long uSize);
   WYERRLOG_LOCAL bool AppendPrintf(const char* pszPattern, va_list args);
+  WYERRLOG_LOCAL void FormatAudit(const char* pszFormat, va_list args);
   WYERRLOG_LOCAL const char* Translate(const CWyMessageLookup& lookup, unsigned int uId,
                                        const char* pszLocale, char* pszOut, unsigned long uSize);
 

@@ -13,8 +13,11 @@
 
 #include "wyerrlog/WyErrLogMessage.h"
 #include "wyerrlog/WyMessageId.h"
+#include "wyerrlog/internal/WyFormatMemo.h"
 #include "wyerrlog/internal/WyMessageCatalog.h"
+#include "wyerrlog/internal/WyMessageMemo.h"
 #include "wyerrlog/internal/WyTextBuffer.h"
+#include "wyerrlog/internal/WyTextPieces.h"
 
 // One look-up in the catalog of the process logger. Texts stay valid as long as the object.
 class CWyMessageLookup {
@@ -93,6 +96,8 @@ void CopyCut(char* pszOut, const char* pszText, unsigned long uSize) {
 // By severity: two bits of an identifier, so every value has its word.
 constexpr std::string_view SeverityWords[] = {"[INVALID MESSAGE TYPE]", "[INFO]", "[WARNING]",
                                               "[ERROR]"};
+constexpr std::string_view SeverityWordsAndBlank[] = {"[INVALID MESSAGE TYPE] ", "[INFO] ",
+                                                      "[WARNING] ", "[ERROR] "};
 
 // Replaces the "%s" of the pattern by the texts, one after another. The search goes on where the
 // text inserted last begins, so a "%s" in it takes the next text.
@@ -141,7 +146,9 @@ bool CWyErrLogMessage::FormatLogMessageVA(int iId, va_list args) {
   const auto uId = static_cast<unsigned int>(iId);
   const char* const pszPattern = lookup.FetchMsg(uId);
   if (pszPattern == nullptr) return false;
-  m_pBuffer->Append(SeverityWords[SeverityOf(uId)], ' ');
+  const std::string_view severity = SeverityWordsAndBlank[SeverityOf(uId)];
+  if (CWyFormatMemo::Write(*m_pBuffer, severity, pszPattern, '\n', args)) return true;
+  m_pBuffer->Append(severity);
   AppendPrintf(pszPattern, args);
   m_pBuffer->Append('\n');
   return !IsIncomplete();
@@ -152,7 +159,7 @@ bool CWyErrLogMessage::FormatLogMessage(int iId, char** ppszArguments, int iCoun
   const auto uId = static_cast<unsigned int>(iId);
   const char* const pszPattern = lookup.FetchMsg(uId);
   if (pszPattern == nullptr) return false;
-  m_pBuffer->Append(SeverityWords[SeverityOf(uId)], ' ');
+  m_pBuffer->Append(SeverityWordsAndBlank[SeverityOf(uId)]);
   // A text of any length, which a std::string assembles; here its exception ends.
   try {
     m_pBuffer->Append(std::string_view(Substitute(pszPattern, ppszArguments, iCount)));
@@ -180,27 +187,34 @@ bool CWyErrLogMessage::FormatLogMessageForTrace(int iId, ...) {
 
 // ---- The translated way -------------------------------------------------------------------------
 
-// The key is valid as long as the look-up. The identifier 0 keeps the one used last. Without
-// arguments the pattern is copied as it is: quotes and braces have a meaning only if there is
-// something to insert.
-const char* CWyErrLogMessage::Translate(const CWyMessageLookup& lookup, unsigned int uId,
-                                        const char* pszLocale, char* pszOut, unsigned long uSize) {
-  if (uId != 0) {
-    m_nMsgId = uId;
-    m_nSeverity = static_cast<int>(SeverityOf(uId));
-  }
-  const Template found = FindTemplate(lookup, m_nMsgId, pszLocale);
-  if (pszOut == nullptr || uSize == 0) return found.pszKey;
+// The identifier 0 keeps the one used last.
+void CWyErrLogMessage::SetId(unsigned int uId) {
+  if (uId == 0) return;
+  m_nMsgId = uId;
+  m_nSeverity = static_cast<int>(SeverityOf(uId));
+}
+
+// Without arguments the pattern is copied as it is: quotes and braces have a meaning only if there
+// is something to insert.
+void CWyErrLogMessage::WriteText(const char* pszPattern, char* pszOut, unsigned long uSize) {
   const char* apszArguments[CpaArgList::MaxArguments];
   const unsigned long uCount = m_args.toArgv(apszArguments);
   // An argument could not be copied: the text would be wrong, so the message is not written.
   if (m_args.m_bIncomplete) m_pBuffer->SetIncomplete();
   if (uCount != 0) {
     // It writes up to its size, and a terminator behind.
-    CWyXlate::FormatMessage(pszOut, uSize - 1, found.pszPattern, uCount, apszArguments);
+    CWyXlate::FormatMessage(pszOut, uSize - 1, pszPattern, uCount, apszArguments);
   } else {
-    CopyCut(pszOut, found.pszPattern, uSize);
+    CopyCut(pszOut, pszPattern, uSize);
   }
+}
+
+// The key is valid as long as the look-up.
+const char* CWyErrLogMessage::Translate(const CWyMessageLookup& lookup, unsigned int uId,
+                                        const char* pszLocale, char* pszOut, unsigned long uSize) {
+  SetId(uId);
+  const Template found = FindTemplate(lookup, m_nMsgId, pszLocale);
+  if (pszOut != nullptr && uSize != 0) WriteText(found.pszPattern, pszOut, uSize);
   return found.pszKey;
 }
 
@@ -211,15 +225,50 @@ const char* CWyErrLogMessage::PreformatMessage(unsigned int uId, const char* psz
 }
 
 // The locale is read for each message: the host may change the environment at run time, and finding
-// it unchanged is cheap (see platform/wyi18n).
+// it unchanged is cheap (see platform/wyi18n). Both generations are read before the look-up.
 const char* CWyErrLogMessage::FormatMessage(unsigned int uId) {
+  SetId(uId);
+  const char* const pszLocale = WyGetAdminLocale();
+  const WyMessageOrigin origin = {m_nMsgId, CWyMessageCatalog::Generation(),
+                                  CWyMessageMemo::DirectoryGeneration()};
+  CWyMessageMemo* const pMemo = CWyMessageMemo::OfThisThread();
+  const CWyMessageForm* const pForm = pMemo != nullptr ? pMemo->Find(origin, pszLocale) : nullptr;
+  if (pForm == nullptr || !AppendInForm(*pForm)) AppendLookedUp(origin, pszLocale, pMemo);
+  return GetBuffer();
+}
+
+// The texts of the arguments lie one behind the other, each with a zero byte behind it.
+bool CWyErrLogMessage::AppendInForm(const CWyMessageForm& form) {
+  if (m_args.m_bIncomplete) return false;
+  WyTextPiece aArguments[CpaArgList::MaxArguments];
+  const char* const pFirst = m_args.m_stream.m_strBytes.data();
+  const std::size_t uSize = m_args.m_stream.m_strBytes.size();
+  std::size_t uEnd = uSize;
+  for (unsigned long i = m_args.m_uCount; i-- > 0;) {
+    const std::size_t uStart = m_args.m_auStarts[i];
+    aArguments[i] = {pFirst + uStart, uEnd - uStart - 1};
+    uEnd = uStart;
+  }
+  return form.AppendTo(*m_pBuffer, aArguments, m_args.m_uCount, uSize);
+}
+
+// Not inlined: the usual way needs no text on the stack.
+[[gnu::noinline]] void CWyErrLogMessage::AppendLookedUp(const WyMessageOrigin& origin,
+                                                        const char* pszLocale,
+                                                        CWyMessageMemo* pMemo) {
   const CWyMessageLookup lookup;
+  Template found = FindTemplate(lookup, origin.uId, pszLocale);
   char szText[TextSize];
   szText[0] = '\0';
-  const char* const pszKey = Translate(lookup, uId, WyGetAdminLocale(), szText, TextSize);
-  m_pBuffer->Append(SeverityWords[m_nSeverity], '[', std::string_view(pszKey), ']', ' ',
+  WriteText(found.pszPattern, szText, TextSize);
+  const std::string_view severity = SeverityWords[SeverityOf(origin.uId)];
+  m_pBuffer->Append(severity, '[', std::string_view(found.pszKey), ']', ' ',
                     std::string_view(szText), '\n');
-  return GetBuffer();
+  if (pMemo == nullptr) return;
+  // A key that stands for its text is not the bundle's.
+  if (found.pszPattern == found.pszKey) found.pBundle.reset();
+  pMemo->Learn(origin, pszLocale,
+               {severity, found.pszKey, found.pszPattern, found.pBundle.release()});
 }
 
 // Trace records are in English, whatever the administrator's locale.

@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "wyerrlog/WyErrLogMessage.h"
+#include "wyerrlog/internal/WyFormatMemo.h"
 #include "wyerrlog/internal/WyTextBuffer.h"
 #include "wyerrlog/internal/WyTraceJson.h"
 
@@ -88,6 +89,17 @@ bool CWyErrLogMessage::FormatAuditMessage(const char* pszFormat, ...) {
 // contract.
 bool CWyErrLogMessage::FormatAuditMessageVA(const char* pszFormat, va_list args) {
   if (pszFormat == nullptr || *pszFormat == '\0') return false;
+  // A message that has a text already: some of the arguments may lie in it.
+  const bool bEmpty = m_pBuffer->size() == 0 && !IsIncomplete();
+  if (bEmpty && CWyFormatMemo::Write(*m_pBuffer, {}, pszFormat, '\0', args)) return true;
+  FormatAudit(pszFormat, args);
+  if (IsIncomplete()) throw std::bad_alloc();
+  return true;
+}
+
+// For formats that are not plain, and for long records. Not inlined: the usual way needs no text on
+// the stack.
+[[gnu::noinline]] void CWyErrLogMessage::FormatAudit(const char* pszFormat, va_list args) {
   va_list argsCopy;
   va_copy(argsCopy, args);
   char szText[TextSize];
@@ -100,8 +112,6 @@ bool CWyErrLogMessage::FormatAuditMessageVA(const char* pszFormat, va_list args)
     VSNPRINTFEX(pszLong.get(), iLength, pszFormat, args);
     m_pBuffer->Append(std::string_view(pszLong.get()));
   }
-  if (IsIncomplete()) throw std::bad_alloc();
-  return true;
 }
 
 char* CWyErrLogMessage::FormatTraceMessage(const char* pszFormat, ...) {

@@ -31,7 +31,9 @@ CWyErrLogComponent* CWyLogger::LoadComponent(unsigned long /*uId*/, const char* 
 }
 
 void CWyLogger::UnloadComponent(CWyErrLogComponent* pComponent) {
-  if (pComponent != nullptr) WyUnloadComponentLibrary(*pComponent);
+  if (pComponent == nullptr) return;
+  CWyMessageCatalog::BeginGeneration();
+  WyUnloadComponentLibrary(*pComponent);
 }
 
 bool CWyLogger::InitKnownInfo() { return m_pCatalog != nullptr && m_pCatalog->BuildLists(); }

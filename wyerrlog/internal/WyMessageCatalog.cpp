@@ -54,6 +54,7 @@ bool AddComponent(CWyErrLogComponent& component, WyComponentTable& table) {
 }  // namespace
 
 constinit std::atomic<const CWyMessageCatalog*> CWyMessageCatalog::s_pOfProcess{nullptr};
+constinit std::atomic<unsigned long> CWyMessageCatalog::s_uGeneration{0};
 
 CWyMessageCatalog::~CWyMessageCatalog() { ReleaseComponents(); }
 
@@ -89,6 +90,11 @@ void CWyMessageCatalog::LoadComponents(bool bLibraries) {
   missing.Remember();
 }
 
+void CWyMessageCatalog::Open() {
+  BeginGeneration();
+  m_bOpen = true;
+}
+
 // From slot 1 on: the built-in component is in no library of its own.
 bool CWyMessageCatalog::HasLibraries() const {
   return std::any_of(m_ppComponents.get() + 1, m_ppComponents.get() + m_iSlotCount,
@@ -100,6 +106,7 @@ bool CWyMessageCatalog::HasLibraries() const {
 // nothing of them is read afterwards.
 void CWyMessageCatalog::Close(bool bUnloadLibraries) {
   m_bOpen = false;
+  BeginGeneration();
   {
     // A reader may be a thread that forks, and that fork would wait for this thread.
     const CWyForkGate::Outside outside;

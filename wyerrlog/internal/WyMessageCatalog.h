@@ -32,7 +32,7 @@ class CWyMessageCatalog {
   // allocation fails. Look-ups find nothing until Open.
   bool Load(bool bLibraries);
   bool HasLibraries() const;
-  void Open() { m_bOpen = true; }
+  void Open();
 
   // From here on look-ups find nothing. Waits for those under way, then deletes the built-in
   // component and forgets the others; with `bUnloadLibraries` closes their libraries (dlclose(3)).
@@ -62,6 +62,14 @@ class CWyMessageCatalog {
   int ComponentInfoCount() const;
   const WyTraceDataFieldInfo* DataFieldInfo() const;
 
+  // ---- What has been looked up before -----------------------------------------------------------
+
+  // A number that rises whenever look-ups in any catalog of the process may have other results from
+  // then on: when a catalog opens, when one has closed to new look-ups, and before a component is
+  // unloaded. A look-up that begins after a number has been read is at least as new as the number.
+  static unsigned long Generation() { return s_uGeneration.load(std::memory_order_acquire); }
+  static void BeginGeneration() { s_uGeneration.fetch_add(1); }
+
   // ---- The catalog of the process logger --------------------------------------------------------
 
   // Null until the process logger has been constructed; from then on always the same.
@@ -79,6 +87,7 @@ class CWyMessageCatalog {
   void GiveUpComponent(CWyErrLogComponent*& pSlot);
 
   static std::atomic<const CWyMessageCatalog*> s_pOfProcess;
+  static std::atomic<unsigned long> s_uGeneration;
 
   // Slot n - 1 has the component of number n, or null. Slot 0 has the built-in component, owned.
   std::unique_ptr<CWyErrLogComponent*[]> m_ppComponents;

@@ -13,6 +13,8 @@
 #include <cstring>
 #include <string_view>
 
+#include "wyerrlog/internal/WyPlainConversion.h"
+
 namespace {
 
 // The format is not plain, or its text is longer than an int can count.
@@ -52,32 +54,6 @@ class CWyBoundedText {
   std::size_t m_uLength = 0;
 };
 
-// What stands behind a "%": a width, "l" for numbers of 64 bits, and the letter.
-struct Conversion {
-  std::size_t uWidth = 0;
-  bool bLong = false;
-  char cLetter;
-  const char* pszRest;
-
-  explicit Conversion(const char* psz) {
-    // Digits are read as long as the width is not above this. What is left of a longer number is no
-    // conversion letter, so such a format goes to vsnprintf.
-    constexpr std::size_t LargestWidth = 1000;
-    if (*psz != '0') {  // which would be a flag
-      for (; '0' <= *psz && *psz <= '9' && uWidth <= LargestWidth; ++psz) {
-        uWidth = uWidth * 10 + static_cast<std::size_t>(*psz - '0');
-      }
-    }
-    // On x86-64 both long and size_t have 64 bits.
-    if (*psz == 'l' || *psz == 'z') {
-      bLong = true;
-      ++psz;
-    }
-    cLetter = *psz;
-    pszRest = psz + 1;
-  }
-};
-
 // 24 characters: 64 bits have at most 20, with a sign.
 template <typename Number>
 void AppendNumber(CWyBoundedText& text, Number value, std::size_t uWidth) {
@@ -93,25 +69,28 @@ void AppendText(CWyBoundedText& text, const char* pszText, std::size_t uWidth) {
 
 // Returns false, without taking an argument, if the conversion is not a plain one. On x86-64 a
 // va_list is an array and passed by its address, so the caller goes on with the next argument.
-bool AppendArgument(CWyBoundedText& text, const Conversion& conversion, va_list args) {
-  switch (conversion.cLetter) {
-    case 's':
-      if (conversion.bLong) return false;
+bool AppendArgument(CWyBoundedText& text, const WyPlainConversion& conversion, va_list args) {
+  using Kind = WyPlainConversion::Kind;
+  switch (conversion.ArgumentKind()) {
+    case Kind::Text:
       AppendText(text, va_arg(args, const char*), conversion.uWidth);
       return true;
-    case 'd':
-    case 'i':
-      AppendNumber(text, conversion.bLong ? va_arg(args, std::int64_t) : va_arg(args, int),
-                   conversion.uWidth);
+    case Kind::Int:
+      AppendNumber(text, va_arg(args, int), conversion.uWidth);
       return true;
-    case 'u':
-      AppendNumber(text,
-                   conversion.bLong ? va_arg(args, std::uint64_t) : va_arg(args, unsigned int),
-                   conversion.uWidth);
+    case Kind::Long:
+      AppendNumber(text, va_arg(args, std::int64_t), conversion.uWidth);
       return true;
-    default:
-      return false;
+    case Kind::UInt:
+      AppendNumber(text, va_arg(args, unsigned int), conversion.uWidth);
+      return true;
+    case Kind::ULong:
+      AppendNumber(text, va_arg(args, std::uint64_t), conversion.uWidth);
+      return true;
+    case Kind::None:
+      break;
   }
+  return false;
 }
 
 // As vsnprintf, or NotPlain; the buffer may have been written to by then. The two most common
@@ -127,7 +106,7 @@ int FormatPlainly(char* pszBuffer, std::size_t uSize, const char* pszFormat, va_
       pszFormat = pszPercent + 2;
       continue;
     }
-    const Conversion conversion(pszPercent + 1);
+    const WyPlainConversion conversion(pszPercent + 1);
     if (!AppendArgument(text, conversion, args)) return NotPlain;
     pszFormat = conversion.pszRest;
   }

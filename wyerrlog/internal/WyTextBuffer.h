@@ -64,8 +64,18 @@ class CWyTextBuffer {
     AppendedUpTo(pColumn + uGap + uWidth);
   }
 
+  // Returns true if the address lies in the memory of the text.
+  bool Owns(const char* p) const {
+    return static_cast<std::size_t>(p - m_pText.get()) < m_uCapacity;
+  }
+
   // Replaces the text by the piece, which may lie within it.
   void Assign(std::string_view piece);
+
+  // Returns true if so many bytes can be appended, at End(), without an allocation; false for an
+  // incomplete text.
+  bool HasRoom(std::size_t uSize) const { return m_uCapacity - m_uSize > uSize && !m_bIncomplete; }
+  char* End() { return m_pText.get() + m_uSize; }
 
   // Returns the end of the text, with room for `uSize` bytes, which the caller writes and
   // AppendedUpTo then appends; null if memory allocation fails.
@@ -73,6 +83,8 @@ class CWyTextBuffer {
     std::unique_ptr<char[]> pPrevious;
     return HasRoom(uSize) || Grow(uSize, pPrevious) ? m_pText.get() + m_uSize : nullptr;
   }
+  // The bytes that can be appended without an allocation. Requires: Room has not returned null.
+  std::size_t RoomLeft() const { return m_uCapacity - m_uSize - 1; }
   void AppendedUpTo(char* pEnd) {
     *pEnd = '\0';
     m_uSize = static_cast<std::size_t>(pEnd - m_pText.get());
@@ -90,8 +102,6 @@ class CWyTextBuffer {
     return pTo + piece.size();
   }
 
-  // Returns false for an incomplete text.
-  bool HasRoom(std::size_t uSize) const { return m_uCapacity - m_uSize > uSize && !m_bIncomplete; }
   template <typename... Pieces>
   void CopyAll(const Pieces&... pieces) {
     char* pEnd = m_pText.get() + m_uSize;

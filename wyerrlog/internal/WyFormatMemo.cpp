@@ -1,0 +1,169 @@
+// A record is written in one pass, into the room that the message has. What does not fit there, or
+// is unusual in another way, is left to the general formatter, which starts over.
+
+#include "wyerrlog/internal/WyFormatMemo.h"
+
+#include <algorithm>
+#include <charconv>
+#include <utility>
+
+#include "wyerrlog/internal/WyTextBuffer.h"
+#include "wyerrlog/internal/WyTextPieces.h"
+#include "wyerrlog/internal/WyThreadOwned.h"
+
+using Kind = WyPlainConversion::Kind;
+
+namespace {
+
+constexpr std::size_t LongestText = 4095;  // what the formatters write without an allocation
+constexpr std::size_t LongestNumber = 24;  // 64 bits have at most 20 characters, with a sign
+constexpr std::size_t UsualRoom = 256;     // bytes that a message has at least before it is written
+
+// Copies a literal text: sixteen bytes of it whatever its length, which the space of the number
+// that may follow has room for.
+inline char* CopyLiteral(char* pTo, const char* pFrom, std::size_t uLength) {
+  std::memcpy(pTo, pFrom, 16);
+  return uLength <= 16 ? pTo + uLength : WyCopyText(pTo, pFrom, uLength);
+}
+
+template <typename Number>
+char* WriteNumber(char* pEnd, Number value, std::size_t uWidth) {
+  char* const pDigitsEnd = std::to_chars(pEnd, pEnd + LongestNumber, value).ptr;
+  const auto uDigits = static_cast<std::size_t>(pDigitsEnd - pEnd);
+  if (uDigits >= uWidth) return pDigitsEnd;
+  std::memmove(pEnd + uWidth - uDigits, pEnd, uDigits);
+  std::memset(pEnd, ' ', uWidth - uDigits);
+  return pEnd + uWidth;
+}
+
+}  // namespace
+
+// ---- Parsing ------------------------------------------------------------------------------------
+
+void CWyParsedFormat::Parse(const char* pszFormat) {
+  m_uParts = 0;
+  std::memcpy(m_szText, pszFormat, std::strlen(pszFormat) + 1);
+  const char* psz = m_szText;
+  do {
+    if (m_uParts == MaxParts || !AddPart(psz)) {
+      m_uParts = 0;
+      return;
+    }
+  } while (*psz != '\0');
+}
+
+// Takes one part from the format. Returns false if its conversion is not plain.
+bool CWyParsedFormat::AddPart(const char*& psz) {
+  const char* const pszPercent = ::strchrnul(psz, '%');
+  Part& part = m_parts[m_uParts++];
+  part = {static_cast<std::uint8_t>(psz - m_szText), static_cast<std::uint8_t>(pszPercent - psz),
+          Kind::None, 0};
+  psz = pszPercent;
+  if (*psz == '\0') return true;
+  if (psz[1] == '%') {
+    ++part.uLength;
+    psz += 2;
+    return true;
+  }
+  const WyPlainConversion conversion(pszPercent + 1);
+  part.kind = conversion.ArgumentKind();
+  if (part.kind == Kind::None || conversion.uWidth > 0xFF) return false;
+  part.uWidth = static_cast<std::uint8_t>(conversion.uWidth);
+  psz = conversion.pszRest;
+  return true;
+}
+
+// ---- Writing ------------------------------------------------------------------------------------
+
+// Writes the conversion of one part behind its literal text. Returns null if that is refused.
+char* CWyParsedFormat::WriteNumberPart(char* pEnd, const Part& part, va_list args) {
+  switch (part.kind) {
+    case Kind::Int:
+      return WriteNumber(pEnd, va_arg(args, int), part.uWidth);
+    case Kind::Long:
+      return WriteNumber(pEnd, va_arg(args, std::int64_t), part.uWidth);
+    case Kind::UInt:
+      return WriteNumber(pEnd, va_arg(args, unsigned int), part.uWidth);
+    case Kind::ULong:
+      return WriteNumber(pEnd, va_arg(args, std::uint64_t), part.uWidth);
+    default:
+      return pEnd;
+  }
+}
+
+// Writes all parts, up to `pLimit`. An argument in the message's own text is found before it is
+// read; what has been written by then lies behind that text.
+char* CWyParsedFormat::WriteParts(char* pEnd, const char* pLimit, const CWyTextBuffer& text,
+                                  va_list args) const {
+  for (const Part *pPart = m_parts, *pLast = m_parts + m_uParts; pPart != pLast; ++pPart) {
+    const Part& part = *pPart;
+    const char* psz = nullptr;
+    std::size_t uLength = 0;
+    if (part.kind == Kind::Text) {
+      psz = va_arg(args, const char*);
+      if (psz == nullptr) psz = "(null)";  // as glibc prints it
+      if (text.Owns(psz)) return nullptr;
+      uLength = std::strlen(psz);
+    }
+    const std::size_t uMost = uLength + part.uLength + part.uWidth + LongestNumber;
+    if (uMost > static_cast<std::size_t>(pLimit - pEnd)) return nullptr;
+    pEnd = CopyLiteral(pEnd, m_szText + part.uStart, part.uLength);
+    if (psz != nullptr) {
+      for (std::size_t u = uLength; u < part.uWidth; ++u) *pEnd++ = ' ';
+      pEnd = WyCopyText(pEnd, psz, uLength);
+    } else {
+      pEnd = WriteNumberPart(pEnd, part, args);
+    }
+  }
+  return pEnd;
+}
+
+// A copy of the arguments is read: the caller starts over with the first one if this is refused.
+bool CWyParsedFormat::Write(CWyTextBuffer& text, std::string_view before, char cAfter,
+                            va_list args) const {
+  if (m_uParts == 0) return false;
+  char* const pFirst = text.Room(UsualRoom);
+  if (pFirst == nullptr) return false;
+  const char* const pLimit = pFirst + std::min(text.RoomLeft(), LongestText);
+  char* pEnd = WyCopyText(pFirst, before.data(), before.size());
+  va_list argsCopy;
+  va_copy(argsCopy, args);
+  pEnd = WriteParts(pEnd, pLimit, text, argsCopy);
+  va_end(argsCopy);
+  if (pEnd == nullptr) {
+    *pFirst = '\0';  // the end of the text, as it was
+    return false;
+  }
+  // The space of a number's text has room for it.
+  if (cAfter != '\0') *pEnd++ = cAfter;
+  text.AppendedUpTo(pEnd);
+  return true;
+}
+
+// ---- The memo -----------------------------------------------------------------------------------
+
+bool CWyFormatMemo::Write(CWyTextBuffer& text, std::string_view before, const char* pszFormat,
+                          char cAfter, va_list args) {
+  CWyFormatMemo* const pMemo = CWyThreadOwned<CWyFormatMemo>::Get();
+  if (pMemo == nullptr) return false;
+  const CWyParsedFormat* const pFormat = pMemo->Find(pszFormat);
+  return pFormat != nullptr && pFormat->Write(text, before, cAfter, args);
+}
+
+// By the address: a format is nearly always a literal. The factor is 2^64 divided by the golden
+// ratio. Each format has two places, the second beside the first.
+const CWyParsedFormat* CWyFormatMemo::Find(const char* pszFormat) {
+  const auto uAddress = reinterpret_cast<std::uintptr_t>(pszFormat);
+  const std::size_t uPlace = uAddress * 0x9E3779B97F4A7C15 >> (64 - PlacesLog2);
+  if (m_formats[uPlace].Is(pszFormat)) return &m_formats[uPlace];
+  if (m_formats[uPlace ^ 1].Is(pszFormat)) return &m_formats[uPlace ^ 1];
+  return Remember(&m_formats[uPlace ^ std::exchange(m_uTurn, m_uTurn ^ 1)], pszFormat);
+}
+
+[[gnu::noinline]] const CWyParsedFormat* CWyFormatMemo::Remember(CWyParsedFormat* pPlace,
+                                                                 const char* pszFormat) {
+  constexpr std::size_t TooLong = CWyParsedFormat::LongestFormat + 1;
+  if (::strnlen(pszFormat, TooLong) == TooLong) return nullptr;
+  pPlace->Parse(pszFormat);
+  return pPlace;
+}

@@ -1,0 +1,71 @@
+#ifndef WYERRLOG_INTERNAL_WYFORMATMEMO_H
+#define WYERRLOG_INTERNAL_WYFORMATMEMO_H
+
+// What a thread remembers of the plain printf formats that it used last: their literal texts and
+// conversions, so that a record is written straight into its message without reading the format
+// again. Formats are remembered by their text, so a buffer whose text has changed is another
+// format.
+
+#include <cstdarg>
+#include <cstdint>
+#include <cstring>
+#include <string_view>
+
+#include "wyerrlog/internal/WyPlainConversion.h"
+
+class CWyTextBuffer;
+
+// One plain format in parsed form, or the text of one that is not plain.
+class CWyParsedFormat {
+ public:
+  bool Is(const char* pszFormat) const { return std::strcmp(m_szText, pszFormat) == 0; }
+  void Parse(const char* pszFormat);
+
+  // Appends `before`, the formatted text, and `cAfter` unless it is zero. Returns false, and
+  // changes nothing, if the format is not plain, if there is no room in the message or the text may
+  // have more than 4095 bytes, and if an argument lies in the message's own text.
+  bool Write(CWyTextBuffer& text, std::string_view before, char cAfter, va_list args) const;
+
+  static constexpr std::size_t LongestFormat = 191;  // bytes
+
+ private:
+  static constexpr std::size_t MaxParts = 12;
+
+  // A literal text, and the conversion behind it; of the kind None at the format's end, and at a
+  // "%%", whose first "%" is the end of the literal text.
+  struct Part {
+    std::uint8_t uStart;
+    std::uint8_t uLength;
+    WyPlainConversion::Kind kind;
+    std::uint8_t uWidth;
+  };
+
+  bool AddPart(const char*& psz);
+  static char* WriteNumberPart(char* pEnd, const Part& part, va_list args);
+  char* WriteParts(char* pEnd, const char* pLimit, const CWyTextBuffer& text, va_list args) const;
+
+  std::uint8_t m_uParts = 0;  // 0: not plain
+  Part m_parts[MaxParts];
+  char m_szText[LongestFormat + 17] = "";  // a copy of sixteen bytes may begin anywhere in it
+};
+
+// The formats that one thread used last, in places by the addresses of their texts. Used through
+// CWyThreadOwned.
+class CWyFormatMemo {
+ public:
+  // Writes a record as CWyParsedFormat::Write does. Returns false also for a format that is too
+  // long to be remembered.
+  static bool Write(CWyTextBuffer& text, std::string_view before, const char* pszFormat,
+                    char cAfter, va_list args);
+
+ private:
+  const CWyParsedFormat* Find(const char* pszFormat);
+  const CWyParsedFormat* Remember(CWyParsedFormat* pPlace, const char* pszFormat);
+
+  static constexpr int PlacesLog2 = 4;
+
+  unsigned int m_uTurn = 0;  // which of its two places the next format takes
+  CWyParsedFormat m_formats[1 << PlacesLog2];
+};
+
+#endif

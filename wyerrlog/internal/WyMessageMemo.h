@@ -1,0 +1,124 @@
+#ifndef WYERRLOG_INTERNAL_WYMESSAGEMEMO_H
+#define WYERRLOG_INTERNAL_WYMESSAGEMEMO_H
+
+// What a thread remembers of the translated messages that it logged last, so that it logs them
+// again without asking component and catalog: the line's beginning "[WARNING][key] ", and the
+// pattern in parsed form.
+
+#include <wyxlate/PatternParts.h>
+
+#include <cstring>
+#include <string_view>
+
+class CWyTextBuffer;
+struct WyTextPiece;
+
+// What the form of a message depends on. Both generations are read before the message is looked up:
+// if a component or the resource directory changes in between, the entry has the old number, and is
+// never found.
+struct WyMessageOrigin {
+  unsigned int uId;
+  unsigned long uComponents;  // CWyMessageCatalog::Generation
+  unsigned long uDirectory;   // WyXlateInternals1::puDirectoryGeneration
+};
+
+// What a look-up of a message has found.
+struct WyFoundMessage {
+  std::string_view severity;  // "[WARNING]"
+  const char* pszKey;
+  const char* pszPattern;
+  CWyXlateBundle* pBundle;  // a reference; null: the pattern is not a bundle's
+};
+
+// The remembered form of one message in one locale. Nothing in it belongs to the component; the
+// pattern belongs to the bundle, of which it holds a reference.
+class CWyMessageForm {
+ public:
+  CWyMessageForm() = default;
+  ~CWyMessageForm() { Forget(); }
+  CWyMessageForm(const CWyMessageForm&) = delete;
+  CWyMessageForm& operator=(const CWyMessageForm&) = delete;
+
+  bool Is(const WyMessageOrigin& origin, const char* pszLocale) const {
+    return m_origin.uId == origin.uId && m_origin.uComponents == origin.uComponents &&
+           m_origin.uDirectory == origin.uDirectory && m_pBundle != nullptr &&
+           std::strcmp(m_szLocale, pszLocale) == 0;
+  }
+
+  // Appends the whole rest of the line, with its newline. Returns false, and appends nothing, for a
+  // text that has to be cut. `uSize` is at least the size of all arguments together.
+  bool AppendTo(CWyTextBuffer& text, const WyTextPiece* pArguments, std::size_t uCount,
+                std::size_t uSize) const;
+
+  // Returns false if the message was refused a short time ago: most that are refused stay so.
+  bool MayLearn(const WyMessageOrigin& origin) {
+    return m_pBundle != nullptr || m_origin.uId != origin.uId || m_uSkips-- == 0;
+  }
+
+  // Takes over what a look-up has found. A form that cannot be remembered leaves the entry empty.
+  void Learn(const WyMessageOrigin& origin, const char* pszLocale, const WyFoundMessage& found);
+
+ private:
+  static constexpr std::size_t MaxParts = 19;  // nine arguments, and the texts around them
+
+  bool AppendGrowing(CWyTextBuffer& text, const WyTextPiece* pArguments, std::size_t uCount) const;
+  WyTextPiece Piece(const WyPatternPart& part, const WyTextPiece* pArguments,
+                    std::size_t uCount) const;
+  unsigned int MostUses() const;
+  void Forget();
+  bool Store(const char* pszLocale, const WyFoundMessage& found);
+
+  WyMessageOrigin m_origin{};
+  CWyXlateBundle* m_pBundle = nullptr;  // null: an empty entry
+  unsigned int m_uSkips = 0;            // messages that are not learned, after one that was refused
+  const char* m_pszPattern = nullptr;
+  std::size_t m_uPatternLength = 0;
+  unsigned int m_uMostUses = 0;
+  std::size_t m_uParts = 0;
+  std::size_t m_uHeadLength = 0;
+  char m_szLocale[24];  // "sr_RS.UTF-8@latin", and some more
+  char m_szHead[64];
+  WyPatternPart m_parts[MaxParts];
+};
+
+// The forms that one thread logged last.
+class CWyMessageMemo {
+ public:
+  // Returns null if there is no memory for it, while the thread ends, and if the host has put
+  // operations of its own in the place of any of libWyXlate's: it expects them to be called.
+  static CWyMessageMemo* OfThisThread();
+
+  // The number of the resource directory (WyXlateInternals1::puDirectoryGeneration).
+  static unsigned long DirectoryGeneration() {
+    return s_pInternals != nullptr
+               ? s_pInternals->puDirectoryGeneration->load(std::memory_order_acquire)
+               : 0;
+  }
+  static const WyXlateInternals1& Internals() { return *s_pInternals; }
+
+  // Returns the form of the message; null if it is not remembered. Each identifier has two places,
+  // the second beside the first; numbers that follow one another get different ones.
+  const CWyMessageForm* Find(const WyMessageOrigin& origin, const char* pszLocale) const {
+    const std::size_t uPlace = PlaceOf(origin.uId);
+    if (m_forms[uPlace].Is(origin, pszLocale)) return &m_forms[uPlace];
+    return m_forms[uPlace ^ 1].Is(origin, pszLocale) ? &m_forms[uPlace ^ 1] : nullptr;
+  }
+
+  // Remembers what a look-up has found, if it can, in one of the message's two places. Takes over
+  // the reference to the bundle.
+  void Learn(const WyMessageOrigin& origin, const char* pszLocale, const WyFoundMessage& found);
+
+ private:
+  static constexpr int PlacesLog2 = 4;
+  // The factor is 2^64 divided by the golden ratio.
+  static std::size_t PlaceOf(unsigned int uId) {
+    return uId * 0x9E3779B97F4A7C15 >> (64 - PlacesLog2);
+  }
+
+  static const WyXlateInternals1* const s_pInternals;
+
+  unsigned int m_uTurn = 0;  // which of its two places the next message takes
+  CWyMessageForm m_forms[1 << PlacesLog2];
+};
+
+#endif
