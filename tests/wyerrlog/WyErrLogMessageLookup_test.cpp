@@ -39,6 +39,17 @@ TEST(PrintfMessage, CarriesSeverityTextAndNewline) {
   EXPECT_EQ(Printf(TestComponent::EmptyPattern), ">[ERROR] \n");
 }
 
+TEST(PrintfMessage, MayHaveItsOwnTextAmongTheArguments) {
+  CWyErrLogMessage msg(false);
+  for (int i = 0; i < 2; ++i) {  // the format is known the second time
+    msg.SetFormattedMessage(">");
+    EXPECT_TRUE(msg.FormatLogMessage(static_cast<int>(TestComponent::CopyFailed), msg.GetBuffer(),
+                                     "b", msg.GetBuffer()));
+    // The severity belongs to the text by then.
+    EXPECT_STREQ(msg.GetBuffer(), ">[WARNING] Copying >[WARNING]  to b failed: >[WARNING] \n");
+  }
+}
+
 TEST(PrintfMessage, ReplacesPlaceholdersByTextsOneAfterAnother) {
   constexpr auto Failed = TestComponent::CopyFailed;  // "Copying %s to %s failed: %s"
   EXPECT_EQ(Substituted(Failed, {"1", "2", "3", "4"}), ">[WARNING] Copying 1 to 2 failed: 3\n");
