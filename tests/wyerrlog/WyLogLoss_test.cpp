@@ -82,7 +82,10 @@ TEST(LogLoss, CountsWhatEachLogRefusesAndWhy) {
 TEST(LogLoss, TheCallbackIsCalledWhenALossBeginsAndEnds) {
   Observed observed;
   observed.script.bLogs = false;
-  for (int i = 0; i < 3; ++i) EXPECT_FALSE(Log(observed.logger, LogAudit));
+  observed.script.onLog = [] { errno = ENOSPC; };
+  EXPECT_FALSE(Log(observed.logger, LogAudit));
+  EXPECT_EQ(errno, ENOSPC) << "not that of the callback";
+  for (int i = 0; i < 2; ++i) EXPECT_FALSE(Log(observed.logger, LogAudit));
   EXPECT_EQ(observed.calls, std::vector<std::string>{"2+ 1"});
   observed.script.bLogs = true;
   for (int i = 0; i < 3; ++i) EXPECT_TRUE(Log(observed.logger, LogAudit));
