@@ -33,6 +33,11 @@ OutputPtr NewOutput(const WyFileOptions& file) {
   return pOutput;
 }
 
+bool IsLayout(int iLayout) {
+  return (iLayout >= WyTraceLayout::Brackets && iLayout <= WyTraceLayout::Xml) ||
+         iLayout == WyTraceLayout::Json;
+}
+
 // The file's output, not open yet; null, with errno set, if there cannot be one.
 OutputPtr NewOutput(const char* pszPath, const WyFileOptions& options) {
   errno = EINVAL;
@@ -88,6 +93,7 @@ bool WyTraceToFile(const char* pszPath, const WyTraceOptions& options) {
 
 bool WyTraceToFile(CWyLogger& logger, const char* pszPath, const WyTraceOptions& options) {
   if (options.config == nullptr || *options.config == '\0') return Fail(EINVAL);
+  if (!IsLayout(options.layout)) return Fail(EINVAL);
   return InstallNew(logger, pszPath, options.file, [&](CWyLogOutput* pOutput) {
     return logger.EnableTrace(pOutput, options.layout, options.delimiter, options.config,
                               logger.ShouldUseLocalTime(), false, false);

@@ -229,7 +229,10 @@ bool CWyFileOutput::LogLimited(std::string_view strText) {
 // Close has closed stays closed; only a retry without a size limit may open the file again.
 bool CWyFileOutput::LogAlone(std::string_view strText) {
   const bool bMayReopen = m_hFile == AwaitsRetry && m_pGrowth == nullptr;
-  if (m_hFile < 0 && !bMayReopen) return false;
+  if (m_hFile < 0 && !bMayReopen) {
+    errno = EBADF;
+    return false;
+  }
   return RollOverIfDue(strText.size()) && WriteCounted(strText);
 }
 

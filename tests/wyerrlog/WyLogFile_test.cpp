@@ -93,8 +93,12 @@ TEST_F(LogFile, AFailureSaysWhyAndARefusalChangesNothing) {
     EXPECT_EQ(errno, row.iErrno) << (row.pszPath ? row.pszPath : "null") << &row - rows;
     EXPECT_EQ(WyLog(Information, "x"), row.bKeepsFormer);
   }
-  EXPECT_FALSE(WyTraceToFile("trace.log", {}));
-  EXPECT_EQ(errno, EINVAL);
+  for (const WyTraceOptions& options :
+       {WyTraceOptions{}, {.config = "missing.conf", .layout = 4}}) {
+    errno = 0;
+    EXPECT_FALSE(WyTraceToFile("trace.log", options));
+    EXPECT_EQ(errno, EINVAL);
+  }
   EXPECT_FALSE(WyTraceToFile("trace.log", {.config = "missing.conf"}));
   EXPECT_EQ(errno, ENOENT);
 }
