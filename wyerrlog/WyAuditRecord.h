@@ -42,8 +42,7 @@ WYERRLOG_API void WySetAuditFormat(WyAuditFormat format);
 // that must not act without an audit record writes it itself, and tests the result:
 //
 //   if (!WY_AUDIT("grant").Set("user", strUser).Write()) return Refuse(strUser);
-#define WY_AUDIT(...) \
-  CWyAuditRecord { __VA_ARGS__ }
+#define WY_AUDIT(...) (CWyAuditRecord{__VA_ARGS__})
 
 // One record while it is filled, on one thread. Time, process, thread and request are those of the
 // moment at which it is constructed. Memory for it is that of the thread's messages; if memory
