@@ -62,8 +62,8 @@ struct WySeverityAt {
                          const WyCallSite& place = WyCallSite::Here())
       : severity(severityOfText), where(place) {}
 
-  WySeverity::Number severity;
-  WyCallSite where;  // of the call
+  WySeverity::Number severity;  // of the text
+  WyCallSite where;             // of the call
 };
 
 #endif

@@ -65,11 +65,13 @@ jint Installed(bool bInstalled, CWyLogger& logger, CWyLogOutput* pOutput) {
 
 // ---- Log messages -------------------------------------------------------------------------------
 
+// The location is the Java caller's text as it stands, so there is no line number. The methods
+// write all texts as they are: their callers decide on control characters.
 template <typename... Texts>
-// The location is the Java caller's text as it stands, so there is no line number.
 void WriteLogMessage(CWyLogger& logger, const CWyJavaText& location, jint iMessageId,
                      const Texts&... texts) {
-  WyLog(logger, {static_cast<unsigned int>(iMessageId), {location.OrEmpty(), 0, ""}}, texts...);
+  WyLog(logger, {static_cast<unsigned int>(iMessageId), {location.OrEmpty(), 0, ""}},
+        WyRaw(texts)...);
 }
 
 // A call with more arguments than the pattern can take is reported as a warning in the process
@@ -87,12 +89,12 @@ void WarnOfUnloggedMessage(jint iMessageId) {
 }
 
 void WarnOfUnformattedMessage(unsigned int uComponentId, const char* pszMessage) {
+  const std::string strWarning =
+      std::string("WARNING!!! Too many arguments in message - Message not logged.  ") +
+      "Unformatted message is: " + pszMessage;
   WY_TRACE(uComponentId)
       .Set(WyField::Function, FunctionThatWarns)
-      .Message(
-          "WARNING!!! Too many arguments in message - Message not logged.  "
-          "Unformatted message is: %s",
-          pszMessage);
+      .Set(WyField::Message, WyRaw(strWarning));
 }
 
 // ---- Trace messages -----------------------------------------------------------------------------
@@ -152,10 +154,10 @@ const char* MessageOf(const TraceTexts& texts, CWyTraceData& record) {
   // The thread may be inside a trace record already: a callback may call Java code.
   if (!bTraced || !CWyTraceSupresser::isTracing()) return;
   CWyTraceRecord(ownRecord)
-      .Set(WyField::Function, texts.function.OrEmpty())
-      .Set(WyField::Message, [&] { return MessageOf(texts, ownRecord); })
-      .Set(WyField::TransactionID, texts.transactionId.OrEmpty())
-      .Set(WyField::SrcFile, CWyErrLogMessage::PathnameFindFilePart(texts.srcFile.OrEmpty()))
+      .Set(WyField::Function, WyRaw(texts.function.OrEmpty()))
+      .Set(WyField::Message, [&] { return WyRaw(MessageOf(texts, ownRecord)); })
+      .Set(WyField::TransactionID, WyRaw(texts.transactionId.OrEmpty()))
+      .Set(WyField::SrcFile, WyRaw(CWyErrLogMessage::PathnameFindFilePart(texts.srcFile.OrEmpty())))
       .Write();
 }
 

@@ -26,7 +26,7 @@
 
 // What a limit decides for one call.
 struct WyRateDecision {
-  bool bGoesOut;
+  bool bGoesOut;           // the call writes its line
   bool bLast;              // no later call goes out
   std::uint64_t uLeftOut;  // calls since the last one that went out
 };
@@ -178,9 +178,14 @@ inline bool LogLimited(const WyRateDecision& decision, const WyCallSite& where,
   } while (false)
 // NOLINTEND(bugprone-macro-parentheses)
 
-// Statements without a result: a line that cannot be written is dropped.
+// Logs the first call of this place and every n-th after it. Like the two below it has no result: a
+// line that cannot be written is dropped.
 #define WY_LOG_EVERY_N(n, ...) WY_LOG_LIMITED(EveryN(n), __VA_ARGS__)
+
+// Logs the first n calls of this place.
 #define WY_LOG_FIRST_N(n, ...) WY_LOG_LIMITED(FirstN(n), __VA_ARGS__)
+
+// Logs at most one call of this place in so many seconds.
 #define WY_LOG_EVERY_SECONDS(seconds, ...) WY_LOG_LIMITED(EverySeconds(seconds), __VA_ARGS__)
 
 #endif

@@ -33,9 +33,9 @@
 
 // One field of a request, with a copy of its value.
 struct WyRequestField {
-  WyField::Number field;
-  bool bNumber;          // the value is a number, or true or false
-  std::string strValue;  // not escaped yet
+  WyField::Number field;  // which one
+  bool bNumber;           // the value is a number, or true or false
+  std::string strValue;   // not escaped yet
 };
 
 // The fields of one scope, or of all scopes of a thread; copied and moved as values.

@@ -35,7 +35,7 @@ int main() {
   }
   const std::string strForged = "x\nPRIORITY=0\nMESSAGE=forged\n[1/1][t][a.cpp:1][ERROR][k-1] y";
   const std::string strLong = std::string(1000000, 'x') + "y\n";
-  if (!WyLog(Id(WySeverity::Error), strForged) || !WyLog(Id(WySeverity::Warning), "w") ||
+  if (!WyLog(Id(WySeverity::Error), WyRaw(strForged)) || !WyLog(Id(WySeverity::Warning), "w") ||
       !WyAudit("deny rule=%d\n", 2) || !WyAudit("%s", strLong.c_str())) {
     return 3;
   }
