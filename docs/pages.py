@@ -47,6 +47,7 @@ RUNS = {
     "callbacks": (["callbacks"], {}),
     "error_chain": (["error_chain", "{messages}"], {}),
     "processes": (["processes"], {}),
+    "requests": (["requests"], {}),
     "one_call": (["one_call", TRACE_CONF], {}),
     "raw_classes": (["raw_classes", TRACE_CONF, "{messages}"], {}),
     "fields": (["reference_tables", "fields"], {}),
@@ -61,6 +62,8 @@ JAVA_RUNS = {
 }
 
 VARYING = [
+    (r"\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d\.\d{3}(Z|[+-]\d\d:\d\d)", "zoned time"),
+    (r"\bpid(=|\":)\d+([ ,\"]+)tid(=|\":)\d+", "pid tid"),
     (r"\[\d+/\d+\]", "[pid/tid]"),
     (r"\[(Sun|Mon|Tue|Wed|Thu|Fri|Sat) [A-Z][a-z]{2} \d\d \d{4} \d\d:\d\d:\d\d\]", "[date]"),
     (r"\d\d/\d\d/\d{4}", "date"),

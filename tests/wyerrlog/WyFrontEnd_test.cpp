@@ -154,7 +154,7 @@ TEST_F(FrontEnd, WritesRawTextsAndThoseOfTheProgramAsTheyStand) {
 
 TEST_F(FrontEnd, AllocatesOnlyToEscapeAndDropsTheLineIfItCannot) {
   ASSERT_TRUE(m_logger.SetLogOutput(m_logger.NewLogOutput(2, [](const char*, int) {})));
-  WyLog(m_logger, Text, "the thread's memory");
+  for (int i = 0; i < 2; ++i) WyLog(m_logger, Text, "the thread's memory");
   const auto logWithoutMemory = [this](const char* pszText) {
     FailingMemory::FailAt(1, true);
     return FailingMemory::During([&] { return WyLog(m_logger, Text, pszText); });
@@ -245,6 +245,34 @@ TEST_F(FrontEnd, WritesTypedAuditRecordsThatReadBack) {
   EXPECT_TRUE(m_audit.Events().empty());
   m_audit.bLogs = false;
   EXPECT_FALSE(WY_AUDIT(m_logger, "refused").Write());
+}
+
+TEST_F(FrontEnd, TracesAJsonObjectOnEachLine) {
+  Trace("User Group Rule Resource ResponseTime Pid Message", WyTraceLayout::Json);
+  const std::string strBytes("\"\\\x01\xc2\x9b\xe2\x80\xa8\xff M\xc3\xbcller");
+  for (const bool bNumber : {true, false}) {
+    CWyTraceData* pData = nullptr;
+    ASSERT_TRUE(m_logger.ShouldTraceAlloc(LogId, &pData));
+    pData->SetLogger(&m_logger);
+    pData->SetFieldValue(WyField::User, strBytes.c_str());
+    if (bNumber) pData->SetFieldValue(WyField::Rule, -7);
+    if (!bNumber) pData->SetFieldValue(WyField::Rule, "-7");
+    pData->SetFieldValue(WyField::Group, true);
+    pData->SetFieldValue(WyField::ResponseTime, 0.5);
+    pData->SetFieldValue(WyField::Pid, 0);
+    ASSERT_TRUE(pData->Format() && pData->Log());
+    pData->CleanUpData();
+    const std::vector<std::string> lines = Take(m_trace);
+    ASSERT_EQ(lines.size(), 1u);
+    EXPECT_EQ(lines[0].find('\n'), lines[0].size() - 1);
+    const json record = json::parse(lines[0]);
+    EXPECT_EQ(record["User"], "\"\\\x01\xc2\x9b\xe2\x80\xa8\xef\xbf\xbd M\xc3\xbcller");
+    EXPECT_EQ(record["Rule"], bNumber ? json(-7) : json("-7"));
+    EXPECT_EQ(record["Group"], true);
+    EXPECT_EQ(record["ResponseTime"], 0.5);
+    EXPECT_EQ(record["Pid"], getpid());
+    EXPECT_FALSE(record.contains("Resource") || record.contains("Message"));
+  }
 }
 
 // ---- Requests -----------------------------------------------------------------------------------
