@@ -111,7 +111,9 @@ const std::pair<std::string, std::string> Attacks[] = {
 
 TEST_F(FrontEnd, NoArgumentBeginsALineOrSteersATerminal) {
   Trace("User Group Domain Message TransactionID");
-  for (const auto& [strSent, strShown] : Attacks) {
+  for (const auto& attack : Attacks) {
+    const auto& strSent = attack.first;
+    const auto& strShown = attack.second;
     SCOPED_TRACE(strShown);
     WyLog(m_logger, Text, strSent);
     WyLog(m_logger, Text, std::string_view(strSent));
