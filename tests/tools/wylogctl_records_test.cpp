@@ -1,7 +1,8 @@
 // What the library writes is what wylogctl reads: values of all kinds go through the library in the
-// four trace layouts, and come back equal, or the record is flagged.
+// trace layouts and in typed audit records, and come back equal, or the record is flagged.
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <map>
 #include <random>
@@ -13,6 +14,7 @@
 #include "tools/wylogctl/LogTime.h"
 #include "tools/wylogctl/Record.h"
 #include "tools/wylogctl/Translation.h"
+#include "wyerrlog/WyLog.h"
 
 namespace {
 
@@ -50,6 +52,7 @@ constexpr Layout Layouts[] = {
     {"SeparatorOfTwo", 2, ", ", "PreciseTime Message User"},
     {"SeparatorThatOverlaps", 2, "||", "Time User Message", true},
     {"Xml", 3, nullptr, "Date Time Message User Resource"},
+    {"Json", WyTraceLayout::Json, nullptr, "Date Time Tid Message User Resource"},
 };
 
 // Pieces of which values are made: what separates values, and what looks like the next record.
@@ -74,6 +77,9 @@ constexpr const char* Pieces[] = {"a",
                                   "</TraceMessage>\n",
                                   "=",
                                   "x y",
+                                  "\",\"User\":\"",
+                                  "\\",
+                                  "\x7f\xc2\x9b\xe2\x80\xa8",
                                   "]\n["};
 
 class RoundTrip : public testing::TestWithParam<Layout> {
@@ -116,7 +122,7 @@ class RoundTrip : public testing::TestWithParam<Layout> {
     EXPECT_NE(pMaster, nullptr);
     writer = *pMaster;
     std::string strFile;
-    if (layout.iFormat != 3) {
+    if (layout.iFormat < WyTraceLayout::Xml) {
       strFile = test_support::Line(writer, 1) + test_support::Line(writer, 3);
     }
     for (int i = 0; i < iCount; ++i) {
@@ -195,6 +201,48 @@ TEST_P(RoundTrip, AnyChunkingGivesTheSameRecords) {
     }
   }
 }
+
+// ---- Typed audit records ------------------------------------------------------------------------
+
+class TypedAudit : public RoundTrip {};
+
+TEST_P(TypedAudit, ReadsBackWhatWasWritten) {
+  static std::string s_strFile;
+  CWyLogger& logger = *theLogger();
+  const auto keep = [](const char* pszText, int) { s_strFile += pszText; };
+  ASSERT_TRUE(logger.EnableAuditLogRollover(logger.NewLogOutput(2, keep)));
+  std::vector<Values> logged;
+  for (int i = 0; i < 500; ++i) {
+    WySetAuditFormat(i % 2 == 0 ? WyAuditFormat::Json : WyAuditFormat::Logfmt);
+    logged.push_back({{"TransactionID", Value(3)}, {"fields.user", Value(8)}, {"fields.a", "[1]"}});
+    Values& values = logged.back();
+    const WyRequestScope scope(WyField::TransactionID, values["TransactionID"]);
+    WY_AUDIT(values["Message"] = Value(2))
+        .Set("user", values["fields.user"])
+        .Set("a", WyRaw("[1]"))
+        .Set("none", std::optional<int>());
+    values["Pid"] = std::to_string(getpid());
+    if (i % 50 == 0) s_strFile += "time=torn\n";
+    if (i % 50 == 0) logged.emplace_back();
+  }
+  MemorySource source(s_strFile);
+  CWyRecordReader reader(source);
+  CWyRecordParser parser;
+  WyRecord record;
+  std::size_t uRecord = 0;
+  for (WyRawRecord raw; reader.Next(raw) || reader.TakeRest(raw); ++uRecord) {
+    parser.Parse(raw, record);
+    ASSERT_EQ(record.uFlags, 0u) << raw.text;
+    EXPECT_EQ(record.utc.has_value(), !logged.at(uRecord).empty()) << raw.text;
+    for (const auto& [strName, strValue] : logged.at(uRecord)) {
+      ASSERT_EQ(record.Field(strName), strValue) << strName << " in " << raw.text;
+    }
+  }
+  EXPECT_EQ(uRecord, logged.size());
+}
+
+INSTANTIATE_TEST_SUITE_P(Once, TypedAudit, testing::Values(Layout{"Both", 0, nullptr, ""}),
+                         [](const auto& entry) { return entry.param.pszName; });
 
 INSTANTIATE_TEST_SUITE_P(Layouts, RoundTrip, testing::ValuesIn(Layouts),
                          [](const auto& entry) { return entry.param.pszName; });

@@ -8,8 +8,15 @@
 #include "tools/wylogctl/Places.h"
 #include "tools/wylogctl/Program.h"
 #include "tools/wylogctl/Table.h"
+#include "wyerrlog/WyErrLogMessage.h"
 
 namespace {
+
+// The number of a trace's layout, as the program that traces gives it.
+std::uint64_t LayoutOf(WyLogFormat kind) {
+  if (kind == WyLogFormat::Json) return WyTraceLayout::Json;
+  return static_cast<std::uint64_t>(kind) - static_cast<std::uint64_t>(WyLogFormat::Brackets);
+}
 
 WyCell TimeCell(WyCivil time) {
   if (time == WyNoTime) return {};
@@ -51,9 +58,7 @@ int RunFiles(CWyContext& context, const WyInputOptions& options) {
       }
       bAny = true;
       const bool bTrace = pShape != nullptr && WyIsTrace(pShape->kind);
-      const auto uLayout = bTrace ? static_cast<std::uint64_t>(pShape->kind) -
-                                        static_cast<std::uint64_t>(WyLogKind::Brackets)
-                                  : 0;
+      const std::uint64_t uLayout = bTrace ? LayoutOf(pShape->kind) : 0;
       table.Row({files[i].strPath,
                  pShape == nullptr ? WyCell("empty") : WyCell(WyLogOfKind(pShape->kind)),
                  bTrace ? WyCell(uLayout) : WyCell(), files[i].uSize, TimeCell(places.FirstTime(i)),

@@ -32,7 +32,7 @@ std::size_t WidthOf(const std::string& strField) {
 
 // A line that begins as those of traces mostly do, in a file that has no header lines.
 bool LooksLikeTrace(const WyRecord& record) {
-  if (record.Kind() != WyLogKind::Audit || record.raw.uOffset != 0) return false;
+  if (record.Kind() != WyLogFormat::Audit || record.raw.uOffset != 0) return false;
   std::string_view text = record.text;
   if (text.starts_with('[')) text.remove_prefix(1);
   return WyHasForm(text.substr(0, 10), WyFieldForm::Date) ||
@@ -90,7 +90,7 @@ bool CWyLogInput::SetShape(const WyInputOptions& options) {
   if (options.strLayout.empty() && options.strFields.empty()) return true;
   WyLogShape shape;
   const int iLayout = options.strLayout.empty() ? -1 : options.strLayout[0] - '0';
-  shape.kind = static_cast<WyLogKind>(static_cast<int>(WyLogKind::Brackets) + iLayout);
+  shape.kind = static_cast<WyLogFormat>(static_cast<int>(WyLogFormat::Brackets) + iLayout);
   std::istringstream names(options.strFields);
   for (std::string strName; std::getline(names, strName, ',');) {
     if (!WyIsKnownField(strName)) {

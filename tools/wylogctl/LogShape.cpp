@@ -7,6 +7,7 @@
 #include <cstring>
 #include <unordered_map>
 
+#include "tools/wylogctl/StructuredRecords.h"
 #include "wyerrlog/WyErrLogConfig.h"
 
 namespace {
@@ -51,7 +52,7 @@ std::vector<std::string_view> Split(std::string_view text, std::string_view sepa
   }
 }
 
-std::optional<WyLogShape> Shape(WyLogKind kind, std::vector<WyColumn> columns,
+std::optional<WyLogShape> Shape(WyLogFormat kind, std::vector<WyColumn> columns,
                                 std::string_view separator) {
   WyLogShape shape;
   shape.kind = kind;
@@ -78,7 +79,7 @@ std::optional<WyLogShape> ReadBracketTitles(std::string_view names, std::string_
     if (!WyIsKnownField(titles[i]) || !IsUnderlined(titles[i], dashes[i])) return std::nullopt;
     columns.push_back({std::string(titles[i]), 0, WyFormOf(titles[i])});
   }
-  return Shape(WyLogKind::Brackets, std::move(columns), Joint);
+  return Shape(WyLogFormat::Brackets, std::move(columns), Joint);
 }
 
 // The field that a title of layout 1 stands for. A name longer than its column is cut there, and
@@ -112,7 +113,7 @@ std::optional<WyLogShape> ReadColumnTitles(std::string_view names, std::string_v
     columns.push_back({strName, dashes.size(), WyFormOf(strName)});
   }
   if (!bPadded) return std::nullopt;  // layout 2, separated by two blanks
-  return Shape(WyLogKind::Columns, std::move(columns), "  ");
+  return Shape(WyLogFormat::Columns, std::move(columns), "  ");
 }
 
 // The separator is what stands between the first two runs of "=": one that has a "=" itself is not
@@ -135,7 +136,7 @@ std::optional<WyLogShape> ReadSeparatedTitles(std::string_view names, std::strin
     uStart += dashes.size() + separator.size();
     columns.push_back({std::string(name), 0, WyFormOf(name)});
   }
-  return Shape(WyLogKind::Separator, std::move(columns), separator);
+  return Shape(WyLogFormat::Separator, std::move(columns), separator);
 }
 
 // A value that its record was not given is empty, whatever its form; but not all of them.
@@ -148,7 +149,7 @@ bool HoldsForm(std::string_view value, WyFieldForm form, bool& bAny) {
 // The layouts 0 and 2: whether the leading columns have their forms.
 bool LeadingFormsHold(const WyLogShape& shape, std::string_view line) {
   bool bAny = shape.uLeading == 0;
-  const bool bBrackets = shape.kind == WyLogKind::Brackets;
+  const bool bBrackets = shape.kind == WyLogFormat::Brackets;
   if (bBrackets) {
     if (line.empty() || line.front() != '[') return false;
     line.remove_prefix(1);
@@ -188,15 +189,16 @@ void WyLogShape::Complete() {
   for (const WyColumn& column : columns) uTotal += column.uWidth;
 }
 
-const char* WyKindName(WyLogKind kind) {
-  constexpr const char* Names[] = {"audit log",       "error log",       "trace, layout 0",
-                                   "trace, layout 1", "trace, layout 2", "trace, layout 3"};
+const char* WyKindName(WyLogFormat kind) {
+  constexpr const char* Names[] = {"audit log",         "error log",       "trace, layout 0",
+                                   "trace, layout 1",   "trace, layout 2", "trace, layout 3",
+                                   "trace, layout Json"};
   return Names[static_cast<std::size_t>(kind)];
 }
 
-const char* WyLogOfKind(WyLogKind kind) {
-  if (kind == WyLogKind::Error) return "error";
-  return kind == WyLogKind::Audit ? "audit" : "trace";
+const char* WyLogOfKind(WyLogFormat kind) {
+  if (kind == WyLogFormat::Error) return "error";
+  return kind == WyLogFormat::Audit ? "audit" : "trace";
 }
 
 bool WyIsKnownField(std::string_view name) { return FieldWidths().contains(name); }
@@ -264,8 +266,9 @@ std::optional<WyLogShape> WyDetectShape(std::string_view head) {
     const std::size_t uNewline = head.find('\n', uStart);
     const std::string_view line = head.substr(uStart, uNewline - uStart);
     std::size_t uEnd;
-    if (WyIsErrorStart(line.data(), line.size(), uEnd)) return Shape(WyLogKind::Error, {}, {});
-    if (line == XmlStart) return Shape(WyLogKind::Xml, {}, {});
+    if (WyIsErrorStart(line.data(), line.size(), uEnd)) return Shape(WyLogFormat::Error, {}, {});
+    if (line == XmlStart) return Shape(WyLogFormat::Xml, {}, {});
+    if (WyIsTraceJsonStart(line)) return Shape(WyLogFormat::Json, {}, {});
     if (!bFirst && WyReadTitles(previous, line)) return std::nullopt;
     if (bFirst) bTimed = line.starts_with("[") && WyIsDateTime(line.data() + 1, line.size() - 1);
     bFirst = false;
@@ -282,17 +285,19 @@ std::optional<WyLogShape> WyDetectShape(std::string_view head) {
 bool WyIsStrongStart(const WyLogShape& shape, std::string_view line) {
   std::size_t uEnd;
   switch (shape.kind) {
-    case WyLogKind::Error:
+    case WyLogFormat::Error:
       return WyIsErrorStart(line.data(), line.size(), uEnd);
-    case WyLogKind::Xml:
+    case WyLogFormat::Xml:
       return line == XmlStart;
-    case WyLogKind::Columns:
+    case WyLogFormat::Columns:
       return LeadingColumnsHold(shape, line);
-    case WyLogKind::Brackets:
-    case WyLogKind::Separator:
+    case WyLogFormat::Brackets:
+    case WyLogFormat::Separator:
       return LeadingFormsHold(shape, line);
+    case WyLogFormat::Json:
+      return true;
     default:
-      return !shape.bTimed ||
+      return !shape.bTimed || WyIsTypedAuditStart(line) ||
              (line.starts_with("[") && WyIsDateTime(line.data() + 1, line.size() - 1));
   }
 }
@@ -308,7 +313,7 @@ std::size_t WyCount(std::string_view text, std::string_view part) {
 }
 
 bool WyIsWhole(const WyLogShape& shape, std::string_view text) {
-  if (shape.kind == WyLogKind::Brackets && !(text.starts_with('[') && text.ends_with(']'))) {
+  if (shape.kind == WyLogFormat::Brackets && !(text.starts_with('[') && text.ends_with(']'))) {
     return false;
   }
   return WyCount(text, shape.strSeparator) + 1 >= shape.columns.size();

@@ -11,7 +11,7 @@
 #include <string_view>
 #include <vector>
 
-enum class WyLogKind : std::uint8_t { Audit, Error, Brackets, Columns, Separator, Xml };
+enum class WyLogFormat : std::uint8_t { Audit, Error, Brackets, Columns, Separator, Xml, Json };
 
 // Fields whose values the library writes itself, in a form that a text cannot have by accident.
 enum class WyFieldForm : std::uint8_t { Text, Date, Time, PreciseTime, Number };
@@ -23,7 +23,7 @@ struct WyColumn {
 };
 
 struct WyLogShape {
-  WyLogKind kind = WyLogKind::Audit;
+  WyLogFormat kind = WyLogFormat::Audit;
   bool bTimed = false;  // audit: records begin with "[Mon Nov 16 2026 17:16:13]"
   std::vector<WyColumn> columns;
   std::string strSeparator;
@@ -34,10 +34,10 @@ struct WyLogShape {
   void Complete();
 };
 
-inline bool WyIsTrace(WyLogKind kind) { return kind >= WyLogKind::Brackets; }
+inline bool WyIsTrace(WyLogFormat kind) { return kind >= WyLogFormat::Brackets; }
 inline bool WyIsDigit(char c) { return c >= '0' && c <= '9'; }
-const char* WyKindName(WyLogKind kind);   // "error log", "trace, layout 1"
-const char* WyLogOfKind(WyLogKind kind);  // "error", "audit", "trace"
+const char* WyKindName(WyLogFormat kind);   // "error log", "trace, layout 1"
+const char* WyLogOfKind(WyLogFormat kind);  // "error", "audit", "trace"
 bool WyIsKnownField(std::string_view name);
 WyFieldForm WyFormOf(std::string_view name);
 

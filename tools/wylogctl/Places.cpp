@@ -17,8 +17,8 @@ constexpr std::uint64_t NearTitles = std::uint64_t{2} << 20;
 constexpr int FittingRecords = 50;
 
 bool HasTitles(const WyLogShape& shape) {
-  return shape.kind == WyLogKind::Brackets || shape.kind == WyLogKind::Columns ||
-         shape.kind == WyLogKind::Separator;
+  return shape.kind == WyLogFormat::Brackets || shape.kind == WyLogFormat::Columns ||
+         shape.kind == WyLogFormat::Separator;
 }
 
 std::string_view LineAt(std::string_view text, std::size_t u) {
@@ -82,7 +82,8 @@ bool CWyPlaces::Fits(std::size_t uFile, std::uint64_t uOffset, const Shape& pSha
 CWyPlaces::Shape CWyPlaces::ShapeAt(std::size_t uFile, std::uint64_t uOffset) const {
   if (m_pGiven != nullptr) return m_pGiven;
   const Shape pHead = HeadShape(uFile);
-  if (pHead == nullptr || pHead->kind == WyLogKind::Error || pHead->kind == WyLogKind::Xml) {
+  if (pHead == nullptr || pHead->kind == WyLogFormat::Error || pHead->kind == WyLogFormat::Xml ||
+      pHead->kind == WyLogFormat::Json) {
     return pHead;
   }
   // An audit log that begins without header lines can be a trace that was continued; then the file

@@ -113,7 +113,7 @@ bool CWyQuery::AddCondition(CWyContext& context, const std::string& strText) {
   }
   const std::string strField = strText.substr(0, strText.find_last_not_of(" \t", u - 1) + 1);
   const auto names = FieldNames();
-  if (!Contains(names, strField)) {
+  if (!Contains(names, strField) && !strField.starts_with("fields.")) {
     context.Error("--where " + strText + ": no field has the name \"" + strField + "\"" +
                   Suggest(strField, names));
     return false;
@@ -159,9 +159,11 @@ bool CWyQuery::IsOfComponent(const WyRecord& record) const {
          Contains(m_components, m_pManifests->ComponentOf(*pMessage).strName);
 }
 
-// Traces have a field for it; in the other logs the identifier is a word of the text.
+// Traces and typed audit records have a field for it; in the other logs the identifier is a word of
+// the text.
 bool CWyQuery::IsOfRequest(const WyRecord& record) const {
-  if (!WyIsTrace(record.Kind())) return HoldsWord(record.text, m_strRequest);
+  const bool bTyped = WyIsTrace(record.Kind()) || !record.fields.empty();
+  if (!bTyped) return HoldsWord(record.text, m_strRequest);
   return record.Field("TransactionID") == m_strRequest;
 }
 

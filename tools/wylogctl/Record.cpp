@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "tools/common/Utf8.h"
+#include "tools/wylogctl/StructuredRecords.h"
 
 namespace {
 
@@ -64,8 +65,10 @@ WySeverityRank WySeverityFrom(std::string_view word) {
 }
 
 std::string_view WyRecord::Field(std::string_view name) const {
+  constexpr std::string_view OfAudit = "fields.";
+  const std::string_view fieldName = name.starts_with(OfAudit) ? name.substr(OfAudit.size()) : name;
   for (const WyFieldValue& field : fields) {
-    if (field.name == name) return field.value.data() == nullptr ? "" : field.value;
+    if (field.name == fieldName) return field.value.data() == nullptr ? "" : field.value;
   }
   if (name == "Severity") return severityWord;
   if (name == "Key") return key;
@@ -86,12 +89,14 @@ void CWyRecordParser::Parse(const WyRawRecord& raw, WyRecord& record) {
   record.pid = record.tid = record.src = record.line = record.severityWord = record.key = {};
   record.fields.clear();
   record.cut.clear();
+  record.utc.reset();
+  record.strDecoded.clear();
   std::string_view body = raw.text;
   if (body.ends_with('\n')) body.remove_suffix(1);
   record.text = body;
   if (raw.bTitles) return;
-  if (raw.pShape->kind == WyLogKind::Error) return ParseError(record, body);
-  if (raw.pShape->kind == WyLogKind::Audit) return ParseAudit(record, body);
+  if (raw.pShape->kind == WyLogFormat::Error) return ParseError(record, body);
+  if (raw.pShape->kind == WyLogFormat::Audit) return ParseAudit(record, body);
   WyParseTrace(record, body);
   TakeTraceTime(record);
 }
@@ -146,6 +151,7 @@ void CWyRecordParser::ParseError(WyRecord& record, std::string_view body) {
 }
 
 void CWyRecordParser::ParseAudit(WyRecord& record, std::string_view body) {
+  if (WyIsTypedAuditStart(body)) return WyParseTypedAudit(record, body);
   if (body.starts_with('[') && WyIsDateTime(body.data() + 1, body.size() - 1)) {
     TakeTime(record, body.substr(1, 24));
   } else if (record.raw.pShape->bTimed) {
@@ -200,7 +206,7 @@ unsigned int WyInspectBytes(const WyRecord& record) {
   unsigned int uFlags = 0;
   if (!WyIsValidUtf8(text)) uFlags |= WyInvalidUtf8;
   if (std::memchr(text.data(), '\0', text.size()) != nullptr) uFlags |= WyHoldsNul;
-  if (record.Kind() == WyLogKind::Error && !record.raw.bTitles && HoldsErrorStart(record.text)) {
+  if (record.Kind() == WyLogFormat::Error && !record.raw.bTitles && HoldsErrorStart(record.text)) {
     uFlags |= WyJoined;
   }
   return uFlags;

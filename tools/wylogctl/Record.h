@@ -4,6 +4,8 @@
 // One parsed record. All texts are views into the reader's buffer and valid until its next
 // record; nothing is copied or allocated for a record.
 
+#include <optional>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -33,13 +35,16 @@ struct WyRecord {
   std::string_view severityWord;
   std::string_view key;
   std::string_view text;
-  std::vector<WyFieldValue> fields;   // traces, in the order of the columns
+  std::vector<WyFieldValue> fields;   // traces, in the order of the columns; typed audit records
   std::vector<std::string_view> cut;  // names of columns that can be cut
+  std::optional<std::int64_t> utc;    // if the record itself says in which zone its time is
+  std::string strDecoded;             // texts that had escapes
 
-  WyLogKind Kind() const { return raw.pShape->kind; }
+  WyLogFormat Kind() const { return raw.pShape->kind; }
 
   // A field by the names of the trace configuration, which the other logs have some of: Pid, Tid,
-  // SrcFile, Message; and Severity and Key. Null data when the record has none.
+  // SrcFile, Message; and Severity and Key. Those of a typed audit record are "fields." and the
+  // key. Null data when the record has none.
   std::string_view Field(std::string_view name) const;
 };
 
@@ -60,7 +65,7 @@ class CWyRecordParser {
   WyCivil m_date = WyNoTime;
 };
 
-// The four trace layouts: the values, and what of the record cannot be told for certain.
+// The trace layouts: the values, and what of the record cannot be told for certain.
 void WyParseTrace(WyRecord& record, std::string_view body);
 
 // Bits for what the bytes of a record show: WyInvalidUtf8, WyHoldsNul, and in the error log

@@ -80,7 +80,7 @@ bool CWyRecordReader::TakeStep(std::size_t uNext, WyRawRecord& record) {
 // announce.
 bool CWyRecordReader::IsUnderTitles(std::string_view line) {
   const bool bPossible = line.size() > 1 && (line[0] == '=' || (line[0] == '[' && line[1] == '='));
-  if (!bPossible || m_uScan == m_uBegin || m_pShape->kind == WyLogKind::Error) return false;
+  if (!bPossible || m_uScan == m_uBegin || m_pShape->kind == WyLogFormat::Error) return false;
   const std::string_view names(&m_buffer[m_uLast], m_uScan - m_uLast - 1);
   auto shape = WyReadTitles(names, line);
   if (shape) m_pNextShape = std::make_shared<const WyLogShape>(std::move(*shape));
@@ -166,7 +166,7 @@ void CWyRecordReader::Detect() {
   }
   const std::string_view head(&m_buffer[m_uBegin], std::min(m_uEnd - m_uBegin, HeadSize));
   const auto shape = WyDetectShape(head);
-  const bool bShown = shape && shape->kind != WyLogKind::Audit;
+  const bool bShown = shape && shape->kind != WyLogFormat::Audit;
   if (m_pShape == nullptr || bShown) {
     m_pShape = std::make_shared<const WyLogShape>(shape.value_or(WyLogShape()));
   }
@@ -174,20 +174,20 @@ void CWyRecordReader::Detect() {
 }
 
 bool CWyRecordReader::IsWeak() const {
-  return (m_pShape->kind == WyLogKind::Brackets || m_pShape->kind == WyLogKind::Separator) &&
+  return (m_pShape->kind == WyLogFormat::Brackets || m_pShape->kind == WyLogFormat::Separator) &&
          m_pShape->uLeading == 0;
 }
 
 bool CWyRecordReader::IsStart(std::string_view line) const {
   const WyLogShape& shape = *m_pShape;
-  if (shape.kind == WyLogKind::Error) {
+  if (shape.kind == WyLogFormat::Error) {
     std::size_t uEnd;
     return WyIsErrorStart(line.data(), line.size(), uEnd);
   }
   if (line == "<TraceMessage>") return true;
   if (m_bSkipping || m_bTooLong) return WyIsStrongStart(shape, line);
   const std::size_t uSize = m_uScan - m_uBegin - 1;  // of the record so far
-  if (shape.kind == WyLogKind::Columns) {
+  if (shape.kind == WyLogFormat::Columns) {
     if (uSize >= shape.uTotal) return true;
     return shape.uLeading > 0 && WyIsStrongStart(shape, line);
   }

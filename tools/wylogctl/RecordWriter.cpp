@@ -7,6 +7,7 @@
 
 #include "tools/common/Utf8.h"
 #include "tools/wylogctl/JsonText.h"
+#include "wyerrlog/WyEscape.h"
 
 namespace {
 
@@ -90,6 +91,12 @@ void CWyRecordWriter::AppendForPeople(std::string_view text) {
   });
 }
 
+// A text that was decoded from its record can contain what would begin a line.
+void CWyRecordWriter::AppendOnLine(const WyRecord& record, std::string_view text) {
+  if (record.strDecoded.empty()) return AppendForPeople(text);
+  m_strLine += WyEscape(text);
+}
+
 void CWyRecordWriter::WriteRaw(const WyRecord& record) {
   const std::string_view color = m_context.out.Color(ColorOf(record.severity));
   const std::string_view text = record.raw.text;
@@ -130,7 +137,7 @@ void CWyRecordWriter::WriteTable(const WyRecord& record) {
   m_strLine += "  ";
   const bool bTranslated = m_translation == CWyTranslator::Result::Translated;
   const std::string_view text = bTranslated ? std::string_view(m_strText) : record.text;
-  AppendForPeople(text.substr(0, text.find('\n')));
+  AppendOnLine(record, text.substr(0, text.find('\n')));
   if (text.find('\n') != std::string_view::npos) m_strLine += " [more lines]";
   for (const WyFieldValue& field : record.fields) {
     if (field.value.empty() || field.name == "Message" ||
@@ -140,7 +147,7 @@ void CWyRecordWriter::WriteTable(const WyRecord& record) {
     m_strLine += "  ";
     m_strLine += field.name;
     m_strLine += '=';
-    AppendForPeople(field.value);
+    AppendOnLine(record, field.value);
   }
   const std::size_t uSize = m_strLine.size();
   m_strLine += "  [";
@@ -239,7 +246,7 @@ void CWyRecordWriter::AppendTimes(const WyRecord& record) {
   if (record.time == WyNoTime) return;
   m_strLine += R"(,"time":")";
   WyAppendIso(m_strLine, record.time, record.bMilliseconds);
-  const auto utc = m_zone.ToUtc(record.time);
+  const auto utc = record.utc ? record.utc : m_zone.ToUtc(record.time);
   m_strLine += utc ? R"(","utc":")" : R"(","utc":null)";
   if (!utc) return;
   if (*utc == record.time) {
@@ -285,7 +292,7 @@ void CWyRecordWriter::WriteJson(const WyRecord& record) {
   m_strLine += R"(,"text":)";
   AppendText(bTranslated ? std::string_view(m_strText) : record.text);
   if (bTranslated) AppendMember(R"(,"original":)", record.text);
-  if (WyIsTrace(record.Kind())) {
+  if (WyIsTrace(record.Kind()) || !record.fields.empty()) {
     m_strLine += R"(,"fields":)";
     AppendFields(record);
   }
@@ -307,7 +314,7 @@ void CWyRecordWriter::WriteCsv(const WyRecord& record) {
   if (record.time != WyNoTime) {
     WyAppendIso(m_strLine, record.time, record.bMilliseconds);
     end();
-    const auto utc = m_zone.ToUtc(record.time);
+    const auto utc = record.utc ? record.utc : m_zone.ToUtc(record.time);
     if (utc) WyAppendIso(m_strLine, *utc, record.bMilliseconds);
     if (utc) m_strLine += 'Z';
   } else {

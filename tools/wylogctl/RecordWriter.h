@@ -36,6 +36,7 @@ class CWyRecordWriter {
   void AppendFlags(const WyRecord& record, unsigned int uFlags, bool bJson);
   void AppendTimes(const WyRecord& record);
   void AppendForPeople(std::string_view text);
+  void AppendOnLine(const WyRecord& record, std::string_view text);
   void Translate(const WyRecord& record);
 
   CWyContext& m_context;
@@ -49,7 +50,7 @@ class CWyRecordWriter {
   std::string m_strTime;
   std::string m_strOrigin;
   std::string m_strOriginFile;
-  WyLogKind m_origin = WyLogKind::Audit;
+  WyLogFormat m_origin = WyLogFormat::Audit;
   bool m_bValid = false;  // the record is UTF-8, and so is each part of it
   bool m_bDrains = true;  // m_strLine may be written before the record is complete
   const WyKnownMessage* m_pMessage = nullptr;

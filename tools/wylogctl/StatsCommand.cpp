@@ -126,7 +126,7 @@ bool CWyStatsRun::SetBy() {
     names.emplace_back(entry.pszName);
   }
   m_by = By::Field;
-  if (WyIsKnownField(strBy)) return true;
+  if (WyIsKnownField(strBy) || strBy.starts_with("fields.")) return true;
   const std::string_view nearest = NearestName(strBy, names);
   m_context.Error("--by " + strBy + ": is key, severity, component, minute, log, file or a field" +
                   (nearest.empty() ? "" : "; did you mean " + std::string(nearest) + "?"));

@@ -7,6 +7,7 @@
 
 #include "tools/common/Utf8.h"
 #include "tools/wylogctl/Record.h"
+#include "tools/wylogctl/StructuredRecords.h"
 
 namespace {
 
@@ -188,14 +189,16 @@ void ParseXml(WyRecord& record, std::string_view body) {
 
 void WyParseTrace(WyRecord& record, std::string_view body) {
   switch (record.Kind()) {
-    case WyLogKind::Brackets:
+    case WyLogFormat::Brackets:
       ParseBrackets(record, body);
       return CheckForms(record);
-    case WyLogKind::Separator:
+    case WyLogFormat::Separator:
       ParseSeparated(record, body);
       return CheckForms(record);
-    case WyLogKind::Columns:
+    case WyLogFormat::Columns:
       return ParseColumns(record, body);
+    case WyLogFormat::Json:
+      return WyParseTraceJson(record, body);
     default:
       return ParseXml(record, body);
   }
