@@ -120,8 +120,10 @@ show() { awk -v n="$1" -v w=160 \
 date_re='\[[A-Z][a-z]{2} [A-Z][a-z]{2} [0-9]{2} [0-9]{4} [0-9]{2}:[0-9]{2}:[0-9]{2}\]'
 error_re='^\[[0-9]+/[0-9]+\]'$date_re'\[[A-Za-z]+\.cpp:[0-9]+\]\[(INFO|WARNING|ERROR)\]'
 error_re+='\[(login|isauth)-[0-9]{5}\] [^[:cntrl:]]+\.$'
-audit_re='^'$date_re' (allow|deny|unauthenticated|invalid) user="[^"]+" client="[^"]+"'
-audit_re+=' method="[^"]+" resource="[^"]+" rule=[0-9]+ status=[0-9]{3}$'
+text_re='"([^"\\]|\\.)+"' # in an audit record
+audit_re='^time=[0-9-]{10}T[0-9:]{8}\.[0-9]{3}(Z|[+-][0-9:]{5}) pid=[0-9]+ tid=[0-9]+ request="[0-9-]+"'
+audit_re+=' event="(allow|deny|unauthenticated|invalid)"'" user=$text_re client=$text_re"
+audit_re+=" method=$text_re resource=$text_re"' rule=[0-9]+ status=[0-9]{3}$'
 refusal_re='\]\[(login-0000[1-4]|isauth-000(07|08|09|10|11|12))\] '
 
 # all_whole REGEX FILE: fails unless every line of the file is a whole record.
@@ -307,16 +309,21 @@ traced_requests() {
 }
 
 show_layouts() {
-  local names=(Brackets FixedWidth Delimited Xml) heads=(6 6 6 12) layout records expected=''
-  for layout in 0 1 2 3; do
-    say "The same requests traced in layout $layout, ${names[layout]}"
+  local -A names=([0]=Brackets [1]=FixedWidth [2]=Delimited [3]=Xml [json]=Json)
+  local -A heads=([0]=6 [1]=6 [2]=6 [3]=13 [json]=4)
+  local layout records expected=''
+  for layout in 0 1 2 3 json; do
+    say "The same requests traced in layout $layout, ${names[$layout]}"
     start_agent "layout$layout" C.UTF-8 --trace --trace-config "$samples/trace.conf" \
       --trace-layout "$layout" --trace-delimiter ' | '
     traced_requests >"$work/responses"
     stop_agent
-    show "${heads[layout]}" "$log/trace.log"
-    records=$(($(lines "$log/trace.log") - 2))
-    ((layout < 3)) || records=$(count '^<TraceMessage>$' "$log/trace.log")
+    show "${heads[$layout]}" "$log/trace.log"
+    case "$layout" in
+      3) records=$(count '^<TraceMessage>$' "$log/trace.log") ;;
+      json) records=$(lines "$log/trace.log") ;;
+      *) records=$(($(lines "$log/trace.log") - 2)) ;;
+    esac
     ((records == ${expected:=$records} && records > 0)) || fail "$records records, not $expected"
   done
 }
@@ -377,7 +384,7 @@ show_switching() {
   agree "requests sent and answered" "$(lines "$work/responses")" \
     "audit records" "$(lines "$log/audit.log")"
   all_whole "$audit_re" "$log/audit.log"
-  all_whole '^(\[[^][]*\]){4}$|^(\[[^][]*\]){9}$' "$log/trace.log"
+  all_whole '^(\[[^][]*\]){4}$|^(\[[^][]*\]){10}$' "$log/trace.log"
   echo "  Every trace line is complete and follows one of the two configurations."
 }
 
@@ -415,7 +422,8 @@ show_java() {
     "by status" "$(count '^403$' "$work/responses")"
   agree "refused in Java" "$(count "\.java\]$not_permitted" "$log/error.log")" \
     "by decision" "$(count '^deny ' "$work/decisions")"
-  (($(sed -nE "s/^.*$not_permitted//p" "$log/error.log" | sort -u | wc -l) == 1)) ||
+  sed -nE "s/^.*$not_permitted//p" "$log/error.log" | sed -E 's/ \([0-9-]+\)//' | sort -u >"$work/texts"
+  (($(lines "$work/texts") == 1)) ||
     fail "the messages of the two agents differ"
   (($(count '\[(decide|findRule)\]' "$log/trace.log") == 6)) || fail "trace records of Java are missing"
 }
@@ -444,8 +452,10 @@ show_wylogctl() {
   (($(find "$log" -name 'audit_*.log' | wc -l) > 1)) || fail "no backups"
 
   ctl config explain --load trace.conf
-  ctl log -q -o table --grep request-4711 error.log audit.log trace.log
-  (($(count request-4711 "$work/ctl") >= 3)) || fail "the request is not in all three logs"
+  local id
+  id=$(cat "$log"/audit*.log | sed -nE 's/^.* request="([0-9-]+)".*request-4711.*$/\1/p')
+  ctl log -q -o table --request "$id" error.log audit.log trace.log
+  (($(count "$id" "$work/ctl") >= 4)) || fail "the request is not in all three logs"
   ctl stats -q --by key error.log
   ctl verify error.log audit.log trace.log
 }

@@ -3,6 +3,10 @@
 
 #include "AccessAgent.h"
 
+#include <unistd.h>
+
+#include <atomic>
+#include <ctime>
 #include <system_error>
 
 #include "Credentials.h"
@@ -23,8 +27,17 @@ std::string HostName(const std::string& strHeader) {
   return strName;
 }
 
+// Unlike that of any other request, also of other processes that log to the same place.
+std::string NewRequestId() {
+  static std::atomic<unsigned int> s_uCount{0};
+  static const std::string s_strProcess =
+      std::to_string(std::time(nullptr)) + '-' + std::to_string(getpid());
+  return s_strProcess + '-' + std::to_string(++s_uCount);
+}
+
 AccessRequest MakeRequest(const httplib::Request& httpRequest, const AgentLog& log) {
   AccessRequest request;
+  request.strId = NewRequestId();
   request.strTenant = log.TenantOf(HostName(httpRequest.get_header_value("Host")));
   request.strClient = httpRequest.remote_addr;
   request.strMethod = httpRequest.method;
@@ -108,6 +121,7 @@ std::string AccessAgent::Address() const {
 
 void AccessAgent::Handle(const httplib::Request& httpRequest, httplib::Response& response) {
   AccessRequest request = MakeRequest(httpRequest, m_log);
+  const WyRequestScope scope(WyField::TransactionID, request.strId);
   const Decision decision = Decide(request, httpRequest);
   Answer(request, decision, response);
   if (response.status == 200 && !httpRequest.ranges.empty()) response.status = 206;
@@ -120,7 +134,9 @@ void AccessAgent::Handle(const httplib::Request& httpRequest, httplib::Response&
 void AccessAgent::HandleRefusedByServer(const httplib::Request& httpRequest,
                                         httplib::Response& response) {
   const AccessRequest request = MakeRequest(httpRequest, m_log);
-  WyLog(m_log.LoggerOf(request), IsAuthorized::InvalidRequest, Client(request), response.status);
+  const WyRequestScope scope(WyField::TransactionID, request.strId);
+  WyLog(m_log.LoggerOf(request), IsAuthorized::InvalidRequest, Who(Client(request), request),
+        response.status);
   m_log.Audit(request, Decision::Invalid, response.status);
 }
 
@@ -128,13 +144,14 @@ void AccessAgent::HandleRefusedByServer(const httplib::Request& httpRequest,
 
 Decision AccessAgent::Decide(AccessRequest& request, const httplib::Request& httpRequest) const {
   if (!IsValidResource(request.strResource)) {
-    WyLog(m_log.LoggerOf(request), IsAuthorized::InvalidPath, Client(request), Resource(request));
+    WyLog(m_log.LoggerOf(request), IsAuthorized::InvalidPath, Who(Client(request), request),
+          Resource(request));
     return Decision::Invalid;
   }
   const PolicyRule* pRule = m_policy.FindRule(request.strMethod, request.strResource);
   if (pRule == nullptr) {
-    WyLog(m_log.LoggerOf(request), IsAuthorized::NoRule, User(request), Method(request),
-          Resource(request));
+    WyLog(m_log.LoggerOf(request), IsAuthorized::NoRule, Who(User(request), request),
+          Method(request), Resource(request));
     return Decision::Deny;
   }
   request.iRule = pRule->iNumber;
@@ -161,12 +178,13 @@ bool AccessAgent::Authenticate(AccessRequest& request, const std::string& strHea
 
 bool AccessAgent::CheckLogin(AccessRequest& request, const std::string& strHeader) const {
   if (strHeader.empty()) {
-    WyLog(m_log.LoggerOf(request), LoginLogout::LoginRequired, Client(request), Resource(request));
+    WyLog(m_log.LoggerOf(request), LoginLogout::LoginRequired, Who(Client(request), request),
+          Resource(request));
     return false;
   }
   const std::optional<Credentials> credentials = ReadBasicCredentials(strHeader);
   if (!credentials) {
-    WyLog(m_log.LoggerOf(request), LoginLogout::UnreadableLogin, Client(request));
+    WyLog(m_log.LoggerOf(request), LoginLogout::UnreadableLogin, Who(Client(request), request));
     return false;
   }
   request.strUser = credentials->strUser;
@@ -179,7 +197,7 @@ bool AccessAgent::CheckLogin(AccessRequest& request, const std::string& strHeade
   if (result == LoginResult::Accepted) return true;
   const bool bKnown = result == LoginResult::WrongPassword;
   WyLog(m_log.LoggerOf(request), bKnown ? LoginLogout::WrongPassword : LoginLogout::UnknownUser,
-        User(request), Client(request));
+        Who(User(request), request), Client(request));
   return false;
 }
 
@@ -190,8 +208,8 @@ Decision AccessAgent::Authorize(const AccessRequest& request, const PolicyRule& 
   const bool bPermitted = m_policy.Permits(rule, request.strUser);
   const Decision decision = bPermitted ? Decision::Allow : Decision::Deny;
   if (!bPermitted) {
-    WyLog(m_log.LoggerOf(request), IsAuthorized::NotPermitted, User(request), Method(request),
-          Resource(request), request.iRule);
+    WyLog(m_log.LoggerOf(request), IsAuthorized::NotPermitted, Who(User(request), request),
+          Method(request), Resource(request), request.iRule);
   }
   WY_TRACE(m_log.LoggerOf(request), IsAuthorized::SendResponse)
       .With(FieldsOf{request})
@@ -229,10 +247,11 @@ void AccessAgent::Perform(const AccessRequest& request, httplib::Response& respo
   }
   if (!error) return;
   if (IsNotThere(error)) {
-    WyLog(m_log.LoggerOf(request), IsAuthorized::NotFound, User(request), Resource(request));
+    WyLog(m_log.LoggerOf(request), IsAuthorized::NotFound, Who(User(request), request),
+          Resource(request));
     return Refuse(response, 404, "Not found");
   }
-  WyLog(m_log.LoggerOf(request), IsAuthorized::ActionFailed, User(request), Method(request),
-        Resource(request), error.message());
+  WyLog(m_log.LoggerOf(request), IsAuthorized::ActionFailed, Who(User(request), request),
+        Method(request), Resource(request), error.message());
   Refuse(response, 500, "Failed");
 }

@@ -7,6 +7,7 @@
 // One request while the agent serves it. Client, user, method and resource come from the network
 // and may contain any bytes.
 struct AccessRequest {
+  std::string strId;        // unlike that of every other request; in all its records
   std::string strTenant;    // a tenant of the agent, empty for the default tenant
   std::string strClient;    // address
   std::string strMethod;    // "GET"

@@ -148,13 +148,17 @@ void AgentLog::TurnTracingOff() const {
 
 bool AgentLog::Audit(const AccessRequest& request, Decision decision, int iStatus,
                      WyCallSite where) const {
-  char szTime[32];
   CWyLogger& logger = LoggerOf(request);
-  CWyErrLogMessage::GetTime(3, szTime, logger.ShouldUseLocalTime(), sizeof szTime);
-  const bool bWritten = WyAudit(
-      logger, "[%s] %s user=\"%s\" client=\"%s\" method=\"%s\" resource=\"%s\" rule=%d status=%d\n",
-      szTime, DecisionText(decision), User(request).c_str(), Client(request).c_str(),
-      Method(request).c_str(), Resource(request).c_str(), request.iRule, iStatus);
-  if (!bWritten) WyLog(logger, {IsAuthorized::AuditFailed, where}, Resource(request));
+  const bool bWritten = WY_AUDIT(logger, DecisionText(decision))
+                            .Set("user", request.strUser)
+                            .Set("client", request.strClient)
+                            .Set("method", request.strMethod)
+                            .Set("resource", request.strResource)
+                            .Set("rule", request.iRule)
+                            .Set("status", iStatus)
+                            .Write();
+  if (!bWritten) {
+    WyLog(logger, {IsAuthorized::AuditFailed, where}, Who(Resource(request), request));
+  }
   return bWritten;
 }

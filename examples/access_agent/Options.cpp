@@ -29,7 +29,7 @@ constexpr char Usage[] =
                           `wylogctl seal create` makes
 
   --trace-config FILE     trace configuration: components, fields and filters
-  --trace-layout N        0 brackets (default), 1 columns, 2 delimited, 3 XML
+  --trace-layout N        0 brackets (default), 1 columns, 2 delimited, 3 XML, json
   --trace-delimiter TEXT  separator between the fields of layout 2 (,)
   --trace-console         trace to the terminal as well
   --trace                 trace from the start
@@ -123,6 +123,8 @@ Options ParseOptions(int argc, char** argv) {
       AddTenant(argv[i], options.log.tenants);
     } else if (const auto it = texts.find(name); it != texts.end()) {
       *it->second = argv[i];
+    } else if (name == "--trace-layout" && argv[i] == std::string_view("json")) {
+      options.log.iTraceLayout = WyTraceLayout::Json;
     } else {
       ParseNumber(argv[i], numbers.at(name));
     }

@@ -18,6 +18,11 @@ inline std::string Client(const AccessRequest& request) { return Printable(reque
 inline std::string Method(const AccessRequest& request) { return Printable(request.strMethod); }
 inline std::string Resource(const AccessRequest& request) { return Printable(request.strResource); }
 
+// A user or a client with the id of the request, for messages: "carol (1763900000-4711-12)".
+inline std::string Who(const std::string& strName, const AccessRequest& request) {
+  return strName + " (" + request.strId + ")";
+}
+
 // "allow", "deny", "unauthenticated" or "invalid".
 const char* DecisionText(Decision decision);
 
