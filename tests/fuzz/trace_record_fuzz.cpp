@@ -1,7 +1,7 @@
 // Feeds records with filters in all layouts.
 //
-// The first line is the layout's number and the separator of layout 2. Each further line is a
-// field, with tabs between its parts:
+// The first line is the layout's number (8 or "J" for Json) and the separator of layout 2. Each
+// further line is a field, with tabs between its parts:
 //
 //   <name> TAB <how the value is given> TAB <operator> TAB <filter text> TAB <value>
 //
@@ -15,6 +15,8 @@
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include <nlohmann/json.hpp>
 
 #include "fuzz/FuzzInput.h"
 #include "test_support/TraceConfiguration.h"
@@ -137,6 +139,45 @@ std::string Expected(const std::vector<InputField>& fields, const std::vector<st
   return strLine + (iFormat == 3 ? "</TraceMessage>\n" : "\n");
 }
 
+// What JSON shows of a text: each byte that is no UTF-8 replaced.
+nlohmann::json Replaced(const std::string& strText) {
+  using nlohmann::json;
+  const std::string strJson = json(strText).dump(-1, ' ', false, json::error_handler_t::replace);
+  return json::parse(strJson);
+}
+
+// U+FFFD once for what was replaced, however many bytes it had.
+std::string Normalized(const nlohmann::json& value) {
+  std::string strText = value.get<std::string>();
+  constexpr std::string_view Twice = "\xEF\xBF\xBD\xEF\xBF\xBD";
+  for (std::size_t u; (u = strText.find(Twice)) != std::string::npos;) strText.erase(u, 3);
+  return strText;
+}
+
+// One line, one object, one member for each field: of the type with which it was set.
+void CheckJson(CWyTraceData& record, const std::vector<InputField>& fields,
+               const std::vector<std::string>& values) {
+  const std::string strLine = test_support::Line(record, WyTraceLine::Values);
+  Require(strLine.find('\n') == strLine.size() - 1);
+  const auto object = nlohmann::json::parse(strLine);
+  std::size_t uShown = 0;
+  for (std::size_t i = 0; i < fields.size(); ++i) {
+    ++uShown;
+    const auto& value = object.at(fields[i].info.pszName);
+    const char cKind = fields[i].info.uId < 8 ? 't' : fields[i].cKind;
+    const bool bFinite = values[i].find_first_of("in") == std::string::npos;  // "inf", "nan"
+    if (cKind == 'b') {
+      Require(value.is_boolean() && value.dump() == values[i]);
+    } else if (cKind == 'i' || cKind == 'u' || (cKind == 'f' && bFinite)) {
+      Require(value.is_number() && value == nlohmann::json::parse(values[i]));
+    } else {
+      Require(Normalized(value) == Normalized(Replaced(values[i])));
+    }
+  }
+  Require(object.size() == uShown);
+  for (const int iMode : {1, 2, 3}) Require(test_support::Line(record, iMode) == "(refused)");
+}
+
 // The titles, and the lines of dashes and of equals signs under them.
 void CheckTitles(CWyTraceData& record, const std::vector<InputField>& fields,
                  const Layout& layout) {
@@ -157,7 +198,9 @@ void CheckTitles(CWyTraceData& record, const std::vector<InputField>& fields,
 int LLVMFuzzerTestOneInput(const std::uint8_t* pData, std::size_t uSize) {
   std::string_view input = fuzz::Text(pData, uSize);
   const std::string strLayout = fuzz::Argument(fuzz::Take(input, '\n'));
-  const Layout layout{strLayout.empty() ? 0 : (strLayout[0] & 7),
+  const bool bJson = strLayout.starts_with('8') || strLayout.starts_with('J');
+  const int iNumber = strLayout.empty() ? 0 : (strLayout[0] & 7);
+  const Layout layout{bJson ? WyTraceLayout::Json : iNumber,
                       strLayout.empty() ? "" : strLayout.substr(1)};
   const auto fields = ReadFields(input);
 
@@ -174,8 +217,12 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* pData, std::size_t uSize) {
     values.push_back(SetValue(record, field, bPassed));
     Require(bPassed == Passes(field, values.back()));
   }
-  Require(test_support::Line(record, 0) == Expected(fields, values, layout));
-  CheckTitles(record, fields, layout);
+  if (bJson) {
+    CheckJson(record, fields, values);
+  } else {
+    Require(test_support::Line(record, 0) == Expected(fields, values, layout));
+    CheckTitles(record, fields, layout);
+  }
 
   record.LeaveNoBody();
   for (const InputField& field : fields) {
