@@ -43,6 +43,7 @@ RUNS = {
     "server": (["server", TRACE_CONF], {}),
     "trace": (["trace", TRACE_CONF, "0"], {}),
     **{f"layout{n}": (["trace", LAYOUT_CONF, str(n)], {}) for n in range(4)},
+    "layout_json": (["trace", LAYOUT_CONF, "1246973774"], {}),
     "named_loggers": (["named_loggers"], {}),
     "callbacks": (["callbacks"], {}),
     "error_chain": (["error_chain", "{messages}"], {}),
