@@ -1,6 +1,7 @@
 // The output as its users know it: options, states that cannot be used, full disks, loss of power,
 // and keys that are renewed.
 
+#include <dlfcn.h>
 #include <gmock/gmock.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
@@ -25,10 +26,12 @@ time_t s_secondsToWait = 0;
 
 }  // namespace
 
-// In place of the C library's: if s_bNoWaiting, notes how long the caller wants to wait, and
-// returns at once as if the time had passed.
+// In place of the next one, the C library's or a sanitizer's: if s_bNoWaiting, notes how long the
+// caller wants to wait, and returns at once as if the time had passed.
 extern "C" int pthread_mutex_timedlock(pthread_mutex_t* pMutex, const timespec* pUntil) noexcept {
-  if (!s_bNoWaiting) return pthread_mutex_clocklock(pMutex, CLOCK_REALTIME, pUntil);
+  static const auto pfnNext = reinterpret_cast<decltype(&pthread_mutex_timedlock)>(
+      dlsym(RTLD_NEXT, "pthread_mutex_timedlock"));
+  if (!s_bNoWaiting) return pfnNext(pMutex, pUntil);
   s_secondsToWait = pUntil->tv_sec - time(nullptr);
   return ETIMEDOUT;
 }
