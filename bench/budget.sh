@@ -78,6 +78,8 @@ row() {
 }
 
 measure() {
+  row statement statement 1
+  row statement-mode-3 statement 3
   row translated translated 1
   row translated-mode-3 translated 3
   row translated-mode-4 translated 4

@@ -28,11 +28,12 @@
 #include "wyerrlog/WyErrLogPort.h"
 
 class CWyLogger;
-class CWyMessageForm;
 class CWyMessageLookup;
-class CWyMessageMemo;
 class CWyTextBuffer;
-struct WyMessageOrigin;
+struct WyTextPiece;
+namespace WyLogDetail {
+struct Statement;
+}
 
 // The layouts of trace records: the `iFormat` of CWyErrLogMessage::BeginTraceFormat,
 // CWyLogger::EnableTrace and WyInitLogger. With any other number a record is one newline.
@@ -107,6 +108,7 @@ class CpaArgList {
     m_stream.clear();
     m_uCount = 0;
     m_bIncomplete = false;
+    m_pStatement = nullptr;
     return *this;
   }
   // Stores pointers to the texts in the caller's array, which has room for 13, and returns their
@@ -137,6 +139,8 @@ class CpaArgList {
   CpaStream m_stream;
   std::size_t m_auStarts[MaxArguments];  // of the texts in the stream
   bool m_bIncomplete = false;
+  // While the list is empty: the statement that still has the arguments, if there is one.
+  const WyLogDetail::Statement* m_pStatement = nullptr;
 };
 
 // A message is constructed by its caller, usually on the stack, formatted, passed to a log call and
@@ -313,9 +317,13 @@ class WYERRLOG_API CWyErrLogMessage {
 
  private:
   WYERRLOG_LOCAL void SetId(unsigned int uId);
-  WYERRLOG_LOCAL bool AppendInForm(const CWyMessageForm& form);
-  WYERRLOG_LOCAL void AppendLookedUp(const WyMessageOrigin& origin, const char* pszLocale,
-                                     CWyMessageMemo* pMemo);
+  WYERRLOG_LOCAL bool WriteProlog(std::string_view file, int iLine);
+  WYERRLOG_LOCAL void FormatStatement(const WyLogDetail::Statement& statement,
+                                      const WyTextPiece* pArguments, std::size_t uSize);
+  WYERRLOG_LOCAL void CopyStatement(const WyLogDetail::Statement& statement);
+  WYERRLOG_LOCAL bool AppendOwn(const WyLogDetail::Statement& statement, const WyTextPiece& text);
+  WYERRLOG_LOCAL void OwnArguments();
+  WYERRLOG_LOCAL void AppendLookedUp();
   WYERRLOG_LOCAL void WriteText(const char* pszPattern, char* pszOut, unsigned long uSize);
   WYERRLOG_LOCAL bool AppendPrintf(const char* pszPattern, va_list args);
   WYERRLOG_LOCAL void FormatAudit(const char* pszFormat, va_list args);
@@ -325,6 +333,7 @@ class WYERRLOG_API CWyErrLogMessage {
   friend class CWyLogger;
   friend class CWyTraceData;
   friend class CWyAuditRecord;
+  friend struct WyLogDetail::Statement;
 
   struct WYERRLOG_LOCAL Memory;
 

@@ -10,8 +10,10 @@
 #include <new>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "wyerrlog/WyErrLogMessage.h"
+#include "wyerrlog/WyLogStatement.h"
 #include "wyerrlog/WyMessageId.h"
 #include "wyerrlog/internal/WyFormatMemo.h"
 #include "wyerrlog/internal/WyMessageCatalog.h"
@@ -54,6 +56,7 @@ namespace {
 constexpr int TextSize = 4096;  // bytes, with the terminator
 
 constexpr unsigned int BuiltInComponent = 1;
+constexpr const char* BuiltInKey = "wy-log-00000";
 
 unsigned int SeverityOf(unsigned int uId) {
   return static_cast<unsigned int>(WyMessageSeverity(uId));
@@ -75,7 +78,7 @@ struct Template {
 // what to install. A key without a translation stands for its text. The built-in component has no
 // catalog: its message is its first argument.
 Template FindTemplate(const CWyMessageLookup& lookup, unsigned int uId, const char* pszLocale) {
-  if (WyComponentNumber(uId) == BuiltInComponent) return {"{0}", "wy-log-00000", nullptr};
+  if (WyComponentNumber(uId) == BuiltInComponent) return {"{0}", BuiltInKey, nullptr};
   const char* const pszBundle = lookup.GetMsgBundle(uId);
   if (pszBundle == nullptr) return {"missing component library", "wy-log-00001", nullptr};
   const char* const pszKey = lookup.FetchMsg(uId);
@@ -91,6 +94,17 @@ void CopyCut(char* pszOut, const char* pszText, unsigned long uSize) {
   const std::size_t uLength = strnlen(pszText, uSize - 1);
   memcpy(pszOut, pszText, uLength);
   pszOut[uLength] = '\0';
+}
+
+// Both generations are read before the message is looked up.
+WyMessageOrigin OriginNow(unsigned int uId) {
+  return {uId, CWyMessageCatalog::Generation(), CWyMessageMemo::DirectoryGeneration()};
+}
+
+// Returns the remembered form of the message; null if there is none.
+const CWyMessageForm* FindForm(unsigned int uId) {
+  const CWyMessageMemo* const pMemo = CWyMessageMemo::OfThisThread();
+  return pMemo != nullptr ? pMemo->Find(OriginNow(uId), WyGetAdminLocale()) : nullptr;
 }
 
 // By severity: two bits of an identifier, so every value has its word.
@@ -197,6 +211,7 @@ void CWyErrLogMessage::SetId(unsigned int uId) {
 // Without arguments the pattern is copied as it is: quotes and braces have a meaning only if there
 // is something to insert.
 void CWyErrLogMessage::WriteText(const char* pszPattern, char* pszOut, unsigned long uSize) {
+  OwnArguments();
   const char* apszArguments[CpaArgList::MaxArguments];
   const unsigned long uCount = m_args.toArgv(apszArguments);
   // An argument could not be copied: the text would be wrong, so the message is not written.
@@ -224,22 +239,11 @@ const char* CWyErrLogMessage::PreformatMessage(unsigned int uId, const char* psz
   return Translate(lookup, uId, pszLocale, pszOut, uSize);
 }
 
-// The locale is read for each message: the host may change the environment at run time, and finding
-// it unchanged is cheap (see platform/wyi18n). Both generations are read before the look-up.
 const char* CWyErrLogMessage::FormatMessage(unsigned int uId) {
+  if (m_args.m_pStatement != nullptr) [[unlikely]]
+    OwnArguments();
   SetId(uId);
-  const char* const pszLocale = WyGetAdminLocale();
-  const WyMessageOrigin origin = {m_nMsgId, CWyMessageCatalog::Generation(),
-                                  CWyMessageMemo::DirectoryGeneration()};
-  CWyMessageMemo* const pMemo = CWyMessageMemo::OfThisThread();
-  const CWyMessageForm* const pForm = pMemo != nullptr ? pMemo->Find(origin, pszLocale) : nullptr;
-  if (pForm == nullptr || !AppendInForm(*pForm)) AppendLookedUp(origin, pszLocale, pMemo);
-  return GetBuffer();
-}
-
-// The texts of the arguments lie one behind the other, each with a zero byte behind it.
-bool CWyErrLogMessage::AppendInForm(const CWyMessageForm& form) {
-  if (m_args.m_bIncomplete) return false;
+  // The texts of the arguments lie one behind the other, each with a zero byte behind it.
   WyTextPiece aArguments[CpaArgList::MaxArguments];
   const char* const pFirst = m_args.m_stream.m_strBytes.data();
   const std::size_t uSize = m_args.m_stream.m_strBytes.size();
@@ -249,13 +253,53 @@ bool CWyErrLogMessage::AppendInForm(const CWyMessageForm& form) {
     aArguments[i] = {pFirst + uStart, uEnd - uStart - 1};
     uEnd = uStart;
   }
-  return form.AppendTo(*m_pBuffer, aArguments, m_args.m_uCount, uSize);
+  const CWyMessageForm* const pForm = m_args.m_bIncomplete ? nullptr : FindForm(m_nMsgId);
+  if (pForm == nullptr || !pForm->AppendTo(*m_pBuffer, aArguments, m_args.m_uCount, uSize)) {
+    AppendLookedUp();
+  }
+  return GetBuffer();
 }
 
-// Not inlined: the usual way needs no text on the stack.
-[[gnu::noinline]] void CWyErrLogMessage::AppendLookedUp(const WyMessageOrigin& origin,
-                                                        const char* pszLocale,
-                                                        CWyMessageMemo* pMemo) {
+// The arguments stay with the statement, until the host's output asks for the message once more.
+void CWyErrLogMessage::FormatStatement(const WyLogDetail::Statement& statement,
+                                       const WyTextPiece* pArguments, std::size_t uSize) {
+  SetId(statement.uId);
+  m_args.m_pStatement = &statement;
+  const CWyMessageForm* const pForm = FindForm(m_nMsgId);
+  const bool bAppended = pForm != nullptr
+                             ? pForm->AppendTo(*m_pBuffer, pArguments, statement.uTexts, uSize)
+                             : AppendOwn(statement, *pArguments);
+  if (!bAppended) FormatMessage(0);
+}
+
+void CWyErrLogMessage::CopyStatement(const WyLogDetail::Statement& statement) {
+  m_args.m_pStatement = &statement;
+  FormatMessage(statement.uId);
+}
+
+// A list that has got arguments since then replaces those of the statement.
+void CWyErrLogMessage::OwnArguments() {
+  const WyLogDetail::Statement* const pStatement = std::exchange(m_args.m_pStatement, nullptr);
+  if (pStatement == nullptr || m_args.m_uCount != 0 || m_args.m_bIncomplete) return;
+  m_args.m_bIncomplete = !pStatement->CopyTo(m_args);
+}
+
+// A text of the program itself, which needs no catalog. Without the memo the platform library is
+// asked for it too: see CWyMessageMemo::OfThisThread.
+bool CWyErrLogMessage::AppendOwn(const WyLogDetail::Statement& statement, const WyTextPiece& text) {
+  const bool bOwn = statement.uTexts == 1 && WyComponentNumber(m_nMsgId) == BuiltInComponent;
+  if (!bOwn || text.uLength >= TextSize || CWyMessageMemo::OfThisThread() == nullptr) return false;
+  m_pBuffer->Append(SeverityWords[SeverityOf(m_nMsgId)], '[', std::string_view(BuiltInKey), ']',
+                    ' ', std::string_view(text.pText, text.uLength), '\n');
+  return true;
+}
+
+// The locale is read for each message: the host may change the environment at run time, and finding
+// it unchanged is cheap (see platform/wyi18n). Not inlined: the usual way needs no text on the
+// stack.
+[[gnu::noinline]] void CWyErrLogMessage::AppendLookedUp() {
+  const char* const pszLocale = WyGetAdminLocale();
+  const WyMessageOrigin origin = OriginNow(m_nMsgId);
   const CWyMessageLookup lookup;
   Template found = FindTemplate(lookup, origin.uId, pszLocale);
   char szText[TextSize];
@@ -264,6 +308,7 @@ bool CWyErrLogMessage::AppendInForm(const CWyMessageForm& form) {
   const std::string_view severity = SeverityWords[SeverityOf(origin.uId)];
   m_pBuffer->Append(severity, '[', std::string_view(found.pszKey), ']', ' ',
                     std::string_view(szText), '\n');
+  CWyMessageMemo* const pMemo = CWyMessageMemo::OfThisThread();
   if (pMemo == nullptr) return;
   // A key that stands for its text is not the bundle's.
   if (found.pszPattern == found.pszKey) found.pBundle.reset();

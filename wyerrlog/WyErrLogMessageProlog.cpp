@@ -90,15 +90,13 @@ const char* CWyErrLogMessage::PathnameFindFilePart(const char* pszPath) {
 
 // All of it is written into room that is asked for once, and becomes part of the text by its last
 // step. If the clock fails the text ends behind the ids.
-bool CWyErrLogMessage::FormatLogProlog(const char* pszPath, int iLine, int iType) {
-  m_nType = iType;
+bool CWyErrLogMessage::WriteProlog(std::string_view file, int iLine) {
   m_pBuffer->Clear();
   CWyThreadStamp& stamp = CWyThreadStamp::OfThisThread();
   if (!stamp.Refresh(m_bUseLocalTime)) {
     m_pBuffer->Append(stamp.Prolog());
     return false;
   }
-  const std::string_view file = PathnameFindFilePart(pszPath);
   char* psz = m_pBuffer->Room(CWyThreadStamp::PrologRoom + file.size() + LargestLineSize);
   if (psz == nullptr) return false;
   psz = WyCopyText(stamp.CopyProlog(psz), file.data(), file.size());
@@ -110,4 +108,9 @@ bool CWyErrLogMessage::FormatLogProlog(const char* pszPath, int iLine, int iType
   *psz++ = ']';
   m_pBuffer->AppendedUpTo(psz);
   return true;
+}
+
+bool CWyErrLogMessage::FormatLogProlog(const char* pszPath, int iLine, int iType) {
+  m_nType = iType;
+  return WriteProlog(PathnameFindFilePart(pszPath), iLine);
 }

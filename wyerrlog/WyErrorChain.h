@@ -34,7 +34,10 @@ inline void AddError(CWyError& errors, const WySeverityAt& severity, const char*
   CWyErrData* const pEntry = CWyError::NewErrData();
   if (pEntry == nullptr) return;
   pEntry->SetErr(iCode);
-  if (FormatTextLine(pEntry->GetMsg(), severity, pszText)) {
+  const auto format = [&](const Statement& statement) {
+    return statement.Format(pEntry->GetMsg());
+  };
+  if (WithText(severity, format, ToText(pszText).Ref(), 0)) {
     errors.AddError(pEntry);
   } else {
     delete pEntry;

@@ -109,11 +109,9 @@ WyMessageAt Checked(const WyTypedMessage<form, uId, kinds...>& message, Types<Ar
 template <typename... Arguments>
 bool WyLog(CWyLogger& logger, const WyMessageAt& message, const Arguments&... arguments) {
   static_assert(sizeof...(arguments) <= CpaArgList::MaxArguments, "a message has 13 arguments");
-  CWyErrLogMessage line(logger.ShouldUseLocalTime());
-  line.FormatLogProlog(message.where.pszFile, message.where.iLine, 0);
-  return WyLogDetail::FormatTexts(line, message.uId,
-                                  WyLogDetail::CpaArgument<Arguments>(arguments)...) &&
-         logger.LogErrMsg(line);
+  return WyLogDetail::WithStatement<Arguments...>(
+      message, [&](const WyLogDetail::Statement& statement) { return statement.Log(logger); },
+      WyLogDetail::ToText(arguments)...);
 }
 template <typename... Arguments>
 bool WyLog(const WyMessageAt& message, const Arguments&... arguments) {

@@ -99,6 +99,14 @@ namespace WyLogDetail {
   return true;
 }
 
+// Logs a statement with what was left out at its end.
+inline auto LogWithRate(CWyLogger& logger, const WyRateDecision& decision) {
+  return [&](const Statement& statement) {
+    CWyErrLogMessage line(logger.ShouldUseLocalTime());
+    return statement.Format(line) && AppendRate(line, decision) && logger.LogErrMsg(line);
+  };
+}
+
 template <typename... Arguments>
 WyMessageAt Place(unsigned int uMessageId, const WyCallSite& where, const Arguments&...) {
   return {uMessageId, where};
@@ -120,11 +128,8 @@ std::enable_if_t<IsMessageId<Message>, bool> LogLimited(const WyRateDecision& de
                                                         const WyCallSite& where, CWyLogger& logger,
                                                         const Message& message,
                                                         const Arguments&... arguments) {
-  const WyMessageAt at = Place(message, where, arguments...);
-  CWyErrLogMessage line(logger.ShouldUseLocalTime());
-  line.FormatLogProlog(at.where.pszFile, at.where.iLine, 0);
-  return FormatTexts(line, at.uId, CpaArgument<Arguments>(arguments)...) &&
-         AppendRate(line, decision) && logger.LogErrMsg(line);
+  return WithStatement<Arguments...>(Place(message, where, arguments...),
+                                     LogWithRate(logger, decision), ToText(arguments)...);
 }
 template <typename Message, typename... Arguments>
 std::enable_if_t<IsMessageId<Message>, bool> LogLimited(const WyRateDecision& decision,
@@ -146,9 +151,7 @@ inline bool LogLimitedVA(const WyRateDecision& decision, const WyCallSite& where
     __attribute__((format(printf, 5, 0)));
 inline bool LogLimitedVA(const WyRateDecision& decision, const WyCallSite& where, CWyLogger& logger,
                          WySeverity::Number severity, const char* pszFormat, va_list args) {
-  CWyErrLogMessage line(logger.ShouldUseLocalTime());
-  return FormatTextLineVA(line, {severity, where}, pszFormat, args) && AppendRate(line, decision) &&
-         logger.LogErrMsg(line);
+  return WithTextVA({severity, where}, LogWithRate(logger, decision), pszFormat, args);
 }
 inline bool LogLimited(const WyRateDecision& decision, const WyCallSite& where, CWyLogger& logger,
                        WySeverity::Number severity, const char* pszFormat, ...) {

@@ -8,42 +8,37 @@
 // writes the line "[pid/tid][date][file:line][WARNING][wy-log-00000] 3 of 20000 sessions left".
 // Users include wyerrlog/WyLog.h, which includes this header.
 
+#include <algorithm>
 #include <cstdarg>
 #include <cstdio>
-#include <string_view>
 
 #include "wyerrlog/WyCallSite.h"
+#include "wyerrlog/WyLogStatement.h"
 #include "wyerrlog/WyLogger.h"
 #include "wyerrlog/WyToText.h"
 
 namespace WyLogDetail {
 
-// Appends the message to the line. Returns false if there was no memory to escape a text.
-template <typename... Texts>
-bool FormatTexts(CWyErrLogMessage& line, unsigned int uId, const Texts&... texts) {
-  if (!(... && texts.IsComplete())) return false;
-  line.FormatMessage(uId, texts.View()...);
-  return true;
-}
-
-// Formats the line of a text: message 1 of the built-in component, which is its first argument.
-template <typename Text>
-bool FormatTextLine(CWyErrLogMessage& line, const WySeverityAt& severity, const Text& text) {
-  line.FormatLogProlog(severity.where.pszFile, severity.where.iLine, 0);
+// Calls `use` with the statement of a text: message 1 of the built-in component, which is its first
+// argument.
+template <typename Use>
+bool WithText(const WySeverityAt& severity, const Use& use, const TextRef& text,
+              unsigned int uAsTheyAre) {
   constexpr unsigned int BuiltIn = WyComponentId(1);
-  return FormatTexts(line, WyMessageId(BuiltIn, severity.severity, 1), CpaArgument<Text>(text));
+  return use(Statement{WyMessageId(BuiltIn, severity.severity, 1), severity.where.iLine,
+                       FilePart(severity.where.pszFile), &text, 1, uAsTheyAre});
 }
 
 // The same with a printf-formatted text, cut to 4095 bytes.
-inline bool FormatTextLineVA(CWyErrLogMessage& line, const WySeverityAt& severity,
-                             const char* pszFormat, va_list args)
-    __attribute__((format(printf, 3, 0)));
-inline bool FormatTextLineVA(CWyErrLogMessage& line, const WySeverityAt& severity,
-                             const char* pszFormat, va_list args) {
+template <typename Use>
+__attribute__((format(printf, 3, 0))) bool WithTextVA(const WySeverityAt& severity, const Use& use,
+                                                      const char* pszFormat, va_list args) {
   constexpr int TextSize = 4096;  // bytes, with the terminator: the limit of a message's text
   char szText[TextSize];
-  if (pszFormat == nullptr || std::vsnprintf(szText, TextSize, pszFormat, args) < 0) return false;
-  return FormatTextLine(line, severity, static_cast<const char*>(szText));
+  const int iLength = pszFormat != nullptr ? std::vsnprintf(szText, TextSize, pszFormat, args) : -1;
+  if (iLength < 0) return false;
+  const std::size_t uLength = static_cast<std::size_t>(std::min(iLength, TextSize - 1));
+  return WithText(severity, use, {szText, uLength, true}, 0);
 }
 
 }  // namespace WyLogDetail
@@ -64,8 +59,9 @@ inline bool WyLogText(const WySeverityAt& severity, const char* pszFormat, ...)
 
 inline bool WyLogTextVA(CWyLogger& logger, const WySeverityAt& severity, const char* pszFormat,
                         va_list args) {
-  CWyErrLogMessage line(logger.ShouldUseLocalTime());
-  return WyLogDetail::FormatTextLineVA(line, severity, pszFormat, args) && logger.LogErrMsg(line);
+  return WyLogDetail::WithTextVA(
+      severity, [&](const WyLogDetail::Statement& statement) { return statement.Log(logger); },
+      pszFormat, args);
 }
 inline bool WyLogText(CWyLogger& logger, const WySeverityAt& severity, const char* pszFormat, ...) {
   va_list args;
@@ -84,8 +80,9 @@ inline bool WyLogText(const WySeverityAt& severity, const char* pszFormat, ...) 
 
 // The same with a text that is written as it stands, with its newlines: WyRaw(strTable).
 inline bool WyLogText(CWyLogger& logger, const WySeverityAt& severity, const WyRawText& text) {
-  CWyErrLogMessage line(logger.ShouldUseLocalTime());
-  return WyLogDetail::FormatTextLine(line, severity, text) && logger.LogErrMsg(line);
+  return WyLogDetail::WithText(
+      severity, [&](const WyLogDetail::Statement& statement) { return statement.Log(logger); },
+      WyLogDetail::ToText(text).Ref(), 1);
 }
 inline bool WyLogText(const WySeverityAt& severity, const WyRawText& text) {
   return WyLogText(*theLogger(), severity, text);

@@ -168,6 +168,14 @@ inline CpaBorrowedText Borrow(const char* pszText) {
   return {{pszText, pszText != nullptr ? std::strlen(pszText) : 0, true}};
 }
 
+// A text ends with its first zero byte.
+inline std::size_t SizeUpToZero(const WyRawText& text) {
+  const auto* const pZero = text.uSize != 0
+                                ? static_cast<const char*>(std::memchr(text.pszText, 0, text.uSize))
+                                : nullptr;
+  return pZero != nullptr ? static_cast<std::size_t>(pZero - text.pszText) : text.uSize;
+}
+
 // Returns a value as a text, valid as long as both the value and the result exist.
 template <typename T>
 auto ToText(const T& value) {
@@ -189,7 +197,8 @@ auto ToText(const T& value) {
   } else if constexpr (std::is_enum_v<T>) {
     return CpaShortText(+static_cast<std::underlying_type_t<T>>(value));
   } else if constexpr (std::is_same_v<T, WyRawText>) {
-    return CpaBorrowedText{{value.pszText, value.uSize, value.bTerminated}};
+    const std::size_t uSize = value.bTerminated ? value.uSize : SizeUpToZero(value);
+    return CpaBorrowedText{{value.pszText, uSize, value.bTerminated}};
   } else if constexpr (IsOptional<T>::value) {
     using Text = decltype(ToText(*value));
     return value ? CpaOptionalText<Text>{ToText(*value)} : CpaOptionalText<Text>{std::nullopt};

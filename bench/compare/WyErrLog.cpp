@@ -53,6 +53,19 @@ using Printf = ErrorLog<[](CWyErrLogMessage& msg, const Record& record) {
   msg.FormatLogMessage(Agent::RefusedPrintf, record.pszUser, record.pszAction, record.pszResource);
 }>;
 
+// The same line as Translated, by the front end.
+class Statement : public Contestant {
+ public:
+  explicit Statement(const Workload& workload) {
+    Check(theLogger()->SetLogOutput(NewFile(workload)), "no error log");
+  }
+  void Log(const Records& records) override {
+    LogEach(records, [](const Record& record) {
+      return WyLog(Agent::Refused, record.pszUser, record.pszAction, record.pszResource);
+    });
+  }
+};
+
 class Audit : public Contestant {
  public:
   explicit Audit(const Workload& workload) {
@@ -128,6 +141,7 @@ std::unique_ptr<Contestant> NewContestant(const Workload& workload) {
   bench::ProvideComponent();
   const std::string& strCase = workload.strCase;
   if (strCase == "translated") return std::make_unique<Translated>(workload);
+  if (strCase == "statement") return std::make_unique<Statement>(workload);
   if (strCase == "printf") return std::make_unique<Printf>(workload);
   if (strCase == "audit") return std::make_unique<Audit>(workload);
   if (strCase == "filtered") return std::make_unique<Filtered>(workload);

@@ -25,14 +25,16 @@ class Case:
 
 
 MESSAGES = [
-    Case("message, translated", "translated", 1.25, ["cached", LIBRARY, *PEERS]),
-    Case("message, printf-style", "printf", 1.35, [LIBRARY]),
-    Case("audit record", "audit", 1.30, [LIBRARY]),
+    Case("message, by WyLog", "statement", 1.25, [LIBRARY]),
+    Case("message, translated", "translated", 1.30, ["cached", LIBRARY, *PEERS]),
+    Case("message, printf-style", "printf", 1.22, [LIBRARY]),
+    Case("audit record", "audit", 1.17, [LIBRARY]),
     Case("trace, bracketed", "trace0", 1.50, [LIBRARY]),
     Case("trace, fixed width", "trace1", 1.50, [LIBRARY]),
     Case("trace, delimited", "trace2", 1.50, [LIBRARY]),
     Case("trace, XML", "trace3", 1.50, [LIBRARY]),
-    Case("message, limited file (mode 3)", "translated", 1.40, [LIBRARY, *PEERS], LIMITED_APPEND),
+    Case("message, limited file (mode 3)", "statement", 1.40, [LIBRARY], LIMITED_APPEND),
+    Case("same, by the classes", "translated", 1.40, [LIBRARY, *PEERS], LIMITED_APPEND),
     Case("message, limited file (mode 4)", "translated", 1.40, [LIBRARY], LIMITED_BACKUP),
 ]
 THREADS = [
@@ -71,6 +73,7 @@ VALUES = [rb"\d\d/\d\d/\d{4}", rb"\d\d:\d\d:\d\d\.\d{3}", rb"\d+", rb"\d+", rb"A
 NAMES = [b"Date", b"PreciseTime", b"Pid", b"Tid", b"SrcFile", b"Function", b"Message"]
 RECORD = {
     "translated": MESSAGE,
+    "statement": MESSAGE,
     "printf": MESSAGE,
     "audit": rb'\[%s\] decision=deny client="192\.0\.2\.117" user="%s" action="%s" resource="%s" '
              rb"rule=41\n" % (DATE, *ARGUMENTS),

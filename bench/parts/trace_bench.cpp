@@ -44,7 +44,10 @@ void WholeRecord(benchmark::State& state) {
   for (auto _ : state) benchmark::DoNotOptimize(Trace());
   theLogger()->DisableTrace(false);
 }
-BENCHMARK(WholeRecord)->DenseRange(WyTraceLayout::Brackets, WyTraceLayout::Xml)->ArgName("layout");
+BENCHMARK(WholeRecord)
+    ->DenseRange(WyTraceLayout::Brackets, WyTraceLayout::Xml)
+    ->Arg(WyTraceLayout::Json)
+    ->ArgName("layout");
 
 void Filtered(benchmark::State& state) {
   TurnTracingOn(bench::SevenFieldsOfNobody);
@@ -80,7 +83,10 @@ void Layout(benchmark::State& state) {
     benchmark::DoNotOptimize(pData->AssembleTraceMessage(&msg, WyTraceLine::Values));
   }
 }
-BENCHMARK(Layout)->DenseRange(WyTraceLayout::Brackets, WyTraceLayout::Xml)->ArgName("layout");
+BENCHMARK(Layout)
+    ->DenseRange(WyTraceLayout::Brackets, WyTraceLayout::Xml)
+    ->Arg(WyTraceLayout::Json)
+    ->ArgName("layout");
 
 void SetAndEmpty(benchmark::State& state) {
   const auto pData = NewRecord(WyTraceLayout::Brackets);
