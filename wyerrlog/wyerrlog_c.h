@@ -47,7 +47,8 @@
 // (WyEscape.h).
 //
 // Interface. Opaque types and functions with plain names alone; structures keep their layout,
-// numbers keep their meaning. The one macro is for the place of a call.
+// numbers keep their meaning. Parameters that take an enumerator are int: every value may be
+// passed, and one that does not exist is refused. The one macro is for the place of a call.
 
 #include <stdarg.h>
 #include <stddef.h>
@@ -145,7 +146,7 @@ int wyerrlog_audit_to_descriptor(wyerrlog_logger* logger, int descriptor, int pr
 
 // Closes a log: it has no output any more, and a trace is off. Waits for the calls under way. A
 // module that is unloaded, and the host of a trace that is switched off, call it.
-int wyerrlog_close(wyerrlog_logger* logger, enum wyerrlog_log log);
+int wyerrlog_close(wyerrlog_logger* logger, int log);
 
 // Returns why the last function of this section, or wyerrlog_set_resource_directory, failed on this
 // thread: one sentence without a newline, such as
@@ -165,8 +166,7 @@ enum wyerrlog_severity { WYERRLOG_INFORMATION = 1, WYERRLOG_WARNING = 2, WYERRLO
 // itself), and of a message, by its number (1 to 16383) in the component. For constants write the
 // same as an expression: component << 24 | sub-component << 16 | severity << 14 | number.
 uint32_t wyerrlog_component_id(unsigned int component, unsigned int sub_component);
-uint32_t wyerrlog_message_id(uint32_t component_id, enum wyerrlog_severity severity,
-                             unsigned int number);
+uint32_t wyerrlog_message_id(uint32_t component_id, int severity, unsigned int number);
 
 // Logs a message of a component in the administrator's language: one line of the error log. The
 // arguments, at most 13 texts (const char*), replace "{0}", "{1}" ... in the text of the catalog;
@@ -185,10 +185,9 @@ int wyerrlog_message_array(wyerrlog_logger* logger, const char* file, int line,
 // format. The text is cut to 4095 bytes, and has no newline at its end. Fails with EINVAL for a
 // format that is NULL or cannot be formatted.
 int wyerrlog_text(wyerrlog_logger* logger, const char* file, int line, const char* function,
-                  enum wyerrlog_severity severity, const char* format, ...)
-    __attribute__((format(printf, 6, 7)));
+                  int severity, const char* format, ...) __attribute__((format(printf, 6, 7)));
 int wyerrlog_vtext(wyerrlog_logger* logger, const char* file, int line, const char* function,
-                   enum wyerrlog_severity severity, const char* format, va_list arguments)
+                   int severity, const char* format, va_list arguments)
     __attribute__((format(printf, 6, 0)));
 
 // ---- Audit records ------------------------------------------------------------------------------
@@ -196,7 +195,7 @@ int wyerrlog_vtext(wyerrlog_logger* logger, const char* file, int line, const ch
 // The form of typed records: "time=... event="login" user="alice" status=403", or a JSON object on
 // a line. Set for all loggers of the process; docs/formats.md describes both.
 enum wyerrlog_audit_format { WYERRLOG_LOGFMT = 0, WYERRLOG_JSON = 1 };
-int wyerrlog_set_audit_format(enum wyerrlog_audit_format format);
+int wyerrlog_set_audit_format(int format);
 
 // A typed audit record while it is filled, on one thread:
 //
@@ -278,14 +277,14 @@ wyerrlog_trace* wyerrlog_trace_begin(wyerrlog_logger* logger, const char* file, 
 
 // Returns 1 if the value of a field will be used: the configuration shows it, and no filter has
 // dropped the record.
-int wyerrlog_trace_wants(const wyerrlog_trace* trace, enum wyerrlog_field field);
+int wyerrlog_trace_wants(const wyerrlog_trace* trace, int field);
 
 // Set a field if the configuration shows it; the first value that a filter rejects drops the
 // record. Texts are copied and escaped; NULL is "". wyerrlog_trace_message sets the field Message,
 // formatted only if it is shown. A field out of range is ignored.
-void wyerrlog_trace_set(wyerrlog_trace* trace, enum wyerrlog_field field, const char* text);
-void wyerrlog_trace_set_int(wyerrlog_trace* trace, enum wyerrlog_field field, int64_t value);
-void wyerrlog_trace_set_double(wyerrlog_trace* trace, enum wyerrlog_field field, double value);
+void wyerrlog_trace_set(wyerrlog_trace* trace, int field, const char* text);
+void wyerrlog_trace_set_int(wyerrlog_trace* trace, int field, int64_t value);
+void wyerrlog_trace_set_double(wyerrlog_trace* trace, int field, double value);
 void wyerrlog_trace_message(wyerrlog_trace* trace, const char* format, ...)
     __attribute__((format(printf, 2, 3)));
 
@@ -322,8 +321,8 @@ void wyerrlog_fields_free(wyerrlog_fields* fields);
 
 // Set a field, or replace its value; a NULL text is "". Return 0 for NULL fields and a field out of
 // range (EINVAL), and if memory allocation fails.
-int wyerrlog_fields_set(wyerrlog_fields* fields, enum wyerrlog_field field, const char* text);
-int wyerrlog_fields_set_int(wyerrlog_fields* fields, enum wyerrlog_field field, int64_t value);
+int wyerrlog_fields_set(wyerrlog_fields* fields, int field, const char* text);
+int wyerrlog_fields_set_int(wyerrlog_fields* fields, int field, int64_t value);
 
 // The time during which a thread serves a request. Begins with a copy of the fields (NULL: with
 // none), and nests: an inner scope adds fields, or replaces those of the same number until it ends.
@@ -333,8 +332,8 @@ wyerrlog_scope* wyerrlog_scope_begin(const wyerrlog_fields* fields);
 
 // Set a field of a scope that becomes known later, the user for instance. As above; on the scope's
 // thread.
-int wyerrlog_scope_set(wyerrlog_scope* scope, enum wyerrlog_field field, const char* text);
-int wyerrlog_scope_set_int(wyerrlog_scope* scope, enum wyerrlog_field field, int64_t value);
+int wyerrlog_scope_set(wyerrlog_scope* scope, int field, const char* text);
+int wyerrlog_scope_set_int(wyerrlog_scope* scope, int field, int64_t value);
 
 // Ends the scope, and those within it that have not been ended. Returns 0 (EINVAL), and does
 // nothing, for NULL and for a scope that is not one of the calling thread's.
@@ -353,7 +352,7 @@ typedef struct wyerrlog_loss {
 
 // Stores the account of a log. Takes no lock. Returns 0 (EINVAL) for a log that does not exist or
 // NULL.
-int wyerrlog_get_loss(wyerrlog_logger* logger, enum wyerrlog_log log, wyerrlog_loss* loss);
+int wyerrlog_get_loss(wyerrlog_logger* logger, int log, wyerrlog_loss* loss);
 
 // Has a function of the host called, on the thread that logs, when a log of the logger begins to
 // lose records and when it ceases to; `param` is passed on. It replaces the former one; NULL
