@@ -341,13 +341,12 @@ int wyerrlog_scope_end(wyerrlog_scope* scope);
 
 // ---- Losses -------------------------------------------------------------------------------------
 
-// The account of a log: the records that it has refused, whether it loses records at present, since
-// when (seconds since the Epoch; 0: never), and errno of the last one. See WyLogLoss.h.
+// The account of a log, from the creation of its logger on. See WyLogLoss.h.
 typedef struct wyerrlog_loss {
-  uint64_t refused;
-  int64_t since;
-  int losing;
-  int error;
+  uint64_t refused;  // records that could not be written
+  int64_t since;     // when the present or last loss began, in seconds since the Epoch; 0: never
+  int losing;        // 1 from a refused record on until the next one that is written
+  int error;         // errno of the last refused record
 } wyerrlog_loss;
 
 // Stores the account of a log. Takes no lock. Returns 0 (EINVAL) for a log that does not exist or

@@ -82,8 +82,7 @@ bool CWySharedFile::OpenFile() {
     const int hFile = WyOpen(m_strPath.c_str(), OpenFlags(), 0);
     if (hFile >= 0) return Adopt(hFile);
     if (errno != ENOENT) return false;
-    if (Publish()) return true;
-    if (errno != EEXIST) return false;
+    if (!Publish() && errno != EEXIST) return false;
   }
   return false;
 }
@@ -95,26 +94,26 @@ int CWySharedFile::OpenFlags() const {
 }
 
 // Creates the file without a name, completes it, and gives it the name unless another process was
-// first (EEXIST). Without such files (O_TMPFILE), or without /proc, it is created under its name:
+// first (EEXIST). The caller opens it by its name: for /proc the descriptor here stays one of a
+// deleted file. Without such files (O_TMPFILE), or without /proc, it is created under its name:
 // then another process's record may precede the headers.
 bool CWySharedFile::Publish() {
   const std::string strDirectory = m_strPath.substr(0, m_strPath.rfind('/') + 1);
   const auto iPermissions = static_cast<int>(Permissions());
-  int hFile = WyOpen(strDirectory.c_str(), OpenFlags() | O_TMPFILE, iPermissions);
-  if (hFile >= 0) {
+  {
+    const Descriptor file(WyOpen(strDirectory.c_str(), OpenFlags() | O_TMPFILE, iPermissions));
     char szPath[32];
-    std::snprintf(szPath, sizeof szPath, "/proc/self/fd/%d", hFile);
-    if (Prepare(hFile) &&
-        linkat(AT_FDCWD, szPath, AT_FDCWD, m_strPath.c_str(), AT_SYMLINK_FOLLOW) == 0) {
-      return Adopt(hFile);
+    std::snprintf(szPath, sizeof szPath, "/proc/self/fd/%d", file.Get());
+    if (file.Get() >= 0 && Prepare(file.Get())) {
+      if (linkat(AT_FDCWD, szPath, AT_FDCWD, m_strPath.c_str(), AT_SYMLINK_FOLLOW) == 0)
+        return true;
+      if (errno == EEXIST) return false;
     }
-    CloseAndFail(hFile);
-    if (errno == EEXIST) return false;
   }
-  hFile = WyOpen(m_strPath.c_str(), OpenFlags() | O_CREAT | O_EXCL, iPermissions);
-  if (hFile < 0) return false;
-  static_cast<void>(Prepare(hFile));
-  return Adopt(hFile);
+  const Descriptor file(WyOpen(m_strPath.c_str(), OpenFlags() | O_CREAT | O_EXCL, iPermissions));
+  if (file.Get() < 0) return false;
+  static_cast<void>(Prepare(file.Get()));
+  return true;
 }
 
 // The descriptor takes the place of the open one, which is closed; on failure it is closed itself.
