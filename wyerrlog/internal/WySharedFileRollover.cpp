@@ -219,15 +219,19 @@ bool CWySharedFile::IsNamed(const std::string& strPath, const struct stat& file)
          named.st_ino == file.st_ino;
 }
 
-// A file that has become a backup has records: one without is what a killed process has created.
+// A file that has become a backup has records. What a killed process has created has a part of the
+// headers at most.
 void CWySharedFile::DeleteLeftOver() const {
   CWyBackups backups = BackupsOf(m_strPath);
-  struct stat status;
   if (!backups.Read()) return;
   const std::string strNewest = backups.Newest();
-  if (strNewest.empty() || stat(strNewest.c_str(), &status) != 0) return;
-  const bool bEmpty = status.st_size <= static_cast<off_t>(m_strHeaders.size());
-  if (bEmpty && S_ISREG(status.st_mode)) WyUnlink(strNewest.c_str());
+  if (strNewest.empty()) return;
+  const Descriptor file(WyOpen(strNewest.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY, 0));
+  std::string strText(m_strHeaders.size() + 1, '\0');
+  const ssize_t lRead = pread(file.Get(), strText.data(), strText.size(), 0);
+  if (lRead < 0) return;
+  strText.resize(static_cast<size_t>(lRead));
+  if (m_strHeaders.starts_with(strText)) WyUnlink(strNewest.c_str());
 }
 
 // Creates the next file under the name of the next backup. Returns its descriptor, or -1.
