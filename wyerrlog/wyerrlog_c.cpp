@@ -5,12 +5,8 @@
 
 #include <wyxlate/WyXlate.h>
 
-#include <array>
 #include <atomic>
 #include <cstring>
-#include <optional>
-#include <string_view>
-#include <utility>
 
 #include "wyerrlog/WyErrLogVersion.h"
 #include "wyerrlog/WyLog.h"
@@ -53,23 +49,6 @@ const char* wyerrlog_version(void) { return WYERRLOG_VERSION; }
 namespace {
 
 constexpr size_t MaxArguments = CpaArgList::MaxArguments;
-using Texts = std::array<std::string_view, MaxArguments>;
-
-template <size_t... uIndices>
-void FormatWith(CWyErrLogMessage& line, unsigned int uId, const Texts& texts,
-                std::index_sequence<uIndices...>) {
-  line.FormatMessage(uId, texts[uIndices]...);
-}
-
-// The number of arguments is known at run time alone: one call for each number.
-template <size_t uCount = 0>
-void Format(CWyErrLogMessage& line, unsigned int uId, const Texts& texts, size_t uGiven) {
-  if (uGiven == uCount) {
-    FormatWith(line, uId, texts, std::make_index_sequence<uCount>());
-  } else if constexpr (uCount < MaxArguments) {
-    Format<uCount + 1>(line, uId, texts, uGiven);
-  }
-}
 
 }  // namespace
 
@@ -86,18 +65,12 @@ int wyerrlog_message_array(wyerrlog_logger* logger, const char* file, int line,
                            const char* const* arguments) {
   if (count > MaxArguments || (count != 0 && arguments == nullptr)) return WyFailForC(EINVAL, 0);
   return WyCallFromC(0, [&] {
-    CWyLogger& target = WyLoggerOf(logger);
+    WyLogDetail::TextRef aTexts[MaxArguments];
+    for (size_t u = 0; u < count; ++u) aTexts[u] = WyLogDetail::Borrow(arguments[u]).Ref();
     const WyCallSite where = WyPlaceOf(file, line, function);
-    std::array<std::optional<WyLogDetail::CpaArgument<const char*>>, MaxArguments> escaped;
-    Texts texts;
-    for (size_t u = 0; u < count; ++u) {
-      if (!escaped[u].emplace(arguments[u]).IsComplete()) return WyFailForC(ENOMEM, 0);
-      texts[u] = escaped[u]->View();
-    }
-    CWyErrLogMessage message(target.ShouldUseLocalTime());
-    message.FormatLogProlog(where.pszFile, where.iLine, 0);
-    Format(message, id, texts, count);
-    return target.LogErrMsg(message) ? 1 : 0;
+    const WyLogDetail::Statement statement = {
+        id, where.iLine, WyLogDetail::FilePart(where.pszFile), aTexts, count, 0};
+    return statement.Log(WyLoggerOf(logger)) ? 1 : 0;
   });
 }
 
@@ -120,14 +93,15 @@ int wyerrlog_vtext(wyerrlog_logger* logger, const char* file, int line, const ch
     return WyFailForC(EINVAL, 0);
   }
   return WyCallFromC(0, [&] {
-    CWyLogger& target = WyLoggerOf(logger);
     const WySeverityAt at(static_cast<WySeverity::Number>(severity),
                           WyPlaceOf(file, line, function));
-    CWyErrLogMessage message(target.ShouldUseLocalTime());
-    if (!WyLogDetail::FormatTextLineVA(message, at, format, arguments)) {
-      return WyFailForC(EINVAL, 0);
-    }
-    return target.LogErrMsg(message) ? 1 : 0;
+    bool bFormatted = false;
+    const auto log = [&](const WyLogDetail::Statement& statement) {
+      bFormatted = true;
+      return statement.Log(WyLoggerOf(logger));
+    };
+    if (WyLogDetail::WithTextVA(at, log, format, arguments)) return 1;
+    return bFormatted ? 0 : WyFailForC(EINVAL, 0);
   });
 }
 
