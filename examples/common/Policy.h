@@ -1,5 +1,5 @@
-#ifndef ACCESS_AGENT_POLICY_H
-#define ACCESS_AGENT_POLICY_H
+#ifndef AGENT_COMMON_POLICY_H
+#define AGENT_COMMON_POLICY_H
 
 // The access policy: the users with their passwords and groups, and the rules, from a text file.
 // The comments of demo/policy.conf describe the format.

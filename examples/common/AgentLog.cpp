@@ -1,5 +1,5 @@
-// Installs the outputs of every tenant's logger, turns tracing on and off, and writes audit
-// records. An output that a logger has refused still belongs to the agent, which deletes it.
+// Installs the outputs of every tenant's logger, and turns tracing on and off. An output that a
+// logger has refused still belongs to the agent, which deletes it.
 
 #include "AgentLog.h"
 
@@ -20,19 +20,31 @@
 // ---- Outputs ------------------------------------------------------------------------------------
 
 AgentLog::AgentLog(AgentLogOptions options) : m_options(std::move(options)) {
-  m_tenants[""] = {theLogger(), m_options.strDirectory};
+  const std::string& strOwn = m_options.strLogger;
+  m_tenants[""] = {strOwn.empty() ? theLogger() : getMyLogger(strOwn.c_str()),
+                   m_options.strDirectory};
   for (const std::string& strTenant : m_options.tenants) {
-    m_tenants[strTenant] = {getMyLogger(strTenant.c_str()),
+    m_tenants[strTenant] = {getMyLogger(LoggerName(strTenant).c_str()),
                             m_options.strDirectory + "/" + strTenant};
   }
   for (const auto& [strName, tenant] : m_tenants) tenant.pLogger->UseLocalTime(true);
 }
 
 AgentLog::~AgentLog() {
-  for (const std::string& strTenant : m_options.tenants) removeMyLogger(strTenant.c_str());
+  for (const std::string& strTenant : m_options.tenants) {
+    removeMyLogger(LoggerName(strTenant).c_str());
+  }
+  if (!m_options.strLogger.empty()) {
+    removeMyLogger(m_options.strLogger.c_str());
+    return;
+  }
   theLogger()->DisableTrace(false);
   theLogger()->DisableAuditLog();
   theLogger()->DisableLog();
+}
+
+std::string AgentLog::LoggerName(const std::string& strTenant) const {
+  return m_options.strLogger.empty() ? strTenant : m_options.strLogger + "/" + strTenant;
 }
 
 bool AgentLog::Open(std::string& strReason) {
@@ -75,7 +87,7 @@ CWyLogOutput* AgentLog::NewFileOutput(const Tenant& tenant, const char* pszName)
 
 // Each sealed log has keys of its own, so the tenants' logs, which have none, are not sealed.
 CWyLogOutput* AgentLog::NewAuditOutput(const Tenant& tenant) const {
-  if (m_options.strSealKeys.empty() || tenant.pLogger != theLogger()) {
+  if (m_options.strSealKeys.empty() || tenant.pLogger != m_tenants.at("").pLogger) {
     return NewFileOutput(tenant, "audit.log");
   }
   WyFileOptions file;
@@ -142,23 +154,4 @@ void AgentLog::TurnTracingOff() const {
     tenant.pLogger->DisableTrace(false);
     WyLog(*tenant.pLogger, IsAuthorized::TracingOff);
   }
-}
-
-// ---- Audit log ----------------------------------------------------------------------------------
-
-bool AgentLog::Audit(const AccessRequest& request, Decision decision, int iStatus,
-                     WyCallSite where) const {
-  CWyLogger& logger = LoggerOf(request);
-  const bool bWritten = WY_AUDIT(logger, DecisionText(decision))
-                            .Set("user", request.strUser)
-                            .Set("client", request.strClient)
-                            .Set("method", request.strMethod)
-                            .Set("resource", request.strResource)
-                            .Set("rule", request.iRule)
-                            .Set("status", iStatus)
-                            .Write();
-  if (!bWritten) {
-    WyLog(logger, {IsAuthorized::AuditFailed, where}, Who(Resource(request), request));
-  }
-  return bWritten;
 }

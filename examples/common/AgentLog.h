@@ -1,11 +1,12 @@
-#ifndef ACCESS_AGENT_AGENTLOG_H
-#define ACCESS_AGENT_AGENTLOG_H
+#ifndef AGENT_COMMON_AGENTLOG_H
+#define AGENT_COMMON_AGENTLOG_H
 
 // The agent's logs: their outputs, and the logger of each request. The code that serves a request
 // writes its records, each with one statement: WyLog(log.LoggerOf(request), ...).
 //
 // Each tenant has a logger of its own, with its own error log, audit log and trace. The default
-// tenant has the process logger, which also logs messages about the agent itself.
+// tenant has the process logger, or in a module of a server, where other modules may use that one,
+// a logger of the agent's name.
 
 #include <wyerrlog/WyLog.h>
 
@@ -16,6 +17,7 @@
 #include "AccessRequest.h"
 
 struct AgentLogOptions {
+  std::string strLogger;          // name of the agent's logger; empty: the process logger
   std::string strDirectory;       // of error.log, audit.log and trace.log
   std::set<std::string> tenants;  // host names; each has a folder of its name in strDirectory
   std::string strMessages;        // folder of the message catalogs
@@ -48,8 +50,8 @@ class AgentLog {
   // The logger of the request's tenant.
   CWyLogger& LoggerOf(const AccessRequest& request) const;
 
-  // Writes the audit record of one decision. If it cannot be written, returns false and logs an
-  // error; the caller must then refuse the request.
+  // Writes the audit record of one decision; the status is left out if it is 0. If it cannot be
+  // written, returns false and logs an error; the caller must then refuse the request.
   bool Audit(const AccessRequest& request, Decision decision, int iStatus,
              WyCallSite where = WyCallSite::Here()) const;
 
@@ -65,6 +67,7 @@ class AgentLog {
     std::string strDirectory;
   };
 
+  std::string LoggerName(const std::string& strTenant) const;
   bool OpenLogs(const Tenant& tenant) const;
   bool TurnTracingOn(const Tenant& tenant) const;
   void LogTraceFindings(const Tenant& tenant) const;
