@@ -83,6 +83,9 @@ class WYERRLOG_API CWyAuditRecord {
   // without an output, if memory allocation fails, and after the first call.
   bool Write();
 
+  // Gives the record up: neither Write nor the destructor writes it.
+  void Drop() { m_bWritten = true; }
+
  private:
   enum class Kind { Text, Number, Raw };
 

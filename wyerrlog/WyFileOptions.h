@@ -40,6 +40,10 @@ struct WyFileOptions {
   // Backups that were made more than so many days ago are deleted at each rollover and when the
   // file is opened; 0 keeps them.
   int maxAgeDays = 0;
+  // Whether several processes write to the file and any of them may roll it over, in each mode but
+  // 0: workers that are forked, programs with a common log. All of them set it, with the same other
+  // options. CWyAuditFileOutput says what holds then.
+  bool shared = false;
 };
 
 #endif

@@ -28,10 +28,11 @@ const char* WyFlagName(unsigned int uBit) {
 }
 
 void CWyByteBuffer::Resize(std::size_t uSize) {
-  void* const p = std::realloc(m_pBytes.get(), uSize);
+  char* const p = static_cast<char*>(std::realloc(m_pBytes.get(), uSize + 1));
   if (p == nullptr) throw std::bad_alloc();
   static_cast<void>(m_pBytes.release());
-  m_pBytes.reset(static_cast<char*>(p));
+  m_pBytes.reset(p);
+  p[uSize] = '\0';
   m_uSize = uSize;
 }
 

@@ -39,7 +39,8 @@ struct WyRawRecord {
 };
 
 // Bytes that move or are copied only if the system cannot enlarge them in place, and are not
-// touched before they are used.
+// touched before they are used. A zero byte follows the last one: the address sanitizer reads up to
+// it where regexec(3) is given a part of the text.
 class CWyByteBuffer {
  public:
   explicit CWyByteBuffer(std::size_t uSize) { Resize(uSize); }
