@@ -5,7 +5,7 @@
 #include <string>
 #include <system_error>
 
-// The served folder. Requires: resources are valid (IsValidResource of AccessControl.h). A
+// The served folder. Requires: resources are valid (IsValidResource of Policy.h). A
 // symbolic link that leads out of the folder is treated as missing. Thread-safe.
 class Site {
  public:

@@ -4,8 +4,6 @@
 
 #include <wyerrlog/WyLog.h>
 
-#include <algorithm>
-
 #include "Credentials.h"
 #include "IsAuthorizedMessages.h"
 #include "LoginLogoutMessages.h"
@@ -19,19 +17,6 @@ const char* LoginText(LoginResult result) {
 }
 
 }  // namespace
-
-bool IsValidResource(const std::string& strResource) {
-  using namespace std::string_literals;
-  if (!strResource.starts_with('/')) return false;
-  if (strResource.find_first_of("\\\0"s) != std::string::npos) return false;
-  for (size_t uStart = 1; uStart < strResource.size();) {
-    const size_t uEnd = std::min(strResource.find('/', uStart), strResource.size());
-    const std::string strPart = strResource.substr(uStart, uEnd - uStart);
-    if (strPart.empty() || strPart == "." || strPart == "..") return false;
-    uStart = uEnd + 1;
-  }
-  return true;
-}
 
 Decision AccessControl::Decide(AccessRequest& request, const std::string& strAuthorization) const {
   if (!IsValidResource(request.strResource)) {

@@ -7,10 +7,6 @@
 #include "AgentLog.h"
 #include "Policy.h"
 
-// Returns true if a resource is a path from "/" whose parts are plain names: none is empty, "." or
-// "..", and none contains a zero byte or a backslash. The path may end with "/".
-bool IsValidResource(const std::string& strResource);
-
 // Decides requests by a policy, for any HTTP server. Thread-safe.
 class AccessControl {
  public:

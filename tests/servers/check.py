@@ -17,7 +17,7 @@ import time
 from pathlib import Path
 
 import records
-from servers import PROJECT, ROOT, TENANT, Apache, wait_until
+from servers import PROJECT, ROOT, TENANT, Apache, Nginx, wait_until
 
 RESTARTS = 10
 ALICE = "Basic YWxpY2U6bG9va2luZ2dsYXNz"  # alice:lookingglass
@@ -58,7 +58,7 @@ class Disturbance(threading.Thread):
     def __init__(self, server):
         super().__init__()
         self.server, self.stopped = server, threading.Event()
-        self.restarts = self.reloads = self.kills = self.switches = 0
+        self.restarts = self.others = self.kills = self.switches = 0
         self.failure = None
 
     def run(self):
@@ -71,9 +71,9 @@ class Disturbance(threading.Thread):
                     self.server.restart()
                     self.restarts += 1
                 if step == 5:
-                    self.server.reload()
-                    self.reloads += 1
-                self.switches += self.server.get(f"/trace?{('on', 'off')[step % 2]}", "POST")[0] == 200
+                    self.server.restart_otherwise()
+                    self.others += 1
+                self.switches += self.server.get(f"/trace?{('on', 'off')[step % 2]}", "POST")[0] in (200, 204)
                 if time.monotonic() >= next_kill:
                     next_kill += 1
                     self.kill_worker()
@@ -109,7 +109,7 @@ def check_load(server, requests):
 
     assert len(main) + len(tenant) > 0.9 * requests, f"only {len(main) + len(tenant)} answered"
     print(f"{server.name}: {requests} requests in {seconds:.1f} s, {disturbance.restarts} graceful restarts, "
-          f"{disturbance.reloads} reloads, {disturbance.kills} workers killed, "
+          f"{disturbance.others} {server.OTHER}, {disturbance.kills} workers killed, "
           f"{disturbance.switches} switches of tracing")
     print("  main:  ", records.check(server.logs, main))
     print("  tenant:", records.check(server.logs / TENANT, tenant))
@@ -209,6 +209,7 @@ def check_messages(server):
 
 KINDS = {f"apache-{mpm}": (lambda *args, mpm=mpm, **options: Apache(mpm, *args, **options))
          for mpm in ("prefork", "worker", "event")}
+KINDS["nginx"] = Nginx
 
 
 def main():

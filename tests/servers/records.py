@@ -10,7 +10,7 @@ AUDIT = re.compile(
     rf'resource={TEXT} rule=\d+(?: status=\d{{3}})?')
 MESSAGE = re.compile(r"\[\d+/\d+\]\[[\w :]+\]\[\w+\.\w+:\d+\]\[(?:INFO|WARNING|ERROR)\]\[([\w-]+)\] (.+)")
 REFUSAL = re.compile(r"\S+ \(([\w@+/-]+)\) .+")
-TRACE = re.compile(r"\[([\w@+/-]+)\]\[[^\[\]]+\]\[(?:allow|deny)\]")
+TRACE = re.compile(r"\[([\w@+/-]+)\]\[[^\[\]]+\]\[(?:allow|deny|unauthenticated)\]")
 TRACE_HEADS = {"[TransactionID][Resource][Result]", "[=============][========][======]"}
 REFUSALS = {"login-00001", "isauth-00008"}  # no login; no rule
 

@@ -47,7 +47,7 @@ class Server:
 
     def __init__(self, name, build, folder, wrapper=(), environment=None, language="C.UTF-8"):
         self.name, self.build, self.folder, self.wrapper = name, Path(build), Path(folder), wrapper
-        self.port, self.process, self.pid = free_port(), None, None
+        self.port, self.process, self.pid, self.session_id = free_port(), None, None, None
         self.environment = {"PATH": os.environ["PATH"], "LC_ALL": language, "ORVA_WA_ROOT": str(build),
                             "LD_LIBRARY_PATH": str(ROOT / "usr/lib/x86_64-linux-gnu"),
                             **(environment or {})}
@@ -73,41 +73,52 @@ class Server:
                   "folder": self.folder, "port": self.port, "tenant": TENANT, **self.values(), **settings}
         (self.folder / "server.conf").write_text(self.template().format(**values))
 
-    def start(self):
+    def launch(self):
         with open(self.folder / "stderr", "ab") as stderr:
-            self.process = subprocess.Popen([*self.wrapper, *self.command()], cwd=self.folder,
-                                            env=self.environment, stdin=subprocess.DEVNULL,
-                                            stdout=stderr, stderr=stderr, start_new_session=True)
-        self.pid = self.process.pid
-        wait_until(f"{self.name} listens", self.is_ready, 120)
+            return subprocess.Popen([*self.wrapper, *self.command()], cwd=self.folder,
+                                    env=self.environment, stdin=subprocess.DEVNULL,
+                                    stdout=stderr, stderr=stderr, start_new_session=True)
 
-    def is_ready(self):
-        if self.process.poll() is not None:
-            raise AssertionError(f"{self.name} ended with {self.process.returncode}: {self.errors()}")
-        return self.get("/public/index.html")[0] == 200
+    def start(self):
+        self.process = self.launch()
+        self.pid = self.session_id = self.process.pid
+        self.wait_until_ready()
+
+    def wait_until_ready(self):
+        def is_ready():
+            if self.has_ended():
+                raise AssertionError(f"{self.name} has ended: {self.errors()}")
+            return self.get("/public/index.html")[0] == 200
+
+        wait_until(f"{self.name} serves", is_ready, 120)
 
     def stop(self):
         """Ends the server gracefully: a worker that hangs would keep it. Returns the exit code."""
         os.kill(self.pid, self.GRACEFUL_STOP)
-        wait_until(f"{self.name} has ended", lambda: not self.session())
+        wait_until(f"{self.name} has ended", self.has_ended)
         return self.process.wait()
 
     def end(self):
         """Kills what is left of the session, also after a failure."""
-        if self.process is not None and self.session():
-            os.killpg(self.process.pid, signal.SIGKILL)
+        if self.session_id is not None:
+            for pid in self.session():
+                os.kill(pid, signal.SIGKILL)
+
+    def has_ended(self):
+        # A listing of /proc may miss a process that is just being created.
+        return not self.session() and (time.sleep(PAUSE) or not self.session())
 
     def session(self):
         """The processes of the server's session that have not ended."""
         found = []
         self.process.poll()
-        for folder in Path("/proc").glob("[0-9]*"):
+        for name in filter(str.isdigit, os.listdir("/proc")):
             try:
-                fields = (folder / "stat").read_text().rpartition(")")[2].split()
+                fields = Path(f"/proc/{name}/stat").read_text().rpartition(")")[2].split()
             except OSError:
                 continue
-            if int(fields[3]) == self.process.pid and fields[0] != "Z":
-                found.append(int(folder.name))
+            if int(fields[3]) == self.session_id and fields[0] != "Z":
+                found.append(int(name))
         return found
 
     def workers(self):
@@ -157,5 +168,54 @@ class Apache(Server):
         os.kill(self.pid, how)
         wait_until(f"{self.name} has restarted", lambda: self.generations() > before)
 
-    def reload(self):
+    OTHER = "restart at once"
+
+    def restart_otherwise(self):
         self.restart(signal.SIGHUP)
+
+
+class Nginx(Server):
+    GRACEFUL_STOP = signal.SIGQUIT
+    OTHER = "upgrade of the binary"
+
+    def __init__(self, *args, module="ngx_http_access_agent_module", **options):
+        self.module = module
+        super().__init__("nginx", *args, **options)
+
+    def template(self):
+        return (PROJECT / "tests/servers/nginx.conf").read_text()
+
+    def values(self):
+        return {"user": "user www-data;" if os.geteuid() == 0 else "", "module": self.module,
+                "options": ""}
+
+    def command(self):
+        return [ROOT / "usr/sbin/nginx", "-p", self.folder, "-c", self.folder / "server.conf"]
+
+    def start(self):
+        """The server puts itself into the background, in a session of its own."""
+        self.process = self.launch()
+        assert self.process.wait(60) == 0, self.errors()
+        wait_until("the server has written its id", self.id_in_file)
+        self.pid = self.session_id = self.id_in_file()
+        self.wait_until_ready()
+
+    def id_in_file(self):
+        path = self.folder / "run/nginx.pid"
+        return int(path.read_text() or 0) if path.exists() else 0
+
+    def restart(self):
+        """Reloads the configuration; returns when new workers run."""
+        before = self.workers()
+        os.kill(self.pid, signal.SIGHUP)
+        wait_until("new workers run", lambda: set(self.workers()) - set(before))
+
+    def restart_otherwise(self):
+        """Starts the binary anew, which takes over the sockets, and ends the old one gracefully."""
+        old = self.pid
+        os.kill(old, signal.SIGUSR2)
+        wait_until("the new binary runs", lambda: self.id_in_file() not in (0, old))
+        self.pid = self.id_in_file()
+        wait_until("it has workers", self.workers)
+        os.kill(old, signal.SIGQUIT)
+        wait_until("the old binary has ended", lambda: old not in self.session())
