@@ -4,9 +4,14 @@
 
 #include "wyerrlog/internal/WyAuditFile.h"
 #include "wyerrlog/internal/WyNoThrow.h"
+#include "wyerrlog/internal/WySharedFile.h"
 
-CWyAuditFileOutput::CWyAuditFileOutput(const WyFileOptions& options)
-    : m_pFile(std::make_unique<CWyAuditFile>(options)) {
+CWyAuditFileOutput::CWyAuditFileOutput(const WyFileOptions& options) {
+  if (options.shared) {
+    m_pFile = std::make_unique<CWySharedFile>(options);
+  } else {
+    m_pFile = std::make_unique<CWyAuditFile>(options);
+  }
   SetType(Type);
 }
 

@@ -42,7 +42,7 @@ struct WyFileOptions {
   int maxAgeDays = 0;
   // Whether several processes write to the file and any of them may roll it over, in each mode but
   // 0: workers that are forked, programs with a common log. All of them set it, with the same other
-  // options. CWyAuditFileOutput says what holds then.
+  // options. WyAuditFileOutput.h says what holds then.
   bool shared = false;
 };
 

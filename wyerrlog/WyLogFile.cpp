@@ -8,8 +8,8 @@
 #include <string>
 
 #include "wyerrlog/WyAuditFileOutput.h"
-#include "wyerrlog/internal/WyAuditFile.h"
 #include "wyerrlog/internal/WyNoThrow.h"
+#include "wyerrlog/internal/WyRecordFile.h"
 
 namespace {
 
@@ -21,7 +21,8 @@ bool Fail(int iErrno) {
 }
 
 bool IsForPublishedClass(const WyFileOptions& file) {
-  return file.permissions == 0644 && !file.synchronous && !file.daily && file.maxAgeDays == 0;
+  return file.permissions == 0644 && !file.synchronous && !file.daily && file.maxAgeDays == 0 &&
+         !file.shared;
 }
 
 OutputPtr NewOutput(const WyFileOptions& file) {

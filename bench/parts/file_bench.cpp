@@ -53,8 +53,8 @@ BENCHMARK(Write)
     ->ArgName("mode")
     ->Iterations(200'000);
 
-// The arguments are `daily`, `synchronous`, and whether the size is limited. Synchronous records
-// are on the disk of TMPDIR.
+// The arguments are `daily`, `synchronous`, whether the size is limited, and `shared`. Synchronous
+// records are on the disk of TMPDIR.
 void WriteAudit(benchmark::State& state) {
   const LogFile file;
   WyFileOptions options = file.Options();
@@ -64,6 +64,7 @@ void WriteAudit(benchmark::State& state) {
     options.mode = WyFileMode::AppendRollBySize;
     options.maxSizeMB = MaxSize;
   }
+  options.shared = state.range(3) != 0;
   CWyAuditFileOutput output(options);
   bench::Check(output.Open(), "no file");
   CWyErrLogMessage msg(false);
@@ -71,11 +72,12 @@ void WriteAudit(benchmark::State& state) {
   for (auto _ : state) benchmark::DoNotOptimize(output.Log(msg));
 }
 BENCHMARK(WriteAudit)
-    ->Args({0, 0, 0})
-    ->Args({1, 0, 0})
-    ->Args({0, 0, 1})
-    ->Args({0, 1, 0})
-    ->ArgNames({"daily", "synchronous", "limited"})
+    ->Args({0, 0, 0, 0})
+    ->Args({1, 0, 0, 0})
+    ->Args({0, 0, 1, 0})
+    ->Args({0, 0, 1, 1})
+    ->Args({0, 1, 0, 0})
+    ->ArgNames({"daily", "synchronous", "limited", "shared"})
     ->UseRealTime();
 
 void Rollover(benchmark::State& state) {

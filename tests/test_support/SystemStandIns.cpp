@@ -185,7 +185,8 @@ STAND_IN off_t lseek(int hFile, off_t lOffset, int iFrom) noexcept {
 STAND_IN int open(const char* pszPath, int iFlags, ...) {
   va_list args;
   va_start(args, iFlags);
-  const mode_t uMode = (iFlags & O_CREAT) != 0 ? va_arg(args, mode_t) : 0;
+  const bool bCreates = (iFlags & O_CREAT) != 0 || (iFlags & O_TMPFILE) == O_TMPFILE;
+  const mode_t uMode = bCreates ? va_arg(args, mode_t) : 0;
   va_end(args);
   if ((iFlags & O_CLOEXEC) == 0) ++stand_ins::inheritable_opens;
   return Forward<decltype(open)>(Call::Open, "open", pszPath, iFlags, uMode);

@@ -12,49 +12,13 @@
 #include <new>
 
 #include "wyerrlog/WyLogOutput.h"
-#include "wyerrlog/internal/WyTimeConversion.h"
 
 namespace {
-
-constexpr int SizeLimitMB = 4096;     // as of CWyFileOutput
-constexpr time_t RetrySeconds = 300;  // as of CWyFileOutput
-// Local days begin at multiples of a quarter of an hour, in every zone and at every change of
-// clocks. So the day is looked at once in that time.
-constexpr time_t QuarterHour = 900;
-constexpr time_t DaySeconds = 86400;
-constexpr time_t NoTime = -1;  // a failure of time(2)
-
-bool IsSizeLimited(const WyFileOptions& options) {
-  return options.mode >= WyFileMode::AppendRollBySize;
-}
-
-bool IsRolledOverAtOpen(const WyFileOptions& options) {
-  return options.mode == WyFileMode::RollAtOpen || options.mode == WyFileMode::RollAtOpenAndBySize;
-}
-
-// The local day of a second; 0, which is no day, if it cannot be converted.
-int DayOf(time_t tSeconds) {
-  tm time;
-  return WyBreakDownTime(tSeconds, true, time) ? (time.tm_year + 1900) * 1000 + time.tm_yday : 0;
-}
 
 // What a rollover may move; true also if the path has no status: then the rename decides.
 bool IsMovable(const std::string& strPath) {
   struct stat status;
   return stat(strPath.c_str(), &status) != 0 || S_ISREG(status.st_mode);
-}
-
-// False only if the file's last record has no end: the process that wrote it has died, or the
-// system. A file that cannot be read passes.
-bool EndsWithNewline(const std::string& strPath) {
-  const int hFile = WyOpen(strPath.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY, 0);
-  char cLast = '\n';
-  struct stat status;
-  if (hFile < 0) return true;
-  const bool bRead = fstat(hFile, &status) == 0 && S_ISREG(status.st_mode) && status.st_size > 0 &&
-                     pread(hFile, &cLast, 1, status.st_size - 1) == 1;
-  close(hFile);
-  return !bRead || cLast == '\n';
 }
 
 WyFileOptions WithDirectory(WyFileOptions options) {
@@ -64,17 +28,8 @@ WyFileOptions WithDirectory(WyFileOptions options) {
 
 }  // namespace
 
-bool WyAreValid(const WyFileOptions& options) {
-  const bool bRollsOver = options.mode >= WyFileMode::RollAtOpen || options.daily;
-  return !options.path.empty() && options.mode >= WyFileMode::Overwrite &&
-         options.mode <= WyFileMode::RollAtOpenAndBySize && options.maxSizeMB < SizeLimitMB &&
-         (IsSizeLimited(options) ? options.maxSizeMB > 0 : options.maxSizeMB == 0) &&
-         options.backups >= 0 && options.maxAgeDays >= 0 &&
-         (bRollsOver || (options.backups == 0 && options.maxAgeDays == 0)) &&
-         (options.permissions & ~0777u) == 0 && (options.permissions & 0200) != 0;
-}
-
-CWyAuditFile::CWyAuditFile(WyFileOptions options) : m_options(WithDirectory(std::move(options))) {}
+CWyAuditFile::CWyAuditFile(WyFileOptions options)
+    : CWyRecordFile(WithDirectory(std::move(options))) {}
 
 // ---- The operations -----------------------------------------------------------------------------
 
@@ -84,13 +39,13 @@ bool CWyAuditFile::Open() {
   if (m_hFile >= 0 || !WyAreValid(m_options)) return false;
   try {
     const bool bExists = WyAccess(m_options.path.c_str(), F_OK) == 0 || errno != ENOENT;
-    if (bExists && IsRolledOverAtOpen(m_options)) {
+    if (bExists && IsRolledOverAtOpen()) {
       errno = ENOTSUP;
       return IsMovable(m_options.path) && MoveAside() && OpenFile(0);
     }
     if (!OpenFile(m_options.mode == WyFileMode::Overwrite ? O_TRUNC : 0)) return false;
     if (!EndsWithNewline(m_options.path)) m_writer.BeginNewLine();
-    DeleteAged();
+    DeleteAged(m_options.path);
     return true;
   } catch (const std::bad_alloc&) {
     errno = ENOMEM;
@@ -106,19 +61,6 @@ bool CWyAuditFile::Log(std::string_view strText) {
   }
   if (IsRolloverDue(strText.size()) && !RollOver()) m_tRetry = time(nullptr) + RetrySeconds;
   return m_writer.Write(m_hFile, {}, strText);
-}
-
-bool CWyAuditFile::Flush() {
-  const CWyErrLogAutoCS lock(m_cs);
-  return fdatasync(m_hFile) == 0;
-}
-
-bool CWyAuditFile::Close() {
-  const CWyErrLogAutoCS lock(m_cs);
-  if (m_hFile < 0) return false;
-  close(m_hFile);
-  m_hFile = -1;
-  return true;
 }
 
 // ---- Opening ------------------------------------------------------------------------------------
@@ -157,16 +99,14 @@ bool CWyAuditFile::AcceptFile(int hFile) {
 // ---- Rolling over -------------------------------------------------------------------------------
 
 bool CWyAuditFile::IsRolloverDue(size_t uLength) {
-  const bool bDue =
-      (IsSizeLimited(m_options) && IsSizeReached(uLength)) || (m_options.daily && IsNewDay());
+  const bool bDue = (IsSizeLimited() && IsSizeReached(uLength)) || (m_options.daily && IsNewDay());
   return bDue && m_bRegularFile && time(nullptr) >= m_tRetry;
 }
 
 // Without a size nothing is due: the record is worth more than the limit.
 bool CWyAuditFile::IsSizeReached(size_t uLength) const {
   const off_t lSize = lseek(m_hFile, 0, SEEK_END);
-  return lSize > 0 &&
-         static_cast<uint64_t>(lSize) + uLength >= static_cast<uint64_t>(m_options.maxSizeMB) << 20;
+  return lSize > 0 && static_cast<uint64_t>(lSize) + uLength >= static_cast<uint64_t>(SizeLimit());
 }
 
 // An empty file has no records of another day: it becomes one of this day.
@@ -207,32 +147,9 @@ bool CWyAuditFile::IsOurs() const {
                                         open.st_dev == named.st_dev && open.st_ino == named.st_ino);
 }
 
-void CWyAuditFile::DeleteAged() const {
-  if (m_options.maxAgeDays == 0) return;
-  tm oldest;
-  const time_t tNow = time(nullptr);
-  const time_t tOldest = tNow - m_options.maxAgeDays * DaySeconds;
-  CWyBackups backups = Backups();
-  if (tNow == NoTime || !backups.Read() || !WyBreakDownTime(tOldest, true, oldest)) return;
-  backups.DeleteOlderThan(CWyBackupName::MakeStamp(oldest));
-}
-
-CWyBackups CWyAuditFile::Backups() const {
-  const std::string_view strPath(m_options.path);
-  const size_t uSlash = strPath.rfind('/');
-  return {strPath.substr(0, uSlash), strPath.substr(uSlash + 1)};
-}
-
-// Surplus backups go first, so that there are never more than the number to keep.
 bool CWyAuditFile::MoveAside() {
-  DeleteAged();
-  CWyBackups backups = Backups();
-  // Without the time the newest backup would get the stamp of the oldest.
-  const time_t tNow = time(nullptr);
-  tm now;
-  if (tNow == NoTime || !backups.Read() || !WyBreakDownTime(tNow, true, now)) return false;
-  const auto uBackups = static_cast<size_t>(m_options.backups);
-  if (uBackups != 0 && !backups.DeleteAllBut(uBackups - 1)) return false;
-  return backups.Add(m_options.path.c_str(), CWyBackupName::MakeStamp(now)) ==
-         CWyBackups::Move::Done;
+  CWyBackups backups = BackupsOf(m_options.path);
+  std::string strStamp;
+  return MakeRoom(m_options.path, backups, strStamp) &&
+         backups.Add(m_options.path.c_str(), strStamp) == CWyBackups::Move::Done;
 }

@@ -67,6 +67,19 @@ void CWyBackups::DeleteOlderThan(const std::string& strStamp) {
   m_names.erase(std::remove_if(m_names.begin(), m_names.end(), isDeleted), m_names.end());
 }
 
+std::string CWyBackups::Newest() const {
+  const auto newest =
+      std::max_element(m_names.begin(), m_names.end(),
+                       [this](const std::string& strFirst, const std::string& strSecond) {
+                         return m_naming.IsOlder(strFirst, strSecond);
+                       });
+  return newest == m_names.end() ? std::string() : Path(*newest);
+}
+
+std::string CWyBackups::Next(const std::string& strStamp) const {
+  return Path(m_naming.Make(strStamp, FirstFreeNumber(strStamp)));
+}
+
 // WyRename never replaces a file, so a name that another process has created since it was tested
 // costs one more attempt. Only for the plain name EACCES is Refused, which has the rollover tried
 // again later; with a number every error is a failure.

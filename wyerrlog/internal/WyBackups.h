@@ -30,6 +30,12 @@ class CWyBackups {
   // Deletes those with an older stamp than `strStamp`, as far as the system lets it.
   void DeleteOlderThan(const std::string& strStamp);
 
+  // Returns the path of the newest backup; empty without one.
+  std::string Newest() const;
+
+  // Returns the path of the next backup, a name that no backup had when they were read.
+  std::string Next(const std::string& strStamp) const;
+
   // Renames the log file to the newest backup, under an unused name. `strStamp` is that of
   // CWyBackupName::MakeStamp.
   Move Add(const char* pszLogFile, const std::string& strStamp) const;

@@ -46,7 +46,7 @@ bool CWySealWriter::AcceptOptions() const {
   const bool bLimited = m_file.mode >= 3;
   return !m_file.path.empty() && m_file.mode >= 1 && m_file.mode <= 4 && m_file.backups >= 0 &&
          m_file.maxSizeMB >= (bLimited ? 1 : 0) && m_file.maxSizeMB < 4096 && !m_file.synchronous &&
-         !m_file.daily && m_file.maxAgeDays == 0 && m_options.markRecords > 0 &&
+         !m_file.daily && m_file.maxAgeDays == 0 && !m_file.shared && m_options.markRecords > 0 &&
          m_options.markSeconds > 0;
 }
 

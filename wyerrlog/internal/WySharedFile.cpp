@@ -1,0 +1,198 @@
+// One log file, written and rolled over by many processes. No record waits for a lock, and no
+// process can keep another from writing; the file system is the only shared state.
+//
+// Writing. A record is one write(2) with O_APPEND, which the system keeps whole and in order.
+// Before it the status of the name shows whether the open file still has it, and whether the file
+// is full; after it the link count shows that the record is in a file that has a name. So:
+//
+//   (1) When Log has returned true the record is in the file of the log's name, or in the backup
+//       that this file has become while the record was under way. One in a file that was deleted in
+//       between is written again: it is nowhere else.
+//   (2) Each thread's records are in order over the files: the name never goes back to a file that
+//       it has left.
+//
+// Rolling over. The process that finds the file full creates the next one, complete with owner,
+// permissions and headers, under the name of the backup, and exchanges the two names in one step
+// (renameat2(2)). It holds a lock on the file ".NAME.lock" meanwhile, which the kernel releases if
+// the process dies:
+//
+//   (3) The log's name exists at every moment, and each file is rolled over once.
+//   (4) A process that is killed leaves at most an empty file under the name of a backup, which the
+//       next rollover deletes (DeleteLeftOver).
+//
+// Torn records. A write that a SIGKILL cuts short ends at a multiple of a page. Before a record is
+// written to a file of such a size, the file's end is read, and the record begins on a line of its
+// own if the last one has no end. If the tear comes between this look and the write, the record is
+// found to begin at a multiple of a page, and the last byte of the torn piece becomes a newline: no
+// caller was told that it is written. A record that the disk cuts short ends its own piece so.
+
+#include "wyerrlog/internal/WySharedFile.h"
+
+#include <fcntl.h>
+#include <linux/falloc.h>
+#include <sys/uio.h>
+#include <unistd.h>
+#include <wyi18n/wyi18n.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <ctime>
+
+#include "wyerrlog/internal/WyForkHandling.h"
+#include "wyerrlog/internal/WyRecordWriter.h"
+
+namespace {
+
+// The room for records of other processes that are under way when one finds the file not full yet:
+// a sixteenth of the limit, and 1 MiB at most.
+constexpr off_t MaxReserve = 1 << 20;
+constexpr off_t ReserveShare = 16;
+constexpr off_t PageSize = 4096;
+
+bool IsAtPage(off_t lOffset) { return lOffset > 0 && lOffset % PageSize == 0; }
+
+// Whether the file has this text at this place.
+bool HasText(int hFile, off_t lStart, std::string_view strText) {
+  char szPart[PageSize];
+  while (!strText.empty()) {
+    const size_t uPart = std::min(strText.size(), sizeof szPart);
+    if (pread(hFile, szPart, uPart, lStart) != static_cast<ssize_t>(uPart)) return false;
+    if (strText.substr(0, uPart) != std::string_view(szPart, uPart)) return false;
+    lStart += static_cast<off_t>(uPart);
+    strText.remove_prefix(uPart);
+  }
+  return true;
+}
+
+// Replaces the byte before an offset by a newline.
+bool EndLineBefore(int hFile, off_t lOffset) {
+  char cLast = '\n';
+  return pread(hFile, &cLast, 1, lOffset - 1) == 1 &&
+         (cLast == '\n' || pwrite(hFile, "\n", 1, lOffset - 1) == 1);
+}
+
+}  // namespace
+
+// ---- Writing ------------------------------------------------------------------------------------
+
+bool CWySharedFile::Log(std::string_view strText) {
+  const CWyErrLogAutoCS lock(m_cs);
+  if (m_hFile < 0) {
+    errno = EBADF;
+    return false;
+  }
+  for (int i = 0; i < MaxAttempts; ++i) {
+    if (!FindFile(strText.size()) || !WriteWhole(strText)) return false;
+    if (IsKept(strText)) return true;
+  }
+  errno = ENOENT;
+  return false;
+}
+
+// Makes the open file the one that the record belongs into; after a fork with a descriptor that no
+// other process has. If the system does not let it, the file
+// at hand goes on: false only if that is deleted and no other can be opened.
+bool CWySharedFile::FindFile(size_t uLength) {
+  for (int i = 0; i < MaxAttempts; ++i) {
+    struct stat status;
+    const bool bForked = m_uForks != WyForkCount();
+    if (bForked || stat(m_strPath.c_str(), &status) != 0 || !IsOpenFile(status)) {
+      m_uForks = WyForkCount();
+      if (OpenFile()) continue;
+      const int iErrno = errno;
+      const bool bGoesOn = HasName();
+      errno = iErrno;
+      return bGoesOn;
+    }
+    m_lSize = status.st_size;
+    if (IsAtPage(m_lSize)) m_lSuspect = m_lSize;
+    if (!IsDue(status, uLength)) return true;
+    if (!RollOver()) {
+      m_tRetry = time(nullptr) + RetrySeconds;
+      return true;
+    }
+  }
+  return true;
+}
+
+// A file without records is never due: it takes a record of any length, and is of any day.
+bool CWySharedFile::IsDue(const struct stat& status, size_t uLength) const {
+  if (status.st_size <= static_cast<off_t>(m_strHeaders.size())) return false;
+  const off_t lReserve = std::min(SizeLimit() / ReserveShare, MaxReserve);
+  const bool bFull = IsSizeLimited() && static_cast<uint64_t>(status.st_size) + uLength >=
+                                            static_cast<uint64_t>(SizeLimit() - lReserve);
+  return (bFull || (m_options.daily && IsNewDay(status))) && time(nullptr) >= m_tRetry;
+}
+
+// The day of a file is that of its last record, whichever process has written it.
+bool CWySharedFile::IsNewDay(const struct stat& status) const {
+  const time_t tNow = time(nullptr);
+  if (tNow == NoTime || tNow / QuarterHour == status.st_mtime / QuarterHour) return false;
+  const int iToday = DayOf(tNow);
+  return iToday != 0 && iToday != DayOf(status.st_mtime);
+}
+
+// What is cut short is not continued: another process's record may be behind it by now.
+bool CWySharedFile::WriteWhole(std::string_view strText) {
+  if (strText.empty()) return true;
+  const bool bNewLine = m_lSuspect != 0 && IsTornAt(m_lSuspect);
+  m_lSuspect = 0;
+  char cNewline = '\n';
+  const iovec aParts[] = {{&cNewline, 1}, {const_cast<char*>(strText.data()), strText.size()}};
+  const size_t uWhole = strText.size() + (bNewLine ? 1 : 0);
+  ssize_t lWritten;
+  do {
+    lWritten =
+        CWyRecordWriter::WritePlainly(m_hFile, bNewLine ? aParts : aParts + 1, bNewLine ? 2 : 1);
+  } while (lWritten < 0 && errno == EINTR);
+  if (lWritten < 0) return false;
+  if (static_cast<size_t>(lWritten) == uWhole) return true;
+  const auto uWritten = static_cast<size_t>(lWritten);
+  const off_t lEnd = lseek(m_hFile, 0, SEEK_CUR);
+  if (bNewLine || !MendTorn(lEnd, strText.substr(0, uWritten), true)) m_lSuspect = lEnd;
+  errno = ENOSPC;
+  return false;
+}
+
+// Whether the file with the record has a name. If other records have come meanwhile, the one before
+// this may be torn. The descriptor's offset is the end of this record: no other process moves it.
+bool CWySharedFile::IsKept(std::string_view strText) const {
+  struct stat status;
+  if (fstat(m_hFile, &status) != 0) return true;
+  const auto lLength = static_cast<off_t>(strText.size());
+  if (status.st_size != m_lSize + lLength) {
+    const off_t lEnd = lseek(m_hFile, 0, SEEK_CUR);
+    if (IsAtPage(lEnd - lLength)) MendTorn(lEnd, strText, false);
+  }
+  return status.st_nlink > 0;
+}
+
+// Whether the record that ends at a size of the file has no end, and is the last one. The empty
+// allocation waits for a record that is being written: half of it would look torn.
+bool CWySharedFile::IsTornAt(off_t lSize) const {
+  struct stat status;
+  static_cast<void>(fallocate(m_hFile, FALLOC_FL_KEEP_SIZE, 0, 1));
+  return fstat(m_hFile, &status) == 0 && status.st_size == lSize && !EndsWithNewline(m_strPath);
+}
+
+// Ends the line of a torn record: of the text that ends at `lEnd`, or of what precedes it. Nothing
+// changes unless the text is there: a process that was forked without the library's knowledge moves
+// the descriptor's offset too. Returns false if it could not be done.
+bool CWySharedFile::MendTorn(off_t lEnd, std::string_view strText, bool bIsTorn) const {
+  const off_t lStart = lEnd - static_cast<off_t>(strText.size());
+  if (!bIsTorn && !strText.ends_with('\n')) return true;
+  char szPath[32];
+  std::snprintf(szPath, sizeof szPath, "/proc/self/fd/%d", m_hFile);
+  const int hFile = WyOpen(szPath, O_RDWR, 0);
+  if (hFile < 0) return false;
+  const bool bMended =
+      HasText(hFile, lStart, strText) && EndLineBefore(hFile, bIsTorn ? lEnd : lStart);
+  close(hFile);
+  return bMended;
+}
+
+bool CWySharedFile::HasName() const {
+  struct stat status;
+  return fstat(m_hFile, &status) != 0 || status.st_nlink > 0;
+}
