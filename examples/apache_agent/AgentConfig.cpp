@@ -136,6 +136,7 @@ AgentLogOptions LogOptions(const server_rec* pMainServer) {
   options.strTraceConfig = config.pszTraceConfig;
   options.iMaxSizeMB = config.iMaxSizeMB;
   options.iMaxBackups = config.iBackups;
+  options.bShared = true;  // by the worker processes
   for (const server_rec* p = pMainServer; p != nullptr; p = p->next) {
     if (const char* pszTenant = ConfigOf(p).pszTenant) options.tenants.insert(pszTenant);
   }

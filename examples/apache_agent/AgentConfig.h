@@ -29,7 +29,7 @@ struct LocationConfig {
   int bAgent = -1;  // guarded; -1: as the location around it
 };
 
-extern "C" [[gnu::visibility("default")]] module access_agent_module;
+extern "C" [[gnu::visibility("default")]] struct module_struct access_agent_module;
 
 extern const command_rec AgentDirectives[];
 void* NewServerConfig(apr_pool_t* pPool, server_rec* pServer);

@@ -190,6 +190,6 @@ void RegisterHooks(apr_pool_t*) {
 
 }  // namespace
 
-module access_agent_module = {
+struct module_struct access_agent_module = {
     STANDARD20_MODULE_STUFF, NewLocationConfig, MergeLocationConfigs, NewServerConfig, nullptr,
     AgentDirectives,         RegisterHooks,     AP_MODULE_FLAG_NONE};

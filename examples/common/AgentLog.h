@@ -8,9 +8,11 @@
 // tenant has the process logger, or in a module of a server, where other modules may use that one,
 // a logger of the agent's name.
 
+#include <wyerrlog/WyFileOptions.h>
 #include <wyerrlog/WyLog.h>
 
 #include <map>
+#include <memory>
 #include <set>
 #include <string>
 
@@ -23,6 +25,7 @@ struct AgentLogOptions {
   std::string strMessages;        // folder of the message catalogs
   int iMaxSizeMB = 0;             // a log is rolled over before it reaches this size; 0: never
   int iMaxBackups = 0;            // backups to keep of each log; 0: all
+  bool bShared = false;           // several processes write the logs, and roll them over
   std::string strSealKeys;        // folder of the keys that seal the default tenant's audit log
   std::string strTraceConfig;
   int iTraceLayout = WyTraceLayout::Brackets;
@@ -62,6 +65,8 @@ class AgentLog {
   void TurnTracingOff() const;
 
  private:
+  using OutputPtr = std::unique_ptr<CWyLogOutput>;
+
   struct Tenant {
     CWyLogger* pLogger;  // owned by the library
     std::string strDirectory;
@@ -71,8 +76,8 @@ class AgentLog {
   bool OpenLogs(const Tenant& tenant) const;
   bool TurnTracingOn(const Tenant& tenant) const;
   void LogTraceFindings(const Tenant& tenant) const;
-  CWyLogOutput* NewFileOutput(const Tenant& tenant, const char* pszName) const;
-  CWyLogOutput* NewAuditOutput(const Tenant& tenant) const;
+  WyFileOptions FileOptions(const Tenant& tenant, const char* pszName) const;
+  OutputPtr NewAuditOutput(const Tenant& tenant) const;
 
   AgentLogOptions m_options;
   std::map<std::string, Tenant> m_tenants;  // by name

@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Runs the agents in real web servers and checks what they promise; see scripts/check-servers.sh.
 
-    check.py BUILD [--requests N] [--reloads N] [--servers NAME,...] [--folder DIR]
+    check.py BUILD [--asan BUILD] [--requests N] [--reloads N] [--servers NAME,...]
 """
 
 import argparse
@@ -14,6 +14,7 @@ import sys
 import tempfile
 import threading
 import time
+from concurrent.futures import ThreadPoolExecutor, as_completed
 from pathlib import Path
 
 import records
@@ -73,7 +74,7 @@ class Disturbance(threading.Thread):
                 if step == 5:
                     self.server.restart_otherwise()
                     self.others += 1
-                self.switches += self.server.get(f"/trace?{('on', 'off')[step % 2]}", "POST")[0] in (200, 204)
+                self.switches += self.server.get(f"/trace?{('on', 'off')[step % 2]}", "POST") in (200, 204)
                 if time.monotonic() >= next_kill:
                     next_kill += 1
                     self.kill_worker()
@@ -103,16 +104,15 @@ def check_load(server, requests):
     disturbance.join(60)
     if disturbance.failure:
         raise disturbance.failure
-    wait_until("the server answers", lambda: server.get("/public/index.html")[0] == 200)
+    wait_until("the server answers", lambda: server.get("/public/index.html") == 200)
     status = server.stop()
     assert status == 0, f"the server ended with {status}: {server.errors()}"
 
     assert len(main) + len(tenant) > 0.9 * requests, f"only {len(main) + len(tenant)} answered"
+    report = [records.check(server.logs, main), records.check(server.logs / TENANT, tenant)]
     print(f"{server.name}: {requests} requests in {seconds:.1f} s, {disturbance.restarts} graceful restarts, "
           f"{disturbance.others} {server.OTHER}, {disturbance.kills} workers killed, "
-          f"{disturbance.switches} switches of tracing")
-    print("  main:  ", records.check(server.logs, main))
-    print("  tenant:", records.check(server.logs / TENANT, tenant))
+          f"{disturbance.switches} switches of tracing\n  main:   {report[0]}\n  tenant: {report[1]}")
 
 
 # ---- Reloads -------------------------------------------------------------------------------------
@@ -136,9 +136,9 @@ def check_reloads(server, reloads):
     def reload(count):
         for _ in range(count):
             server.restart()
-            assert server.get("/public/index.html")[0] == 200
+            assert server.fetch("/public/index.html") == 200
         wait_until("old workers have ended", lambda: len(server.workers()) == 1)
-        wait_until("the new worker has opened its logs", lambda: server.get("/public/index.html")[0] == 200)
+        wait_until("the new worker has opened its logs", lambda: server.get("/public/index.html") == 200)
         return resources(server.pid), resources(server.workers()[0])
 
     before, after = reload(SETTLED), reload(reloads)
@@ -178,8 +178,8 @@ def check_memory(server, checker):
         server.get("/trace?on", "POST")
         for path, host in itertools.product(("/public/index.html", "/reports/q3.html", "/nothing"),
                                             ("localhost", TENANT)):
-            assert server.get(path, Host=host)[0] in (200, 401, 403)
-        assert server.get("/reports/q3.html", Authorization=ALICE)[0] == 200
+            assert server.fetch(path, Host=host) in (200, 401, 403)
+        assert server.fetch("/reports/q3.html", Authorization=ALICE) == 200
         server.restart()
     status = server.stop()
     reports = [path.read_text(errors="replace") for path in (server.folder / "reports").iterdir()]
@@ -195,11 +195,11 @@ def check_messages(server):
     """Messages are in the administrator's language; tracing after a restart is as configured."""
     server.configure(trace="off")
     server.start()
-    assert server.get("/nothing")[0] == 403
+    assert server.fetch("/nothing") == 403
     assert not (server.logs / "trace.log").exists(), "traced before it was turned on"
     server.configure(trace="on")
     server.restart()
-    wait_until("traced", lambda: server.get("/public/news.html")[0] == 200
+    wait_until("traced", lambda: server.get("/public/news.html") == 200
                and "/public/news.html" in "".join(line for _, line in records.lines_of(server.logs, "trace")))
     server.stop()
     text = "".join(path.read_text() for path in server.logs.glob("error*.log"))
@@ -212,6 +212,48 @@ KINDS = {f"apache-{mpm}": (lambda *args, mpm=mpm, **options: Apache(mpm, *args, 
 KINDS["nginx"] = Nginx
 
 
+class Run:
+    """All checks of the chosen servers; two servers at a time, since most of the time is waiting."""
+
+    def __init__(self, arguments):
+        self.arguments, self.running = arguments, []
+        self.folder = Path(tempfile.mkdtemp(prefix="wyerrlog-servers."))  # the servers' user must reach it
+        self.folder.chmod(0o755)
+
+    def new(self, kind, check, build=None, **options):
+        server = KINDS[kind]((build or self.arguments.build).resolve(), self.folder / f"{kind}.{check}",
+                             **options)
+        self.running.append(server)
+        return server
+
+    def check(self, kind):
+        check_messages(self.new(kind, "messages", language="de_DE.UTF-8"))
+        check_load(self.new(kind, "load"), self.arguments.requests)
+        check_reloads(self.new(kind, "reloads"), self.arguments.reloads)
+        check_memory(self.new(kind, "valgrind", wrapper=valgrind(self.folder / f"{kind}.valgrind")),
+                     "valgrind")
+        if self.arguments.asan:
+            check_memory(self.new(kind, "asan", self.arguments.asan,
+                                  environment=address_sanitizer(self.folder / f"{kind}.asan")),
+                         "the address sanitizer")
+
+    def check_all(self):
+        kinds = self.arguments.servers.split(",")
+        with ThreadPoolExecutor(max_workers=2) as threads:
+            results = [threads.submit(self.check, kind) for kind in kinds]
+            try:
+                for result in as_completed(results):
+                    result.result()
+            except BaseException:
+                threads.shutdown(wait=False, cancel_futures=True)
+                print(f"The servers' folders are left in {self.folder}", file=sys.stderr)
+                raise
+            finally:
+                for server in self.running:
+                    server.end()
+        shutil.rmtree(self.folder)
+
+
 def main():
     parser = argparse.ArgumentParser()
     parser.add_argument("build", type=Path)
@@ -219,34 +261,7 @@ def main():
     parser.add_argument("--reloads", type=int, default=100)
     parser.add_argument("--servers", default=",".join(KINDS))
     parser.add_argument("--asan", type=Path, help="the build folder of the preset asan")
-    arguments = parser.parse_args()
-
-    folder = Path(tempfile.mkdtemp(prefix="wyerrlog-servers."))  # the server's user must reach it
-    folder.chmod(0o755)
-    running = []
-
-    def new(kind, check, build=arguments.build, **options):
-        server = KINDS[kind](build.resolve(), folder / f"{kind}.{check}", **options)
-        running.append(server)
-        return server
-
-    try:
-        for kind in arguments.servers.split(","):
-            check_messages(new(kind, "messages", language="de_DE.UTF-8"))
-            check_load(new(kind, "load"), arguments.requests)
-            check_reloads(new(kind, "reloads"), arguments.reloads)
-            check_memory(new(kind, "valgrind", wrapper=valgrind(folder / f"{kind}.valgrind")), "valgrind")
-            if arguments.asan:
-                environment = address_sanitizer(folder / f"{kind}.asan")
-                check_memory(new(kind, "asan", arguments.asan, environment=environment),
-                             "the address sanitizer")
-    except BaseException:
-        print(f"The servers' folders are left in {folder}", file=sys.stderr)
-        raise
-    finally:
-        for server in running:
-            server.end()
-    shutil.rmtree(folder)
+    Run(parser.parse_args()).check_all()
 
 
 if __name__ == "__main__":

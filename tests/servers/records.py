@@ -12,6 +12,7 @@ MESSAGE = re.compile(r"\[\d+/\d+\]\[[\w :]+\]\[\w+\.\w+:\d+\]\[(?:INFO|WARNING|E
 REFUSAL = re.compile(r"\S+ \(([\w@+/-]+)\) .+")
 TRACE = re.compile(r"\[([\w@+/-]+)\]\[[^\[\]]+\]\[(?:allow|deny|unauthenticated)\]")
 TRACE_HEADS = {"[TransactionID][Resource][Result]", "[=============][========][======]"}
+MEGABYTE = 1 << 20
 REFUSALS = {"login-00001", "isauth-00008"}  # no login; no rule
 
 
@@ -75,6 +76,15 @@ def check_once(what, ids, expected):
     assert not missing, f"{what}: {len(missing)} requests have no record, {missing[:3]}"
 
 
+def check_sizes(folder):
+    """Returns the number of files; none is larger than the limit, and there have been rollovers."""
+    files = list(folder.glob("*.log"))
+    for path in files:
+        assert path.stat().st_size <= MEGABYTE, f"{path} has {path.stat().st_size} bytes"
+    assert len(files) > 3, f"{folder}: nothing was rolled over"
+    return len(files)
+
+
 def check(folder, responses):
     """Checks the logs of one tenant; returns what it found, for people."""
     audit, refusals, traces = audit_ids(folder), refusal_ids(folder), trace_ids(folder)
@@ -84,4 +94,4 @@ def check(folder, responses):
     unknown = [name for name in (*refusals, *traces) if name not in audit]
     assert not unknown, f"messages or traces of requests that are not audited: {unknown[:3]}"
     return (f"{len(responses)} answered, {len(audit)} audited, {len(refusals)} refusals, "
-            f"{len(traces)} traced")
+            f"{len(traces)} traced, {check_sizes(folder)} files")
