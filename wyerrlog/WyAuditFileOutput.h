@@ -44,13 +44,16 @@
 //   options.maxSizeMB = 100;
 //
 //   - When Log has returned true, the record is in the file, or in the backup that the file has
-//     become while the record was written; it is there once, on a line of its own. Each thread's
+//     become a few milliseconds before; it is there once, on a line of its own. Each thread's
 //     records are in order over the files. A file that is deleted at that moment costs no record.
-//   - The file may be renamed or deleted from outside (logrotate): the next record of each process
-//     goes to the file that has the name then, which is created if there is none.
-//   - A record costs two system calls beside its write(2), the status of the name before it and of
-//     the file after it, and a third if other processes write at the same time. No record waits for
-//     a lock. All records end with a newline.
+//   - The file may be renamed or deleted from outside (logrotate): within a few milliseconds, a
+//   tick
+//     of the kernel's clock, the records of each process go to the file that has the name then,
+//     which is created if there is none.
+//   - A record costs one system call beside its write(2), for the status of the file; another one
+//   if
+//     other processes write at the same time; and one in each tick, for the status of the name. No
+//     record waits for a lock. All records end with a newline.
 //   - The limit is reached a sixteenth early, 1 MiB at most, for records that are under way.
 //   - Rollovers take turns by a lock on the file ".NAME.lock" beside the log, which is empty and
 //     stays. A new file, and the lock file, get the permissions, the group and, if the process may

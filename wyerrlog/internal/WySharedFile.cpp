@@ -1,9 +1,10 @@
 // One log file, written and rolled over by many processes. No record waits for a lock, and no
 // process can keep another from writing; the file system is the only shared state.
 //
-// Writing. A record is one write(2) with O_APPEND, which the system keeps whole and in order.
-// Before it the status of the name shows whether the open file still has it, and whether the file
-// is full; after it the link count shows that the record is in a file that has a name. So:
+// Writing. A record is one write(2) with O_APPEND, which the system keeps whole and in order. The
+// status of the file after it shows that the file has a name, and how full it is. Whether it still
+// has the log's name is asked once in a tick of the kernel's clock, a few milliseconds, and before
+// each record that finds it full or of another day. So:
 //
 //   (1) When Log has returned true the record is in the file of the log's name, or in the backup
 //       that this file has become while the record was under way. One in a file that was deleted in
@@ -30,6 +31,7 @@
 
 #include <fcntl.h>
 #include <linux/falloc.h>
+#include <sys/sysmacros.h>
 #include <sys/uio.h>
 #include <unistd.h>
 #include <wyi18n/wyi18n.h>
@@ -49,6 +51,13 @@ namespace {
 constexpr off_t MaxReserve = 1 << 20;
 constexpr off_t ReserveShare = 16;
 constexpr off_t PageSize = 4096;
+
+// The time of the kernel's last tick, in nanoseconds; read without a system call.
+int64_t CoarseTime() {
+  timespec now = {};
+  clock_gettime(CLOCK_MONOTONIC_COARSE, &now);
+  return now.tv_sec * int64_t{1000000000} + now.tv_nsec;
+}
 
 bool IsAtPage(off_t lOffset) { return lOffset > 0 && lOffset % PageSize == 0; }
 
@@ -91,23 +100,26 @@ bool CWySharedFile::Log(std::string_view strText) {
 }
 
 // Makes the open file the one that the record belongs into; after a fork with a descriptor that no
-// other process has. If the system does not let it, the file
-// at hand goes on: false only if that is deleted and no other can be opened.
+// other process has. If the system does not let it, the file at hand goes on: false only if that is
+// deleted and no other can be opened.
 bool CWySharedFile::FindFile(size_t uLength) {
+  const int64_t iTick = CoarseTime();
+  const bool bForked = m_uForks != WyForkCount();
+  if (iTick == m_iTick && iTick != 0 && !bForked && !IsDue(uLength)) return true;
+  if (bForked) {
+    m_uForks = WyForkCount();
+    static_cast<void>(OpenFile());
+  }
   for (int i = 0; i < MaxAttempts; ++i) {
-    struct stat status;
-    const bool bForked = m_uForks != WyForkCount();
-    if (bForked || stat(m_strPath.c_str(), &status) != 0 || !IsOpenFile(status)) {
-      m_uForks = WyForkCount();
+    if (!ReadStatus(AT_FDCWD, m_strPath.c_str()) || !IsOpenFile(m_latest)) {
       if (OpenFile()) continue;
       const int iErrno = errno;
       const bool bGoesOn = HasName();
       errno = iErrno;
       return bGoesOn;
     }
-    m_lSize = status.st_size;
-    if (IsAtPage(m_lSize)) m_lSuspect = m_lSize;
-    if (!IsDue(status, uLength)) return true;
+    m_iTick = iTick;
+    if (!IsDue(uLength)) return true;
     if (!RollOver()) {
       m_tRetry = time(nullptr) + RetrySeconds;
       return true;
@@ -116,28 +128,35 @@ bool CWySharedFile::FindFile(size_t uLength) {
   return true;
 }
 
+bool CWySharedFile::IsOpenFile(const struct statx& status) const {
+  return status.stx_ino == m_status.st_ino &&
+         makedev(status.stx_dev_major, status.stx_dev_minor) == m_status.st_dev;
+}
+
 // A file without records is never due: it takes a record of any length, and is of any day.
-bool CWySharedFile::IsDue(const struct stat& status, size_t uLength) const {
-  if (status.st_size <= static_cast<off_t>(m_strHeaders.size())) return false;
+bool CWySharedFile::IsDue(size_t uLength) const {
+  if (m_latest.stx_size <= m_strHeaders.size()) return false;
   const off_t lReserve = std::min(SizeLimit() / ReserveShare, MaxReserve);
-  const bool bFull = IsSizeLimited() && static_cast<uint64_t>(status.st_size) + uLength >=
-                                            static_cast<uint64_t>(SizeLimit() - lReserve);
-  return (bFull || (m_options.daily && IsNewDay(status))) && time(nullptr) >= m_tRetry;
+  const bool bFull = IsSizeLimited() &&
+                     m_latest.stx_size + uLength >= static_cast<uint64_t>(SizeLimit() - lReserve);
+  return (bFull || (m_options.daily && IsNewDay())) && time(nullptr) >= m_tRetry;
 }
 
 // The day of a file is that of its last record, whichever process has written it.
-bool CWySharedFile::IsNewDay(const struct stat& status) const {
+bool CWySharedFile::IsNewDay() const {
+  const time_t tLast = m_latest.stx_mtime.tv_sec;
   const time_t tNow = time(nullptr);
-  if (tNow == NoTime || tNow / QuarterHour == status.st_mtime / QuarterHour) return false;
+  if (tNow == NoTime || tNow / QuarterHour == tLast / QuarterHour) return false;
   const int iToday = DayOf(tNow);
-  return iToday != 0 && iToday != DayOf(status.st_mtime);
+  return iToday != 0 && iToday != DayOf(tLast);
 }
 
 // What is cut short is not continued: another process's record may be behind it by now.
 bool CWySharedFile::WriteWhole(std::string_view strText) {
   if (strText.empty()) return true;
-  const bool bNewLine = m_lSuspect != 0 && IsTornAt(m_lSuspect);
-  m_lSuspect = 0;
+  const auto lSize = static_cast<off_t>(m_latest.stx_size);
+  const bool bNewLine = (m_bSuspect || IsAtPage(lSize)) && IsTornAt(lSize);
+  m_bSuspect = false;
   char cNewline = '\n';
   const iovec aParts[] = {{&cNewline, 1}, {const_cast<char*>(strText.data()), strText.size()}};
   const size_t uWhole = strText.size() + (bNewLine ? 1 : 0);
@@ -150,22 +169,24 @@ bool CWySharedFile::WriteWhole(std::string_view strText) {
   if (static_cast<size_t>(lWritten) == uWhole) return true;
   const auto uWritten = static_cast<size_t>(lWritten);
   const off_t lEnd = lseek(m_hFile, 0, SEEK_CUR);
-  if (bNewLine || !MendTorn(lEnd, strText.substr(0, uWritten), true)) m_lSuspect = lEnd;
+  m_bSuspect = bNewLine || !MendTorn(lEnd, strText.substr(0, uWritten), true);
+  m_iTick = 0;
   errno = ENOSPC;
   return false;
 }
 
 // Whether the file with the record has a name. If other records have come meanwhile, the one before
 // this may be torn. The descriptor's offset is the end of this record: no other process moves it.
-bool CWySharedFile::IsKept(std::string_view strText) const {
-  struct stat status;
-  if (fstat(m_hFile, &status) != 0) return true;
-  const auto lLength = static_cast<off_t>(strText.size());
-  if (status.st_size != m_lSize + lLength) {
-    const off_t lEnd = lseek(m_hFile, 0, SEEK_CUR);
-    if (IsAtPage(lEnd - lLength)) MendTorn(lEnd, strText, false);
+bool CWySharedFile::IsKept(std::string_view strText) {
+  const uint64_t uExpected = m_latest.stx_size + strText.size();
+  if (!HasName()) {
+    m_iTick = 0;
+    return false;
   }
-  return status.st_nlink > 0;
+  if (m_latest.stx_size == uExpected) return true;
+  const off_t lEnd = lseek(m_hFile, 0, SEEK_CUR);
+  if (IsAtPage(lEnd - static_cast<off_t>(strText.size()))) MendTorn(lEnd, strText, false);
+  return true;
 }
 
 // Whether the record that ends at a size of the file has no end, and is the last one. The empty
@@ -192,7 +213,17 @@ bool CWySharedFile::MendTorn(off_t lEnd, std::string_view strText, bool bIsTorn)
   return bMended;
 }
 
-bool CWySharedFile::HasName() const {
-  struct stat status;
-  return fstat(m_hFile, &status) != 0 || status.st_nlink > 0;
+bool CWySharedFile::HasName() { return !ReadStatus(m_hFile, "") || m_latest.stx_nlink > 0; }
+
+// Without times unless they are needed: a write after a question for them has to store a new one at
+// once, which costs as much as the write.
+bool CWySharedFile::ReadStatus(int hFile, const char* pszPath) {
+  const unsigned int uTimes = m_options.daily ? STATX_MTIME : 0;
+  struct statx status;
+  if (statx(hFile, pszPath, AT_EMPTY_PATH | AT_STATX_DONT_SYNC,
+            STATX_INO | STATX_NLINK | STATX_SIZE | uTimes, &status) != 0) {
+    return false;
+  }
+  m_latest = status;
+  return true;
 }

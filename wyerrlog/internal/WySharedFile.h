@@ -7,6 +7,7 @@
 
 #include <sys/stat.h>
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -23,16 +24,15 @@ class CWySharedFile : public CWyRecordFile {
  private:
   // Writing.
   bool FindFile(size_t uLength);
-  bool IsDue(const struct stat& status, size_t uLength) const;
-  bool IsNewDay(const struct stat& status) const;
+  bool IsDue(size_t uLength) const;
+  bool IsNewDay() const;
   bool WriteWhole(std::string_view strText);
   bool IsTornAt(off_t lSize) const;
   bool MendTorn(off_t lEnd, std::string_view strText, bool bIsTorn) const;
-  bool IsKept(std::string_view strText) const;
-  bool HasName() const;
-  bool IsOpenFile(const struct stat& status) const {
-    return status.st_dev == m_status.st_dev && status.st_ino == m_status.st_ino;
-  }
+  bool IsKept(std::string_view strText);
+  bool HasName();
+  bool IsOpenFile(const struct statx& status) const;
+  bool ReadStatus(int hFile, const char* pszPath);
   // More rollovers and foreign renames than can happen during one record.
   static constexpr int MaxAttempts = 100;
 
@@ -55,11 +55,12 @@ class CWySharedFile : public CWyRecordFile {
   int CreateNext(std::string& strNext) const;
   bool Exchange();
 
-  std::string m_strPath;      // absolute: the process may change its working directory
-  struct stat m_status = {};  // of the open file, when it was opened
-  off_t m_lSize = 0;          // of the file, before the record
-  off_t m_lSuspect = 0;       // a size of the file at which its last record may be torn; 0 for none
-  unsigned int m_uForks = 0;  // of the process, when the file was opened
+  std::string m_strPath;       // absolute: the process may change its working directory
+  struct stat m_status = {};   // of the open file, when it was opened
+  struct statx m_latest = {};  // of the open file, when it was last looked at
+  int64_t m_iTick = 0;         // of the last look at the name
+  bool m_bSuspect = false;     // the last record may be torn, at any place
+  unsigned int m_uForks = 0;   // of the process, when the file was opened
 };
 
 #endif

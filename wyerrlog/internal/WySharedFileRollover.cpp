@@ -63,7 +63,7 @@ bool CWySharedFile::Open() {
     m_strPath = Absolute(m_options.path);
     if (m_strPath.empty() || !OpenFile()) return false;
     m_uForks = WyForkCount();
-    m_lSuspect = m_status.st_size;
+    m_bSuspect = m_status.st_size > 0;
     DeleteAged(m_strPath);
     if (!IsRolledOverAtOpen() || m_status.st_size == 0) return true;
     if (RollOver() && OpenFile()) return true;
@@ -128,6 +128,7 @@ bool CWySharedFile::Adopt(int hFile) {
   if (m_hFile >= 0) close(m_hFile);
   m_hFile = hFile;
   m_status = status;
+  m_iTick = 0;
   return true;
 }
 
