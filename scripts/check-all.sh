@@ -11,7 +11,7 @@ seconds=${1:-60}
 [[ $seconds =~ ^[1-9][0-9]*$ ]] || fail "usage: check-all.sh [seconds [step...]]"
 steps=("${@:2}")
 ((${#steps[@]} > 0)) ||
-  steps=(format cppcheck tidy release asan tsan clang hardened java packages valgrind fuzz soak)
+  steps=(format cppcheck tidy release asan tsan clang hardened java packages servers valgrind fuzz soak)
 
 # run_tests_built_with FOLDER OPTION...: builds the release preset with other options and runs its tests.
 # Leaves out the budget and the recorded interface, which hold for the release build only, and packaging.
@@ -47,6 +47,7 @@ step_packages() {
   scripts/package.sh
   lintian --allow-root --fail-on error "$(build_directory package)"/packages/*.deb
 }
+step_servers() { scripts/check-servers.sh; }
 step_valgrind() { scripts/check-memory.sh; }
 step_fuzz() { scripts/fuzz.sh "$seconds"; }
 step_soak() {

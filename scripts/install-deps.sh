@@ -1,10 +1,10 @@
 #!/usr/bin/env bash
 # Installs the missing ones of the Debian packages that the build, the tests and the demo need:
 #
-#   scripts/install-deps.sh [--ci] [--dev] [--bench]
+#   scripts/install-deps.sh [--ci] [--dev] [--bench] [--servers]
 #
 # --ci adds the packages of .ci/run, --dev those and the tools for developers, --bench the packages of the
-# comparison with other loggers.
+# comparison with other loggers, --servers what scripts/check-servers.sh needs beside the servers.
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
 packages=(
@@ -42,12 +42,19 @@ comparison_packages=(
   gnuplot-nox
 )
 
+# The servers themselves are unpacked, not installed: scripts/check-servers.sh.
+server_packages=(
+  libpcre2-dev                      # the headers of nginx
+  libspdlog-dev                     # the comparison of logging costs in a server
+)
+
 for option in "$@"; do
   case "$option" in
     --ci) packages+=("${ci_packages[@]}") ;;
     --dev) packages+=("${developer_packages[@]}") ;;
     --bench) packages+=("${comparison_packages[@]}") ;;
-    *) fail "usage: install-deps.sh [--ci] [--dev] [--bench]" ;;
+    --servers) packages+=("${server_packages[@]}") ;;
+    *) fail "usage: install-deps.sh [--ci] [--dev] [--bench] [--servers]" ;;
   esac
 done
 

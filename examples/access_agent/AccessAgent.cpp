@@ -9,9 +9,7 @@
 #include <ctime>
 #include <system_error>
 
-#include "Credentials.h"
 #include "IsAuthorizedMessages.h"
-#include "LoginLogoutMessages.h"
 #include "RequestText.h"
 
 namespace {
@@ -50,11 +48,6 @@ bool IsNotThere(const std::error_code& error) {
          error == std::errc::filename_too_long;
 }
 
-const char* LoginText(LoginResult result) {
-  if (result == LoginResult::Accepted) return "accepted";
-  return result == LoginResult::WrongPassword ? "wrong password" : "unknown user";
-}
-
 // Every refusal has a body. An error response without one comes from the HTTP server itself.
 void Refuse(httplib::Response& response, int iStatus, const char* pszReason) {
   response.status = iStatus;
@@ -64,7 +57,7 @@ void Refuse(httplib::Response& response, int iStatus, const char* pszReason) {
 }  // namespace
 
 AccessAgent::AccessAgent(const Policy& policy, const AgentLog& log, const std::string& root)
-    : m_policy(policy), m_log(log), m_site(root) {}
+    : m_control(policy, log), m_log(log), m_site(root) {}
 
 AccessAgent::~AccessAgent() { Stop(); }
 
@@ -122,7 +115,8 @@ std::string AccessAgent::Address() const {
 void AccessAgent::Handle(const httplib::Request& httpRequest, httplib::Response& response) {
   AccessRequest request = MakeRequest(httpRequest, m_log);
   const WyRequestScope scope(WyField::TransactionID, request.strId);
-  const Decision decision = Decide(request, httpRequest);
+  const Decision decision =
+      m_control.Decide(request, httpRequest.get_header_value("Authorization"));
   Answer(request, decision, response);
   if (response.status == 200 && !httpRequest.ranges.empty()) response.status = 206;
   if (!m_log.Audit(request, decision, response.status)) {
@@ -138,85 +132,6 @@ void AccessAgent::HandleRefusedByServer(const httplib::Request& httpRequest,
   WyLog(m_log.LoggerOf(request), IsAuthorized::InvalidRequest, Who(Client(request), request),
         response.status);
   m_log.Audit(request, Decision::Invalid, response.status);
-}
-
-// ---- Deciding -----------------------------------------------------------------------------------
-
-Decision AccessAgent::Decide(AccessRequest& request, const httplib::Request& httpRequest) const {
-  if (!IsValidResource(request.strResource)) {
-    WyLog(m_log.LoggerOf(request), IsAuthorized::InvalidPath, Who(Client(request), request),
-          Resource(request));
-    return Decision::Invalid;
-  }
-  const PolicyRule* pRule = m_policy.FindRule(request.strMethod, request.strResource);
-  if (pRule == nullptr) {
-    WyLog(m_log.LoggerOf(request), IsAuthorized::NoRule, Who(User(request), request),
-          Method(request), Resource(request));
-    return Decision::Deny;
-  }
-  request.iRule = pRule->iNumber;
-  if (!pRule->bForAnyone) {
-    if (!Authenticate(request, httpRequest.get_header_value("Authorization"))) {
-      return Decision::Unauthenticated;
-    }
-  }
-  return Authorize(request, *pRule);
-}
-
-bool AccessAgent::Authenticate(AccessRequest& request, const std::string& strHeader) const {
-  WY_TRACE(m_log.LoggerOf(request), LoginLogout::ReceiveRequest)
-      .With(FieldsOf{request})
-      .Message("Login requested");
-  const bool bAccepted = CheckLogin(request, strHeader);
-  WY_TRACE(m_log.LoggerOf(request), LoginLogout::SendResponse)
-      .With(FieldsOf{request})
-      .Set(WyField::Result, bAccepted ? "accepted" : "refused")
-      .Set(WyField::ResponseTime, MillisecondsSince(request.arrival))
-      .Message("Login answered");
-  return bAccepted;
-}
-
-bool AccessAgent::CheckLogin(AccessRequest& request, const std::string& strHeader) const {
-  if (strHeader.empty()) {
-    WyLog(m_log.LoggerOf(request), LoginLogout::LoginRequired, Who(Client(request), request),
-          Resource(request));
-    return false;
-  }
-  const std::optional<Credentials> credentials = ReadBasicCredentials(strHeader);
-  if (!credentials) {
-    WyLog(m_log.LoggerOf(request), LoginLogout::UnreadableLogin, Who(Client(request), request));
-    return false;
-  }
-  request.strUser = credentials->strUser;
-  const LoginResult result = m_policy.CheckLogin(credentials->strUser, credentials->strPassword);
-  WY_TRACE(m_log.LoggerOf(request), LoginLogout::Authentication)
-      .With(FieldsOf{request})
-      .Set(WyField::AuthScheme, "Basic")
-      .Set(WyField::AuthReason, LoginText(result))
-      .Message("Name and password checked: %s", LoginText(result));
-  if (result == LoginResult::Accepted) return true;
-  const bool bKnown = result == LoginResult::WrongPassword;
-  WyLog(m_log.LoggerOf(request), bKnown ? LoginLogout::WrongPassword : LoginLogout::UnknownUser,
-        Who(User(request), request), Client(request));
-  return false;
-}
-
-Decision AccessAgent::Authorize(const AccessRequest& request, const PolicyRule& rule) const {
-  WY_TRACE(m_log.LoggerOf(request), IsAuthorized::ReceiveRequest)
-      .With(FieldsOf{request})
-      .Message("Asked whether rule %d permits it", request.iRule);
-  const bool bPermitted = m_policy.Permits(rule, request.strUser);
-  const Decision decision = bPermitted ? Decision::Allow : Decision::Deny;
-  if (!bPermitted) {
-    WyLog(m_log.LoggerOf(request), IsAuthorized::NotPermitted, Who(User(request), request),
-          Method(request), Resource(request), request.iRule);
-  }
-  WY_TRACE(m_log.LoggerOf(request), IsAuthorized::SendResponse)
-      .With(FieldsOf{request})
-      .Set(WyField::Result, DecisionText(decision))
-      .Set(WyField::ResponseTime, MillisecondsSince(request.arrival))
-      .Message("Decided");
-  return decision;
 }
 
 // ---- Answering ----------------------------------------------------------------------------------

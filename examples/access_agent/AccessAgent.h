@@ -6,9 +6,9 @@
 #include <string>
 #include <thread>
 
+#include "AccessControl.h"
 #include "AccessRequest.h"
 #include "AgentLog.h"
-#include "Policy.h"
 #include "Site.h"
 
 // Serves a folder over HTTP on the loopback address, to the users that the policy permits. Every
@@ -36,15 +36,10 @@ class AccessAgent {
   void Handle(const httplib::Request& httpRequest, httplib::Response& response);
   void HandleRefusedByServer(const httplib::Request& httpRequest, httplib::Response& response);
 
-  Decision Decide(AccessRequest& request, const httplib::Request& httpRequest) const;
-  bool Authenticate(AccessRequest& request, const std::string& strHeader) const;
-  bool CheckLogin(AccessRequest& request, const std::string& strHeader) const;
-  Decision Authorize(const AccessRequest& request, const PolicyRule& rule) const;
-
   void Answer(const AccessRequest& request, Decision decision, httplib::Response& response) const;
   void Perform(const AccessRequest& request, httplib::Response& response) const;
 
-  const Policy& m_policy;
+  AccessControl m_control;
   const AgentLog& m_log;
   Site m_site;
   int m_iPort = 0;

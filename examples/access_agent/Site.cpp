@@ -21,19 +21,6 @@ bool IsBelow(const fs::path& path, const fs::path& folder) {
 
 }  // namespace
 
-bool IsValidResource(const std::string& strResource) {
-  using namespace std::string_literals;
-  if (!strResource.starts_with('/')) return false;
-  if (strResource.find_first_of("\\\0"s) != std::string::npos) return false;
-  for (size_t uStart = 1; uStart < strResource.size();) {
-    const size_t uEnd = std::min(strResource.find('/', uStart), strResource.size());
-    const std::string strPart = strResource.substr(uStart, uEnd - uStart);
-    if (strPart.empty() || strPart == "." || strPart == "..") return false;
-    uStart = uEnd + 1;
-  }
-  return true;
-}
-
 Site::Site(const fs::path& root) : m_root(fs::weakly_canonical(root)) {}
 
 fs::path Site::Locate(const std::string& strResource, std::error_code& error) const {

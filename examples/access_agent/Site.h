@@ -5,12 +5,8 @@
 #include <string>
 #include <system_error>
 
-// Returns true if a resource is a path from "/" whose parts are plain names: none is empty, "." or
-// "..", and none contains a zero byte or a backslash. The path may end with "/".
-bool IsValidResource(const std::string& strResource);
-
-// The served folder. Requires: resources are valid (IsValidResource). A symbolic link that leads
-// out of the folder is treated as missing. Thread-safe.
+// The served folder. Requires: resources are valid (IsValidResource of Policy.h). A
+// symbolic link that leads out of the folder is treated as missing. Thread-safe.
 class Site {
  public:
   explicit Site(const std::filesystem::path& root);

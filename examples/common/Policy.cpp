@@ -5,6 +5,7 @@
 
 #include <crypt.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <fstream>
 #include <memory>
@@ -36,6 +37,19 @@ bool Covers(const PolicyRule& rule, const std::string& strMethod, const std::str
 }
 
 }  // namespace
+
+bool IsValidResource(const std::string& strResource) {
+  using namespace std::string_literals;
+  if (!strResource.starts_with('/')) return false;
+  if (strResource.find_first_of("\\\0"s) != std::string::npos) return false;
+  for (size_t uStart = 1; uStart < strResource.size();) {
+    const size_t uEnd = std::min(strResource.find('/', uStart), strResource.size());
+    const std::string strPart = strResource.substr(uStart, uEnd - uStart);
+    if (strPart.empty() || strPart == "." || strPart == "..") return false;
+    uStart = uEnd + 1;
+  }
+  return true;
+}
 
 bool Policy::Load(const std::string& strFile, PolicyError& error) {
   std::ifstream file(strFile);

@@ -1,5 +1,5 @@
-#ifndef ACCESS_AGENT_REQUESTTEXT_H
-#define ACCESS_AGENT_REQUESTTEXT_H
+#ifndef AGENT_COMMON_REQUESTTEXT_H
+#define AGENT_COMMON_REQUESTTEXT_H
 
 // The parts of a request as log records show them. Control characters, quotes and backslashes in
 // texts from the network are escaped ("\x0a"), so that no client can forge or split a record.

@@ -1,5 +1,5 @@
-#ifndef ACCESS_AGENT_POLICY_H
-#define ACCESS_AGENT_POLICY_H
+#ifndef AGENT_COMMON_POLICY_H
+#define AGENT_COMMON_POLICY_H
 
 // The access policy: the users with their passwords and groups, and the rules, from a text file.
 // The comments of demo/policy.conf describe the format.
@@ -8,6 +8,10 @@
 #include <set>
 #include <string>
 #include <vector>
+
+// Returns true if a resource is a path from "/" whose parts are plain names: none is empty, "." or
+// "..", and none contains a zero byte or a backslash. The path may end with "/".
+bool IsValidResource(const std::string& strResource);
 
 // One "rule" line. A rule's number is its position among the rules of the file, from 1.
 struct PolicyRule {
@@ -38,6 +42,9 @@ class Policy {
   // The first rule for this method and resource; null if there is none. The method HEAD is treated
   // as GET.
   const PolicyRule* FindRule(const std::string& strMethod, const std::string& strResource) const;
+
+  // The rule of that number. Throws std::out_of_range.
+  const PolicyRule& Rule(int iNumber) const { return m_rules.at(static_cast<size_t>(iNumber - 1)); }
 
   bool Permits(const PolicyRule& rule, const std::string& strUser) const;
 

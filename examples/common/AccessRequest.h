@@ -1,5 +1,5 @@
-#ifndef ACCESS_AGENT_ACCESSREQUEST_H
-#define ACCESS_AGENT_ACCESSREQUEST_H
+#ifndef AGENT_COMMON_ACCESSREQUEST_H
+#define AGENT_COMMON_ACCESSREQUEST_H
 
 #include <chrono>
 #include <string>

@@ -1,5 +1,5 @@
-#ifndef ACCESS_AGENT_CREDENTIALS_H
-#define ACCESS_AGENT_CREDENTIALS_H
+#ifndef AGENT_COMMON_CREDENTIALS_H
+#define AGENT_COMMON_CREDENTIALS_H
 
 #include <optional>
 #include <string>

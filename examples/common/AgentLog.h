@@ -1,26 +1,31 @@
-#ifndef ACCESS_AGENT_AGENTLOG_H
-#define ACCESS_AGENT_AGENTLOG_H
+#ifndef AGENT_COMMON_AGENTLOG_H
+#define AGENT_COMMON_AGENTLOG_H
 
 // The agent's logs: their outputs, and the logger of each request. The code that serves a request
 // writes its records, each with one statement: WyLog(log.LoggerOf(request), ...).
 //
 // Each tenant has a logger of its own, with its own error log, audit log and trace. The default
-// tenant has the process logger, which also logs messages about the agent itself.
+// tenant has the process logger, or in a module of a server, where other modules may use that one,
+// a logger of the agent's name.
 
+#include <wyerrlog/WyFileOptions.h>
 #include <wyerrlog/WyLog.h>
 
 #include <map>
+#include <memory>
 #include <set>
 #include <string>
 
 #include "AccessRequest.h"
 
 struct AgentLogOptions {
+  std::string strLogger;          // name of the agent's logger; empty: the process logger
   std::string strDirectory;       // of error.log, audit.log and trace.log
   std::set<std::string> tenants;  // host names; each has a folder of its name in strDirectory
   std::string strMessages;        // folder of the message catalogs
   int iMaxSizeMB = 0;             // a log is rolled over before it reaches this size; 0: never
   int iMaxBackups = 0;            // backups to keep of each log; 0: all
+  bool bShared = false;           // several processes write the logs, and roll them over
   std::string strSealKeys;        // folder of the keys that seal the default tenant's audit log
   std::string strTraceConfig;
   int iTraceLayout = WyTraceLayout::Brackets;
@@ -48,8 +53,8 @@ class AgentLog {
   // The logger of the request's tenant.
   CWyLogger& LoggerOf(const AccessRequest& request) const;
 
-  // Writes the audit record of one decision. If it cannot be written, returns false and logs an
-  // error; the caller must then refuse the request.
+  // Writes the audit record of one decision; the status is left out if it is 0. If it cannot be
+  // written, returns false and logs an error; the caller must then refuse the request.
   bool Audit(const AccessRequest& request, Decision decision, int iStatus,
              WyCallSite where = WyCallSite::Here()) const;
 
@@ -60,16 +65,19 @@ class AgentLog {
   void TurnTracingOff() const;
 
  private:
+  using OutputPtr = std::unique_ptr<CWyLogOutput>;
+
   struct Tenant {
     CWyLogger* pLogger;  // owned by the library
     std::string strDirectory;
   };
 
+  std::string LoggerName(const std::string& strTenant) const;
   bool OpenLogs(const Tenant& tenant) const;
   bool TurnTracingOn(const Tenant& tenant) const;
   void LogTraceFindings(const Tenant& tenant) const;
-  CWyLogOutput* NewFileOutput(const Tenant& tenant, const char* pszName) const;
-  CWyLogOutput* NewAuditOutput(const Tenant& tenant) const;
+  WyFileOptions FileOptions(const Tenant& tenant, const char* pszName) const;
+  OutputPtr NewAuditOutput(const Tenant& tenant) const;
 
   AgentLogOptions m_options;
   std::map<std::string, Tenant> m_tenants;  // by name

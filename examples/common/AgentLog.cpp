@@ -1,8 +1,9 @@
-// Installs the outputs of every tenant's logger, turns tracing on and off, and writes audit
-// records. An output that a logger has refused still belongs to the agent, which deletes it.
+// Installs the outputs of every tenant's logger, and turns tracing on and off. An output that a
+// logger has refused still belongs to the agent, which deletes it.
 
 #include "AgentLog.h"
 
+#include <wyerrlog/WyAuditFileOutput.h>
 #include <wyerrlog/WyLoggerList.h>
 #include <wyerrlog/WyTraceCheck.h>
 #include <wyerrlog_seal/WySealedOutput.h>
@@ -17,22 +18,44 @@
 #include "LoginLogoutMessages.h"
 #include "RequestText.h"
 
+namespace {
+
+// If the logger has taken the output over, gives it up: the logger deletes it.
+bool IsTakenOver(bool bInstalled, std::unique_ptr<CWyLogOutput>& pOutput) {
+  if (bInstalled) static_cast<void>(pOutput.release());
+  return bInstalled;
+}
+
+}  // namespace
+
 // ---- Outputs ------------------------------------------------------------------------------------
 
 AgentLog::AgentLog(AgentLogOptions options) : m_options(std::move(options)) {
-  m_tenants[""] = {theLogger(), m_options.strDirectory};
+  const std::string& strOwn = m_options.strLogger;
+  m_tenants[""] = {strOwn.empty() ? theLogger() : getMyLogger(strOwn.c_str()),
+                   m_options.strDirectory};
   for (const std::string& strTenant : m_options.tenants) {
-    m_tenants[strTenant] = {getMyLogger(strTenant.c_str()),
+    m_tenants[strTenant] = {getMyLogger(LoggerName(strTenant).c_str()),
                             m_options.strDirectory + "/" + strTenant};
   }
   for (const auto& [strName, tenant] : m_tenants) tenant.pLogger->UseLocalTime(true);
 }
 
 AgentLog::~AgentLog() {
-  for (const std::string& strTenant : m_options.tenants) removeMyLogger(strTenant.c_str());
+  for (const std::string& strTenant : m_options.tenants) {
+    removeMyLogger(LoggerName(strTenant).c_str());
+  }
+  if (!m_options.strLogger.empty()) {
+    removeMyLogger(m_options.strLogger.c_str());
+    return;
+  }
   theLogger()->DisableTrace(false);
   theLogger()->DisableAuditLog();
   theLogger()->DisableLog();
+}
+
+std::string AgentLog::LoggerName(const std::string& strTenant) const {
+  return m_options.strLogger.empty() ? strTenant : m_options.strLogger + "/" + strTenant;
 }
 
 bool AgentLog::Open(std::string& strReason) {
@@ -57,34 +80,30 @@ bool AgentLog::OpenLogs(const Tenant& tenant) const {
   std::error_code ignored;  // if the folder is missing, opening the logs fails and is reported
   std::filesystem::create_directory(tenant.strDirectory, ignored);
   CWyLogger& logger = *tenant.pLogger;
-  CWyLogOutput* pErrorLog = NewFileOutput(tenant, "error.log");
-  CWyLogOutput* pAuditLog = NewAuditOutput(tenant);
-  const bool bErrorLog = logger.SetLogOutput(pErrorLog);
-  const bool bAuditLog = logger.EnableAuditLogRollover(pAuditLog);
-  if (!bErrorLog) logger.DeleteLogOutput(pErrorLog);
-  if (!bAuditLog) delete pAuditLog;  // also one of a kind that the logger does not know
-  return bErrorLog && bAuditLog;
+  OutputPtr pErrorLog = std::make_unique<CWyAuditFileOutput>(FileOptions(tenant, "error.log"));
+  OutputPtr pAuditLog = NewAuditOutput(tenant);
+  return IsTakenOver(logger.SetLogOutput(pErrorLog.get()), pErrorLog) &&
+         IsTakenOver(logger.EnableAuditLogRollover(pAuditLog.get()), pAuditLog);
 }
 
-CWyLogOutput* AgentLog::NewFileOutput(const Tenant& tenant, const char* pszName) const {
-  const int iMode = m_options.iMaxSizeMB > 0 ? WyFileMode::AppendRollBySize : WyFileMode::Append;
-  return tenant.pLogger->NewLogOutput(WyOutputType::File,
-                                      (tenant.strDirectory + "/" + pszName).c_str(), iMode,
-                                      m_options.iMaxSizeMB, m_options.iMaxBackups);
+WyFileOptions AgentLog::FileOptions(const Tenant& tenant, const char* pszName) const {
+  WyFileOptions file;
+  file.path = tenant.strDirectory + "/" + pszName;
+  file.mode = m_options.iMaxSizeMB > 0 ? WyFileMode::AppendRollBySize : WyFileMode::Append;
+  file.maxSizeMB = m_options.iMaxSizeMB;
+  file.backups = m_options.iMaxBackups;
+  file.shared = m_options.bShared;
+  file.permissions = 0640;
+  return file;
 }
 
 // Each sealed log has keys of its own, so the tenants' logs, which have none, are not sealed.
-CWyLogOutput* AgentLog::NewAuditOutput(const Tenant& tenant) const {
-  if (m_options.strSealKeys.empty() || tenant.pLogger != theLogger()) {
-    return NewFileOutput(tenant, "audit.log");
+AgentLog::OutputPtr AgentLog::NewAuditOutput(const Tenant& tenant) const {
+  const WyFileOptions file = FileOptions(tenant, "audit.log");
+  if (m_options.strSealKeys.empty() || tenant.pLogger != m_tenants.at("").pLogger) {
+    return std::make_unique<CWyAuditFileOutput>(file);
   }
-  WyFileOptions file;
-  file.path = tenant.strDirectory + "/audit.log";
-  file.mode = m_options.iMaxSizeMB > 0 ? 3 : 1;
-  file.maxSizeMB = m_options.iMaxSizeMB;
-  file.backups = m_options.iMaxBackups;
-  file.permissions = 0640;
-  return new CWySealedOutput(file, m_options.strSealKeys);
+  return std::make_unique<CWySealedOutput>(file, m_options.strSealKeys);
 }
 
 std::string AgentLog::TenantOf(const std::string& strHost) const {
@@ -104,16 +123,14 @@ bool AgentLog::TurnTracingOn() const {
 bool AgentLog::TurnTracingOn(const Tenant& tenant) const {
   CWyLogger& logger = *tenant.pLogger;
   const std::string& strConfig = m_options.strTraceConfig;
-  CWyLogOutput* pFile = NewFileOutput(tenant, "trace.log");
-  CWyLogOutput* pConsole =
-      m_options.bTraceToConsole ? logger.NewLogOutput(WyOutputType::Console) : nullptr;
-  const bool bOn = logger.EnableTrace(pFile, pConsole, m_options.iTraceLayout,
+  OutputPtr pFile = std::make_unique<CWyAuditFileOutput>(FileOptions(tenant, "trace.log"));
+  OutputPtr pConsole(m_options.bTraceToConsole ? logger.NewLogOutput(WyOutputType::Console)
+                                               : nullptr);
+  const bool bOn = logger.EnableTrace(pFile.get(), pConsole.get(), m_options.iTraceLayout,
                                       m_options.strTraceDelimiter.c_str(), strConfig.c_str(),
                                       logger.ShouldUseLocalTime(), false, false);
-  if (!bOn) {
-    logger.DeleteLogOutput(pFile);
-    logger.DeleteLogOutput(pConsole);
-  }
+  IsTakenOver(bOn, pFile);
+  IsTakenOver(bOn, pConsole);
   WyLog(logger, bOn ? IsAuthorized::TracingOn : IsAuthorized::TracingFailed, Printable(strConfig),
         tenant.strDirectory + "/trace.log");
   LogTraceFindings(tenant);
@@ -142,23 +159,4 @@ void AgentLog::TurnTracingOff() const {
     tenant.pLogger->DisableTrace(false);
     WyLog(*tenant.pLogger, IsAuthorized::TracingOff);
   }
-}
-
-// ---- Audit log ----------------------------------------------------------------------------------
-
-bool AgentLog::Audit(const AccessRequest& request, Decision decision, int iStatus,
-                     WyCallSite where) const {
-  CWyLogger& logger = LoggerOf(request);
-  const bool bWritten = WY_AUDIT(logger, DecisionText(decision))
-                            .Set("user", request.strUser)
-                            .Set("client", request.strClient)
-                            .Set("method", request.strMethod)
-                            .Set("resource", request.strResource)
-                            .Set("rule", request.iRule)
-                            .Set("status", iStatus)
-                            .Write();
-  if (!bWritten) {
-    WyLog(logger, {IsAuthorized::AuditFailed, where}, Who(Resource(request), request));
-  }
-  return bWritten;
 }
