@@ -61,6 +61,13 @@ int64_t CoarseTime() {
 
 bool IsAtPage(off_t lOffset) { return lOffset > 0 && lOffset % PageSize == 0; }
 
+// Opens an open file once more, for reading: whatever its name is now.
+int OpenAgain(int hFile, int iFlags) {
+  char szPath[32];
+  std::snprintf(szPath, sizeof szPath, "/proc/self/fd/%d", hFile);
+  return WyOpen(szPath, iFlags, 0);
+}
+
 // Whether the file has this text at this place.
 bool HasText(int hFile, off_t lStart, std::string_view strText) {
   char szPart[PageSize];
@@ -194,7 +201,13 @@ bool CWySharedFile::IsKept(std::string_view strText) {
 bool CWySharedFile::IsTornAt(off_t lSize) const {
   struct stat status;
   static_cast<void>(fallocate(m_hFile, FALLOC_FL_KEEP_SIZE, 0, 1));
-  return fstat(m_hFile, &status) == 0 && status.st_size == lSize && !EndsWithNewline(m_strPath);
+  if (fstat(m_hFile, &status) != 0 || status.st_size != lSize || lSize == 0) return false;
+  const int hFile = OpenAgain(m_hFile, O_RDONLY);
+  if (hFile < 0) return false;
+  char cLast = '\n';  // at that size: the next record may be half written by now
+  static_cast<void>(pread(hFile, &cLast, 1, lSize - 1));
+  close(hFile);
+  return cLast != '\n';
 }
 
 // Ends the line of a torn record: of the text that ends at `lEnd`, or of what precedes it. Nothing
@@ -203,9 +216,7 @@ bool CWySharedFile::IsTornAt(off_t lSize) const {
 bool CWySharedFile::MendTorn(off_t lEnd, std::string_view strText, bool bIsTorn) const {
   const off_t lStart = lEnd - static_cast<off_t>(strText.size());
   if (!bIsTorn && !strText.ends_with('\n')) return true;
-  char szPath[32];
-  std::snprintf(szPath, sizeof szPath, "/proc/self/fd/%d", m_hFile);
-  const int hFile = WyOpen(szPath, O_RDWR, 0);
+  const int hFile = OpenAgain(m_hFile, O_RDWR);
   if (hFile < 0) return false;
   const bool bMended =
       HasText(hFile, lStart, strText) && EndLineBefore(hFile, bIsTorn ? lEnd : lStart);
