@@ -29,8 +29,8 @@
 //
 // Threads. Any thread may call any function at any time. An object that a function returns (audit
 // record, trace, scope, fields) is used by one thread at a time; records, traces and scopes only by
-// the thread that has begun them. A log call writes on the calling thread, with one system call;
-// nothing is queued.
+// the thread that has begun them. A log call writes on the calling thread, and returns when the
+// system has the record; nothing is queued.
 //
 // Fork and exit. A process may fork at any time, also while its threads log: the child logs on, to
 // the outputs that it has inherited, under its own process id. Programs that are executed do not

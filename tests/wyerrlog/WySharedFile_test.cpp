@@ -313,10 +313,25 @@ TEST_F(SharedFile, ARecordBehindATornOneHasItsOwnLineWhicheverProcessHasTornIt) 
     stand_ins::before_write = nullptr;
     struct stat status;
     stat(m_options.path.c_str(), &status);
-    std::ofstream(m_options.path, std::ios::app) << std::string(8192 - status.st_size, 'y');
+    std::ofstream(m_options.path, std::ios::app)
+        << std::string(static_cast<size_t>(8192 - status.st_size), 'y');
   };
   EXPECT_TRUE(Log(*pOne, "last\n"));
   EXPECT_EQ(m_directory.Read("a.log").substr(8190), "y\nlast\n");
+}
+
+TEST_F(SharedFile, RefusesWhatItCannotShare) {
+  m_directory.Write("other", "");
+  ASSERT_EQ(symlink("other", m_options.path.c_str()), 0);
+  CWyAuditFileOutput linked(m_options);
+  EXPECT_TRUE(!linked.Open() && errno == ELOOP) << errno;
+  m_options.path = "/dev/null";
+  CWyAuditFileOutput device(m_options);
+  EXPECT_TRUE(!device.Open() && errno == ENOTSUP) << errno;
+  RestartWithoutLimit();
+  m_options.mode = WyFileMode::Overwrite;
+  CWyAuditFileOutput emptied(m_options);
+  EXPECT_TRUE(!emptied.Open() && errno == EINVAL) << errno;
 }
 
 // The offset of the parent's descriptor stays where it was: the child has one of its own.

@@ -88,9 +88,11 @@ bool CWySharedFile::OpenFile() {
 }
 
 // O_NONBLOCK and O_NOCTTY are for the opening: it neither waits for a pipe's reader nor takes a
-// terminal.
+// terminal. O_NOFOLLOW: a process with more rights opens the file again and again in a folder that
+// the workers write to, and must not be led to a file of the system.
 int CWySharedFile::OpenFlags() const {
-  return O_WRONLY | O_APPEND | O_NONBLOCK | O_NOCTTY | (m_options.synchronous ? O_DSYNC : 0);
+  const int iSynchronous = m_options.synchronous ? O_DSYNC : 0;
+  return O_WRONLY | O_APPEND | O_NONBLOCK | O_NOCTTY | O_NOFOLLOW | iSynchronous;
 }
 
 // Creates the file without a name, completes it, and gives it the name unless another process was
