@@ -42,7 +42,7 @@ function follow_braces(line,   i, c, body) {
   for (i = 1; i <= length(line); i++) {
     c = substr(line, i, 1)
     if (c == "{") {
-      body = in_body() || statement !~ /(^| )(class|struct|enum|namespace|union) |extern *$/
+      body = in_body() || statement !~ /(^| )(class|struct|enum|namespace|union) |extern *[{]/
       is_body[++depth] = body
       statement = ""
     } else if (c == "}") {

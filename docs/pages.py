@@ -5,7 +5,7 @@ Runs the programs of docs/examples from the build folder. A mark in a page names
 of code, or of the table, that follows it:
 
     <!-- file: examples/x.cpp -->            the whole file
-    <!-- file: examples/x.cpp#name -->       its lines between "// [name]" and "// [/name]"
+    <!-- file: examples/x.cpp#name -->       its lines between "// [name]" and "// [/name]" (or "#")
     <!-- output: run/name -->                a file that the run of that name has written
     <!-- output: run/name 3 -->              its first three lines
     <!-- table: run --> ... <!-- end -->     the standard output of the run
@@ -40,6 +40,7 @@ RUNS = {
     "audit_file": (["audit_file"], {}),
     "services": (["services"], {}),
     "loss": (["loss"], {}),
+    "shared": (["shared"], {}),
     "server": (["server", TRACE_CONF], {}),
     "trace": (["trace", TRACE_CONF, "0"], {}),
     **{f"layout{n}": (["trace", LAYOUT_CONF, str(n)], {}) for n in range(4)},
@@ -49,6 +50,7 @@ RUNS = {
     "error_chain": (["error_chain", "{messages}"], {}),
     "processes": (["processes"], {}),
     "requests": (["requests"], {}),
+    "from_c": (["from_c", "{messages}", TRACE_CONF], {}),
     "one_call": (["one_call", TRACE_CONF], {}),
     "raw_classes": (["raw_classes", TRACE_CONF, "{messages}"], {}),
     "fields": (["reference_tables", "fields"], {}),
@@ -56,6 +58,8 @@ RUNS = {
 }
 JAVA = ["java", "-classpath", "{build}/docs/examples/guide.jar:{build}/lib/wyerrlog.jar",
         "-Djava.library.path={build}/lib"]
+PYTHON_RUNS = {"from_python": (["python3", "{build}/docs/examples/from_python.py",
+                                "{build}/lib/libwyerrlog.so.1"], {})}
 LOGGING = f"-Djava.util.logging.config.file={DOCS}/examples/logging.properties"
 JAVA_RUNS = {
     "java": ([*JAVA, "Guide", "{messages}", TRACE_CONF], {}),
@@ -81,9 +85,11 @@ def run_examples(build, folder):
     if (examples / "guide.jar").exists():
         runs.update(JAVA_RUNS)
     shutil.rmtree(folder, ignore_errors=True)
+    if (examples / "from_python.py").exists():
+        runs.update(PYTHON_RUNS)
     for name, (command, variables) in runs.items():
         command = [part.format(**places) for part in command]
-        if name not in JAVA_RUNS:
+        if name in RUNS:
             command[0] = str(examples / "bin" / command[0])
         (folder / name).mkdir(parents=True)
         environment = {**os.environ, "LC_ALL": "C.UTF-8", **variables,
@@ -98,7 +104,7 @@ def source_text(page, reference):
     path, _, region = reference.partition("#")
     text = (page.parent / path).read_text()
     if region:
-        match = re.search(rf"^ *// \[{region}\]\n(.*?)^ *// \[/{region}\]$", text, re.S | re.M)
+        match = re.search(rf"^ *(?://|#) \[{region}\]\n(.*?)^ *(?://|#) \[/{region}\]$", text, re.S | re.M)
         return textwrap.dedent(match[1])
     return re.sub(r"^ *// \[/?[\w-]+\]\n", "", text, flags=re.M)
 
@@ -124,7 +130,7 @@ class Page:
         if kind == "table":
             name += "/stdout"
         if name.split("/")[0] not in self.runs:
-            return shown  # the run needs Java, which is not installed
+            return shown  # the run needs Java, or a build without sanitizers
         lines = (self.outputs / name).read_text().splitlines(keepends=True)
         text = "".join(lines[: int(count)] if count else lines)
         text = re.sub(r" +$", "", text, flags=re.M)  # editors remove them from pages
@@ -154,7 +160,7 @@ class Page:
     def check_code(self):
         if self.path.name not in OF_PROGRAMS:
             return
-        for match in re.finditer(r"^(.*)\n```(cpp|java|cmake)$", self.text, re.M):
+        for match in re.finditer(r"^(.*)\n```(c|cpp|java|python|cmake)$", self.text, re.M):
             if not match[1].startswith("<!-- file: "):
                 self.faults.append(f"code without a mark that names its file: {match[0]!r}")
 

@@ -79,6 +79,7 @@ class WYERRLOG_API CWyAuditFileOutput : public CWyLogOutput {
   //            rollover by size or the other way round, backups or an age without any rollover; a
   //            shared file in mode 0, which would empty it under the other processes
   //   ENOTSUP  the path names neither a regular file nor, unless shared, a character device
+  //   ELOOP    the path of a shared file names a symbolic link
   //   EBUSY    the output is open
   // and whatever open(2) and, for the modes that roll over at once, rename(2) report.
   bool Open() override;

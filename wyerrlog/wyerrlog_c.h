@@ -29,8 +29,8 @@
 //
 // Threads. Any thread may call any function at any time. An object that a function returns (audit
 // record, trace, scope, fields) is used by one thread at a time; records, traces and scopes only by
-// the thread that has begun them. A log call writes on the calling thread, with one system call;
-// nothing is queued.
+// the thread that has begun them. A log call writes on the calling thread, and returns when the
+// system has the record; nothing is queued.
 //
 // Fork and exit. A process may fork at any time, also while its threads log: the child logs on, to
 // the outputs that it has inherited, under its own process id. Programs that are executed do not
@@ -341,13 +341,12 @@ int wyerrlog_scope_end(wyerrlog_scope* scope);
 
 // ---- Losses -------------------------------------------------------------------------------------
 
-// The account of a log: the records that it has refused, whether it loses records at present, since
-// when (seconds since the Epoch; 0: never), and errno of the last one. See WyLogLoss.h.
+// The account of a log, from the creation of its logger on. See WyLogLoss.h.
 typedef struct wyerrlog_loss {
-  uint64_t refused;
-  int64_t since;
-  int losing;
-  int error;
+  uint64_t refused;  // records that could not be written
+  int64_t since;     // when the present or last loss began, in seconds since the Epoch; 0: never
+  int losing;        // 1 from a refused record on until the next one that is written
+  int error;         // errno of the last refused record
 } wyerrlog_loss;
 
 // Stores the account of a log. Takes no lock. Returns 0 (EINVAL) for a log that does not exist or

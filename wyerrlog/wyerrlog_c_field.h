@@ -6,6 +6,7 @@
 // configurations use the same names ("TransactionID"). They never change, so that a program in
 // another language may write them as numbers.
 
+// A field's number.
 enum wyerrlog_field {
   WYERRLOG_FIELD_MESSAGE = 0,
   WYERRLOG_FIELD_SRC_FILE = 1,

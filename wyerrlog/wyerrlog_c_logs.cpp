@@ -16,9 +16,6 @@
 
 namespace {
 
-constexpr size_t ErrorSize = 512;
-constinit thread_local char s_szError[ErrorSize] = "";
-
 // Fails with a text, and with errno as the caller has set it.
 int FailWith(const std::string& strText) {
   WySetErrorForC(strText);
@@ -41,7 +38,7 @@ int ToFile(const char* pszPath, const char* pszOptions, bool bTrace, Install ins
       const int iErrno = errno;
       const std::string strReason = std::generic_category().message(iErrno);
       errno = iErrno;
-      return *s_szError != '\0' ? 0 : FailWith(pszPath + (": " + strReason));
+      return *WyErrorForC() != '\0' ? 0 : FailWith(pszPath + (": " + strReason));
     }
     return 1;
   });
@@ -105,12 +102,7 @@ bool TraceToFile(CWyLogger& logger, const char* pszPath, const char* pszConfig,
 
 }  // namespace
 
-void WySetErrorForC(std::string_view strText) noexcept {
-  const size_t uSize = strText.copy(s_szError, ErrorSize - 1);
-  s_szError[uSize] = '\0';
-}
-
-const char* wyerrlog_error(void) { return s_szError; }
+const char* wyerrlog_error(void) { return WyErrorForC(); }
 
 int wyerrlog_log_to_file(wyerrlog_logger* logger, const char* path, const char* options) {
   return ToFile(path, options, false, [&](const WyTextOptions& read) {

@@ -87,6 +87,7 @@ INSTANTIATE_TEST_SUITE_P(
                     Scenario{"AppendingInThreads", 1, 0, 0, false, 4},
                     Scenario{"RollingOverInThreads", 4, 0, 0, false, 4},
                     Scenario{"AuditingByDay", 1, 8, 86400, false, 1, Scenario::Kind::AuditFile},
+                    Scenario{"SharingByDay", 1, 8, 86400, false, 1, Scenario::Kind::SharedFile},
                     Scenario{"ToADescriptor", 1, 0, 0, false, 1, Scenario::Kind::Descriptor}),
     faults::NameOf);
 

@@ -60,6 +60,8 @@ size_t MostRefused(const Scenario& scenario, const Row& row) {
   constexpr Call OfOpening[] = {Call::Write, Call::Open, Call::Fstat, Call::Access};
   const bool bOpens =
       std::find(std::begin(OfOpening), std::end(OfOpening), row.fault.call) != std::end(OfOpening);
+  // A shared file does not continue a record that is cut short.
+  if (scenario.kind == Scenario::Kind::SharedFile && row.fault.effect == Effect::Short) return 1;
   return scenario.kind == Scenario::Kind::PublishedFile || bOpens ? row.uMostRefused : 0;
 }
 
@@ -89,6 +91,7 @@ void Climb(const Scenario& scenario, Row row) {
 
 constexpr int Day = 86400;
 constexpr auto Audit = Scenario::Kind::AuditFile;
+constexpr auto Shared = Scenario::Kind::SharedFile;
 constexpr auto Descriptor = Scenario::Kind::Descriptor;
 
 class FaultLadder : public testing::TestWithParam<Scenario> {};
@@ -117,6 +120,9 @@ INSTANTIATE_TEST_SUITE_P(
                     Scenario{"RollingOverByDay", 1, 0, Day, false, 1, Audit},
                     Scenario{"DeletingByDay", 1, 8, Day, false, 1, Audit},
                     Scenario{"AuditingInThreads", 1, 0, Day, false, 4, Audit},
+                    Scenario{"Sharing", 1, 0, Day, false, 1, Shared},
+                    Scenario{"SharingAndDeleting", 1, 8, Day, false, 1, Shared},
+                    Scenario{"SharingInThreads", 1, 0, Day, false, 4, Shared},
                     Scenario{"ToADescriptor", 1, 0, 0, false, 1, Descriptor},
                     Scenario{"ToADescriptorInThreads", 1, 0, 0, false, 4, Descriptor}),
     faults::NameOf);

@@ -37,7 +37,7 @@ struct Scenario {
   int iSecondsBetween = 0;    // messages; more than 300 let refused rollovers be tried again
   bool bPlainRename = false;  // the system has no renaming that does not replace
   size_t uThreads = 1;
-  enum class Kind { PublishedFile, AuditFile, Descriptor } kind = Kind::PublishedFile;
+  enum class Kind { PublishedFile, AuditFile, SharedFile, Descriptor } kind = Kind::PublishedFile;
 };
 
 inline std::string NameOf(const testing::TestParamInfo<Scenario>& scenario) {
@@ -128,12 +128,13 @@ class LoggingRun {
     if (m_scenario.kind == Scenario::Kind::Descriptor) {
       return new CWyDescriptorOutput(m_hFile);
     }
-    if (m_scenario.kind == Scenario::Kind::AuditFile) {
+    if (m_scenario.kind != Scenario::Kind::PublishedFile) {
       return new CWyAuditFileOutput({.path = strPath,
                                      .mode = iMode,
                                      .backups = iMaxBackups,
                                      .permissions = 0640,
-                                     .daily = true});
+                                     .daily = true,
+                                     .shared = m_scenario.kind == Scenario::Kind::SharedFile});
     }
     return theLogger()->NewLogOutput(1, strPath.c_str(), iMode, 0, iMaxBackups);
   }

@@ -67,6 +67,13 @@ with_find_package() (
   use_cmake "$PWD/build" -DCMAKE_PREFIX_PATH="$2"
   grep -q "^wyerrlog_DIR:PATH=$2/" build/CMakeCache.txt || fail "found elsewhere"
 
+  # A project in C alone.
+  mkdir c
+  sed 's/CXX/C/; s/main\.cpp/from_c.c/; /wyerrlog_component/d' CMakeLists.txt >c/CMakeLists.txt
+  cp "$source_tree/docs/examples/from_c.c" c
+  { cmake -S c -B c/build -DCMAKE_PREFIX_PATH="$2" && cmake --build c/build; } >c.log 2>&1 ||
+    fail "$(<c.log)"
+
   sed -i "s/wyerrlog 1\.0 CONFIG/wyerrlog $(header_version "$2/include") EXACT CONFIG/" CMakeLists.txt
   cmake -S . -B exact -DCMAKE_PREFIX_PATH="$2" >exact.log 2>&1 || fail "$(<exact.log)"
 
@@ -111,6 +118,9 @@ with_pkg_config() (
   export PKG_CONFIG_PATH=$libraries/pkgconfig LD_LIBRARY_PATH=$libraries
   make --silent
   expect_message "$PWD" ./consumer
+  # shellcheck disable=SC2046  # words on purpose
+  "${CC:-cc}" -std=c99 $(pkg-config --cflags wyerrlog) "$source_tree/docs/examples/from_c.c" -o from_c \
+    $(pkg-config --libs wyerrlog) || fail "no program in C"
   [[ $(pkg-config --modversion wyerrlog) == "$(header_version "$2/include")" ]] ||
     fail "pkg-config reports another version than the header"
 )

@@ -54,7 +54,8 @@ inline WyCallSite WyPlaceOf(const char* pszFile, int iLine, const char* pszFunct
   return {pszFile != nullptr ? pszFile : "", iLine, pszFunction != nullptr ? pszFunction : ""};
 }
 
-// Sets the result of wyerrlog_error for the calling thread, cut to its size; errno stays.
+// The text of wyerrlog_error for the calling thread. A new one is cut to 511 bytes; errno stays.
+const char* WyErrorForC() noexcept;
 void WySetErrorForC(std::string_view strText) noexcept;
 
 #endif

@@ -9,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "wyerrlog/WyEscape.h"
 #include "wyerrlog/WyLogOutput.h"
 #include "wyerrlog/internal/WyEditDistance.h"
 
@@ -58,7 +59,8 @@ std::string ListOf(const NamedValue (&table)[uCount]) {
   return strList;
 }
 
-std::string Quoted(std::string_view strText) { return '"' + std::string(strText) + '"'; }
+// Texts of a host's configuration may have control characters, and the error goes to a terminal.
+std::string Quoted(std::string_view strText) { return '"' + WyEscape(strText) + '"'; }
 
 // The setting of one option: returns an empty text, or what the value has to be.
 using Setting = std::string (*)(std::string_view strValue, WyTextOptions& options);

@@ -82,39 +82,40 @@ bool CWySharedFile::OpenFile() {
     const int hFile = WyOpen(m_strPath.c_str(), OpenFlags(), 0);
     if (hFile >= 0) return Adopt(hFile);
     if (errno != ENOENT) return false;
-    if (Publish()) return true;
-    if (errno != EEXIST) return false;
+    if (!Publish() && errno != EEXIST) return false;
   }
   return false;
 }
 
 // O_NONBLOCK and O_NOCTTY are for the opening: it neither waits for a pipe's reader nor takes a
-// terminal.
+// terminal. O_NOFOLLOW: a process with more rights opens the file again and again in a folder that
+// the workers write to, and must not be led to a file of the system.
 int CWySharedFile::OpenFlags() const {
-  return O_WRONLY | O_APPEND | O_NONBLOCK | O_NOCTTY | (m_options.synchronous ? O_DSYNC : 0);
+  const int iSynchronous = m_options.synchronous ? O_DSYNC : 0;
+  return O_WRONLY | O_APPEND | O_NONBLOCK | O_NOCTTY | O_NOFOLLOW | iSynchronous;
 }
 
 // Creates the file without a name, completes it, and gives it the name unless another process was
-// first (EEXIST). Without such files (O_TMPFILE), or without /proc, it is created under its name:
+// first (EEXIST). The caller opens it by its name: for /proc the descriptor here stays one of a
+// deleted file. Without such files (O_TMPFILE), or without /proc, it is created under its name:
 // then another process's record may precede the headers.
 bool CWySharedFile::Publish() {
   const std::string strDirectory = m_strPath.substr(0, m_strPath.rfind('/') + 1);
   const auto iPermissions = static_cast<int>(Permissions());
-  int hFile = WyOpen(strDirectory.c_str(), OpenFlags() | O_TMPFILE, iPermissions);
-  if (hFile >= 0) {
+  {
+    const Descriptor file(WyOpen(strDirectory.c_str(), OpenFlags() | O_TMPFILE, iPermissions));
     char szPath[32];
-    std::snprintf(szPath, sizeof szPath, "/proc/self/fd/%d", hFile);
-    if (Prepare(hFile) &&
-        linkat(AT_FDCWD, szPath, AT_FDCWD, m_strPath.c_str(), AT_SYMLINK_FOLLOW) == 0) {
-      return Adopt(hFile);
+    std::snprintf(szPath, sizeof szPath, "/proc/self/fd/%d", file.Get());
+    if (file.Get() >= 0 && Prepare(file.Get())) {
+      if (linkat(AT_FDCWD, szPath, AT_FDCWD, m_strPath.c_str(), AT_SYMLINK_FOLLOW) == 0)
+        return true;
+      if (errno == EEXIST) return false;
     }
-    CloseAndFail(hFile);
-    if (errno == EEXIST) return false;
   }
-  hFile = WyOpen(m_strPath.c_str(), OpenFlags() | O_CREAT | O_EXCL, iPermissions);
-  if (hFile < 0) return false;
-  static_cast<void>(Prepare(hFile));
-  return Adopt(hFile);
+  const Descriptor file(WyOpen(m_strPath.c_str(), OpenFlags() | O_CREAT | O_EXCL, iPermissions));
+  if (file.Get() < 0) return false;
+  static_cast<void>(Prepare(file.Get()));
+  return true;
 }
 
 // The descriptor takes the place of the open one, which is closed; on failure it is closed itself.
@@ -220,15 +221,19 @@ bool CWySharedFile::IsNamed(const std::string& strPath, const struct stat& file)
          named.st_ino == file.st_ino;
 }
 
-// A file that has become a backup has records: one without is what a killed process has created.
+// A file that has become a backup has records. What a killed process has created has a part of the
+// headers at most.
 void CWySharedFile::DeleteLeftOver() const {
   CWyBackups backups = BackupsOf(m_strPath);
-  struct stat status;
   if (!backups.Read()) return;
   const std::string strNewest = backups.Newest();
-  if (strNewest.empty() || stat(strNewest.c_str(), &status) != 0) return;
-  const bool bEmpty = status.st_size <= static_cast<off_t>(m_strHeaders.size());
-  if (bEmpty && S_ISREG(status.st_mode)) WyUnlink(strNewest.c_str());
+  if (strNewest.empty()) return;
+  const Descriptor file(WyOpen(strNewest.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY, 0));
+  std::string strText(m_strHeaders.size() + 1, '\0');
+  const ssize_t lRead = pread(file.Get(), strText.data(), strText.size(), 0);
+  if (lRead < 0) return;
+  strText.resize(static_cast<size_t>(lRead));
+  if (m_strHeaders.starts_with(strText)) WyUnlink(strNewest.c_str());
 }
 
 // Creates the next file under the name of the next backup. Returns its descriptor, or -1.
