@@ -22,7 +22,7 @@ dependencies() {
 
 download() { (cd "$servers/packages" && apt-get -q download "$@") >"$servers/log" 2>&1; }
 
-# Makes the headers that a module is compiled with; "--with-compat" lets the packaged server load it.
+# Creates the headers that a module is compiled with; "--with-compat" lets the packaged server load it.
 configure_nginx() {
   (cd "$servers/root/usr/share/nginx/src" &&
     sh ./configure --with-compat --with-threads --with-pcre-jit --without-http_gzip_module)

@@ -77,8 +77,12 @@ int ConstructAgent(apr_pool_t* pConfigPool, apr_pool_t*, apr_pool_t*, server_rec
 // A worker whose logs cannot be opened refuses all requests.
 void OpenLogs(apr_pool_t*, server_rec* pMainServer) {
   std::string strReason;
-  s_pAgent->bLogsOpen = s_pAgent->log.Open(strReason);
-  if (s_pAgent->bLogsOpen) return s_pAgent->traces.Follow(s_pAgent->log);
+  try {
+    s_pAgent->bLogsOpen = s_pAgent->log.Open(strReason);
+    if (s_pAgent->bLogsOpen) return s_pAgent->traces.Follow(s_pAgent->log);
+  } catch (const std::exception& error) {
+    strReason = error.what();
+  }
   ap_log_error(APLOG_MARK, APLOG_EMERG, 0, pMainServer, "access agent: %s", strReason.c_str());
 }
 

@@ -20,7 +20,7 @@
 
 namespace {
 
-// If the logger has taken the output over, gives it up: the logger deletes it.
+// Releases the pointer if the logger owns the output now. Returns whether it does.
 bool IsTakenOver(bool bInstalled, std::unique_ptr<CWyLogOutput>& pOutput) {
   if (bInstalled) static_cast<void>(pOutput.release());
   return bInstalled;
