@@ -37,14 +37,15 @@
 struct WyRawText {
   const char* pszText;  // null: shown as a null pointer is
   std::size_t uSize;    // bytes
+  bool bTerminated;     // a zero byte follows
 };
 
 // Returns the text as one that is not escaped:
 //
 //   WyLog(Login::Dump, WyRaw(strTable));
-inline WyRawText WyRaw(std::string_view text) { return {text.data(), text.size()}; }
+inline WyRawText WyRaw(std::string_view text) { return {text.data(), text.size(), false}; }
 inline WyRawText WyRaw(const char* pszText) {
-  return {pszText, pszText != nullptr ? std::strlen(pszText) : 0};
+  return {pszText, pszText != nullptr ? std::strlen(pszText) : 0, true};
 }
 
 namespace WyLogDetail {

@@ -189,7 +189,7 @@ auto ToText(const T& value) {
   } else if constexpr (std::is_enum_v<T>) {
     return CpaShortText(+static_cast<std::underlying_type_t<T>>(value));
   } else if constexpr (std::is_same_v<T, WyRawText>) {
-    return CpaBorrowedText{{value.pszText, value.uSize, false}};
+    return CpaBorrowedText{{value.pszText, value.uSize, value.bTerminated}};
   } else if constexpr (IsOptional<T>::value) {
     using Text = decltype(ToText(*value));
     return value ? CpaOptionalText<Text>{ToText(*value)} : CpaOptionalText<Text>{std::nullopt};
