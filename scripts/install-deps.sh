@@ -13,6 +13,7 @@ packages=(
   libbenchmark-dev                  # the benchmarks
   strace valgrind                   # tests that trace system calls and count instructions
   openjdk-17-jdk-headless           # the Java binding
+  libslf4j-java                     # its test with SLF4J
   dpkg-dev file                     # the packages
   abigail-tools                     # the comparison with the recorded interface
   doxygen python3                   # the API reference; the test of the pages

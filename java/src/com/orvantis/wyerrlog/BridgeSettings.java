@@ -28,7 +28,7 @@ record BridgeSettings(String loggerName, boolean localTime, LogFile log, LogFile
   /** Reports system properties that begin with the prefix, or nearly do, and are not a setting. */
   static void checkSystemProperties(Consumer<String> problems) {
     List<String> settings = new ArrayList<>(SettingNames.COMMON);
-    settings.addAll(List.of("level", "library"));
+    settings.addAll(List.of("level", "library", "mdc"));
     SettingNames.check(System.getProperties().stringPropertyNames(), PREFIX, settings, problems);
   }
 

@@ -50,8 +50,10 @@ import java.util.logging.LogRecord;
  * too. Handlers with equal settings, and a {@link WyLoggerFinder} with the same settings, open
  * their files once.
  *
- * <p>A text of more than 4095 bytes becomes several messages. Lines of a text after the first are
- * indented by a tab, so that no text can be taken for another record. Any thread may log at any
+ * <p>Texts are written in UTF-8. A text of more than 4095 bytes becomes several messages. Lines of
+ * a text after the first are indented by a tab, and other control characters are escaped, so that
+ * no text can be taken for another record. Trace records have the fields of the thread's {@link
+ * WyRequest} and of SLF4J's MDC. Any thread may log at any
  * time. Nothing is thrown to the caller. A record that is logged on the same thread while the
  * handler formats or writes another one is dropped.
  *
@@ -137,7 +139,7 @@ public final class WyLogHandler extends Handler {
   private static final class TextFormatter extends Formatter {
     @Override
     public String format(LogRecord record) {
-      return Bridge.withStackTrace(formatMessage(record), record.getThrown());
+      return Lines.withStackTrace(formatMessage(record), record.getThrown());
     }
   }
 
