@@ -117,6 +117,15 @@ final class Bridge {
   }
 
   /**
+   * Returns true if a record shows the class and the method that have logged it: a trace record,
+   * and a message if a setting asks for it. To find them on the stack takes several times as long
+   * as to write the record.
+   */
+  boolean showsCaller(int severity) {
+    return severity <= DEBUG || settings.placeIsClass();
+  }
+
+  /**
    * Formats and writes a record. Does nothing if the thread is writing a record already.
    *
    * @param writing formats and writes
@@ -143,17 +152,17 @@ final class Bridge {
    * Writes a record.
    *
    * @param severity number of the record's level
-   * @param className class that has logged the record
+   * @param place class or logger that has logged the record
    * @param methodName method that has logged the record; may be null
    * @param text text of the record; lines after the first are indented, so that they cannot be
    *     taken for records
    */
-  void write(int severity, String className, String methodName, String text) {
+  void write(int severity, String place, String methodName, String text) {
     String lines = Lines.indented(text);
     if (severity <= DEBUG) {
-      trace.begin(className, methodName).lines(lines).write();
+      trace.begin(place, methodName).lines(lines).write();
     } else {
-      WyLog.writeLines(logger, className, messageId(severity), lines);
+      WyLog.writeLines(logger, place, messageId(severity), lines);
     }
   }
 

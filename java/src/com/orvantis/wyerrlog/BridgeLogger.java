@@ -58,7 +58,8 @@ final class BridgeLogger implements System.Logger {
       return;
     }
     bridge.run(() -> {
-      CallSite site = CallSite.ofProgram(name);
+      CallSite site = bridge.showsCaller(level.getSeverity()) ? CallSite.ofProgram(name)
+                                                              : new CallSite(name, null);
       bridge.write(level.getSeverity(), site.className(), site.methodName(), text.get());
     });
   }

@@ -44,7 +44,7 @@ final class Slf4jTest {
     WyTrace.of(WyLogger.COMPONENT_LOG, Slf4jTest.class).record("f").message("m").write();
     String place = "[" + Slf4jTest.class.getName() + "]";
     checkEqual(
-        place + "[WARNING][wy-log-00000] 1 of two \ud83d\ude00", messages("slf4j.log").get(0));
+        "[program][WARNING][wy-log-00000] 1 of two \ud83d\ude00", messages("slf4j.log").get(0));
     checkEqual("\tjava.lang.Exception: reason", lines("slf4j.log").get(1));
     String method = "[recordsGoToTheLogsWithTheContext]";
     checkEqual(List.of(place + method + "[7f3a][alice][traced", "\tin two lines\\x07]",

@@ -62,12 +62,20 @@ final class WyLogHandlerTest {
     configure("levels", tracing("levels", "Log"));
     Program.run();
     String location = "[" + Program.class.getName() + "]";
-    checkEqual(List.of(location + "[ERROR][wy-log-00000] disk full",
-                   location + "[WARNING][wy-log-00000] 'a has 1,000 bytes",
-                   location + "[INFO][wy-log-00000] settings"),
+    checkEqual(List.of("[program][ERROR][wy-log-00000] disk full",
+                   "[program][WARNING][wy-log-00000] 'a has 1,000 bytes",
+                   "[program][INFO][wy-log-00000] settings"),
         messages("levels.log"));
     checkEqual(List.of(location + "[run][looking at x]", location + "[run][done]"),
         records("levels.trace"));
+  }
+
+  @Test
+  static void messagesShowTheClassIfASettingAsksForIt() throws IOException {
+    configure("place", "place = class");
+    Program.run();
+    checkEqual("[" + Program.class.getName() + "][ERROR][wy-log-00000] disk full",
+        messages("place.log").get(0));
   }
 
   @Test
