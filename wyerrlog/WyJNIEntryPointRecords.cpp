@@ -8,6 +8,8 @@
 #include <jni.h>
 
 #include <array>
+#include <string>
+#include <string_view>
 #include <utility>
 
 #include "wyerrlog/WyLog.h"
@@ -22,12 +24,43 @@ CWyLogger* LoggerOf(jlong hLogger) { return reinterpret_cast<CWyLogger*>(hLogger
 
 using Arguments = std::array<WyRawText, CpaArgList::MaxArguments>;
 
+// The library cuts the text of a message to 4095 bytes, which may be in the middle of a character.
+// Only a line with long arguments is looked at.
+bool MayBeCut(const Arguments& arguments) {
+  constexpr std::size_t Long = 1024;  // bytes; patterns are much shorter than what is left
+  std::size_t uSize = 0;
+  for (const WyRawText& text : arguments) uSize += text.uSize;
+  return uSize > Long;
+}
+
+// Removes the bytes of an incomplete character before the newline at the end of the line.
+void RemoveCutCharacter(CWyErrLogMessage& line) {
+  constexpr std::size_t LongestCharacter = 4;
+  std::string_view text(line.GetBuffer(), static_cast<std::size_t>(line.GetBufferLen()));
+  if (text.empty() || text.back() != '\n') return;
+  text.remove_suffix(1);
+  std::size_t uSize = 1;
+  while (uSize < LongestCharacter && uSize < text.size() &&
+         (text[text.size() - uSize] & 0xC0) == 0x80) {
+    ++uSize;
+  }
+  if (text.empty() || WyLogDetail::SequenceLength(text.substr(text.size() - uSize)) == uSize)
+    return;
+  text.remove_suffix(uSize);
+  line.SetFormattedMessage((std::string(text) + '\n').c_str());
+}
+
 // One function for each number of arguments: that number is part of the type of a call of WyLog.
 // The texts are escaped already.
 template <std::size_t... indices>
 bool LogWith(CWyLogger& logger, const WyMessageAt& message, const Arguments& arguments,
              std::index_sequence<indices...>) {
-  return WyLog(logger, message, arguments[indices]...);
+  if (!MayBeCut(arguments)) return WyLog(logger, message, arguments[indices]...);
+  CWyErrLogMessage line(logger.ShouldUseLocalTime());
+  line.FormatLogProlog(message.where.pszFile, message.where.iLine, 0);
+  WyLogDetail::FormatTexts(line, message.uId, WyLogDetail::CpaArgument(arguments[indices])...);
+  RemoveCutCharacter(line);
+  return logger.LogErrMsg(line);
 }
 
 using LogFunction = bool (*)(CWyLogger&, const WyMessageAt&, const Arguments&);

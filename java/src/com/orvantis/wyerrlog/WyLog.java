@@ -18,7 +18,7 @@ import java.util.Objects;
  * java.util.Optional} read {@code <null>}, a {@link Throwable} reads with its causes. What their
  * {@code toString} throws passes through; nothing is written then. Control characters in arguments
  * and texts are escaped ({@code \x0a}), so that they cannot begin a line of their own. All else is
- * written in UTF-8.
+ * written in UTF-8. The text of a message is cut to 4095 bytes, at the end of a character.
  *
  * <p>Each method returns true if the output of the log has taken the message, and false otherwise,
  * also without an output. Any thread may use an object at any time.

@@ -73,6 +73,9 @@ final class TypedCallsTest {
               "failed: java.io.IOException: outer; caused by java.lang.Exception: in\\x0aner"),
           texts("texts.log"));
       check(lines("texts.log").get(0).contains("[b\\x0a]"), lines("texts.log").get(0));
+      for (int i = 0; i < 4; i++) { // cut at each byte of a character
+        log.message(WyLogger.MESSAGE_WARNING, "x".repeat(i) + beyond.repeat(30));
+      }
     }
     // Neither the surrogates of six bytes nor the zero byte of two.
     byte[] bytes = Files.readAllBytes(Path.of(path("texts.log")));
