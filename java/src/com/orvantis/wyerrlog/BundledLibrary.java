@@ -67,9 +67,9 @@ final class BundledLibrary {
   }
 
   private void unpackAndLoad() throws IOException, NoSuchAlgorithmException {
-    Path folder = Files.createTempDirectory(
-        Path.of(System.getProperty("java.io.tmpdir")), "wyerrlog",
-        PosixFilePermissions.asFileAttribute(PosixFilePermissions.fromString("rwx------")));
+    Path folder =
+        Files.createTempDirectory(Path.of(System.getProperty("java.io.tmpdir")), "wyerrlog",
+            PosixFilePermissions.asFileAttribute(PosixFilePermissions.fromString("rwx------")));
     try {
       for (String name : names) {
         unpack(folder, name);

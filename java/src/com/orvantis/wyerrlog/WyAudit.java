@@ -65,6 +65,17 @@ public final class WyAudit {
   }
 
   /**
+   * Adds a character, as a text.
+   *
+   * @param key name of the field
+   * @param value its value
+   * @return this
+   */
+  public WyAudit set(String key, char value) {
+    return set(key, (Object) value);
+  }
+
+  /**
    * Adds a field of any other type.
    *
    * @param key name of the field; if the record has it already, it gets a number: "user_2"

@@ -18,6 +18,9 @@ package com.orvantis.wyerrlog;
  * }
  * }</pre>
  *
+ * <p>New code uses {@link WyLogs}, {@link WyLog}, {@link WyTrace} and {@link WyAudit}, which have
+ * types in the place of numbers.
+ *
  * <p>Programs that log with {@code java.util.logging} or {@code System.Logger} need not call this
  * class: see {@link WyLogHandler} and {@link WyLoggerFinder}.
  *

@@ -220,6 +220,7 @@ final class TypedCallsTest {
                            .set("rule", 4)
                            .set("share", 0.5)
                            .set("cached", false)
+                           .set("grade", 'b')
                            .set("group", null)
                            .set("user", "again");
       check(record.write() && !record.write(), "written once");
@@ -228,7 +229,7 @@ final class TypedCallsTest {
     }
     String line = lines("audit.audit").get(0);
     check(line.endsWith(" event=\"grant\" user=\"a\\\"\\u0000\ud83d\ude00\" rule=4 share=0.5"
-              + " cached=false group=null user_2=\"again\""),
+              + " cached=false grade=\"b\" group=null user_2=\"again\""),
         line);
   }
 
