@@ -1,6 +1,6 @@
 # The parts that `cmake --install` installs: `runtime` contains the files that a program needs to run,
 # `development` those that it needs to be built, `java` those that Java code needs besides `runtime`, `tools`
-# the programs; `seal` and `seal_development` contain the sealed audit log, in the same two parts, `journal` and
+# the programs, `java_natives` the native libraries in a jar; `seal` and `seal_development` contain the sealed audit log, in the same two parts, `journal` and
 # `journal_development` the output to the journal.
 #
 # Message components (components/) belong to the product and are not installed. The function
@@ -65,6 +65,24 @@ endforeach()
 
 if(TARGET wyerrlog_java)
   install_jar(wyerrlog_java DESTINATION "${CMAKE_INSTALL_DATADIR}/java" COMPONENT java)
+
+  # A Maven repository, <prefix>/share/maven-repo, in which the jar is a link to the one above.
+  set(maven "com/orvantis/wyerrlog/${PROJECT_VERSION}")
+  set(maven_folder "${CMAKE_INSTALL_DATADIR}/maven-repo/${maven}")
+  get_target_property(artefact wyerrlog_java WYERRLOG_ARTEFACT)
+  get_target_property(natives_jar wyerrlog_java WYERRLOG_NATIVES)
+  set(maven_jar "${CMAKE_CURRENT_BINARY_DIR}/maven/wyerrlog-${PROJECT_VERSION}.jar")
+  file(MAKE_DIRECTORY "${CMAKE_CURRENT_BINARY_DIR}/maven")
+  file(CREATE_LINK "../../../../../java/wyerrlog-${PROJECT_VERSION}.jar" "${maven_jar}" SYMBOLIC)
+  install(FILES "${artefact}.pom" "${maven_jar}" "${artefact}-sources.jar"
+    DESTINATION "${maven_folder}" COMPONENT java)
+  if(Java_JAVADOC_EXECUTABLE)
+    install(FILES "${artefact}-javadoc.jar" DESTINATION "${maven_folder}" COMPONENT java)
+  endif()
+  # Not in the Debian packages: there the libraries are in a package of their own.
+  if(natives_jar)
+    install(FILES "${natives_jar}" DESTINATION "${maven_folder}" COMPONENT java_natives)
+  endif()
 
   # A link in the folder where the system's virtual machines search native libraries. Only the package
   # needs it: without the development package there is no libwyerrlog.so without a version number.

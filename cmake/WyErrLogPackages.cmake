@@ -91,7 +91,10 @@ set(CPACK_DEBIAN_DEVELOPMENT_DEBUGINFO_PACKAGE ON)
 
 wyerrlog_package(JAVA NAME libwyerrlog-java SECTION java
   WHAT "Java" DEPENDS "${same_version}" RECOMMENDS "default-jre-headless | java17-runtime-headless"
-  CONTENT "This package contains the library's Java class and its logging bridges.")
+  CONTENT "This package contains the library's Java classes and its logging bridges.")
+
+install(FILES "${CMAKE_CURRENT_LIST_DIR}/debian/libwyerrlog-java.lintian-overrides"
+  DESTINATION "${CMAKE_INSTALL_DATADIR}/lintian/overrides" RENAME libwyerrlog-java COMPONENT java)
 
 if(TARGET wylogctl)
   wyerrlog_package(TOOLS NAME wyerrlog-tools SECTION admin

@@ -63,6 +63,7 @@ PYTHON_RUNS = {"from_python": (["python3", "{build}/docs/examples/from_python.py
 LOGGING = f"-Djava.util.logging.config.file={DOCS}/examples/logging.properties"
 JAVA_RUNS = {
     "java": ([*JAVA, "Guide", "{messages}", TRACE_CONF], {}),
+    "java_typed": ([*JAVA, "Typed", "{messages}", TRACE_CONF], {}),
     "java_unchanged": ([*JAVA, LOGGING, "Unchanged"], {}),
 }
 
@@ -165,9 +166,9 @@ class Page:
                 self.faults.append(f"code without a mark that names its file: {match[0]!r}")
 
     def check_paths(self):
-        """Reports log paths without a folder: such a file is not rolled over, but by Wy...ToFile."""
+        """Reports log paths without a folder: such a file is not rolled over, but by Wy...ToFile or WyFile."""
         for block in re.findall(r"^```(?:cpp|java|properties)\n(.*?)^```$", self.text, re.S | re.M):
-            block = re.sub(r"(ToFile\(|std::perror\()\"", "(./\"", block)
+            block = re.sub(r"(ToFile\(|WyFile\.at\(|std::perror\()\"", "(./\"", block)
             for path in re.findall(r"(?<!/)\"(\w+\.log)\"|file *= *(\w+\.log)", block):
                 self.faults.append(f"path without a folder: {''.join(path)}")
         for path in re.findall(r"^ORVA_WA_ROOT=.* (\w+\.log)\b", self.text, re.M):

@@ -13,6 +13,9 @@ packages=(
   libbenchmark-dev                  # the benchmarks
   strace valgrind                   # tests that trace system calls and count instructions
   openjdk-17-jdk-headless           # the Java binding
+  libslf4j-java                     # its test with SLF4J
+  maven libmaven-compiler-plugin-java libmaven-jar-plugin-java  # a Maven project that uses it, without a network
+  libmaven-resources-plugin-java libsurefire-java unzip
   dpkg-dev file                     # the packages
   abigail-tools                     # the comparison with the recorded interface
   doxygen python3                   # the API reference; the test of the pages
@@ -36,9 +39,10 @@ developer_packages=(
   ccache                            # faster rebuilds
 )
 
-# The libraries that bench/compare compares this one with, and gnuplot for its chart.
+# The libraries that bench/compare and bench/java compare this one with, and gnuplot for a chart.
 comparison_packages=(
   libspdlog-dev liblog4cplus-dev liblog4cxx-dev libboost-log-dev libgoogle-glog-dev
+  liblog4j2-java liblogback-java
   gnuplot-nox
 )
 

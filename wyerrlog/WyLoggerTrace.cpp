@@ -10,6 +10,7 @@
 #include "wyerrlog/internal/WyDeadlockCheck.h"
 #include "wyerrlog/internal/WyLogAccess.h"
 #include "wyerrlog/internal/WyLogLossRecord.h"
+#include "wyerrlog/internal/WyTraceGeneration.h"
 #include "wyerrlog/internal/WyTraceRecordPool.h"
 
 namespace {
@@ -67,6 +68,7 @@ bool CWyLogger::Decide(unsigned int uId) {
 void CWyLogger::NoteTracing() {
   m_uTracing.store(IsTraceOn() ? m_pTraceData.load()->m_uConfiguration : 0,
                    std::memory_order_release);
+  WyNoteTraceChange();
 }
 
 // Without a lock, while nothing of it changes. A thread that holds a guard may be code of the host

@@ -9,6 +9,7 @@
 #include "wyerrlog/internal/WyMessageCatalog.h"
 #include "wyerrlog/internal/WyNoThrow.h"
 #include "wyerrlog/internal/WyOutputCall.h"
+#include "wyerrlog/internal/WyTraceGeneration.h"
 
 namespace {
 
@@ -162,12 +163,14 @@ void CWyLogger::DisableTrace(bool bOutputOnly) {
 void CWyLogger::RemoveTraceConfiguration() {
   m_uTracing = 0;
   delete m_pTraceData.exchange(nullptr);
+  WyNoteTraceChange();
 }
 
 void CWyLogger::RemoveTraceOutputs(bool bOutputOnly) {
   m_uTracing = 0;
   WyCloseAndDelete(m_pTraceOutput.exchange(nullptr));
   if (!bOutputOnly) WyCloseAndDelete(m_pSecondTraceOutput.exchange(nullptr));
+  WyNoteTraceChange();
 }
 
 // ---- In one call --------------------------------------------------------------------------------

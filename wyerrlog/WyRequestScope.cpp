@@ -22,7 +22,13 @@ void WyRequestScope::Enter() {
   if (!IsInUse()) s_bInUse.store(true, std::memory_order_relaxed);
 }
 
-WyRequestScope::~WyRequestScope() { s_pInnermost = m_pOuter; }
+// Nearly always the innermost one. A scope that Java code has left open inside this one stays in
+// the list; a pointer to a destroyed scope must not.
+WyRequestScope::~WyRequestScope() {
+  const WyRequestScope** ppLink = &s_pInnermost;
+  while (*ppLink != nullptr && *ppLink != this) ppLink = &(*ppLink)->m_pOuter;
+  if (*ppLink == this) *ppLink = m_pOuter;
+}
 
 WyRequestFields WyRequestScope::Fields() {
   WyRequestFields fields;

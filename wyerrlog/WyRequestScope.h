@@ -42,7 +42,8 @@ struct WyRequestField {
 using WyRequestFields = std::vector<WyRequestField>;
 
 // An object on the stack of the thread whose records it changes. Scopes of a thread are destroyed
-// in the reverse order of their construction. Each is used by its thread alone.
+// in the reverse order of their construction; one that is left over, of a Java caller for instance,
+// does no harm but that its fields stay. Each is used by its thread alone.
 class WYERRLOG_API WyRequestScope {
  public:
   // Fields and their values in turn, of any type that WyLog takes as an argument; copied. Throws
@@ -62,12 +63,16 @@ class WYERRLOG_API WyRequestScope {
   // the value that this scope has for it.
   template <typename Value>
   WyRequestScope& Set(WyField::Number field, const Value& value) {
+    return Set(MakeField(field, value));
+  }
+  // The same with a field that Fields() has returned, for instance.
+  WyRequestScope& Set(WyRequestField field) {
     for (WyRequestField& present : m_fields) {
-      if (present.field != field) continue;
-      present = MakeField(field, value);
+      if (present.field != field.field) continue;
+      present = std::move(field);
       return *this;
     }
-    m_fields.push_back(MakeField(field, value));
+    m_fields.push_back(std::move(field));
     return *this;
   }
 
@@ -108,7 +113,7 @@ class WYERRLOG_API WyRequestScope {
   static std::atomic<bool> s_bInUse;
 
   WyRequestFields m_fields;
-  const WyRequestScope* m_pOuter = nullptr;
+  mutable const WyRequestScope* m_pOuter = nullptr;
 };
 
 #endif

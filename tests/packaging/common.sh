@@ -157,6 +157,42 @@ with_java() (
     -classpath "$2/share/java/wyerrlog.jar" "$1/Consumer.java"
 )
 
+# with_maven SCRATCH PREFIX JAVA_LIBRARY_PATH: a Maven project that finds the library in a local repository,
+# without a network; its class path, and its module path. After another consumer, whose component and catalog
+# it takes. Where the jar of the native libraries is installed, they come from there.
+with_maven() (
+  command -v mvn >/dev/null || return 0
+  local repository=$1/maven-repository version natives=() path
+  rm -rf "$repository" "$1/maven"
+  cp -rs /usr/share/maven-repo "$repository"
+  cp -rL "$2/share/maven-repo/." "$repository"
+  version=$(header_version "$2/include")
+  path=$repository/com/orvantis/wyerrlog/$version/wyerrlog-$version
+  [[ -s $path.pom && -s $path-sources.jar && -s $path-javadoc.jar ]] || fail "missing beside $path.jar"
+  cmp -s "$path.pom" <(unzip -p "$path.jar" META-INF/maven/com.orvantis/wyerrlog/pom.xml) ||
+    fail "the POM in the jar differs from the one beside it"
+  unzip -p "$path-sources.jar" com/orvantis/wyerrlog/WyLog.java | grep -q 'class WyLog ' || fail "no sources"
+  unzip -p "$path-javadoc.jar" com.orvantis.wyerrlog/com/orvantis/wyerrlog/WyLog.html | grep -q 'class' ||
+    fail "no documentation"
+
+  cp -r "$here/maven" "$1/maven"
+  cd "$1/maven"
+  [[ ! -s $path-natives-linux-x86_64.jar ]] || natives=(-Pnatives)
+  mvn --offline --quiet --batch-mode -Dmaven.repo.local="$repository" -Dwyerrlog.version="$version" \
+    "${natives[@]}" package >mvn.log 2>&1 || fail "$(<mvn.log)"
+  export LD_LIBRARY_PATH
+  LD_LIBRARY_PATH=$(library_folder "$2")
+  local options=("-Djava.library.path=$3") jars=$path.jar:target/consumer-1.jar
+  if [[ ${#natives[@]} -gt 0 ]]; then
+    options=(-Djava.library.path=/nonexistent)
+    jars+=:$path-natives-linux-x86_64.jar
+    unset LD_LIBRARY_PATH
+  fi
+  expect_message "$1/find_package/build" java "${options[@]}" -classpath "$jars" consumer.Consumer
+  expect_message "$1/find_package/build" java "${options[@]}" --module-path "$jars" \
+    --add-modules ALL-MODULE-PATH --module consumer/consumer.Consumer
+)
+
 # holds_no_path FOLDER PATH...: no file below the folder mentions the paths.
 holds_no_path() {
   local folder=$1 found

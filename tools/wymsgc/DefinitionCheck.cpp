@@ -237,13 +237,6 @@ void CWyDefinitionCheck::CheckArguments(const WyMessageEntry& message) {
           .Note(m_source.At(first->second), "the first is here");
     }
   }
-  if (m_definition.java.empty() || message.bPrintf) return;
-  if (message.arguments.size() <= MaxJavaArguments) return;
-  Warning("M308", message.arguments[MaxJavaArguments].name,
-          "Java cannot log " + Quoted(message.name) + ": " +
-              std::to_string(message.arguments.size()) + " arguments")
-      .Help("a message from Java has at most " + std::to_string(MaxJavaArguments) +
-            "; the class gets its number, but no method");
 }
 
 void CWyDefinitionCheck::CheckNumbers() {

@@ -1,5 +1,6 @@
-// The Java class of a component: a constant for each identifier, and a method for each message that
-// Java can log. The file is plain ASCII, so that no compiler has to be told its encoding.
+// The Java class of a component: a constant for each identifier, and methods for each message that
+// Java can log: one that logs with a WyLog, and for up to five arguments one with the class
+// WyLogger. The file is plain ASCII, so that no compiler has to be told its encoding.
 #include <nlohmann/json.hpp>
 
 #include "tools/common/Utf8.h"
@@ -74,37 +75,71 @@ std::string Constant(const std::string& strName, unsigned int uId, std::string_v
          " = " + HexId(uId) + ";\n";
 }
 
-// A name for the place of a call that no argument of the message has.
-std::string PlaceParameter(const WyMessageEntry& message) {
-  std::string strName = "location";
-  for (const WyArgumentEntry& argument : message.arguments) {
-    if (JavaParameter(argument.name) == strName) strName += '_';
-  }
-  return strName;
+// A parameter's text for WyLog.message, which takes objects.
+std::string JavaObject(const WyArgumentEntry& argument) {
+  const bool bUnsigned =
+      argument.type == WyArgumentType::UInt || argument.type == WyArgumentType::ULong;
+  return bUnsigned ? JavaText(argument) : JavaParameter(argument.name);
 }
 
-std::string Method(const WyMessageEntry& message) {
-  const std::string strPlace = PlaceParameter(message);
+// A name for a parameter of the method itself that no argument of the message has.
+std::string OwnParameter(const WyMessageEntry& message, std::string strOwn) {
+  for (const WyArgumentEntry& argument : message.arguments) {
+    if (JavaParameter(argument.name) == strOwn) strOwn += '_';
+  }
+  return strOwn;
+}
+
+// The comment and the head of a method, up to its opening brace.
+std::string Head(const WyMessageEntry& message, const std::string& strOwn, std::string_view meaning,
+                 std::string_view returned) {
+  const std::size_t uBlank = strOwn.rfind(' ');
   std::string strTags =
-      "   * @param " + strPlace + " where the message comes from, such as a class\n";
-  std::string strParameters = "String " + strPlace, strTexts;
+      "   * @param " + strOwn.substr(uBlank + 1) + ' ' + std::string(meaning) + '\n';
+  std::string strParameters = strOwn;
   for (const WyArgumentEntry& argument : message.arguments) {
     const std::string strName = JavaParameter(argument.name);
     strTags += "   * @param " + strName + " the message's argument of this name\n";
     strParameters.append(", ").append(JavaType(argument.type)).append(" ").append(strName);
+  }
+  if (!returned.empty()) strTags.append("   * @return ").append(returned).append("\n");
+  return "\n  /**\n   * Logs: " + Markup(message.text) + "\n   *\n" + strTags + "   */\n" +
+         "  public static " + (returned.empty() ? "void " : "boolean ") + JavaMethod(message.name) +
+         '(' + strParameters + ") {\n";
+}
+
+// The method that logs with a WyLog.
+std::string Method(const WyMessageEntry& message) {
+  const std::string strLog = OwnParameter(message, "log");
+  std::string strArguments;
+  for (const WyArgumentEntry& argument : message.arguments) {
+    strArguments += ", " + JavaObject(argument);
+  }
+  return Head(message, "WyLog " + strLog, "logs the message for its class",
+              "true if the output of the log has taken the message") +
+         "    return " + strLog + ".message(" + JavaConstant(message.name) + strArguments +
+         ");\n  }\n";
+}
+
+bool HasNativeMethod(const WyMessageEntry& message) {
+  return message.arguments.size() <= MaxJavaArguments;
+}
+
+// The method that logs with the class WyLogger.
+std::string NativeMethod(const WyMessageEntry& message) {
+  const std::string strPlace = OwnParameter(message, "location");
+  std::string strTexts;
+  for (const WyArgumentEntry& argument : message.arguments) {
     strTexts += (strTexts.empty() ? "" : ", ") + JavaText(argument);
   }
   // The library logs nothing for an empty array of arguments.
   const std::string strArguments = strTexts.empty() ? "\"\"" : "new String[] {" + strTexts + '}';
-  return "\n  /**\n   * Logs: " + Markup(message.text) + "\n   *\n" + strTags + "   */\n" +
-         "  public static void " + JavaMethod(message.name) + '(' + strParameters + ") {\n" +
+  return Head(message, "String " + strPlace, "where the message comes from, such as a class", "") +
          "    WyLogger.LogMsg(null, " + strPlace + ", " + JavaConstant(message.name) + ", " +
          strArguments + ");\n  }\n";
 }
 
-bool HasMethod(const WyMessageEntry& message) {
-  return !message.bRetired && !message.bPrintf && message.arguments.size() <= MaxJavaArguments;
-}
+bool IsLogged(const WyMessageEntry& message) { return !message.bRetired && !message.bPrintf; }
 
 std::string Constants(const WyDefinition& definition) {
   std::string str = Constant("Component", WyComponentId(definition.uNumber), definition.about);
@@ -125,12 +160,19 @@ std::string MakeJavaClass(const WyDefinition& definition, const std::string& str
   const bool bPackage = uDot != std::string_view::npos;
   const std::string strClass(bPackage ? definition.java.substr(uDot + 1) : definition.java);
   std::string strMethods;
+  bool bNative = false;
   for (const WyMessageEntry& message : definition.messages) {
-    if (HasMethod(message)) strMethods += Method(message);
+    if (!IsLogged(message)) continue;
+    strMethods += Method(message);
+    if (!HasNativeMethod(message)) continue;
+    strMethods += NativeMethod(message);
+    bNative = true;
   }
   std::string str = "// Made by wymsgc from " + strFile + ". Do not edit.\n";
   if (bPackage) str += "package " + std::string(definition.java.substr(0, uDot)) + ";\n\n";
-  if (!strMethods.empty()) str += "import com.orvantis.wyerrlog.WyLogger;\n\n";
+  if (!strMethods.empty()) str += "import com.orvantis.wyerrlog.WyLog;\n";
+  if (bNative) str += "import com.orvantis.wyerrlog.WyLogger;\n";
+  if (!strMethods.empty()) str += '\n';
   str += "/** Messages of the component " + Markup(definition.name) + ". */\n";
   str += "public final class " + strClass + " {" + Constants(definition) + "\n  private " +
          strClass + "() {}\n" + strMethods + "}\n";

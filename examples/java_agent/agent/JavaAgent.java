@@ -1,6 +1,11 @@
 package agent;
 
-import com.orvantis.wyerrlog.WyLogger;
+import com.orvantis.wyerrlog.WyField;
+import com.orvantis.wyerrlog.WyFile;
+import com.orvantis.wyerrlog.WyLog;
+import com.orvantis.wyerrlog.WyLogs;
+import com.orvantis.wyerrlog.WyRequest;
+import com.orvantis.wyerrlog.WyTrace;
 import java.io.BufferedReader;
 import java.io.IOException;
 import java.io.InputStreamReader;
@@ -20,7 +25,11 @@ import java.nio.file.Path;
  * </pre>
  */
 public final class JavaAgent {
-  private static final String SOURCE = "JavaAgent.java";
+  private static final WyLog LOG = WyLog.of(JavaAgent.class);
+  private static final WyTrace RECEIVED =
+      WyTrace.of(IsAuthorizedMessages.RECEIVE_REQUEST, JavaAgent.class);
+  private static final WyTrace SENT =
+      WyTrace.of(IsAuthorizedMessages.SEND_RESPONSE, JavaAgent.class);
 
   private final Policy policy;
 
@@ -39,16 +48,14 @@ public final class JavaAgent {
   }
 
   private static void openLogs(String messages, Path folder, String traceConfig) {
-    boolean opened = WyLogger.SetResourcesDirectory(messages) == WyLogger.RESULT_DONE
-        && WyLogger.InitializeLog(null, WyLogger.OUTPUT_FILE,
-               folder.resolve("error.log").toString(), WyLogger.MODE_APPEND, 0, true, 0)
-            == WyLogger.RESULT_DONE
-        && WyLogger.InitializeTrace(null, WyLogger.OUTPUT_FILE,
-               folder.resolve("trace.log").toString(), WyLogger.MODE_APPEND, 0,
-               WyLogger.FORMAT_BRACKETED, null, traceConfig, true, 0)
-            == WyLogger.RESULT_DONE;
-    if (!opened) {
-      System.err.println("the logs cannot be opened");
+    try {
+      WyLogs.useMessages(messages);
+      WyLogs logs = WyLogs.ofProcess();
+      logs.useLocalTime(true);
+      logs.logTo(WyFile.at(folder.resolve("error.log")));
+      logs.traceTo(WyFile.at(folder.resolve("trace.log")), traceConfig);
+    } catch (IOException problem) {
+      System.err.println("the logs cannot be opened: " + problem.getMessage());
       System.exit(1);
     }
   }
@@ -58,28 +65,29 @@ public final class JavaAgent {
     for (String line; (line = requests.readLine()) != null;) {
       String[] words = line.split(" ", 3);
       if (words.length == 3) {
-        boolean permitted = decide("request-" + ++number, words[0], words[1], words[2]);
+        boolean permitted = answer("request-" + ++number, words[0], words[1], words[2]);
         System.out.println((permitted ? "allow " : "deny ") + line);
       }
     }
   }
 
-  private boolean decide(String request, String user, String action, String resource) {
-    trace(
-        IsAuthorizedMessages.RECEIVE_REQUEST, request, "%s asks to %s %s", user, action, resource);
+  private boolean answer(String id, String user, String action, String resource) {
+    try (WyRequest request = WyRequest.open().set(WyField.TRANSACTION_ID, id)) {
+      request.set(WyField.USER, user);
+      return decide(user, action, resource);
+    }
+  }
+
+  private boolean decide(String user, String action, String resource) {
+    RECEIVED.record("decide").message("{} asks to {} {}", user, action, resource).write();
     Policy.Rule rule = policy.findRule(action, resource);
     boolean permitted = rule != null && policy.permits(rule, user);
     if (rule == null) {
-      IsAuthorizedMessages.noRule(SOURCE, user, action, resource);
+      IsAuthorizedMessages.noRule(LOG, user, action, resource);
     } else if (!permitted) {
-      IsAuthorizedMessages.notPermitted(SOURCE, user, action, resource, rule.number());
+      IsAuthorizedMessages.notPermitted(LOG, user, action, resource, rule.number());
     }
-    trace(IsAuthorizedMessages.SEND_RESPONSE, request, "%s %s", permitted ? "allow" : "deny",
-        resource);
+    SENT.record("decide").message("{} {}", permitted ? "allow" : "deny", resource).write();
     return permitted;
-  }
-
-  private static void trace(int component, String request, String pattern, String... arguments) {
-    WyLogger.TraceMsg(null, SOURCE, "decide", component, request, pattern, arguments);
   }
 }

@@ -1,11 +1,8 @@
 package com.orvantis.wyerrlog;
 
-import java.io.PrintWriter;
-import java.io.StringWriter;
 import java.util.HashMap;
 import java.util.Map;
 import java.util.function.Consumer;
-import java.util.regex.Pattern;
 
 /**
  * Passes records of the platform's logging to the library: messages to the error log, records of
@@ -17,20 +14,25 @@ final class Bridge {
   private static final int WARNING = System.Logger.Level.WARNING.getSeverity();
   private static final int DEBUG = System.Logger.Level.DEBUG.getSeverity();
 
-  private static final Pattern LINE_END = Pattern.compile("\\R");
-
   // Settings whose outputs are installed. Installing them again would reopen or roll over files.
   private static final Map<BridgeSettings, Bridge> installed = new HashMap<>();
 
-  // Set while the thread writes a record: code that is called meanwhile may log, and would recurse.
-  private static final ThreadLocal<Boolean> inside = new ThreadLocal<>();
+  // True while the thread writes a record: code that is called meanwhile may log, and would
+  // recurse. An array, because a value that is set and removed for each record costs more than the
+  // rest.
+  private static final ThreadLocal<boolean[]> inside =
+      ThreadLocal.withInitial(() -> new boolean[1]);
 
   private final BridgeSettings settings;
+  private final LoggerHandle logger;
+  private final WyTrace trace;
   private final boolean hasErrorLog;
   private final boolean hasTrace;
 
   private Bridge(BridgeSettings settings, Consumer<String> problems) {
     this.settings = settings;
+    logger = handle(settings.loggerName());
+    trace = new WyTrace(logger, settings.traceComponent(), "");
     hasErrorLog = installErrorLog(problems);
     hasTrace = installTrace(problems);
   }
@@ -54,6 +56,12 @@ final class Bridge {
       }
       return bridge;
     }
+  }
+
+  /** Returns the logger of a name, which is never closed: other code may use it. */
+  private static LoggerHandle handle(String name) {
+    LoggerHandle handle = name == null || name.isEmpty() ? null : LoggerHandle.open(name);
+    return handle != null ? handle : LoggerHandle.ofProcess();
   }
 
   private boolean installErrorLog(Consumer<String> problems) {
@@ -105,8 +113,16 @@ final class Bridge {
 
   /** Returns true for messages, and for finer records while their component is traced. */
   boolean takes(int severity) {
-    return severity > DEBUG
-        || WyLogger.TraceEnabledComponent(settings.loggerName(), settings.traceComponent()) == 1;
+    return severity > DEBUG || trace.isOn();
+  }
+
+  /**
+   * Returns true if a record shows the class and the method that have logged it: a trace record,
+   * and a message if a setting asks for it. To find them on the stack takes several times as long
+   * as to write the record.
+   */
+  boolean showsCaller(int severity) {
+    return severity <= DEBUG || settings.placeIsClass();
   }
 
   /**
@@ -116,10 +132,11 @@ final class Bridge {
    * @return what {@code writing} has thrown, or null
    */
   Throwable run(Runnable writing) {
-    if (inside.get() != null) {
+    boolean[] writes = inside.get();
+    if (writes[0]) {
       return null;
     }
-    inside.set(true);
+    writes[0] = true;
     try {
       writing.run();
       return null;
@@ -127,7 +144,7 @@ final class Bridge {
       // A failure to log must not end the program.
       return thrown;
     } finally {
-      inside.remove();
+      writes[0] = false;
     }
   }
 
@@ -135,21 +152,17 @@ final class Bridge {
    * Writes a record.
    *
    * @param severity number of the record's level
-   * @param className class that has logged the record
+   * @param place class or logger that has logged the record
    * @param methodName method that has logged the record; may be null
    * @param text text of the record; lines after the first are indented, so that they cannot be
    *     taken for records
    */
-  void write(int severity, String className, String methodName, String text) {
-    String lines = LINE_END.matcher(String.valueOf(text).stripTrailing()).replaceAll("\n\t");
+  void write(int severity, String place, String methodName, String text) {
+    String lines = Lines.indented(text);
     if (severity <= DEBUG) {
-      WyLogger.TraceMsg(
-          settings.loggerName(), className, methodName, settings.traceComponent(), null, lines);
-      return;
-    }
-    int messageId = messageId(severity);
-    for (String part : MessageParts.of(lines)) {
-      WyLogger.LogMsg(settings.loggerName(), className, messageId, part);
+      trace.begin(place, methodName).lines(lines).write();
+    } else {
+      WyLog.writeLines(logger, place, messageId(severity), lines);
     }
   }
 
@@ -158,21 +171,5 @@ final class Bridge {
       return WyLogger.MESSAGE_ERROR;
     }
     return severity >= WARNING ? WyLogger.MESSAGE_WARNING : WyLogger.MESSAGE_INFORMATION;
-  }
-
-  /** Returns the text, followed by the stack trace of {@code thrown} unless that is null. */
-  static String withStackTrace(String text, Throwable thrown) {
-    if (thrown == null) {
-      return text;
-    }
-    StringWriter lines = new StringWriter();
-    PrintWriter writer = new PrintWriter(lines);
-    writer.println(text);
-    try {
-      thrown.printStackTrace(writer);
-    } catch (RuntimeException unprintable) {
-      writer.println(thrown.getClass().getName());
-    }
-    return lines.toString();
   }
 }

@@ -39,7 +39,7 @@ final class BridgeLogger implements System.Logger {
 
   @Override
   public void log(Level level, ResourceBundle bundle, String text, Throwable thrown) {
-    Supplier<String> whole = () -> Bridge.withStackTrace(localized(bundle, text), thrown);
+    Supplier<String> whole = () -> Lines.withStackTrace(localized(bundle, text), thrown);
     write(level, whole, () -> platform.log(level, bundle, text, thrown));
   }
 
@@ -58,7 +58,8 @@ final class BridgeLogger implements System.Logger {
       return;
     }
     bridge.run(() -> {
-      CallSite site = CallSite.ofProgram(name);
+      CallSite site = bridge.showsCaller(level.getSeverity()) ? CallSite.ofProgram(name)
+                                                              : new CallSite(name, null);
       bridge.write(level.getSeverity(), site.className(), site.methodName(), text.get());
     });
   }

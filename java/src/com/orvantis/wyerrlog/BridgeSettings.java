@@ -13,7 +13,8 @@ import java.util.function.UnaryOperator;
  * host has installed stays.
  */
 record BridgeSettings(String loggerName, boolean localTime, LogFile log, LogFile trace,
-    String traceConfig, int traceFormat, String traceDelimiter, int traceComponent) {
+    String traceConfig, int traceFormat, String traceDelimiter, int traceComponent,
+    boolean placeIsClass) {
   record LogFile(String path, int mode, int maxSizeMB, int maxBackups) {
     @Override
     public String toString() {
@@ -28,7 +29,7 @@ record BridgeSettings(String loggerName, boolean localTime, LogFile log, LogFile
   /** Reports system properties that begin with the prefix, or nearly do, and are not a setting. */
   static void checkSystemProperties(Consumer<String> problems) {
     List<String> settings = new ArrayList<>(SettingNames.COMMON);
-    settings.addAll(List.of("level", "library"));
+    settings.addAll(List.of("level", "library", "mdc"));
     SettingNames.check(System.getProperties().stringPropertyNames(), PREFIX, settings, problems);
   }
 
@@ -50,7 +51,7 @@ record BridgeSettings(String loggerName, boolean localTime, LogFile log, LogFile
         reader.file("trace.", "mode", "maxSizeMB", "maxBackups", "config", "format", "delimiter"),
         properties.apply("trace.config"), reader.number("trace.format", WyLogger.FORMAT_BRACKETED),
         properties.apply("trace.delimiter"),
-        reader.number("trace.component", WyLogger.COMPONENT_LOG));
+        reader.number("trace.component", WyLogger.COMPONENT_LOG), reader.isClass("place"));
   }
 
   /** Returns true if a file is named. Without one a bridge installs no output. */
@@ -92,6 +93,14 @@ record BridgeSettings(String loggerName, boolean localTime, LogFile log, LogFile
         problems.accept(key + ": \"" + value + "\" is neither true nor false");
       }
       return value != null && Boolean.parseBoolean(value.strip());
+    }
+
+    boolean isClass(String key) {
+      String value = properties.apply(key);
+      if (value != null && !value.strip().matches("class|logger")) {
+        problems.accept(key + ": \"" + value + "\" is neither class nor logger");
+      }
+      return value != null && value.strip().equals("class");
     }
 
     /** Returns a number, decimal or hexadecimal after "0x". Identifiers have up to 32 bits. */

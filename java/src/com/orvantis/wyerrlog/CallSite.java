@@ -14,8 +14,7 @@ record CallSite(String className, String methodName) {
   static CallSite ofProgram(String otherwise) {
     return StackWalker.getInstance()
         .walk(frames
-            -> frames.map(StackWalker.StackFrame::toStackTraceElement)
-                   .filter(frame -> isOfProgram(frame.getClassName()))
+            -> frames.filter(frame -> isOfProgram(frame.getClassName()))
                    .map(frame -> new CallSite(frame.getClassName(), frame.getMethodName()))
                    .findFirst())
         .orElse(new CallSite(otherwise, null));

@@ -47,11 +47,11 @@ final class MessageParts {
     return text.length();
   }
 
-  /** Returns the length of a character in modified UTF-8, the encoding of the native interface. */
+  /** Returns the length of a character in UTF-8; of each half of a pair, half of its length. */
   private static int bytesOf(char c) {
-    if (c >= 1 && c <= 0x7F) {
+    if (c <= 0x7F) {
       return 1;
     }
-    return c <= 0x7FF ? 2 : 3;
+    return c <= 0x7FF || Character.isSurrogate(c) ? 2 : 3;
   }
 }

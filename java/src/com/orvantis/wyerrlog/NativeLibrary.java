@@ -3,7 +3,10 @@ package com.orvantis.wyerrlog;
 import java.nio.file.InvalidPathException;
 import java.nio.file.Path;
 
-/** Finds and loads {@code libwyerrlog.so}: by the system property, else by the library path. */
+/**
+ * Finds and loads {@code libwyerrlog.so}: by the system property, else in the jar of native
+ * libraries, else by the library path.
+ */
 final class NativeLibrary {
   private static final String NAME = "wyerrlog";
 
@@ -16,10 +19,10 @@ final class NativeLibrary {
    */
   static void load() {
     String path = System.getProperty(WyLogger.LIBRARY_PROPERTY);
-    if (path == null || path.isEmpty()) {
-      loadFromLibraryPath();
-    } else {
+    if (path != null && !path.isEmpty()) {
       loadFile(path);
+    } else if (!BundledLibrary.load()) {
+      loadFromLibraryPath();
     }
   }
 
@@ -44,7 +47,7 @@ final class NativeLibrary {
     }
   }
 
-  private static UnsatisfiedLinkError unsatisfied(String text, Throwable cause) {
+  static UnsatisfiedLinkError unsatisfied(String text, Throwable cause) {
     UnsatisfiedLinkError error = new UnsatisfiedLinkError(text + ": " + cause.getMessage());
     error.initCause(cause);
     return error;

@@ -11,7 +11,7 @@ import java.util.function.Consumer;
  */
 final class SettingNames {
   /** The settings of both bridges, without a prefix. */
-  static final List<String> COMMON = List.of("logger", "localTime", "log.file", "log.mode",
+  static final List<String> COMMON = List.of("logger", "localTime", "place", "log.file", "log.mode",
       "log.maxSizeMB", "log.maxBackups", "trace.file", "trace.mode", "trace.maxSizeMB",
       "trace.maxBackups", "trace.config", "trace.format", "trace.delimiter", "trace.component");
 

@@ -25,8 +25,8 @@ import java.util.logging.LogRecord;
  * Records above {@code FINE} are written to the error log, as messages of the library's own
  * component: from {@code SEVERE} on as errors, from {@code WARNING} on as warnings, else as
  * informations. Records of {@code FINE} and below are written to the trace if the trace
- * configuration selects the handler's component. The location is the name of the source class, or
- * of the logger if the class is not known.
+ * configuration selects the handler's component. A message shows the name of its logger as its
+ * place, a trace record the source class (or the logger if the class is not known) and the method.
  *
  * <p>Each property is looked up as {@code com.orvantis.wyerrlog.WyLogHandler.<key>} in the logging
  * configuration, then as the system property {@code wyerrlog.<key>}:
@@ -42,6 +42,8 @@ import java.util.logging.LogRecord;
  *       trace.delimiter} as in {@link WyLogger#InitializeTrace}.
  *   <li>{@code trace.component}: identifier of the component of trace records. Default: {@link
  *       WyLogger#COMPONENT_LOG}.
+ *   <li>{@code place}: {@code class}, and messages show the source class, which takes several times
+ *       as long to find as the message takes to write. Default: {@code logger}.
  *   <li>{@code localTime}: true for local time. Default: UTC.
  * </ul>
  *
@@ -50,8 +52,10 @@ import java.util.logging.LogRecord;
  * too. Handlers with equal settings, and a {@link WyLoggerFinder} with the same settings, open
  * their files once.
  *
- * <p>A text of more than 4095 bytes becomes several messages. Lines of a text after the first are
- * indented by a tab, so that no text can be taken for another record. Any thread may log at any
+ * <p>Texts are written in UTF-8. A text of more than 4095 bytes becomes several messages. Lines of
+ * a text after the first are indented by a tab, and other control characters are escaped, so that
+ * no text can be taken for another record. Trace records have the fields of the thread's {@link
+ * WyRequest} and of SLF4J's MDC. Any thread may log at any
  * time. Nothing is thrown to the caller. A record that is logged on the same thread while the
  * handler formats or writes another one is dropped.
  *
@@ -120,9 +124,14 @@ public final class WyLogHandler extends Handler {
     if (!isLoggable(record) || !bridge.takes(severity)) {
       return;
     }
+    String text = getFormatter().format(record);
+    if (!bridge.showsCaller(severity)) {
+      bridge.write(severity, record.getLoggerName(), null, text);
+      return;
+    }
     String className = record.getSourceClassName();
     bridge.write(severity, className != null ? className : record.getLoggerName(),
-        record.getSourceMethodName(), getFormatter().format(record));
+        record.getSourceMethodName(), text);
   }
 
   /** Does nothing: records are written when they are published. */
@@ -137,7 +146,7 @@ public final class WyLogHandler extends Handler {
   private static final class TextFormatter extends Formatter {
     @Override
     public String format(LogRecord record) {
-      return Bridge.withStackTrace(formatMessage(record), record.getThrown());
+      return Lines.withStackTrace(formatMessage(record), record.getThrown());
     }
   }
 

@@ -18,6 +18,9 @@ package com.orvantis.wyerrlog;
  * }
  * }</pre>
  *
+ * <p>New code uses {@link WyLogs}, {@link WyLog}, {@link WyTrace} and {@link WyAudit}, which have
+ * types in the place of numbers.
+ *
  * <p>Programs that log with {@code java.util.logging} or {@code System.Logger} need not call this
  * class: see {@link WyLogHandler} and {@link WyLoggerFinder}.
  *
@@ -54,9 +57,10 @@ package com.orvantis.wyerrlog;
  * <h2>The library</h2>
  *
  * The first use of this class loads the native library, once: the file that the system property
- * {@value #LIBRARY_PROPERTY} names, or {@code libwyerrlog.so} in {@code java.library.path}. If that
- * fails, the first use throws an {@link UnsatisfiedLinkError} whose message names the path that was
- * tried.
+ * {@value #LIBRARY_PROPERTY} names; or the library in {@code
+ * wyerrlog-<version>-natives-linux-x86_64.jar} if that is on the class path; or {@code
+ * libwyerrlog.so} in {@code java.library.path}. If that fails, the first use throws an {@link
+ * UnsatisfiedLinkError} whose message names the path that was tried.
  */
 public final class WyLogger {
   /** System property: the path of {@code libwyerrlog.so}. */

@@ -45,6 +45,22 @@ final class Tests {
     check(Objects.equals(expected, actual), "expected: " + expected + "\nactual:   " + actual);
   }
 
+  /** A statement that may throw. */
+  interface Statement {
+    void run() throws Exception;
+  }
+
+  /** Returns what the statement throws, which is of that type. */
+  static Throwable expect(Class<? extends Throwable> type, Statement statement) {
+    try {
+      statement.run();
+    } catch (Throwable thrown) {
+      check(type.isInstance(thrown), "thrown: " + thrown);
+      return thrown;
+    }
+    throw new AssertionError("nothing is thrown");
+  }
+
   // ---- Files ------------------------------------------------------------------------------------
 
   private static final Path directory = makeDirectory();

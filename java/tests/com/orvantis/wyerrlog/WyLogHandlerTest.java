@@ -2,10 +2,9 @@ package com.orvantis.wyerrlog;
 
 import static com.orvantis.wyerrlog.Tests.*;
 
-import java.io.ByteArrayOutputStream;
-import java.io.DataOutputStream;
 import java.io.FileInputStream;
 import java.io.IOException;
+import java.nio.charset.StandardCharsets;
 import java.util.ArrayList;
 import java.util.Arrays;
 import java.util.List;
@@ -63,12 +62,20 @@ final class WyLogHandlerTest {
     configure("levels", tracing("levels", "Log"));
     Program.run();
     String location = "[" + Program.class.getName() + "]";
-    checkEqual(List.of(location + "[ERROR][wy-log-00000] disk full",
-                   location + "[WARNING][wy-log-00000] 'a has 1,000 bytes",
-                   location + "[INFO][wy-log-00000] settings"),
+    checkEqual(List.of("[program][ERROR][wy-log-00000] disk full",
+                   "[program][WARNING][wy-log-00000] 'a has 1,000 bytes",
+                   "[program][INFO][wy-log-00000] settings"),
         messages("levels.log"));
     checkEqual(List.of(location + "[run][looking at x]", location + "[run][done]"),
         records("levels.trace"));
+  }
+
+  @Test
+  static void messagesShowTheClassIfASettingAsksForIt() throws IOException {
+    configure("place", "place = class");
+    Program.run();
+    checkEqual("[" + Program.class.getName() + "][ERROR][wy-log-00000] disk full",
+        messages("place.log").get(0));
   }
 
   @Test
@@ -124,9 +131,8 @@ final class WyLogHandlerTest {
       List<String> parts = MessageParts.of(text);
       checkEqual(text.replace("\n", ""), String.join("", parts));
       for (String part : parts) {
-        ByteArrayOutputStream bytes = new ByteArrayOutputStream();
-        new DataOutputStream(bytes).writeUTF(part); // the form that native code receives
-        check(bytes.size() - 2 <= 4095, "a part of " + bytes.size() + " bytes");
+        int size = part.getBytes(StandardCharsets.UTF_8).length;
+        check(size <= 4095, "a part of " + size + " bytes");
         check(!Character.isLowSurrogate(part.charAt(0)), "a part begins with half a character");
       }
     }

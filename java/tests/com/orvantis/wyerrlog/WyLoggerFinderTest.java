@@ -16,6 +16,7 @@ final class WyLoggerFinderTest {
         write("system.conf", "components Login_Logout", "data SrcFile Function Message"));
     System.setProperty("wyerrlog.trace.component", "0x03010000");
     System.setProperty("wyerrlog.level", "DEBUG");
+    System.setProperty("wyerrlog.place", "class");
     Tests.run(WyLoggerFinderTest.class);
   }
 

@@ -1,0 +1,54 @@
+// The native half of the tests' class Host: C++ code of a process whose Java code logs, too.
+
+#include <jni.h>
+
+#include <stdexcept>
+#include <string>
+
+#include "wyerrlog/WyAuditRecord.h"
+#include "wyerrlog/WyLogger.h"
+#include "wyerrlog/WyRequestScope.h"
+
+namespace {
+
+std::string TextOf(JNIEnv* pEnv, jstring hText) {
+  const char* const pszText = pEnv->GetStringUTFChars(hText, nullptr);
+  const std::string strText = pszText;
+  pEnv->ReleaseStringUTFChars(hText, pszText);
+  return strText;
+}
+
+void ThrowInCpp(const char*, int) { throw std::runtime_error("from an output"); }
+
+JavaVM* s_pVm = nullptr;
+
+void ThrowInJava(const char*, int) {
+  JNIEnv* pEnv = nullptr;
+  s_pVm->GetEnv(reinterpret_cast<void**>(&pEnv), JNI_VERSION_10);
+  pEnv->ThrowNew(pEnv->FindClass("java/lang/IllegalStateException"), "from an output");
+}
+
+}  // namespace
+
+extern "C" {
+
+JNIEXPORT void JNICALL Java_com_orvantis_wyerrlog_Host_audit(JNIEnv* pEnv, jclass, jstring hEvent) {
+  WY_AUDIT(TextOf(pEnv, hEvent));
+}
+
+JNIEXPORT void JNICALL Java_com_orvantis_wyerrlog_Host_inScope(JNIEnv* pEnv, jclass, jstring hId,
+                                                               jobject hBody) {
+  const WyRequestScope scope(WyField::TransactionID, TextOf(pEnv, hId));
+  const jmethodID hRun = pEnv->GetMethodID(pEnv->GetObjectClass(hBody), "run", "()V");
+  pEnv->CallVoidMethod(hBody, hRun);
+}
+
+JNIEXPORT void JNICALL Java_com_orvantis_wyerrlog_Host_installFailingOutput(JNIEnv* pEnv, jclass,
+                                                                            jboolean bInJava) {
+  pEnv->GetJavaVM(&s_pVm);
+  CWyLogger& logger = *theLogger();
+  CWySyncCallbackOutput::Callback const pfnFail = bInJava != JNI_FALSE ? ThrowInJava : ThrowInCpp;
+  static_cast<void>(logger.SetLogOutput(logger.NewLogOutput(WyOutputType::SyncCallback, pfnFail)));
+}
+
+}  // extern "C"

@@ -1,0 +1,4 @@
+/** A module that logs. */
+module consumer {
+  requires com.orvantis.wyerrlog;
+}
