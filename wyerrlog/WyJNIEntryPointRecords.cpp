@@ -7,7 +7,6 @@
 
 #include <jni.h>
 
-#include <array>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -21,17 +20,6 @@ namespace {
 CWyLogger* LoggerOf(jlong hLogger) { return reinterpret_cast<CWyLogger*>(hLogger); }
 
 // ---- Messages -----------------------------------------------------------------------------------
-
-using Arguments = std::array<WyRawText, CpaArgList::MaxArguments>;
-
-// The library cuts the text of a message to 4095 bytes, which may be in the middle of a character.
-// Only a line with long arguments is looked at.
-bool MayBeCut(const Arguments& arguments) {
-  constexpr std::size_t Long = 1024;  // bytes; patterns are much shorter than what is left
-  std::size_t uSize = 0;
-  for (const WyRawText& text : arguments) uSize += text.uSize;
-  return uSize > Long;
-}
 
 // Removes the bytes of an incomplete character before the newline at the end of the line.
 void RemoveCutCharacter(CWyErrLogMessage& line) {
@@ -50,42 +38,29 @@ void RemoveCutCharacter(CWyErrLogMessage& line) {
   line.SetFormattedMessage((std::string(text) + '\n').c_str());
 }
 
-// One function for each number of arguments: that number is part of the type of a call of WyLog.
-// The texts are escaped already.
-template <std::size_t... indices>
-bool LogWith(CWyLogger& logger, const WyMessageAt& message, const Arguments& arguments,
-             std::index_sequence<indices...>) {
-  if (!MayBeCut(arguments)) return WyLog(logger, message, arguments[indices]...);
+// The Java caller's text takes the place of a file, without a line number. The library cuts the
+// text of a message to 4095 bytes, which may be in the middle of a character: only a line with long
+// arguments is looked at. The texts are escaped already.
+bool LogMessage(CWyLogger& logger, unsigned int uId, CWyJavaFrame& frame) {
+  constexpr std::size_t Long = 1024;  // bytes; patterns are much shorter than what is left
+  constexpr unsigned int AllAsTheyAre = ~0u;
+  const WyRawText location = frame.Text("");
+  WyLogDetail::TextRef aTexts[CpaArgList::MaxArguments];
+  std::size_t uCount = 0;
+  std::size_t uSize = 0;
+  while (!frame.IsAtEnd() && uCount < CpaArgList::MaxArguments) {
+    const bool bRaw = frame.Read<WyJavaKind>() == WyJavaKind::Raw;
+    const WyRawText text = bRaw ? WyRaw(frame.Bytes()) : frame.Text("<null>");
+    aTexts[uCount] = WyLogDetail::ToText(text).Ref();
+    uSize += aTexts[uCount++].uSize;
+  }
+  const WyLogDetail::Statement statement = {uId,    0,      WyLogDetail::FilePart(location.pszText),
+                                            aTexts, uCount, AllAsTheyAre};
+  if (uSize <= Long) return statement.Log(logger);
   CWyErrLogMessage line(logger.ShouldUseLocalTime());
-  line.FormatLogProlog(message.where.pszFile, message.where.iLine, 0);
-  WyLogDetail::FormatTexts(line, message.uId, WyLogDetail::CpaArgument(arguments[indices])...);
+  static_cast<void>(statement.Format(line));
   RemoveCutCharacter(line);
   return logger.LogErrMsg(line);
-}
-
-using LogFunction = bool (*)(CWyLogger&, const WyMessageAt&, const Arguments&);
-
-template <std::size_t... counts>
-constexpr std::array<LogFunction, sizeof...(counts)> LogFunctions(std::index_sequence<counts...>) {
-  return {[](CWyLogger& logger, const WyMessageAt& message, const Arguments& arguments) {
-    return LogWith(logger, message, arguments, std::make_index_sequence<counts>());
-  }...};
-}
-
-// By the number of arguments, 0 to 13.
-constexpr auto s_apfnLog =
-    LogFunctions(std::make_index_sequence<CpaArgList::MaxArguments + std::size_t{1}>());
-
-// The Java caller's text takes the place of a file, without a line number.
-bool LogMessage(CWyLogger& logger, unsigned int uId, CWyJavaFrame& frame) {
-  const WyRawText location = frame.Text("");
-  Arguments arguments{};
-  std::size_t uCount = 0;
-  while (!frame.IsAtEnd() && uCount < arguments.size()) {
-    const bool bRaw = frame.Read<WyJavaKind>() == WyJavaKind::Raw;
-    arguments[uCount++] = bRaw ? WyRaw(frame.Bytes()) : frame.Text("<null>");
-  }
-  return s_apfnLog[uCount](logger, {uId, {location.pszText, 0, ""}}, arguments);
 }
 
 // ---- Trace records ------------------------------------------------------------------------------
