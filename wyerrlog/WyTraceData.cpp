@@ -15,7 +15,6 @@
 #include <utility>
 
 #include "wyerrlog/WyErrLogPort.h"
-#include "wyerrlog/internal/WyFormatMemo.h"
 #include "wyerrlog/internal/WyTextPieces.h"
 #include "wyerrlog/internal/WyThreadStamp.h"
 #include "wyerrlog/internal/WyTimeText.h"
@@ -311,7 +310,6 @@ char* CWyTraceData::FormatTraceMessage(const char* pszFormat, ...) {
 char* CWyTraceData::FormatTraceMessageVA(const char* pszFormat, va_list args) {
   m_szTraceText[0] = '\0';
   if (pszFormat == nullptr || *pszFormat == '\0') return m_szTraceText;
-  if (CWyFormatMemo::WriteTo(m_szTraceText, InlineValueSize, pszFormat, args)) return m_szTraceText;
 
   va_list argsCopy;
   va_copy(argsCopy, args);

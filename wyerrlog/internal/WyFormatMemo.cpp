@@ -91,9 +91,9 @@ char* CWyParsedFormat::WriteNumberPart(char* pEnd, const Part& part, va_list arg
   }
 }
 
-// Writes all parts, up to `pLimit`. An argument in the memory that is written to is found before it
-// is read; in a message, what has been written by then lies behind its text.
-char* CWyParsedFormat::WriteParts(char* pEnd, const char* pLimit, const Memory& memory,
+// Writes all parts, up to `pLimit`. An argument in the message's own text is found before it is
+// read; what has been written by then lies behind that text.
+char* CWyParsedFormat::WriteParts(char* pEnd, const char* pLimit, const CWyTextBuffer& text,
                                   va_list args) const {
   for (const Part *pPart = m_parts, *pLast = m_parts + m_uParts; pPart != pLast; ++pPart) {
     const Part& part = *pPart;
@@ -102,7 +102,7 @@ char* CWyParsedFormat::WriteParts(char* pEnd, const char* pLimit, const Memory& 
     if (part.kind == Kind::Text) {
       psz = va_arg(args, const char*);
       if (psz == nullptr) psz = "(null)";  // as glibc prints it
-      if (memory.Has(psz)) return nullptr;
+      if (text.Owns(psz)) return nullptr;
       uLength = std::strlen(psz);
     }
     const std::size_t uMost = uLength + part.uLength + part.uWidth + LongestNumber;
@@ -128,7 +128,7 @@ bool CWyParsedFormat::Write(CWyTextBuffer& text, std::string_view before, char c
   char* pEnd = WyCopyText(pFirst, before.data(), before.size());
   va_list argsCopy;
   va_copy(argsCopy, args);
-  pEnd = WriteParts(pEnd, pLimit, {text.c_str(), text.capacity()}, argsCopy);
+  pEnd = WriteParts(pEnd, pLimit, text, argsCopy);
   va_end(argsCopy);
   if (pEnd == nullptr) {
     *pFirst = '\0';  // the end of the text, as it was
@@ -140,39 +140,14 @@ bool CWyParsedFormat::Write(CWyTextBuffer& text, std::string_view before, char c
   return true;
 }
 
-bool CWyParsedFormat::WriteTo(char* pszBuffer, std::size_t uSize, va_list args) const {
-  if (m_uParts == 0) return false;
-  va_list argsCopy;
-  va_copy(argsCopy, args);
-  char* const pEnd = WriteParts(pszBuffer, pszBuffer + uSize, {pszBuffer, uSize}, argsCopy);
-  va_end(argsCopy);
-  if (pEnd == nullptr) {
-    *pszBuffer = '\0';
-    return false;
-  }
-  // The space of a number's text has room for it.
-  *pEnd = '\0';
-  return true;
-}
-
 // ---- The memo -----------------------------------------------------------------------------------
 
 bool CWyFormatMemo::Write(CWyTextBuffer& text, std::string_view before, const char* pszFormat,
                           char cAfter, va_list args) {
-  const CWyParsedFormat* const pFormat = FindForThisThread(pszFormat);
-  return pFormat != nullptr && pFormat->Write(text, before, cAfter, args);
-}
-
-bool CWyFormatMemo::WriteTo(char* pszBuffer, std::size_t uSize, const char* pszFormat,
-                            va_list args) {
-  const CWyParsedFormat* const pFormat = FindForThisThread(pszFormat);
-  return pFormat != nullptr && pFormat->WriteTo(pszBuffer, uSize, args);
-}
-
-// Returns null if there is no memory for the memo, and for a format that is too long.
-inline const CWyParsedFormat* CWyFormatMemo::FindForThisThread(const char* pszFormat) {
   CWyFormatMemo* const pMemo = CWyThreadOwned<CWyFormatMemo>::Get();
-  return pMemo != nullptr ? pMemo->Find(pszFormat) : nullptr;
+  if (pMemo == nullptr) return false;
+  const CWyParsedFormat* const pFormat = pMemo->Find(pszFormat);
+  return pFormat != nullptr && pFormat->Write(text, before, cAfter, args);
 }
 
 // By the address: a format is nearly always a literal. The factor is 2^64 divided by the golden

@@ -26,11 +26,6 @@ class CWyParsedFormat {
   // have more than 4095 bytes, and if an argument lies in the message's own text.
   bool Write(CWyTextBuffer& text, std::string_view before, char cAfter, va_list args) const;
 
-  // Writes the formatted text, with a terminator, into a buffer of `uSize` bytes. Returns false if
-  // the format is not plain, if the text may not fit, and if an argument lies in the buffer. What
-  // the buffer had is lost all the same.
-  bool WriteTo(char* pszBuffer, std::size_t uSize, va_list args) const;
-
   static constexpr std::size_t LongestFormat = 191;  // bytes
 
  private:
@@ -45,16 +40,9 @@ class CWyParsedFormat {
     std::uint8_t uWidth;
   };
 
-  // Where no argument may lie.
-  struct Memory {
-    bool Has(const char* p) const { return static_cast<std::size_t>(p - pFirst) < uSize; }
-    const char* pFirst;
-    std::size_t uSize;
-  };
-
   bool AddPart(const char*& psz);
   static char* WriteNumberPart(char* pEnd, const Part& part, va_list args);
-  char* WriteParts(char* pEnd, const char* pLimit, const Memory& memory, va_list args) const;
+  char* WriteParts(char* pEnd, const char* pLimit, const CWyTextBuffer& text, va_list args) const;
 
   std::uint8_t m_uParts = 0;  // 0: not plain
   Part m_parts[MaxParts];
@@ -69,11 +57,8 @@ class CWyFormatMemo {
   // long to be remembered.
   static bool Write(CWyTextBuffer& text, std::string_view before, const char* pszFormat,
                     char cAfter, va_list args);
-  // The same as CWyParsedFormat::WriteTo.
-  static bool WriteTo(char* pszBuffer, std::size_t uSize, const char* pszFormat, va_list args);
 
  private:
-  static const CWyParsedFormat* FindForThisThread(const char* pszFormat);
   const CWyParsedFormat* Find(const char* pszFormat);
   const CWyParsedFormat* Remember(CWyParsedFormat* pPlace, const char* pszFormat);
 

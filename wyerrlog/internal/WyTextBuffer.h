@@ -64,6 +64,11 @@ class CWyTextBuffer {
     AppendedUpTo(pColumn + uGap + uWidth);
   }
 
+  // Returns true if the address lies in the memory of the text.
+  bool Owns(const char* p) const {
+    return static_cast<std::size_t>(p - m_pText.get()) < m_uCapacity;
+  }
+
   // Replaces the text by the piece, which may lie within it.
   void Assign(std::string_view piece);
 
