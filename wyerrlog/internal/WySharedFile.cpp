@@ -7,8 +7,8 @@
 // each record that finds it full or of another day. So:
 //
 //   (1) When Log has returned true the record is in the file of the log's name, or in the backup
-//       that this file has become while the record was under way. One in a file that was deleted in
-//       between is written again: it is nowhere else.
+//       that this file has become since the last look at the name. One in a file that was deleted
+//       in between is written again: it is nowhere else.
 //   (2) Each thread's records are in order over the files: the name never goes back to a file that
 //       it has left.
 //
@@ -18,8 +18,8 @@
 // the process dies:
 //
 //   (3) The log's name exists at every moment, and each file is rolled over once.
-//   (4) A process that is killed leaves at most an empty file under the name of a backup, which the
-//       next rollover deletes (DeleteLeftOver).
+//   (4) A process that is killed leaves at most a file without records under the name of a backup,
+//       which the next rollover deletes (DeleteLeftOver).
 //
 // Torn records. A write that a SIGKILL cuts short ends at a multiple of a page. Before a record is
 // written to a file of such a size, the file's end is read, and the record begins on a line of its
