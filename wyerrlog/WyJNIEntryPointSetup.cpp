@@ -59,13 +59,13 @@ int ToTerminal(CWyLogger& logger) {
   return iErrno;
 }
 
-// What Native.decide returns. Under a guard (in an output or a callback of the host) the logger
-// refuses the question, and the result holds for this thread and moment alone.
+// What Native.decide returns. In an output or a callback of the host the logger may refuse the
+// question: a result of false holds for this thread and moment alone.
 enum Decision : jint { Unknown = -1, NotTraced = 0, Traced = 1 };
 
 Decision Decide(CWyLogger& logger, unsigned int uComponent) {
-  if (CWyGuardHold::InnermostOfThisThread() != nullptr) return Unknown;
-  return logger.TraceEnabled(uComponent) ? Traced : NotTraced;
+  if (logger.TraceEnabled(uComponent)) return Traced;
+  return CWyGuardHold::InnermostOfThisThread() != nullptr ? Unknown : NotTraced;
 }
 
 // The fields that the configuration shows, a bit for each; of a logger that traces the component.

@@ -28,9 +28,33 @@ void ThrowInJava(const char*, int) {
   pEnv->ThrowNew(pEnv->FindClass("java/lang/IllegalStateException"), "from an output");
 }
 
+// Runs a java.lang.Runnable at each record.
+void RunBody(const char*, int, void* pBody) {
+  JNIEnv* pEnv = nullptr;
+  s_pVm->GetEnv(reinterpret_cast<void**>(&pEnv), JNI_VERSION_10);
+  const auto hBody = static_cast<jobject>(pBody);
+  const jmethodID hRun = pEnv->GetMethodID(pEnv->GetObjectClass(hBody), "run", "()V");
+  pEnv->CallVoidMethod(hBody, hRun);
+}
+
 }  // namespace
 
 extern "C" {
+
+JNIEXPORT void JNICALL Java_com_orvantis_wyerrlog_Host_installCallback(JNIEnv* pEnv, jclass,
+                                                                       jobject hBody,
+                                                                       jstring hTraceConfig) {
+  pEnv->GetJavaVM(&s_pVm);
+  CWyLogger& logger = *theLogger();
+  CWyLogOutput* const pOutput = logger.NewLogOutput(WyOutputType::SyncParameterizedCallback,
+                                                    RunBody, pEnv->NewGlobalRef(hBody));
+  if (hTraceConfig == nullptr) {
+    static_cast<void>(logger.SetLogOutput(pOutput));
+  } else {
+    static_cast<void>(logger.EnableTrace(pOutput, WyTraceLayout::Xml, nullptr,
+                                         TextOf(pEnv, hTraceConfig).c_str(), false, false, false));
+  }
+}
 
 JNIEXPORT void JNICALL Java_com_orvantis_wyerrlog_Host_audit(JNIEnv* pEnv, jclass, jstring hEvent) {
   WY_AUDIT(TextOf(pEnv, hEvent));

@@ -65,13 +65,13 @@ public final class JavaAgent {
     for (String line; (line = requests.readLine()) != null;) {
       String[] words = line.split(" ", 3);
       if (words.length == 3) {
-        boolean permitted = answer("request-" + ++number, words[0], words[1], words[2]);
+        boolean permitted = serveOne("request-" + ++number, words[0], words[1], words[2]);
         System.out.println((permitted ? "allow " : "deny ") + line);
       }
     }
   }
 
-  private boolean answer(String id, String user, String action, String resource) {
+  private boolean serveOne(String id, String user, String action, String resource) {
     try (WyRequest request = WyRequest.open().set(WyField.TRANSACTION_ID, id)) {
       request.set(WyField.USER, user);
       return decide(user, action, resource);

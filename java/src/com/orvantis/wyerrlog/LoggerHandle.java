@@ -60,7 +60,7 @@ final class LoggerHandle {
       named.remove(name);
       calls.getAndAdd(CLOSED);
       while (calls.get() != CLOSED) {
-        Thread.onSpinWait();
+        Thread.yield();
       }
       if (own) {
         Native.removeLogger(name.getBytes(StandardCharsets.UTF_8));

@@ -16,4 +16,10 @@ final class Host {
 
   /** Installs an output of the process's error log that throws in C++, or in Java. */
   static native void installFailingOutput(boolean inJava);
+
+  /**
+   * Installs an output that runs the body at each record: of the error log, or of the trace if a
+   * configuration is given.
+   */
+  static native void installCallback(Runnable body, String traceConfig);
 }

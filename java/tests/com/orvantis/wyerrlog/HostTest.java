@@ -3,6 +3,7 @@ package com.orvantis.wyerrlog;
 import static com.orvantis.wyerrlog.Tests.*;
 
 import java.io.IOException;
+import java.util.ArrayList;
 import java.util.List;
 
 /** Java and C++ code in one process: the fields of requests, and outputs that fail. */
@@ -85,6 +86,23 @@ final class HostTest {
       Host.installFailingOutput(inJava);
       check(!log.error("x"), "not taken");
     }
+    WyLogs.ofProcess().stopLog();
+  }
+
+  @Test
+  static void aDecisionInsideACallbackIsNotKept() {
+    WyTrace trace = WyTrace.of(WyLogger.COMPONENT_LOG, HostTest.class);
+    WyTrace first = WyTrace.of(WyLogger.COMPONENT_LOG, HostTest.class);
+    WyTrace second = WyTrace.of(WyLogger.COMPONENT_LOG, HostTest.class);
+    List<Boolean> inside = new ArrayList<>();
+    Host.installCallback(
+        () -> inside.add(first.isOn()), write("host.conf", "components Log", "data Message"));
+    check(trace.record("f").message("m").write(), "traced");
+    check(first.isOn(), "the trace's own callback is refused, the next statement is not");
+    Host.installCallback(() -> inside.add(second.isOn()), null);
+    WyLog.of(HostTest.class).info("x");
+    checkEqual(List.of(false, true), inside);
+    WyLogs.ofProcess().stopTrace();
     WyLogs.ofProcess().stopLog();
   }
 }
