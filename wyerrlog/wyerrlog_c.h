@@ -50,9 +50,11 @@
 // numbers keep their meaning. Parameters that take an enumerator are int: every value may be
 // passed, and one that does not exist is refused. The one macro is for the place of a call.
 
+// NOLINTBEGIN(modernize-deprecated-headers): those of C
 #include <stdarg.h>
 #include <stddef.h>
 #include <stdint.h>
+// NOLINTEND(modernize-deprecated-headers)
 
 #include "wyerrlog/wyerrlog_c_field.h"
 

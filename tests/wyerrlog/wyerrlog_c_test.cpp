@@ -7,10 +7,11 @@
 
 #include <cerrno>
 #include <regex>
+#include <sstream>
 #include <stdexcept>
 #include <string>
 
-#include "test_support/HostOutput.h"
+#include "test_support/FailingMemory.h"
 #include "test_support/TempDirectory.h"
 #include "wyerrlog/WyLogger.h"
 #include "wyerrlog/wyerrlog_c.h"
@@ -158,6 +159,41 @@ TEST(FrontEndForCExceptions, BecomeTheFailureOfTheCall) {
   EXPECT_EQ(errno, EIO);
   EXPECT_FALSE(wyerrlog_audit_write(wyerrlog_audit_begin(nullptr, "x")));
   EXPECT_FALSE(wyerrlog_audit_text(nullptr, "x\n"));
+}
+
+// Each allocation of a request fails once: no record is written without its fields or in part.
+TEST(FrontEndForCMemory, AFailedAllocationFailsTheCall) {
+  const TempDirectory directory;
+  const std::string strPath = directory.Path("a.log"), strLong(20000, 'x');
+  const auto serve = [&] {
+    wyerrlog_fields* const pFields = wyerrlog_fields_new();
+    bool bDone = wyerrlog_fields_set(pFields, WYERRLOG_FIELD_USER, strLong.c_str()) != 0;
+    wyerrlog_scope* const pScope = wyerrlog_scope_begin(pFields);
+    bDone = bDone && pScope != nullptr;
+    wyerrlog_audit* const pRecord = wyerrlog_audit_begin(nullptr, "whole");
+    wyerrlog_audit_set(pRecord, "key", strLong.c_str());
+    bDone = wyerrlog_audit_write(pRecord) != 0 && bDone;
+    bDone = wyerrlog_audit_text(nullptr, "%s\n", strLong.c_str()) != 0 && bDone;
+    wyerrlog_scope_end(pScope);
+    wyerrlog_fields_free(pFields);
+    return bDone && wyerrlog_audit_to_file(nullptr, strPath.c_str(), "shared mode=append") != 0;
+  };
+  ASSERT_TRUE(wyerrlog_audit_to_file(nullptr, strPath.c_str(), "shared") && serve());
+  using test_support::FailingMemory;
+  int iFailed = 0;
+  for (bool bFailed = true; bFailed; ++iFailed) {
+    directory.Write("a.log", "");
+    FailingMemory::FailAt(iFailed + 1, false);
+    const bool bDone = FailingMemory::During(serve);
+    bFailed = FailingMemory::HasFailed();
+    EXPECT_TRUE(bDone || bFailed) << iFailed;
+    std::istringstream lines(directory.Read("a.log"));
+    for (std::string strLine; std::getline(lines, strLine);) {
+      EXPECT_TRUE(strLine.ends_with('x') || strLine.ends_with('"')) << strLine.substr(0, 80);
+    }
+    wyerrlog_audit_to_file(nullptr, strPath.c_str(), "shared");
+  }
+  EXPECT_GT(iFailed, 8);
 }
 
 }  // namespace
