@@ -1,7 +1,8 @@
 # The parts that `cmake --install` installs: `runtime` contains the files that a program needs to run,
 # `development` those that it needs to be built, `java` those that Java code needs besides `runtime`, `tools`
-# the programs, `java_natives` the native libraries in a jar; `seal` and `seal_development` contain the sealed audit log, in the same two parts, `journal` and
-# `journal_development` the output to the journal.
+# the programs, `java_natives` the native libraries in a jar; `seal` and `seal_development` contain the sealed
+# audit log, in the same two parts, `journal` and `journal_development` the output to the journal; `shipping`
+# contains the configurations of collectors.
 #
 # Message components (components/) belong to the product and are not installed. The function
 # wyerrlog_component is installed, so that other projects can build and install their components.
@@ -62,6 +63,11 @@ foreach(extra IN ITEMS seal journal)
   install(FILES "${CMAKE_CURRENT_BINARY_DIR}/wyerrlog_${extra}.pc"
     DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig" COMPONENT ${extra}_development)
 endforeach()
+
+if(WYERRLOG_BUILD_TOOLS)
+  install(DIRECTORY shipping DESTINATION "${CMAKE_INSTALL_DATADIR}/wyerrlog" COMPONENT shipping
+    USE_SOURCE_PERMISSIONS PATTERN lnav EXCLUDE)
+endif()
 
 if(TARGET wyerrlog_java)
   install_jar(wyerrlog_java DESTINATION "${CMAKE_INSTALL_DATADIR}/java" COMPONENT java)

@@ -12,6 +12,9 @@ endif()
 if(TARGET wylogctl)
   list(APPEND CPACK_COMPONENTS_ALL tools)
 endif()
+if(WYERRLOG_BUILD_TOOLS)
+  list(APPEND CPACK_COMPONENTS_ALL shipping)
+endif()
 foreach(extra IN ITEMS seal journal)
   if(TARGET wyerrlog_${extra})
     list(APPEND CPACK_COMPONENTS_ALL ${extra} ${extra}_development)
@@ -103,6 +106,13 @@ if(TARGET wylogctl)
   set(CPACK_DEBIAN_TOOLS_PACKAGE_SHLIBDEPS ON)
   set(CPACK_DEBIAN_TOOLS_DEBUGINFO_PACKAGE ON)
 endif()
+
+# Configurations and a script: no architecture. They read logs, so that they need no other package of these.
+wyerrlog_package(SHIPPING NAME wyerrlog-shipping SECTION admin
+  WHAT "shipping" RECOMMENDS "wyerrlog-tools, rsyslog-pgsql, rsyslog-relp, rsyslog-openssl"
+  CONTENT "This package contains configurations that ship the logs of many hosts to PostgreSQL.")
+set(CPACK_DEBIAN_SHIPPING_PACKAGE_ARCHITECTURE all)
+install(FILES docs/shipping.md DESTINATION "${package_documents}" COMPONENT shipping)
 
 set(seal_package "libwyerrlog-seal${PROJECT_VERSION_MAJOR}")
 wyerrlog_package(SEAL NAME ${seal_package} SECTION libs

@@ -37,6 +37,13 @@ expect 0 '"signed":true' seal status --keys keys -o json
 anchor=$(seal status --keys keys | sed -n 's/^anchor: *//p')
 expect 0 intact seal verify --key "$key" --anchor "$anchor" audit.log
 
+sed -n 's/.*\t~\([0-9]*\)~\(.*\)/\1:\2/p' audit.log >anchors
+expect 0 intact seal verify --key "$key" --anchors anchors audit.log
+sed '3s/:..../:AAAA/' anchors >forged
+expect 1 'differs' seal verify --key "$key" --anchors forged audit.log
+sed '3s/:.*//' anchors >broken
+expect 2 'broken:3' seal verify --key "$key" --anchors broken audit.log
+
 sed -i '2s/^./x/' audit.log
 expect 1 'audit.log:2: changed' seal verify --key "$key" audit.log
 expect 1 '"finding":"changed"' seal verify --key "$key" -o json audit.log

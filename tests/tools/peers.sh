@@ -50,4 +50,14 @@ if command -v lnav >/dev/null; then
   counts=$(lnav -n -c ';SELECT log_level, count(*) AS n FROM wyerrlog_error GROUP BY log_level' \
     -c ':write-csv-to -' error.log | grep -v log_level | sort | tr '\n' ' ')
   expect "lnav" "error,1000 info,1000 warning,1000 " "$counts"
+
+  # The samples of each format are recognised as that format.
+  python3 -c '
+import json, sys
+for name, each in json.load(open(sys.argv[1])).items():
+    if name[0] != "$": open(name + ".log", "w").writelines(s["line"] + "\n" for s in each["sample"] * 3)' "$format"
+  for sample in wyerrlog_*.log; do
+    expect "lnav, $sample" "${sample%.log}" "$(lnav -n -c ';SELECT DISTINCT log_format FROM all_logs' \
+      -c ':write-csv-to -' "$sample" | grep -v log_format)"
+  done
 fi

@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <cstring>
 #include <fstream>
+#include <iostream>
 #include <memory>
 #include <nlohmann/json.hpp>
 
@@ -20,6 +21,7 @@ struct VerifyOptions {
   std::vector<std::string> keys;
   std::vector<std::string> anchors;
   std::vector<std::string> files;
+  std::string strAnchorFile;
   std::string strState;
   bool bAlone = false;
 };
@@ -73,6 +75,22 @@ class VerifyRun {
         return Refuse("--anchor " + strAnchor + ": not SEQ:TAG, as `seal status` prints it");
       }
     }
+    if (m_options.strAnchorFile.empty()) return true;
+    if (m_options.strAnchorFile == "-") return AddAnchors(std::cin);
+    std::ifstream file(m_options.strAnchorFile);
+    if (!file) return Refuse("--anchors " + m_options.strAnchorFile + ": " + strerror(errno));
+    return AddAnchors(file);
+  }
+
+  // One anchor a line. A line that is none is refused: it may be the message of a failed query.
+  bool AddAnchors(std::istream& lines) {
+    std::string strLine;
+    for (int iLine = 1; std::getline(lines, strLine); ++iLine) {
+      if (m_verifier.AddAnchor(strLine)) continue;
+      return Refuse("--anchors " + m_options.strAnchorFile + ':' + std::to_string(iLine) + ": `" +
+                    strLine + "` is not SEQ:TAG");
+    }
+    if (lines.bad()) return Refuse("--anchors " + m_options.strAnchorFile + ": cannot be read");
     return true;
   }
 
@@ -174,6 +192,8 @@ void RegisterSealVerifyCommand(CWyProgram& program) {
                 pOptions->strState);
   command.Value("--anchor", "SEQ:TAG", "A record that was noted elsewhere; repeatable",
                 pOptions->anchors);
+  command.Value("--anchors", "FILE", "Such records, one a line; `-` for the standard input",
+                pOptions->strAnchorFile);
   command.Flag("--alone", "Verify the named files only, not the backups beside them",
                pOptions->bAlone);
   command.Arguments("FILE", "The log; its backups belong to it", pOptions->files);
