@@ -11,23 +11,24 @@ seconds=${1:-60}
 [[ $seconds =~ ^[1-9][0-9]*$ ]] || fail "usage: check-all.sh [seconds [step...]]"
 steps=("${@:2}")
 ((${#steps[@]} > 0)) ||
-  steps=(format cppcheck tidy release asan tsan clang hardened java packages servers valgrind fuzz soak)
+  steps=(format cppcheck tidy release servers shipping asan tsan clang hardened java packages valgrind fuzz soak)
 
 # run_tests_built_with FOLDER OPTION...: builds the release preset with other options and runs its tests.
-# Leaves out the budget and the recorded interface, which hold for the release build only, and packaging.
+# Leaves out the budget and the recorded interface, which hold for the release build only, packaging and shipping.
 run_tests_built_with() {
   local build=$1
   shift
   cmake --preset release -B "$build" --log-level=WARNING "$@"
   cmake --build "$build" --parallel "$(nproc)"
   LC_ALL=C.UTF-8 ctest --test-dir "$build" --parallel "$(nproc)" --output-on-failure \
-    --label-exclude 'packaging|bench' --exclude-regex RecordedAbi
+    --label-exclude 'packaging|bench|^shipping$' --exclude-regex RecordedAbi
 }
 
 step_format() { scripts/check-format.sh; }
 step_cppcheck() { scripts/check-cppcheck.sh; }
 step_tidy() { scripts/check-tidy.sh; }
 step_release() { ./test.sh release; }
+step_shipping() { scripts/check-shipping.sh; }
 step_asan() { ./test.sh asan; }
 step_tsan() { ./test.sh tsan; }
 step_clang() { run_tests_built_with "$(build_directory clang)" -DCMAKE_CXX_COMPILER=clang++; }

@@ -59,8 +59,11 @@ create table if not exists records_undated partition of records
 create table if not exists setting (name text primary key, value text not null);
 insert into setting values ('keep_days', '30') on conflict do nothing;
 
-create or replace function keep_days() returns integer language sql stable as
-  $$ select value::integer from wyerrlog.setting where name = 'keep_days' $$;
+-- Functions that run for each record are in PL/pgSQL, which keeps their plans.
+create or replace function keep_days() returns integer language plpgsql stable as $$
+begin
+  return (select value::integer from wyerrlog.setting where name = 'keep_days');
+end $$;
 
 -- Creates the partition of a day. ATTACH, unlike CREATE ... PARTITION OF, does not wait for the
 -- transactions that are inserting rows.
@@ -95,8 +98,10 @@ begin
 end $$;
 
 -- The value of a text, or null if it is none.
-create or replace function to_bigint(value text) returns bigint language sql immutable as
-  $$ select case when value ~ '^-?[0-9]{1,18}$' then value::bigint end $$;
+create or replace function to_bigint(value text) returns bigint language plpgsql immutable as $$
+begin
+  return case when value ~ '^-?[0-9]{1,18}$' then value::bigint end;
+end $$;
 
 -- The forms of the logs: "Mon Nov 16 2026 17:16:13", "11/16/2026 17:16:13.123" and ISO 8601. A text
 -- without a zone is in the given one.
@@ -141,13 +146,14 @@ $$;
 -- differently when it reads the record again, so the position of such a record does not count.
 create or replace function identity(host text, program text, kind text, place_in_file text,
                                     record text, sequence bigint, tag text) returns uuid
-  language sql immutable as $$
-  select encode(substr(sha256(convert_to(concat_ws(E'\x1f', host, program, kind,
+  language plpgsql immutable as $$
+begin
+  return encode(substr(sha256(convert_to(concat_ws(E'\x1f', host, program, kind,
     case when sequence is not null then 'sealed ' || sequence || ' ' || tag
          when position(E'\n' in record) > 0 then 'lines ' || record
          else 'at ' || coalesce(place_in_file, '') || ' ' || record end), 'UTF8')), 1, 16),
-    'hex')::uuid
-$$;
+    'hex')::uuid;
+end $$;
 
 -- What collectors insert into. All columns are texts; empty means "not known".
 create or replace view incoming as
@@ -157,7 +163,9 @@ create or replace view incoming as
          ''::text as key, ''::text as request, ''::text as username, ''::text as event;
 
 create or replace function add_record() returns trigger
-  language plpgsql security definer set search_path = wyerrlog, pg_temp as $$
+  language plpgsql security definer set search_path = wyerrlog, pg_temp
+  set enable_seqscan = off  -- a plan made while a partition was empty would read all of it later
+as $$
 declare
   r records;
   seal text[] := regexp_match(new.text, '\t~([0-9]{1,18})~([A-Za-z0-9_-]{22})$');

@@ -45,7 +45,7 @@ def wait_until(condition, seconds, what):
     while not condition():
         if time.monotonic() > end:
             raise RuntimeError(f"after {seconds} s: no {what}")
-        time.sleep(0.1)
+        time.sleep(0.5)
 
 
 class Daemon:
