@@ -29,7 +29,7 @@ unpack() {
 scripts/install-deps.sh
 as_root=()
 [[ $EUID -eq 0 ]] || as_root=(sudo)
-if [[ -z $(apt-cache policy rsyslog | sed -n 's/^ *Candidate: \([^(].*\)/\1/p') ]]; then
+if [[ -z $(LC_ALL=C apt-cache policy rsyslog | sed -n 's/^ *Candidate: \([^(].*\)/\1/p') ]]; then
   say "Reading the lists of packages"
   "${as_root[@]}" apt-get -qq update
 fi
