@@ -204,10 +204,10 @@ bool CWySharedFile::IsTornAt(off_t lSize) const {
   if (fstat(m_hFile, &status) != 0 || status.st_size != lSize || lSize == 0) return false;
   const int hFile = OpenAgain(m_hFile, O_RDONLY);
   if (hFile < 0) return false;
-  char cLast = '\n';  // at that size: the next record may be half written by now
-  static_cast<void>(pread(hFile, &cLast, 1, lSize - 1));
+  char cLast;  // at that size: the next record may be half written by now
+  const bool bTorn = pread(hFile, &cLast, 1, lSize - 1) == 1 && cLast != '\n';
   close(hFile);
-  return cLast != '\n';
+  return bTorn;
 }
 
 // Ends the line of a torn record: of the text that ends at `lEnd`, or of what precedes it. Nothing
