@@ -24,15 +24,15 @@ download() { (cd "$servers/packages" && apt-get -q download "$@") >"$servers/log
 
 # Creates the headers that a module is compiled with; "--with-compat" lets the packaged server load it.
 configure_nginx() {
-  (cd "$servers/root/usr/share/nginx/src" &&
+  (cd "$servers/tree/usr/share/nginx/src" &&
     sh ./configure --with-compat --with-threads --with-pcre-jit --without-http_gzip_module)
 }
 
 unpack_servers() {
-  [[ ! -e $servers/root/unpacked ]] || return 0
+  [[ ! -e $servers/tree/unpacked ]] || return 0
   say "Unpacking the servers below $servers"
-  rm -rf "$servers/root"
-  mkdir -p "$servers/packages" "$servers/root"
+  rm -rf "$servers/tree"
+  mkdir -p "$servers/packages" "$servers/tree"
   local needed
   mapfile -t needed < <(printf '%s\n' "${packages[@]}" $(dependencies) | sort -u)
   if ! download "${needed[@]}"; then
@@ -40,9 +40,9 @@ unpack_servers() {
     download "${needed[@]}" || { cat "$servers/log"; fail "the servers cannot be downloaded"; }
   fi
   local package
-  for package in "$servers"/packages/*.deb; do dpkg -x "$package" "$servers/root"; done
+  for package in "$servers"/packages/*.deb; do dpkg -x "$package" "$servers/tree"; done
   configure_nginx >"$servers/log" 2>&1 || { cat "$servers/log"; fail "nginx cannot be configured"; }
-  touch "$servers/root/unpacked"
+  touch "$servers/tree/unpacked"
 }
 
 scripts/install-deps.sh --servers

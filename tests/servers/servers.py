@@ -15,7 +15,7 @@ import time
 from pathlib import Path
 
 PROJECT = Path(__file__).resolve().parents[2]
-ROOT = PROJECT / "build/servers/root"
+ROOT = PROJECT / "build/servers/tree"
 DEMO = PROJECT / "examples/access_agent/demo"
 TENANT = "red.example"
 PAUSE = 0.02  # between two looks at a process that something is expected of
