@@ -27,6 +27,7 @@ bool Statement::Log(CWyLogger& logger) const {
 }
 
 bool Statement::Format(CWyErrLogMessage& line) const {
+  line.m_args.clear();  // those of a message before this one would take precedence
   Write(line);
   line.OwnArguments();
   return !line.IsIncomplete();
