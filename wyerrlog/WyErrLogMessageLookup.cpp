@@ -31,8 +31,8 @@ class CWyMessageLookup {
   const char* FetchMsg(unsigned int uId) const {
     return m_pCatalog != nullptr ? m_pCatalog->FetchMsg(uId) : nullptr;
   }
-  const char* GetMsgBundle(unsigned int uId) const {
-    return m_pCatalog != nullptr ? m_pCatalog->GetMsgBundle(uId) : nullptr;
+  WyMessageSource FindMessage(unsigned int uId) const {
+    return m_pCatalog != nullptr ? m_pCatalog->FindMessage(uId) : WyMessageSource{};
   }
 
  private:
@@ -79,9 +79,8 @@ struct Template {
 // catalog: its message is its first argument.
 Template FindTemplate(const CWyMessageLookup& lookup, unsigned int uId, const char* pszLocale) {
   if (WyComponentNumber(uId) == BuiltInComponent) return {"{0}", BuiltInKey, nullptr};
-  const char* const pszBundle = lookup.GetMsgBundle(uId);
+  const auto [pszBundle, pszKey] = lookup.FindMessage(uId);
   if (pszBundle == nullptr) return {"missing component library", "wy-log-00001", nullptr};
-  const char* const pszKey = lookup.FetchMsg(uId);
   if (pszKey == nullptr) return {"missing message key", "wy-log-00002", nullptr};
   Template found{pszKey, pszKey, nullptr};
   found.pBundle.reset(CWyXlate::GetBundle(pszBundle, pszLocale));

@@ -51,6 +51,12 @@ bool AddComponent(CWyErrLogComponent& component, WyComponentTable& table) {
   return true;
 }
 
+// A plug-in that throws has no message: neither the exception nor its object may outlive the call,
+// since the library may be closed next.
+const char* KeyOf(CWyErrLogComponent& component, unsigned int uId) {
+  return WyCallPlugIn<const char*>(nullptr, [&] { return component.FetchMessage(uId); });
+}
+
 }  // namespace
 
 constinit std::atomic<const CWyMessageCatalog*> CWyMessageCatalog::s_pOfProcess{nullptr};
@@ -136,12 +142,15 @@ CWyErrLogComponent* CWyMessageCatalog::FindComponent(unsigned int uId) const {
   return m_ppComponents[uNumber - 1];
 }
 
-// A plug-in that throws has no message: neither the exception nor its object may outlive the call,
-// since the library may be closed next.
 const char* CWyMessageCatalog::FetchMsg(unsigned int uId) const {
   CWyErrLogComponent* const pComponent = FindComponent(uId);
-  if (pComponent == nullptr) return nullptr;
-  return WyCallPlugIn<const char*>(nullptr, [&] { return pComponent->FetchMessage(uId); });
+  return pComponent != nullptr ? KeyOf(*pComponent, uId) : nullptr;
+}
+
+WyMessageSource CWyMessageCatalog::FindMessage(unsigned int uId) const {
+  CWyErrLogComponent* const pComponent = FindComponent(uId);
+  if (pComponent == nullptr) return {nullptr, nullptr};
+  return {pComponent->GetComponentAbbrName(), KeyOf(*pComponent, uId)};
 }
 
 const char* CWyMessageCatalog::GetMsgBundle(unsigned int uId) const {

@@ -12,6 +12,11 @@
 
 class CWyErrLogComponent;
 
+struct WyMessageSource {
+  const char* pszBundle;
+  const char* pszKey;
+};
+
 // A logger owns its catalog, fills it when it is initialised and empties it when it is released.
 // Messages ask the catalog of the process logger, without going through the logger.
 //
@@ -51,6 +56,10 @@ class CWyMessageCatalog {
   // null if there is no such component or message.
   const char* FetchMsg(unsigned int uId) const;
   const char* GetMsgBundle(unsigned int uId) const;
+
+  // Both of one component, also while Close begins: a bundle without a key is that of a component
+  // which does not have the message.
+  WyMessageSource FindMessage(unsigned int uId) const;
 
   // The two lists as texts (see CWyLogger::GetAvailableComponents); null once they are cleared.
   const char* AvailableComponents() const;
