@@ -7,17 +7,21 @@ command -v clang-tidy >/dev/null || fail "clang-tidy is missing; run scripts/ins
 build=$(build_directory release)
 cmake --preset release --log-level=WARNING >/dev/null
 
+# The sources include what the message compiler writes.
+mapfile -t messages < <(cmake --build --preset release --target help | sed -n 's/^\([^/]*_compile_messages\): .*/\1/p')
+configure_and_build release "${messages[@]}"
+
 # clang-tidy refuses the options that clang does not have.
 database=$(mktemp -d)
 trap 'rm -rf "$database"' EXIT
-sed 's/ -mtls-dialect=gnu2//' "$build/compile_commands.json" >"$database/compile_commands.json"
+sed -E 's/ (-mtls-dialect=gnu2|-fno-gnu-unique)//g' "$build/compile_commands.json" >"$database/compile_commands.json"
 
 # All sources in the compilation database. Tests and benchmarks are left out, because the macros of
 # GoogleTest and Google Benchmark expand to code that fails the checks.
 files=("$@")
 ((${#files[@]} > 0)) || mapfile -t files < <(
   sed -n "s|.*\"file\": \"$PWD/\(.*\)\".*|\1|p" "$build/compile_commands.json" |
-    grep -Ev '^(tests|bench|build)/' | sort -u)
+    grep -Ev '^(tests|java/tests|bench|build)/' | sort -u)
 
 say "Running clang-tidy on ${#files[@]} files"
 printf '%s\n' "${files[@]}" | xargs -P "$(nproc)" -n 1 -d '\n' \

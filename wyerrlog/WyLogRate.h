@@ -94,7 +94,7 @@ namespace WyLogDetail {
   const std::unique_ptr<char[]> pLine(new (std::nothrow) char[text.size() + sizeof szNote]);
   if (pLine == nullptr) return false;
   text.copy(pLine.get(), text.size());
-  std::strcpy(pLine.get() + text.size(), szNote);
+  std::memcpy(pLine.get() + text.size(), szNote, std::strlen(szNote) + 1);
   line.SetFormattedMessage(pLine.get());
   return true;
 }

@@ -3,7 +3,7 @@
 
 // The access policy (Policy.h) and the messages of the agents, for servers in C.
 
-#include <stddef.h>
+#include <stddef.h>  // NOLINT(modernize-deprecated-headers): for C
 
 #ifdef __cplusplus
 extern "C" {

@@ -57,7 +57,7 @@ class CWySealVerification {
   void CheckBeginning();
   void CheckAnchors();
   void Count(File& file, const WySealFileResult& result);
-  void Report(WySealFinding finding);
+  void Report(const WySealFinding& finding);
 
   std::function<void(const WySealFinding&)> m_onFinding;
   std::deque<WySealNamedKey> m_keys;  // never moved, so that they can be wiped
@@ -192,7 +192,7 @@ void CWySealVerification::CheckBySecret(File& file, const WySealNamedKey& key) {
     *fileKey = step->next;
   }
   CWySealFileCheck check(file.strPath, file.head, step->down, m_anchors,
-                         [this](WySealFinding finding) { Report(std::move(finding)); });
+                         [this](const WySealFinding& finding) { Report(finding); });
   const bool bRead = WySealReadLines(
       file.strPath, [&](std::string_view strLine) { check.Line(strLine); },
       [&](std::string_view strLine, uint64_t uBytes) { check.Overlong(strLine, uBytes); });
@@ -211,7 +211,7 @@ void CWySealVerification::CheckBySignature(File& file) {
     m_summary.publicKey = WySealKeyText({true, file.head.logId, file.head.uFile, *m_publicKey});
   }
   CWySealSignedCheck check(file.strPath, file.head, m_publicKey, m_anchors,
-                           [this](WySealFinding finding) { Report(std::move(finding)); });
+                           [this](const WySealFinding& finding) { Report(finding); });
   const bool bRead = WySealReadLines(
       file.strPath, [&](std::string_view strLine) { check.Line(strLine); },
       [](std::string_view, uint64_t) {});
@@ -284,7 +284,7 @@ void CWySealVerification::CheckAnchors() {
   }
 }
 
-void CWySealVerification::Report(WySealFinding finding) {
+void CWySealVerification::Report(const WySealFinding& finding) {
   if (!WySealIsHarmless(finding.kind)) m_summary.isIntact = false;
   m_onFinding(finding);
 }

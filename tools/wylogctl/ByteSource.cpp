@@ -114,7 +114,7 @@ std::unique_ptr<CWyByteSource> CWyByteSource::Open(const std::string& strPath,
     return nullptr;
   }
   if (S_ISREG(status.st_mode) && IsGzip(fd)) {
-    if (const gzFile pFile = gzdopen(fd, "rb")) return std::make_unique<CWyGzipSource>(fd, pFile);
+    if (gzFile pFile = gzdopen(fd, "rb")) return std::make_unique<CWyGzipSource>(fd, pFile);
   }
   return std::make_unique<CWyPlainSource>(fd, S_ISREG(status.st_mode));
 }

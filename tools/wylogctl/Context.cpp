@@ -41,7 +41,7 @@ void CWyContext::Progress(std::uint64_t uDone, std::uint64_t uTotal) {
   using namespace std::chrono_literals;
   if (!m_bErrorTerminal || options.bQuiet || uTotal == 0) return;
   const auto now = std::chrono::steady_clock::now();
-  if (now - m_start < 1s || now - m_shown < 200ms) return;
+  if (now - m_start < 1000ms || now - m_shown < 200ms) return;
   m_shown = now;
   m_bProgress = true;
   std::fprintf(stderr, "\r%3.0f %% of %.1f MB\033[K",

@@ -59,11 +59,9 @@ WyCivil CivilOf(const tm& pieces) {
 // "-90m": how far back from now.
 // "17:16", "17:16:13" or "17:16:13.005".
 std::optional<WyCivil> ParseClock(std::string_view text) {
-  if (text.size() == 5) {
-    const std::string strFull = std::string(text) + ":00";
-    return ParseClock(strFull);
-  }
-  const WyCivil time = WyParseTimeOfDay(text);
+  std::string strFull(text);
+  if (text.size() == 5) strFull += ":00";
+  const WyCivil time = WyParseTimeOfDay(strFull);
   if (time == WyNoTime) return std::nullopt;
   return time;
 }

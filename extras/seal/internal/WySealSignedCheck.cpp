@@ -24,7 +24,7 @@ void CWySealSignedCheck::Line(std::string_view strLine) {
     m_uPendingRetired = WySealNumber(line.strText, "through").value_or(0);
   }
   const bool bOwn = line.strText.starts_with("~");
-  if (bOwn && WySealField(line.strText, "sig").size() > 0) CheckSignature(line);
+  if (bOwn && !WySealField(line.strText, "sig").empty()) CheckSignature(line);
   m_digest = WySealNextDigest(m_digest, line.strText, strLine.substr(line.strText.size()));
   ++m_uSinceSignature;
   m_result.uNext = line.uSeq + 1;
