@@ -38,10 +38,10 @@ void CWyContext::NoteOnce(const std::string& strText) {
 }
 
 void CWyContext::Progress(std::uint64_t uDone, std::uint64_t uTotal) {
-  using namespace std::chrono_literals;
+  using std::chrono::milliseconds;
   if (!m_bErrorTerminal || options.bQuiet || uTotal == 0) return;
   const auto now = std::chrono::steady_clock::now();
-  if (now - m_start < 1000ms || now - m_shown < 200ms) return;
+  if (now - m_start < milliseconds(1000) || now - m_shown < milliseconds(200)) return;
   m_shown = now;
   m_bProgress = true;
   std::fprintf(stderr, "\r%3.0f %% of %.1f MB\033[K",
