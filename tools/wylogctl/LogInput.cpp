@@ -14,7 +14,7 @@ namespace {
 
 // Threads that log at once write their lines in another order than their times; never by this much.
 constexpr WyCivil UsualSlack = 10'000;
-constexpr WyCivil SetBackSlack = 2 * 3600'000;
+constexpr WyCivil SetBackSlack = 7200'000;
 constexpr std::uint64_t ProgressStep = 4096;
 
 volatile std::sig_atomic_t s_bInterrupted = 0;

@@ -37,9 +37,10 @@ WyCivil DaysOf(int iYear, int iMonth, int iDay) {
 }
 
 int MonthOf(const char* p) {
-  constexpr const char Names[] = "JanFebMarAprMayJunJulAugSepOctNovDec";
+  constexpr const char Names[12][4] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
+                                       "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
   for (int i = 0; i < 12; ++i) {
-    if (std::memcmp(p, Names + 3 * i, 3) == 0) return i + 1;
+    if (std::memcmp(p, Names[i], 3) == 0) return i + 1;
   }
   return 0;
 }

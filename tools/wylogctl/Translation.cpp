@@ -17,6 +17,7 @@ constexpr std::size_t MaxText = 65536;
 // Fills a pattern's placeholders by the rules of the translation library itself.
 std::string Fill(const std::string& strPattern, const std::vector<std::string>& arguments) {
   std::vector<const char*> pointers;
+  pointers.reserve(arguments.size());
   for (const std::string& strArgument : arguments) pointers.push_back(strArgument.c_str());
   std::string strText(MaxText, '\0');
   const int iSize = CWyXlate::FormatMessage(strText.data(), MaxText - 1, strPattern.c_str(),
@@ -71,16 +72,15 @@ bool CWyTextPattern::FromLeft(std::string_view text, std::vector<std::string_vie
 bool CWyTextPattern::FromRight(std::string_view text, std::vector<std::string_view>& values) const {
   text = text.substr(0, text.size() - m_literals.back().size());
   for (std::size_t i = m_placeholders.size(); i-- > 0;) {
-    const std::string& strBefore = m_literals[i];
-    std::size_t u = i == 0 ? 0 : text.size();
-    if (i > 0) {
-      u = text.rfind(strBefore);
-      if (u == std::string_view::npos) return false;
-      values.push_back(text.substr(u + strBefore.size()));
-      text = text.substr(0, u);
-    } else {
+    if (i == 0) {
       values.push_back(text);
+      break;
     }
+    const std::string& strBefore = m_literals[i];
+    const std::size_t u = text.rfind(strBefore);
+    if (u == std::string_view::npos) return false;
+    values.push_back(text.substr(u + strBefore.size()));
+    text = text.substr(0, u);
   }
   std::reverse(values.begin(), values.end());
   return true;

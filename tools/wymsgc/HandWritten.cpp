@@ -168,9 +168,8 @@ WyHandWrittenSource ReadHandWrittenSource(std::string_view text) {
   const Tokens tokens = CWyTokenReader(text).Read();
   for (std::size_t u = 1; u < tokens.size(); ++u) {
     const std::vector<std::string> literals = LiteralsAt(tokens, u + 1);
-    if (IsMark(tokens, u, '{') && literals.size() == 3 && IsMark(tokens, u - 1, '{')) {
-      source.subComponents.push_back(literals);
-    } else if (IsMark(tokens, u, '{') && literals.size() == 3 && IsMark(tokens, u - 1, ',')) {
+    if (IsMark(tokens, u, '{') && literals.size() == 3 &&
+        (IsMark(tokens, u - 1, '{') || IsMark(tokens, u - 1, ','))) {
       source.subComponents.push_back(literals);
     } else if (IsMark(tokens, u, '{')) {
       ReadRow(tokens, u, source);
