@@ -4,12 +4,12 @@
 #include "wyerrlog/WyDescriptorOutput.h"
 
 #include <fcntl.h>
-#include <signal.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <syslog.h>
 #include <unistd.h>
 #include <wyi18n/wyi18n.h>
+#include <csignal>
 
 #include <cerrno>
 #include <string>
