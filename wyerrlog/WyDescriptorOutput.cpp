@@ -12,10 +12,13 @@
 #include <csignal>
 
 #include <cerrno>
+#include <new>
 #include <string>
 #include <utility>
 
 #include "wyerrlog/internal/WyErrorLine.h"
+#include "wyerrlog/internal/WyForkHandling.h"
+#include "wyerrlog/internal/WyMutex.h"
 #include "wyerrlog/internal/WyNoThrow.h"
 #include "wyerrlog/internal/WyRecordWriter.h"
 
@@ -67,10 +70,18 @@ std::string WithPrefixes(std::string_view strText, std::string_view strPrefix) {
 
 }  // namespace
 
-// The state of an output, out of sight of the header.
-class CWyDescriptorWriter {
+// The state of an output, out of sight of the header. A fork does not wait for the mutex: a thread
+// may hold it as long as the pipe is full, and the process that is to read the pipe may be the
+// child.
+class CWyDescriptorWriter : private CWyForkReset {
  public:
-  CWyDescriptorWriter(int hFile, int iPriority) : m_hFile(hFile), m_iPriority(iPriority) {}
+  CWyDescriptorWriter(int hFile, int iPriority)
+      : CWyForkReset(Reset), m_hFile(hFile), m_iPriority(iPriority) {
+    CWyForkRegistry::Add(*this);
+  }
+  ~CWyDescriptorWriter() { CWyForkRegistry::Remove(*this); }
+  CWyDescriptorWriter(const CWyDescriptorWriter&) = delete;
+  CWyDescriptorWriter& operator=(const CWyDescriptorWriter&) = delete;
 
   bool Open() {
     struct stat status;
@@ -101,14 +112,20 @@ class CWyDescriptorWriter {
   }
 
  private:
+  static void Reset(CWyForkReset& object) {
+    new (&static_cast<CWyDescriptorWriter&>(object).m_mutex) CWyMutex;
+  }
+
   bool Write(std::string_view strPrefix, std::string_view strText) {
+    const CWyMutexLock lock(m_mutex);
     return m_writer.Write(m_hFile, strPrefix, strText, m_pfnCall);
   }
 
   const int m_hFile;
   const int m_iPriority;
   CWyRecordWriter::Call m_pfnCall = nullptr;  // null while the output is not open
-  CWyRecordWriter m_writer;
+  CWyMutex m_mutex;
+  CWyRecordWriter m_writer WYERRLOG_GUARDED_BY(m_mutex);
 };
 
 CWyDescriptorOutput::CWyDescriptorOutput(int hFile, int iPriority)

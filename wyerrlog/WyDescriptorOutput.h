@@ -24,8 +24,8 @@
 // The call waits as long as the descriptor makes it wait: a pipe that nobody reads stops the
 // threads that log once it is full. On a descriptor with O_NONBLOCK the record is refused instead
 // (EAGAIN). What the system cuts short is continued; if that fails the record counts as refused,
-// and the next one begins on a line of its own. Records up to PIPE_BUF (4096) bytes of several
-// threads and processes are never mixed in a pipe.
+// and the next one begins on a line of its own. Threads write one after another, so their records
+// are never mixed; those of several processes are not up to PIPE_BUF (4096) bytes in a pipe.
 //
 // The host keeps the descriptor open until the output has been removed, and closes it. A forked
 // child writes through its copy. Allocated with `new`; the type is 18. The caller deletes an output

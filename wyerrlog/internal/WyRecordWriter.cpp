@@ -35,7 +35,8 @@ ssize_t CWyRecordWriter::WritePlainly(int hFile, const iovec* pParts, int iCount
 bool CWyRecordWriter::Write(int hFile, std::string_view strPrefix, std::string_view strText,
                             Call pfnCall) {
   if (strText.empty()) return true;
-  const bool bOwed = m_bTorn.load(std::memory_order_relaxed) && m_bTorn.exchange(false);
+  const bool bOwed = m_bTorn;
+  m_bTorn = false;
   const size_t uOwed = bOwed ? 1 : 0;
   iovec aParts[] = {Part(bOwed ? "\n" : ""), Part(strPrefix), Part(strText)};
   iovec* pParts = aParts;

@@ -6,13 +6,11 @@
 #include <sys/types.h>
 #include <sys/uio.h>
 
-#include <atomic>
 #include <string_view>
 
 // Writes records with one system call each. What the system cuts short is continued; a record that
-// cannot be continued ends its line, so that the next one begins on a line of its own. Thread-safe:
-// the calls of several threads may come between the pieces of a record that was cut short, and
-// between the pieces only.
+// cannot be continued ends its line, so that the next one begins on a line of its own. One thread at
+// a time: another one's record would come between the pieces of a record that was cut short.
 class CWyRecordWriter {
  public:
   // The system call: writev(2), or one that takes the same arguments.
@@ -30,7 +28,7 @@ class CWyRecordWriter {
   static ssize_t WritePlainly(int hFile, const iovec* pParts, int iCount);
 
  private:
-  std::atomic<bool> m_bTorn{false};  // the last line has no end
+  bool m_bTorn = false;  // the last line has no end
 };
 
 #endif
