@@ -9,9 +9,9 @@
 #include <syslog.h>
 #include <unistd.h>
 #include <wyi18n/wyi18n.h>
-#include <csignal>
 
 #include <cerrno>
+#include <csignal>
 #include <new>
 #include <string>
 #include <utility>
