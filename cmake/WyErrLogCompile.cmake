@@ -30,7 +30,7 @@ set(CMAKE_BUILD_WITH_INSTALL_RPATH ON)
 add_library(wyerrlog_warnings INTERFACE)
 target_compile_options(wyerrlog_warnings INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wconversion
-  $<$<CXX_COMPILER_ID:Clang>:-Wthread-safety> $<$<BOOL:${WYERRLOG_WERROR}>:-Werror>)
+  $<$<COMPILE_LANG_AND_ID:CXX,Clang>:-Wthread-safety> $<$<BOOL:${WYERRLOG_WERROR}>:-Werror>)
 
 add_compile_definitions($<$<CONFIG:Debug>:_GLIBCXX_ASSERTIONS>)
 
