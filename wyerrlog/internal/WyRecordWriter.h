@@ -9,8 +9,8 @@
 #include <string_view>
 
 // Writes records with one system call each. What the system cuts short is continued; a record that
-// cannot be continued ends its line, so that the next one begins on a line of its own. One thread at
-// a time: another one's record would come between the pieces of a record that was cut short.
+// cannot be continued ends its line, so that the next one begins on a line of its own. One thread
+// at a time: another one's record would come between the pieces of a record that was cut short.
 class CWyRecordWriter {
  public:
   // The system call: writev(2), or one that takes the same arguments.
