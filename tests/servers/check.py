@@ -109,7 +109,8 @@ def check_load(server, requests):
     assert status == 0, f"the server ended with {status}: {server.errors()}"
 
     assert len(main) + len(tenant) > 0.9 * requests, f"only {len(main) + len(tenant)} answered"
-    report = [records.check(server.logs, main), records.check(server.logs / TENANT, tenant)]
+    report = [records.check(logs, responses, disturbance.kills)
+              for logs, responses in ((server.logs, main), (server.logs / TENANT, tenant))]
     print(f"{server.name}: {requests} requests in {seconds:.1f} s, {disturbance.restarts} graceful restarts, "
           f"{disturbance.others} {server.OTHER}, {disturbance.kills} workers killed, "
           f"{disturbance.switches} switches of tracing\n  main:   {report[0]}\n  tenant: {report[1]}")

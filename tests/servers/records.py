@@ -89,13 +89,14 @@ def check_sizes(folder):
     return len(files)
 
 
-def check(folder, responses):
-    """Checks the logs of one tenant; returns what it found, for people."""
+def check(folder, responses, kills):
+    """Checks the logs of one tenant, after as many kills of its workers; returns what it found, for people."""
     audit, refusals, traces = audit_ids(folder), refusal_ids(folder), trace_ids(folder)
     check_once("audit log", audit, responses)
     check_once("error log", refusals, [name for name, status in responses.items() if status in (401, 403)])
     check_once("trace", traces, [])
     unknown = [name for name in (*refusals, *traces) if name not in audit]
-    assert not unknown, f"messages or traces of requests that are not audited: {unknown[:3]}"
+    # A worker may be killed between a request's trace and its audit record. The client got no answer then.
+    assert len(unknown) <= kills, f"requests with messages or traces that are not audited: {unknown[:kills + 3]}"
     return (f"{len(responses)} answered, {len(audit)} audited, {len(refusals)} refusals, "
             f"{len(traces)} traced, {check_sizes(folder)} files")
