@@ -124,16 +124,19 @@ TEST_F(Tracing, GoesOnWithTheSecondOutputWhenOnlyTheFirstIsReplacedOrRemoved) {
   EXPECT_FALSE(m_logger.ShouldUseLocalTime() || m_logger.TraceEnabled(LogId))
       << "the configuration is the installed one";
   EXPECT_TRUE(Trace(m_logger, "b"));
+  m_third.bLogs = false;
+  EXPECT_FALSE(Trace(m_logger, "half"));
   m_logger.DisableTrace(true);
   EXPECT_TRUE(Trace(m_logger, "c"));
   m_logger.DisableTrace(false);
   EXPECT_FALSE(m_logger.TraceEnabled(0));
   EXPECT_THAT(m_first.Events(), ElementsAre("close", "delete"));
-  EXPECT_THAT(m_second.Events(),
-              ElementsAre("log [a][]\n", "log [b][]\n", "log [c][]\n", "close", "delete"));
-  EXPECT_THAT(m_third.Events(), ElementsAre("open", "unbuffered",
-                                            "headers [Function]\n[========]\n", "log [Function]\n",
-                                            "log [========]\n", "log [b][]\n", "close", "delete"));
+  EXPECT_THAT(m_second.Events(), ElementsAre("log [a][]\n", "log [b][]\n", "log [half][]\n",
+                                             "log [c][]\n", "close", "delete"));
+  EXPECT_THAT(
+      m_third.Events(),
+      ElementsAre("open", "unbuffered", "headers [Function]\n[========]\n", "log [Function]\n",
+                  "log [========]\n", "log [b][]\n", "log [half][]\n", "close", "delete"));
   EXPECT_THAT(m_fourth.Events(), ElementsAre("open", "open")) << "the caller's";
 }
 
