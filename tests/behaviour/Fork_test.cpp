@@ -124,6 +124,7 @@ TEST(Fork, ChildrenOfABusyLoggingProcessLogUnderTheirOwnIds) {
   const TempDirectory directory;
   ASSERT_TRUE(SetLogFile(directory.Path("log")));
   SetMessageDirectory();
+  ASSERT_TRUE(LogLine(0)) << "the thread that forks has written its own ids";
   std::map<int, int> children;
   {
     const BusyThreads threads(8, [](int i) {
@@ -166,6 +167,19 @@ TEST(Fork, ChildrenFindOutputsAndLoggersWholeWhileTheyAreReplaced) {
     ASSERT_EQ(StatusOf(pid), 0) << i;
   }
   EXPECT_EQ(LinesByProcess(directory.Read("log") + directory.Read("child")).count(0), 0u);
+}
+
+TEST(Fork, ChildrenTakeTraceRecordsWhileOtherThreadsDo) {
+  theLogger();
+  const auto takeAndFree = [](int) { FreeThreadTraceData(GetThreadTraceData()); };
+  const BusyThreads threads(2, takeAndFree);
+  for (int i = 0; i < FewerChildren; ++i) {
+    const pid_t pid = StartChild([&] {
+      takeAndFree(0);
+      return true;
+    });
+    ASSERT_EQ(StatusOf(pid), 0) << i;
+  }
 }
 
 thread_local std::function<void()> t_duringNextCall;

@@ -159,6 +159,7 @@ class Host {
   void UseNamedLogger() {
     CWyLogger* const pTenant = Ask([] { return getMyLogger("tenant"); });
     if (pTenant != nullptr) {
+      EXPECT_NE(pTenant->GetAvailableDataFields(), nullptr) << "a logger that stays released";
       SetUp(*pTenant, "tenant", [&](CWyLogOutput* p) { return pTenant->SetLogOutput(p); });
       LogErrors(*pTenant, "tenant");
     }
@@ -179,6 +180,9 @@ class Host {
       return theLogger()->EnableTrace(p, 3, nullptr, m_configuration.Path(), false, true, false);
     });
     const std::string strTrace = m_directory.Path("rolled");
+    CWyFileOutput unused;
+    Ask([&] { return unused.SetParams(strTrace.c_str(), WyFileMode::AppendRollBySize, 1, 3); });
+    m_directory.Write("rolled", "trace of the process before\n");
     Ask([&] {
       return WyInitLogger(false, true, 1, 2, ";", m_configuration.Path(), strTrace.c_str(), 3);
     });

@@ -43,7 +43,8 @@ TEST_F(BundleTest, EachKeyComesFromTheMostSpecialFileThatHasIt) {
 }
 
 TEST_F(BundleTest, LocaleNamesAreReadInBothSpellings) {
-  WriteFiles("agent", {"_de_DE", "_zh_Hant_TW", "_zh_Hant", "_es_419", "_ca_Latn_ES_VALENCIA", ""});
+  WriteFiles("agent", {"_de_DE", "_de_DE_U", "_zh_Hant_TW", "_zh_Hant", "_es_419",
+                       "_ca_Latn_ES_VALENCIA", ""});
   for (const char* locale :
        {"de_DE.UTF-8", "de-DE", "DE_de@euro", "de-DE-u-co-phonebk", "de_DE@collation=phonebook"}) {
     EXPECT_EQ(FileOf(locale), "_de_DE") << locale;
@@ -117,6 +118,8 @@ TEST_F(BundleTest, HeldBundleOutlivesItsDirectoryAndCrowdedCache) {
   for (int i = 0; i < 5000; ++i) {
     ASSERT_EQ(CWyXlate::GetBundle(("missing" + std::to_string(i)).c_str(), "en"), nullptr);
   }
+  m_directory.Write("missing0.properties", "a=late");
+  EXPECT_EQ(BundleText("missing0", "en", "a"), "late") << "still remembered";
   m_directory.Write("agent.properties", "a=second");
   SetDirectory();
   EXPECT_EQ(BundleText("agent", "en", "a"), "second");

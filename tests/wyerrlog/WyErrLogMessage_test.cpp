@@ -57,6 +57,8 @@ TEST(Prolog, NamesProcessThreadTimeAndSource) {
   EXPECT_EQ(Prolog("request.src", 0), Ids() + strTime + "[request.src]");
   EXPECT_EQ(Prolog("dir/", -5), Ids() + strTime + "[]");
   std::thread([&] { EXPECT_EQ(Prolog(), Ids() + strTime + "[b.cpp:7]"); }).join();
+  ++fixed_time->tv_sec;
+  EXPECT_EQ(Prolog(), Ids() + "[Mon Nov 16 2026 17:16:14][b.cpp:7]");
 }
 
 TEST(Prolog, ShowsTheTimeBaseOfTheProcessLoggerOrTheOneGiven) {

@@ -3,6 +3,7 @@
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <pthread.h>
+#include <unistd.h>
 
 #include <cstdlib>
 #include <latch>
@@ -11,7 +12,9 @@
 #include <stdexcept>
 #include <string>
 
+#include "test_support/ChildProcess.h"
 #include "test_support/HostOutput.h"
+#include "test_support/Sanitizer.h"
 #include "test_support/TestThread.h"
 #include "test_support/Tracing.h"
 #include "wyerrlog/WyMessageId.h"
@@ -146,12 +149,20 @@ TEST(LoggerComponents, AreNotUnloadedWhileAMessageIsLookedUp) {
   test_support::TestThread lookingUp(
       [] { EXPECT_STREQ(FormatNumberSeven(), "[INVALID MESSAGE TYPE][C7] C7\n"); });
   inComponent.wait();
+  const pid_t pid = fork();
+  if (pid == 0) {
+    alarm(5);
+    if constexpr (!test_support::IsSanitized) theLogger()->Release();
+    _exit(0);
+  }
+  EXPECT_EQ(test_support::StatusOf(pid), 0) << "a child has no look-up to wait for";
   test_support::TestThread releasing([] { theLogger()->Release(); });
   // Many times the work that it has to do when nobody is waited for.
   EXPECT_TRUE(test_support::Eventually(
       [&] { return releasing.IsDone() || releasing.Worked() > std::chrono::milliseconds(50); }));
   EXPECT_FALSE(releasing.IsDone());
   EXPECT_TRUE(IsLoaded());
+  EXPECT_EQ(theLogger()->GetMsgBundle(WyComponentId(9)), nullptr) << "to later look-ups";
   leaveComponent.count_down();
 }
 

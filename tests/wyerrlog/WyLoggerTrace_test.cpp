@@ -124,16 +124,19 @@ TEST_F(Tracing, GoesOnWithTheSecondOutputWhenOnlyTheFirstIsReplacedOrRemoved) {
   EXPECT_FALSE(m_logger.ShouldUseLocalTime() || m_logger.TraceEnabled(LogId))
       << "the configuration is the installed one";
   EXPECT_TRUE(Trace(m_logger, "b"));
+  m_third.bLogs = false;
+  EXPECT_FALSE(Trace(m_logger, "half"));
   m_logger.DisableTrace(true);
   EXPECT_TRUE(Trace(m_logger, "c"));
   m_logger.DisableTrace(false);
   EXPECT_FALSE(m_logger.TraceEnabled(0));
   EXPECT_THAT(m_first.Events(), ElementsAre("close", "delete"));
-  EXPECT_THAT(m_second.Events(),
-              ElementsAre("log [a][]\n", "log [b][]\n", "log [c][]\n", "close", "delete"));
-  EXPECT_THAT(m_third.Events(), ElementsAre("open", "unbuffered",
-                                            "headers [Function]\n[========]\n", "log [Function]\n",
-                                            "log [========]\n", "log [b][]\n", "close", "delete"));
+  EXPECT_THAT(m_second.Events(), ElementsAre("log [a][]\n", "log [b][]\n", "log [half][]\n",
+                                             "log [c][]\n", "close", "delete"));
+  EXPECT_THAT(
+      m_third.Events(),
+      ElementsAre("open", "unbuffered", "headers [Function]\n[========]\n", "log [Function]\n",
+                  "log [========]\n", "log [b][]\n", "log [half][]\n", "close", "delete"));
   EXPECT_THAT(m_fourth.Events(), ElementsAre("open", "open")) << "the caller's";
 }
 
@@ -387,7 +390,9 @@ TEST_F(Tracing, NobodyWaitsWhileAConfigurationFileIsRead) {
 // ---- In one call --------------------------------------------------------------------------------
 
 TEST(InitLogger, StartsANewFileUnlessItIsToAppend) {
-  for (const bool bAppend : {true, false}) {
+  for (const int iCase : {0, 1, 2, 3}) {
+    const bool bAppend = iCase % 2 == 0;
+    const int iLimitMB = iCase / 2;
     const TempDirectory directory;
     directory.Write("t.conf", LegacyMessages);
     directory.Write("t.log", "old\n");
@@ -395,7 +400,7 @@ TEST(InitLogger, StartsANewFileUnlessItIsToAppend) {
       return WyInitLogger(bAppend, true, iMaxSizeMB, 2, "", directory.Path(pszConfig).c_str(),
                           directory.Path(pszLog).c_str(), 0);
     };
-    EXPECT_TRUE(init("t.conf", "t.log", bAppend ? 1 : 0));
+    EXPECT_TRUE(init("t.conf", "t.log", iLimitMB));
     EXPECT_TRUE(theLogger()->ShouldUseLocalTime());
     EXPECT_TRUE(Trace(*theLogger(), "m"));
     EXPECT_EQ(directory.Read("t.log"),
@@ -406,6 +411,10 @@ TEST(InitLogger, StartsANewFileUnlessItIsToAppend) {
     EXPECT_FALSE(init("t.conf", "t.log", 4096));
     EXPECT_FALSE(WyInitLogger(bAppend, true, 0, 0, "", nullptr, "t.log", 0) ||
                  WyInitLogger(bAppend, true, 0, 0, "", "t.conf", nullptr, 0));
+
+    directory.Write("full.log", std::string(1 << 20, 'o'));
+    EXPECT_TRUE(init("t.conf", "full.log", 1));
+    EXPECT_LT(directory.Read("full.log").size(), 100u) << "the old one is full";
   }
 }
 
