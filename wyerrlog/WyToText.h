@@ -160,8 +160,8 @@ template <typename T>
 using Shown = typename ShownOf<T>::Type;
 
 // Whether values of a type are texts, and not numbers, characters or bool.
-template <typename T>
 // The front end compares it, at compile time, with the argument's kind in the message's definition.
+template <typename T>
 constexpr bool IsText() {
   using S = Shown<T>;
   return std::is_convertible_v<const S&, const char*> || HasText<S>::value ||
@@ -170,8 +170,8 @@ constexpr bool IsText() {
 }
 
 // Whether no value of a type needs to be escaped, or may be.
-template <typename T>
 // A number has no byte that could break a line, so that the test of each byte is not compiled in.
+template <typename T>
 constexpr bool IsNeverEscaped() {
   using S = Shown<T>;
   return (!IsText<T>() && !std::is_same_v<S, char>) || std::is_same_v<S, WyRawText>;
@@ -244,9 +244,9 @@ auto ToText(const T& value) {
 }
 
 // An argument of the front end: its text, escaped. For the statement that logs it.
-template <typename T>
 // Constructed in the call's full expression, and destroyed with it: m_ref refers to m_text, to
 // m_pEscaped or to the caller's value. Not movable for that reason.
+template <typename T>
 class CpaArgument {
  public:
   explicit CpaArgument(const T& value) : m_text(ToText(value)), m_ref(m_text.Ref()) {
