@@ -210,6 +210,23 @@ TEST(SealState, IsRefusedAfterTenSecondsToOthersUntilAStoppedProcessGoesOnOrIsKi
   }
 }
 
+// The slot is looked at under the mutex: a record may be written at the same moment.
+TEST(SealState, IsNotFoundDamagedWhileAnotherProcessChangesIt) {
+  SealedLog log;
+  log.Write("record", 1);
+  CWySealState writing, opened;
+  ASSERT_TRUE(writing.Open(log.Keys()) && writing.Lock());
+  WySealSlot& slot = writing.Page().slots[writing.Page().uIndex & 1];
+  ++slot.uSeq;
+  s_bNoWaiting = true;
+  EXPECT_FALSE(opened.Open(log.Keys()));
+  EXPECT_EQ(errno, ETIMEDOUT);
+  s_bNoWaiting = false;
+  --slot.uSeq;
+  writing.Unlock();
+  EXPECT_TRUE(opened.Open(log.Keys()));
+}
+
 TEST(SealState, ThatIsTruncatedWhileItIsInUseEndsNoProcess) {
   SealedLog log;
   const auto pOutput = log.Open();

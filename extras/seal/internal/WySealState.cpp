@@ -102,13 +102,11 @@ bool CWySealState::Open(const std::string& strDirectory) {
   if (!S_ISREG(status.st_mode) || status.st_size != WySealPageBytes) return Fail(EBADMSG);
   if ((status.st_mode & 077) != 0) return Fail(EACCES);
   if (!Map(file.Get())) return false;
-  if (!Accept() || !PrepareMutex(file.Get())) {
-    const int iErrno = errno;
-    Close();
-    return Fail(iErrno);
-  }
   m_hFile = file.Release();
-  return true;
+  if (AcceptHead() && PrepareMutex(m_hFile) && AcceptSlot()) return true;
+  const int iErrno = errno;
+  Close();
+  return Fail(iErrno);
 }
 
 // A state that cannot be locked or excluded from core dumps is not used: the promise that no key
@@ -126,10 +124,15 @@ bool CWySealState::Map(int hFile) {
   return Fail(iErrno);
 }
 
-bool CWySealState::Accept() const {
+bool CWySealState::AcceptHead() const {
   if (memcmp(m_pPage->szMagic, Magic, sizeof Magic) != 0) return Fail(EBADMSG);
-  if (m_pPage->uVersion != Version) return Fail(EPROTO);
-  return Slot().uCheck == Check(Slot()) || Fail(EBADMSG);
+  return m_pPage->uVersion == Version || Fail(EPROTO);
+}
+
+// Under the mutex: a process that writes at this moment flips the slots and wipes the former one.
+bool CWySealState::AcceptSlot() {
+  const CWySealLock lock(*this);
+  return lock.IsHeld() && (Slot().uCheck == Check(Slot()) || Fail(EBADMSG));
 }
 
 // Under a lock of the file, so that one process alone initialises.

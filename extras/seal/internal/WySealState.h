@@ -100,7 +100,8 @@ class CWySealState {
 
  private:
   bool Map(int hFile);
-  bool Accept() const;
+  bool AcceptHead() const;
+  bool AcceptSlot();
   bool PrepareMutex(int hFile);
 
   int m_hFile = -1;
