@@ -65,7 +65,7 @@ bool CWySealWriter::Open() {
     // A file that has only its ~begin record is as good as a new one; without this test, each start
     // of a program in mode 2 or 4 would leave an empty backup.
     const bool bStartAnew = m_file.mode == 2 || m_file.mode == 4;
-    return !bStartAnew || slot.uSeq == slot.uFileFirst + 1 || RollOver();
+    return !bStartAnew || slot.uSeq == slot.uFileFirst + 1 || (Prepare() && RollOver());
   });
   if (bOpen) return true;
   const int iErrno = errno;
@@ -161,9 +161,11 @@ bool CWySealWriter::Refuse(ssize_t lWritten, Place place) {
   // Nothing was written; errno is that of writev.
   if (lWritten < 0) return false;
   if (lWritten > 0) {
-    // What is there of it follows the newline that ends the line before.
+    // What is there of it follows the newline that ends the line before. If that is a part of a
+    // record too (~torn itself was cut short), the next ~torn describes both.
     WySealSlot& slot = m_state.Prepare();
-    slot.uOffset = place.uOffset + (place.bNewline ? 1 : 0);
+    const bool bFurther = (slot.uFlags & WySealTorn) != 0;
+    if (!bFurther) slot.uOffset = place.uOffset + (place.bNewline ? 1 : 0);
     slot.uFlags = (slot.uFlags & ~uint32_t{WySealUnended}) | WySealTorn;
     m_state.Commit();
   }
