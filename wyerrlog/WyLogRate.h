@@ -16,6 +16,14 @@
 //
 // A call that is left out costs one or two atomic additions and, for seconds, a reading of the
 // clock without a system call.
+//
+// Threads: all may pass one call site at once; none waits for another. Signal handlers: not, since
+// a line that goes out formats and writes. fork(2): the child begins with a copy of the counts, and
+// both processes log from there on their own. Lines that were left out and are followed by no
+// further line are in no count: a process that ends does not report them.
+//
+// The macros are statements without a result. In a template each instantiation has a limit of its
+// own; in an inline function of a header each shared library can have one.
 
 #include <atomic>
 #include <cstdint>
@@ -25,6 +33,9 @@
 #include "wyerrlog/WyLog.h"
 
 // What a limit decides for one call.
+//
+// Returned by CWyLogRate and passed to LogLimited; a program that uses CWyLogRate itself logs if
+// bGoesOut is true, and may add uLeftOut to its own text.
 struct WyRateDecision {
   bool bGoesOut;           // the call writes its line
   bool bLast;              // no later call goes out
@@ -33,17 +44,26 @@ struct WyRateDecision {
 
 // The state of one call site; constant-initialized, so that a static one needs no lock. Several
 // threads may call its operations. Each call that is left out is counted in exactly one later line.
+//
+// A program uses it directly for a limit that is not one of a call site, such as one for each
+// client:
+//
+//   if (client.rate.EverySeconds(60).bGoesOut) WyLog(Login::Refused, strUser, client.strName);
+//
+// Not copyable, since it contains atomics. Throws nothing, allocates nothing.
 class CWyLogRate {
  public:
   constexpr CWyLogRate() = default;
 
-  // The first call, and each n-th after it. 0 counts as 1.
+  // The first call, and each n-th after it. 0 counts as 1. After 2^64 calls the count begins again;
+  // a line may then come early.
   WyRateDecision EveryN(std::uint64_t uCount) {
     const std::uint64_t uCall = m_uCalls.fetch_add(1, std::memory_order_relaxed);
     return Decide(uCall % (uCount != 0 ? uCount : 1) == 0, false);
   }
 
-  // The first n calls.
+  // The first n calls. bLast is true for the n-th call alone. With 0 no call goes out, and so none
+  // is the last.
   WyRateDecision FirstN(std::uint64_t uCount) {
     // Not counted further: the number would begin again after 2^64 calls.
     if (m_uCalls.load(std::memory_order_relaxed) >= uCount) return {false, false, 0};
@@ -52,6 +72,9 @@ class CWyLogRate {
   }
 
   // The first call, and the first one that is at least so many seconds after the last line.
+  // Fractions count: 0.5. Zero or a negative number lets every call out. Time in which the machine
+  // sleeps does not count (CLOCK_MONOTONIC), and setting the clock changes nothing. Larger than
+  // some 292 years is undefined.
   WyRateDecision EverySeconds(double dSeconds) {
     timespec now;
     clock_gettime(CLOCK_MONOTONIC, &now);
@@ -66,12 +89,16 @@ class CWyLogRate {
   }
 
  private:
+  // The count is taken and set to zero in one operation, so that a call that is left out at the
+  // same moment is in this line's count or in the next one's, never in both. Relaxed order
+  // suffices: no other memory is published by it.
   WyRateDecision Decide(bool bGoesOut, bool bLast) {
     if (bGoesOut) return {true, bLast, m_uLeftOut.exchange(0, std::memory_order_relaxed)};
     m_uLeftOut.fetch_add(1, std::memory_order_relaxed);
     return {false, false, 0};
   }
 
+  // Only as far as needed: FirstN stops, EverySeconds does not count.
   std::atomic<std::uint64_t> m_uCalls{0};
   std::atomic<std::uint64_t> m_uLeftOut{0};
   std::atomic<std::int64_t> m_iNext{0};  // CLOCK_MONOTONIC, nanoseconds
@@ -79,7 +106,9 @@ class CWyLogRate {
 
 namespace WyLogDetail {
 
-// Puts what was left out at the end of a line. Returns false if memory allocation fails.
+// Puts what was left out at the end of a line. Returns false if memory allocation fails. Not
+// inline, to keep the code of a call site small: it is needed for few lines. The message is
+// formatted already, so that the note comes behind its text and before the newline.
 [[gnu::noinline]] inline bool AppendRate(CWyErrLogMessage& line, const WyRateDecision& decision) {
   if (decision.uLeftOut == 0 && !decision.bLast) return true;
   char szNote[64];
@@ -99,7 +128,8 @@ namespace WyLogDetail {
   return true;
 }
 
-// Logs a statement with what was left out at its end.
+// Logs a statement with what was left out at its end. On failure of an allocation the line is lost
+// with its count; the statement has no result to report it.
 inline auto LogWithRate(CWyLogger& logger, const WyRateDecision& decision) {
   return [&](const Statement& statement) {
     CWyErrLogMessage line(logger.ShouldUseLocalTime());
@@ -172,6 +202,9 @@ inline bool LogLimited(const WyRateDecision& decision, const WyCallSite& where,
 
 }  // namespace WyLogDetail
 
+// A function-local static is a limit for each expansion of the macro. It is constant-initialized,
+// so that the compiler adds no guard variable and no lock. The names begin with "wy": arguments may
+// use names of the caller's scope, which the macro must not hide.
 // NOLINTBEGIN(bugprone-macro-parentheses): the limit is a call of a member
 #define WY_LOG_LIMITED(limit, ...)                                                      \
   do {                                                                                  \
@@ -182,13 +215,15 @@ inline bool LogLimited(const WyRateDecision& decision, const WyCallSite& where,
 // NOLINTEND(bugprone-macro-parentheses)
 
 // Logs the first call of this place and every n-th after it. Like the two below it has no result: a
-// line that cannot be written is dropped.
+// line that cannot be written is dropped. n is an integer expression, evaluated at each call.
 #define WY_LOG_EVERY_N(n, ...) WY_LOG_LIMITED(EveryN(n), __VA_ARGS__)
 
-// Logs the first n calls of this place.
+// Logs the first n calls of this place. For what is worth knowing once, such as a missing optional
+// file. The n-th line ends with the note that it is the last.
 #define WY_LOG_FIRST_N(n, ...) WY_LOG_LIMITED(FirstN(n), __VA_ARGS__)
 
-// Logs at most one call of this place in so many seconds.
+// Logs at most one call of this place in so many seconds. For what lasts: one line in so many
+// seconds shows that it goes on, and its count how often.
 #define WY_LOG_EVERY_SECONDS(seconds, ...) WY_LOG_LIMITED(EverySeconds(seconds), __VA_ARGS__)
 
 #endif

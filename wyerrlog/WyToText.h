@@ -28,6 +28,18 @@
 // for the call (texts of error codes and exceptions, the std::string of a WyToText) is destroyed
 // with the statement; a statement with such an argument throws what its construction throws. All
 // others throw nothing and allocate only if they must be escaped.
+//
+// Errors: an argument for which there is no text is an error of the compiler at the call, with the
+// remedy in its text. If memory allocation for escaping fails, the statement logs nothing and
+// returns false. A char* is read up to its zero byte and must not be changed by another thread
+// during the call; the same holds for every other argument. Nothing of an argument is kept after
+// the statement: the record has a copy.
+//
+// Floating numbers do not depend on the locale: the decimal point is always ".". Characters (char)
+// are escaped like texts, signed char and unsigned char are numbers. Pointers other than to
+// characters have no text on purpose: their bool or their address is rarely meant.
+//
+// Names in WyLogDetail are not part of the interface.
 
 #include <charconv>
 #include <cstring>
@@ -46,7 +58,8 @@ namespace WyLogDetail {
 
 // ---- Texts that the call owns -------------------------------------------------------------------
 
-// One character, or the decimal text of a number.
+// One character, or the decimal text of a number. Without allocation; copied by value, hence Ref at
+// the time of use and not a stored pointer to its own member.
 class CpaShortText {
  public:
   explicit CpaShortText(char c) : m_szText{c}, m_uSize(1) {}
@@ -63,13 +76,15 @@ class CpaShortText {
   std::size_t m_uSize;
 };
 
-// A text that was constructed for the call.
+// A text that was constructed for the call. Ref is valid until the object is moved or destroyed: a
+// short std::string has its text inside.
 struct CpaOwnText {
   std::string strText;
   TextRef Ref() const { return {strText.c_str(), strText.size(), true}; }
 };
 
-// The caller's own text.
+// The caller's own text. Nothing is copied: it must outlive the statement, as an argument of a call
+// does.
 struct CpaBorrowedText {
   TextRef text;
   TextRef Ref() const { return text; }
@@ -89,7 +104,8 @@ std::string ErrorText(const Error& error) {
          ')';
 }
 
-// The texts of an exception and of those nested in it, the outermost first.
+// The texts of an exception and of those nested in it, the outermost first. Programs built with
+// -fno-exceptions show the outermost text alone.
 inline std::string ExceptionText(const std::exception& exception) {
   std::string strText = exception.what();
 #ifdef __cpp_exceptions
@@ -144,6 +160,7 @@ template <typename T>
 using Shown = typename ShownOf<T>::Type;
 
 // Whether values of a type are texts, and not numbers, characters or bool.
+// The front end compares it, at compile time, with the argument's kind in the message's definition.
 template <typename T>
 constexpr bool IsText() {
   using S = Shown<T>;
@@ -153,6 +170,7 @@ constexpr bool IsText() {
 }
 
 // Whether no value of a type needs to be escaped, or may be.
+// A number has no byte that could break a line, so that the test of each byte is not compiled in.
 template <typename T>
 constexpr bool IsNeverEscaped() {
   using S = Shown<T>;
@@ -168,7 +186,8 @@ inline CpaBorrowedText Borrow(const char* pszText) {
   return {{pszText, pszText != nullptr ? std::strlen(pszText) : 0, true}};
 }
 
-// A text ends with its first zero byte.
+// A text ends with its first zero byte. Whatever follows could not be written to a file of lines
+// anyway. memchr must not get a null pointer, hence the test of the size.
 inline std::size_t SizeUpToZero(const WyRawText& text) {
   const auto* const pZero = text.uSize != 0
                                 ? static_cast<const char*>(std::memchr(text.pszText, 0, text.uSize))
@@ -176,7 +195,9 @@ inline std::size_t SizeUpToZero(const WyRawText& text) {
   return pZero != nullptr ? static_cast<std::size_t>(pZero - text.pszText) : text.uSize;
 }
 
-// Returns a value as a text, valid as long as both the value and the result exist.
+// Returns a value as a text, valid as long as both the value and the result exist. The order of the
+// branches is the order of precedence: a WyToText of the program comes before everything;
+// std::string before the types that convert to const char*, since its size is known.
 template <typename T>
 auto ToText(const T& value) {
   if constexpr (HasToText<T>::value) {
@@ -188,6 +209,8 @@ auto ToText(const T& value) {
                         std::is_same_v<Result, std::string_view> ||
                         std::is_same_v<Result, WyRawText>,
                     "a WyToText returns a number, a text that lives on, or a std::string");
+      // The assertion above keeps a WyToText from returning an object by value that the result
+      // would refer to after its end; a std::string alone is moved into the result.
       return ToText<std::decay_t<Result>>(WyToText(value));
     }
   } else if constexpr (std::is_same_v<T, bool>) {
@@ -221,11 +244,14 @@ auto ToText(const T& value) {
 }
 
 // An argument of the front end: its text, escaped. For the statement that logs it.
+// Constructed in the call's full expression, and destroyed with it: m_ref refers to m_text, to
+// m_pEscaped or to the caller's value. Not movable for that reason.
 template <typename T>
 class CpaArgument {
  public:
   explicit CpaArgument(const T& value) : m_text(ToText(value)), m_ref(m_text.Ref()) {
     if constexpr (!IsNeverEscaped<T>()) {
+      // Nearly all texts need no escape, so that the usual cost is one pass over the bytes.
       if (__builtin_expect(!IsPlain(m_ref.pszText, m_ref.uSize), false)) {
         m_bComplete = Escape(m_ref, m_pEscaped);
       }
@@ -238,6 +264,7 @@ class CpaArgument {
   bool IsComplete() const { return IsNeverEscaped<T>() || m_bComplete; }
 
   TextRef Ref() const { return m_ref; }
+  // Null is shown, since a missing text is worth knowing; an empty one stays empty.
   std::string_view View() const {
     return m_ref.pszText != nullptr ? std::string_view(m_ref.pszText, m_ref.uSize) : "<null>";
   }

@@ -13,9 +13,13 @@
 
 namespace {
 
+// The layout of identifiers: component, sub-component, and 16 bits that traces do not use. Programs
+// are compiled with them; they cannot change.
 constexpr unsigned int ComponentBits = 0xFF000000u;
 constexpr unsigned int SubComponentBits = 0x00FF0000u;
 
+// One sequence for the whole process: a record compares its number with its master's, and two
+// configurations must never have the same one. 0 is for none.
 std::uint64_t NextConfigurationNumber() {
   static std::atomic<std::uint64_t> s_uLast{0};
   return ++s_uLast;
@@ -27,7 +31,8 @@ std::span<WyTraceComponentInfo> Entries(WyTraceComponentInfo* pComponents, int i
 
 }  // namespace
 
-// A configuration as the parser sees it.
+// A configuration as the parser sees it. It keeps the parser free of CWyTraceData, and is alive
+// only while the file is read.
 class CWyTraceConfigEntries : public CWyTraceConfigTarget {
  public:
   explicit CWyTraceConfigEntries(CWyTraceData& data) : m_data(data) {}
@@ -50,6 +55,7 @@ class CWyTraceConfigEntries : public CWyTraceConfigTarget {
     if (field.bTraced) return false;
     const auto uIndex = static_cast<unsigned int>(&field - m_data.m_fields);
     m_data.m_fields[uIndex].bTraced = true;
+    // Entries are numbers plus 1, so that the zeros of an unused list end it.
     m_data.m_auFieldOrder[m_uPosition++] = uIndex + 1;
     return true;
   }
@@ -72,6 +78,7 @@ bool CWyTraceData::SetConfiguration(int iFormat, const char* pszDelimiter,
          ReadConfigFile(pszConfigFile);
 }
 
+// All that can fail comes before the first member is changed: on failure the object is as before.
 bool CWyTraceData::SetTables(int iFormat, const char* pszDelimiter, int iComponentCount,
                              const WyTraceComponentInfo* pComponentInfo,
                              const WyTraceDataFieldInfo* pDataFieldInfo, bool bUseLocalTime) {
@@ -102,10 +109,15 @@ bool CWyTraceData::ReadConfigFile(const char* pszConfigFile) {
   return ReadConfigFile(pszConfigFile, nullptr);
 }
 
+// The file is opened before anything is changed, so that a wrong path leaves the configuration as
+// it is. A file that the parser refuses leaves what was selected before the refused line; the
+// caller discards the object then.
 bool CWyTraceData::ReadConfigFile(const char* pszConfigFile, CWyTraceConfigObserver* pObserver) {
   CWyFile file;
   if (pszConfigFile == nullptr || !file.OpenFile(pszConfigFile, CWyFile::Read)) return false;
   try {
+    // From here on records that were copied from this object keep the old tables; the new number
+    // makes them copy again when they are reused.
     StopSharing();
     m_uConfiguration = NextConfigurationNumber();
     CWyTraceConfigEntries entries(*this);
@@ -117,7 +129,8 @@ bool CWyTraceData::ReadConfigFile(const char* pszConfigFile, CWyTraceConfigObser
   }
 }
 
-// An entry of the order is a field number plus 1; 0 is the end.
+// What each record would otherwise compute again: the order of the fields, their widths, and the
+// tags around each value. The sizes let a record reserve its text once.
 void CWyTraceData::ListShownFields() {
   if (m_pShared == nullptr) return;
   Shared& shared = *m_pShared;
@@ -139,6 +152,8 @@ void CWyTraceData::ListShownFields() {
   shared.uTagsSize += shared.strEnd.size();
 }
 
+// The caller's names may be on its stack or in a library that is unloaded. They are shared by all
+// copies of Shared, since StopSharing copies the table with its pointers.
 void CWyTraceData::Shared::TakeNames() {
   auto pOwned = std::make_shared<std::vector<std::string>>();
   pOwned->reserve(components.size());  // the texts must not move
@@ -149,13 +164,16 @@ void CWyTraceData::Shared::TakeNames() {
   pNames = std::move(pOwned);
 }
 
-// Records keep what they were given: what changes from here on is this object's own.
+// Copies what records share, unless this object is alone with it. Other threads may be formatting
+// records with the former tables; they keep them alive, and nothing in them changes any more.
 void CWyTraceData::StopSharing() {
   if (m_pShared == nullptr || m_pShared.use_count() == 1) return;
   m_pShared = std::make_shared<Shared>(*m_pShared);
   PointIntoShared();
 }
 
+// Members of the interface's plain structures are pointers into m_pShared: after each replacement
+// of it they must be set anew, or they dangle when the last record with the old one is gone.
 void CWyTraceData::PointIntoShared() {
   m_pszDelimiter = m_pShared->delimiter ? m_pShared->delimiter->data() : nullptr;
   m_iComponentCount = static_cast<int>(m_pShared->components.size());
@@ -174,6 +192,8 @@ void CWyTraceData::SetFilter(WyTraceDataFieldInfo& field, unsigned int uOperator
   field.bFiltered = true;
 }
 
+// The identifier of a component, without bits of a sub-component, marks all of its sub-components;
+// one of a sub-component marks exactly that.
 bool CWyTraceData::MarkComponentTraced(unsigned int uId) {
   if (m_pShared == nullptr) return false;
   const bool bSingle = (uId & ComponentBits) != 0 && (uId & SubComponentBits) != 0;

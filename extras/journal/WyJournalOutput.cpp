@@ -44,7 +44,8 @@ bool JournalListens() {
   return bListens;
 }
 
-// "NAME=value" one after another; a field with an empty value is left out.
+// "NAME=value" one after another; a field with an empty value is left out. The texts are in one
+// string and their places kept as offsets, since the string moves while it grows.
 class CWyJournalFields {
  public:
   void Add(std::string_view strName, std::string_view strValue) {
@@ -64,6 +65,7 @@ class CWyJournalFields {
   }
 
  private:
+  // As many as Log adds.
   static constexpr size_t MaxFields = 7;
 
   std::string m_strFields;
@@ -71,7 +73,7 @@ class CWyJournalFields {
   size_t m_uCount = 0;
 };
 
-// "login" of "login-00004".
+// "login" of "login-00004". From the right: a bundle's name may contain "-".
 std::string_view ComponentOf(std::string_view strKey) {
   const size_t uDash = strKey.rfind('-');
   return uDash != std::string_view::npos ? strKey.substr(0, uDash) : std::string_view();
@@ -97,6 +99,8 @@ bool CWyJournalOutput::Open() {
 
 bool CWyJournalOutput::Log(CWyErrLogMessage& msg) {
   if (!m_bOpen) return Fail(EBADF);
+  // For each record: the journal may be stopped at any time, and libsystemd would report success. A
+  // connection for each would cost three system calls more.
   if (WyAccess(JournalSocket, F_OK) != 0) return false;
   const WyErrorLine line =
       WyErrorLine::Parse({msg.GetBuffer(), static_cast<size_t>(msg.GetStringLen())});

@@ -12,6 +12,8 @@
 
 namespace {
 
+// The page has F_(file+1), so that a key printed now verifies from the next file on; before the
+// first file that is the whole log.
 WySealKeyTexts TextsOf(const WySealPage& page, const WySealSlot& slot) {
   const uint64_t uFile = slot.uFile + 1;
   WySealKeyTexts keys{WySealKeyText({false, page.logId, uFile, slot.fileKey}), ""};
@@ -28,6 +30,8 @@ bool WySealCreateKeys(const std::string& strDirectory, bool bSigned, WySealKeyTe
     errno = ENOSYS;
     return false;
   }
+  // An existing directory is taken as it is: its owner may have chosen other permissions on
+  // purpose. The state's own are checked by every Open.
   if (mkdir(strDirectory.c_str(), 0700) != 0 && errno != EEXIST) return false;
   CWySealWiped<WySealPage> page;
   page->uSigned = bSigned ? 1 : 0;
@@ -35,6 +39,7 @@ bool WySealCreateKeys(const std::string& strDirectory, bool bSigned, WySealKeyTe
   WySealSlot& slot = page->slots[0];
   slot.uSeq = slot.uMarkSeq = 1;
   randombytes_buf(slot.fileKey.data(), slot.fileKey.size());
+  // Also if nothing will be signed: the page has the same shape, and an unused seed costs nothing.
   randombytes_buf(slot.seed.data(), slot.seed.size());
   if (!CWySealState::Create(strDirectory, *page)) return false;
   keys = TextsOf(*page, slot);
@@ -46,9 +51,12 @@ bool WySealRenewKeys(const std::string& strDirectory, WySealKeyTexts& keys) {
   if (!state.Open(strDirectory)) return false;
   const CWySealLock lock(state);
   if (!lock.IsHeld()) return false;
+  // From the commit on, the old verification key derives nothing of the next files: fileKey is not
+  // computed from it any more. The seed stays: the chain of signatures goes on over the renewal.
   WySealSlot& slot = state.Prepare();
   randombytes_buf(slot.fileKey.data(), slot.fileKey.size());
-  // An ended file has said already which key the next one has; without a file there is none to end.
+  // The flag makes the next record end the current file, so that the new key takes effect at once;
+  // before the first file there is none to end.
   if (slot.uFile != 0) slot.uFlags |= WySealRenewed;
   state.Commit();
   state.Sync();
@@ -56,6 +64,7 @@ bool WySealRenewKeys(const std::string& strDirectory, WySealKeyTexts& keys) {
   return true;
 }
 
+// Under the mutex, so that number and tag belong to one record: the pair is used as an anchor.
 bool WySealReadStatus(const std::string& strDirectory, WySealStatus& status) {
   CWySealState state;
   if (!state.Open(strDirectory)) return false;

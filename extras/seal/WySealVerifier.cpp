@@ -14,6 +14,7 @@
 #include "extras/seal/internal/WySealSignedCheck.h"
 
 const char* WySealKindName(WySealKind kind) {
+  // In the order of WySealKind. Scripts compare these names: they do not change.
   constexpr const char* Names[] = {"changed",      "unproven",    "missing",      "twice",
                                    "out-of-order", "foreign",     "torn",         "gap",
                                    "retired",      "end-missing", "missing-file", "foreign-file",
@@ -105,6 +106,7 @@ WySealSummary CWySealVerifier::Run() { return m_pRun->Run(); }
 
 // ---- What is verified ---------------------------------------------------------------------------
 
+// All keys are of one log, since files of another log would otherwise count as parts of this one.
 bool CWySealVerification::AddKey(std::string_view strKey) {
   CWySealWiped<std::optional<WySealNamedKey>> key;
   *key = WySealParseKey(strKey);
@@ -124,6 +126,9 @@ bool CWySealVerification::AddLog(const std::string& strPath) {
   return true;
 }
 
+// Nothing in a head is proven yet. A forged number puts the file at a wrong place, where its first
+// record does not verify. Sorted by path first, so that the findings have the same order in each
+// run: readdir has none.
 void CWySealVerification::ReadHeads() {
   std::sort(m_paths.begin(), m_paths.end());
   for (const std::string& strPath : m_paths) {
@@ -143,6 +148,8 @@ void CWySealVerification::ReadHeads() {
                    [](const File& a, const File& b) { return a.head.uFile < b.head.uFile; });
 }
 
+// All files come first: which missing files are retired, and how far the log reaches, is known only
+// after the newest one.
 WySealSummary CWySealVerification::Run() {
   m_summary.isIntact = true;
   ReadHeads();
@@ -153,7 +160,8 @@ WySealSummary CWySealVerification::Run() {
   return m_summary;
 }
 
-// The key that was given for this file or the nearest one before it.
+// The key that was given for this file or the nearest one before it. The nearest one: after a
+// renewal, files behind it cannot be derived from an older key.
 const WySealNamedKey* CWySealVerification::KeyFor(uint64_t uFile, bool bPublic) const {
   const WySealNamedKey* pBest = nullptr;
   for (const WySealNamedKey& key : m_keys) {
@@ -165,9 +173,12 @@ const WySealNamedKey* CWySealVerification::KeyFor(uint64_t uFile, bool bPublic) 
 
 // ---- Files --------------------------------------------------------------------------------------
 
+// The secret key is preferred if both are given: it proves each record, also those that no
+// signature covers yet.
 void CWySealVerification::CheckFile(File& file) {
   const uint64_t uFile = file.head.uFile;
   const bool bTwice = uFile == m_uFileBefore;
+  // A chain of signatures does not reach over a missing file: its last public key is not known.
   if (uFile != m_uFileBefore + 1) m_publicKey.reset();
   m_uFileBefore = uFile;
   if (bTwice) {
@@ -200,6 +211,7 @@ void CWySealVerification::CheckBySecret(File& file, const WySealNamedKey& key) {
   Count(file, check.Finish());
 }
 
+// The file is read even without a key: its numbers decide what is missing between the files.
 void CWySealVerification::CheckBySignature(File& file) {
   const WySealNamedKey* const pKey = KeyFor(file.head.uFile, true);
   if (pKey->uFile == file.head.uFile) m_publicKey = pKey->key;
@@ -229,7 +241,9 @@ void CWySealVerification::Count(File& file, const WySealFileResult& result) {
   file.result = result;
 }
 
-// What lies between two files that follow each other in the list.
+// What lies between two files that follow each other in the list. Compares counts and the tag in
+// the next file's head, which that file's own key has proven. A tag of a last record that is not
+// proven is not compared: its own finding says enough.
 void CWySealVerification::CheckBetween(const File& before, const File& file) {
   const uint64_t uBefore = before.head.uFile, uFile = file.head.uFile;
   const uint64_t uNext = before.result.uNext, uFirst = file.head.uFirst;
@@ -252,7 +266,9 @@ void CWySealVerification::CheckBetween(const File& before, const File& file) {
   }
 }
 
-// Files before the first one: retired by a sealed record, or missing.
+// Files before the first one: retired by a sealed record, or missing. Without the first file
+// nothing is known of those before it but what ~retire records say; so a log that was cut at its
+// beginning is found even if each remaining file is intact.
 void CWySealVerification::CheckBeginning() {
   if (m_files.empty() || m_files[0].head.uFile == 1) return;
   const uint64_t uLast = m_files[0].head.uFile - 1;
@@ -266,6 +282,8 @@ void CWySealVerification::CheckBeginning() {
   }
 }
 
+// An anchor that lies behind the end is what reveals a log that was cut: nothing inside the files
+// can. One before the first file is harmless only if a proven record has retired files.
 void CWySealVerification::CheckAnchors() {
   const std::string strPath = m_files.empty() ? "" : m_files.back().strPath;
   for (const auto& [uSeq, anchor] : m_anchors) {

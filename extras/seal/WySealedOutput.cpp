@@ -6,6 +6,7 @@
 
 namespace {
 
+// The published number of this type; configurations and tools know it, so it never changes.
 constexpr int SealedOutputType = 16;
 
 // Backups are looked for in the file's directory.

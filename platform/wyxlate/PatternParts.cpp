@@ -11,9 +11,13 @@
 
 namespace {
 
+// Places and lengths of parts are stored in 16 bits; a longer pattern is formatted by the general
+// way.
 constexpr std::size_t LongestPattern = 0xFFFF;
 
-// Records the parts of a pattern. Texts that lie side by side become one part.
+// Records the parts of a pattern. Texts that lie side by side become one part. It writes no more
+// than uMaxParts parts but counts one beyond them, which is how "too many" is told from "just
+// enough"; the caller then falls back to CWyXlate::FormatMessage.
 class CWyPartRecorder {
  public:
   CWyPartRecorder(const char* pszPattern, WyPatternPart* pParts, std::size_t uMaxParts)
@@ -23,6 +27,7 @@ class CWyPartRecorder {
   bool IsFull() const { return m_uParts > m_uMaxParts; }
   void Text(const char* p, const char* pEnd) { Add(MaxPatternArguments, p, pEnd); }
   void Braces(const char* p, const char* pEnd) { Add(MaxPatternArguments, p, pEnd); }
+  // The characters within quotes are reported as texts; the quotes themselves are not output.
   void Quotes(const char*, const char*) {}
   void Placeholder(unsigned long uIndex, const char* p, const char* pEnd) { Add(uIndex, p, pEnd); }
 
@@ -38,6 +43,8 @@ class CWyPartRecorder {
     ++m_uParts;
   }
 
+  // Only texts that are neighbours in the pattern: a doubled quote between them leaves a hole, and
+  // the part must be a single range of it.
   bool Extend(unsigned long uArgument, const char* p, const char* pEnd) {
     if (m_uParts == 0 || IsFull() || uArgument != MaxPatternArguments) return false;
     WyPatternPart& last = m_pParts[m_uParts - 1];
@@ -47,6 +54,7 @@ class CWyPartRecorder {
     return true;
   }
 
+  // Cannot be cut: LongestPattern was compared first.
   static std::uint16_t Number(std::ptrdiff_t n) { return static_cast<std::uint16_t>(n); }
 
   const char* const m_pszPattern;
@@ -57,6 +65,8 @@ class CWyPartRecorder {
 
 std::size_t Parse(const CWyXlateBundle& bundle, const char* pszPattern, WyPatternPart* pParts,
                   std::size_t uMaxParts) {
+  // An incomplete bundle may be loaded again, and its patterns replaced: parts of them must not be
+  // kept.
   if (!static_cast<const CWyLoadedBundle&>(bundle).IsComplete()) return 0;
   if (std::strlen(pszPattern) > LongestPattern) return 0;
   CWyPartRecorder recorder(pszPattern, pParts, uMaxParts);
@@ -66,6 +76,8 @@ std::size_t Parse(const CWyXlateBundle& bundle, const char* pszPattern, WyPatter
 
 }  // namespace
 
+// The number in the name is the version of the structure: the core library asks for the one that it
+// was compiled with, so its layout never changes. A new member means a WyXlateInternals2.
 const WyXlateInternals1& WyGetXlateInternals1() {
   static const WyXlateInternals1 s_internals = {&CWyXlate::SetResourceDirectory,
                                                 &CWyXlate::GetBundle,

@@ -17,6 +17,9 @@
 // look-up divides nothing and seldom reads a second slot.
 class CWyPatternTable {
  public:
+  // Throws std::bad_alloc. The slots refer to the strings of m_properties: never copy a table, a
+  // copy's slots would refer to the strings of the other. More than twice as many slots as keys:
+  // there is always an empty one, at which Find ends.
   explicit CWyPatternTable(PropertyTable properties)
       : m_properties(std::move(properties)),
         m_slots(std::bit_ceil(2 * m_properties.size() + 1)),
@@ -28,7 +31,9 @@ class CWyPatternTable {
     }
   }
 
-  // Returns the pattern, valid as long as the table; null if there is none. Thread-safe.
+  // Returns the pattern, valid as long as the table; null if there is none. Thread-safe. The
+  // pattern ends with a zero byte. The key is compared in full: equal hashes cost a comparison and
+  // never give a wrong message.
   const char* Find(std::string_view key) const {
     std::size_t uSlot = HashText(key) & m_uMask;
     while (m_slots[uSlot].pszPattern != nullptr && m_slots[uSlot].key != key) {
@@ -44,6 +49,7 @@ class CWyPatternTable {
     const char* pszPattern = nullptr;
   };
 
+  // Declared before the slots: the order of construction, and the keys' owner.
   const PropertyTable m_properties;
   std::vector<Slot> m_slots;
   const std::size_t m_uMask;

@@ -210,6 +210,23 @@ TEST(SealState, IsRefusedAfterTenSecondsToOthersUntilAStoppedProcessGoesOnOrIsKi
   }
 }
 
+// The slot is looked at under the mutex: a record may be written at the same moment.
+TEST(SealState, IsNotFoundDamagedWhileAnotherProcessChangesIt) {
+  SealedLog log;
+  log.Write("record", 1);
+  CWySealState writing, opened;
+  ASSERT_TRUE(writing.Open(log.Keys()) && writing.Lock());
+  WySealSlot& slot = writing.Page().slots[writing.Page().uIndex & 1];
+  ++slot.uSeq;
+  s_bNoWaiting = true;
+  EXPECT_FALSE(opened.Open(log.Keys()));
+  EXPECT_EQ(errno, ETIMEDOUT);
+  s_bNoWaiting = false;
+  --slot.uSeq;
+  writing.Unlock();
+  EXPECT_TRUE(opened.Open(log.Keys()));
+}
+
 TEST(SealState, ThatIsTruncatedWhileItIsInUseEndsNoProcess) {
   SealedLog log;
   const auto pOutput = log.Open();
@@ -279,25 +296,34 @@ void LimitFileSize(rlim_t uBytes) {
   setrlimit(RLIMIT_FSIZE, &limit);
 }
 
-// The disk has room for a part of the record: each part of it.
+// The disk has room for a part of the record, each part of it. The log goes on in a new file; or in
+// the same one, after room for a part of the record that describes the first part.
+void WriteToFullDisk(uint64_t uRoom, bool bNewFile) {
+  SealedLog log;
+  auto pOutput = log.Open();
+  ASSERT_TRUE(pOutput->Log(std::string_view("first")));
+  const uint64_t uSize = fs::file_size(log.Path());
+  LimitFileSize(uSize + uRoom);
+  const bool bSecond = pOutput->Log(std::string_view("second"));
+  EXPECT_FALSE(pOutput->Log(std::string_view("third")));
+  if (!bNewFile) LimitFileSize(uSize + uRoom + 10);
+  EXPECT_FALSE(pOutput->Log(std::string_view("third")));
+  LimitFileSize(RLIM_INFINITY);
+  log.file.mode = bNewFile ? 2 : 1;
+  if (bNewFile) pOutput = log.Open();
+  ASSERT_NE(pOutput, nullptr);
+  EXPECT_TRUE(pOutput->Log(std::string_view("fourth")));
+  FindingsOf(log);
+  const std::set<std::string> texts = log.Texts();
+  EXPECT_EQ(texts.contains("second"), bSecond) << uRoom;
+  EXPECT_FALSE(texts.contains("third"));
+  EXPECT_TRUE(texts.contains("first") && texts.contains("fourth"));
+}
+
 TEST(SealFullDisk, CostsTheRecordsThatItRefusesAndNothingElse) {
   signal(SIGXFSZ, SIG_IGN);
   for (uint64_t uRoom = 0; uRoom < 60; ++uRoom) {
-    SealedLog log;
-    const auto pOutput = log.Open();
-    ASSERT_TRUE(pOutput->Log(std::string_view("first")));
-    const uint64_t uSize = fs::file_size(log.Path());
-    LimitFileSize(uSize + uRoom);
-    const bool bSecond = pOutput->Log(std::string_view("second"));
-    const bool bThird = pOutput->Log(std::string_view("third"));
-    EXPECT_FALSE(bThird);
-    LimitFileSize(RLIM_INFINITY);
-    EXPECT_TRUE(pOutput->Log(std::string_view("fourth")));
-    FindingsOf(log);
-    const std::set<std::string> texts = log.Texts();
-    EXPECT_EQ(texts.contains("second"), bSecond) << uRoom;
-    EXPECT_FALSE(texts.contains("third"));
-    EXPECT_TRUE(texts.contains("first") && texts.contains("fourth"));
+    for (const bool bNewFile : {false, true}) WriteToFullDisk(uRoom, bNewFile);
   }
 }
 

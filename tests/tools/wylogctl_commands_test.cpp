@@ -39,10 +39,10 @@ class Commands : public testing::Test {
                                   "[7/11][Mon Nov 16 2026 17:00:09][tor");
     m_folder.Write("Store.messages.json", R"({"format":1,
       "component":{"number":12,"name":"Session_Store","bundle":"store","about":"Sessions"},
-      "subcomponents":[{"number":1,"name":"Cleanup","about":"Ends sessions"}],
+      "subComponents":[{"number":1,"name":"Cleanup","description":"Ends sessions"}],
       "messages":[
        {"id":"0x0C004001","number":1,"key":"store-00001","name":"Opened","severity":"info",
-        "args":[{"name":"file","type":"string"}],"text":"The store at {0} is open."},
+        "arguments":[{"name":"file","type":"string"}],"text":"The store at {0} is open."},
        {"id":"0x0C00C002","number":2,"key":"store-00002","severity":"error","advice":"Make room."},
        {"id":"0x0C00C003","number":3,"severity":"error"}]})");
     m_folder.Write(

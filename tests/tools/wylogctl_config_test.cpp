@@ -16,12 +16,12 @@ class Config : public testing::Test {
  protected:
   Config() {
     m_folder.Write("Login_Logout.messages.json", R"({"format":1,
-      "component":{"number":3,"name":"Login_Logout"},"subcomponents":[{"number":1,"name":"Authentication"},
+      "component":{"number":3,"name":"Login_Logout"},"subComponents":[{"number":1,"name":"Authentication"},
         {"number":2,"name":"Send_Response"},{"number":3,"name":"Receive_Request"}]})");
     m_folder.Write("IsAuthorized.messages.json", R"({"format":1,
-      "component":{"number":4,"name":"IsAuthorized"},"subcomponents":[{"number":1,"name":"Receive_Request"}]})");
+      "component":{"number":4,"name":"IsAuthorized"},"subComponents":[{"number":1,"name":"Receive_Request"}]})");
     m_folder.Write("Session_Store.messages.json", R"({"format":1,
-      "component":{"number":12,"name":"Session_Store"},"subcomponents":[{"number":1,"name":"Cleanup"}]})");
+      "component":{"number":12,"name":"Session_Store"},"subComponents":[{"number":1,"name":"Cleanup"}]})");
   }
 
   ProgramResult Run(const std::string& strArguments) {

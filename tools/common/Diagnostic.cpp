@@ -37,7 +37,8 @@ std::string_view FirstCharacters(std::string_view line, std::size_t uCount) {
   return line.substr(0, std::min(uBytes, line.size()));
 }
 
-// Blanks as wide as the text; tabs stay tabs.
+// Blanks as wide as the text; tabs stay tabs. A tab is as wide as the terminal makes it, which only
+// the terminal knows.
 std::string BlanksFor(std::string_view text) {
   std::string strBlanks;
   for (std::size_t uTab; (uTab = text.find('\t')) != std::string_view::npos;) {
@@ -47,6 +48,7 @@ std::string BlanksFor(std::string_view text) {
   return strBlanks.append(DisplayWidth(Printable(text)), ' ');
 }
 
+// Room for line numbers of five digits; longer ones move their own line and its mark alone.
 constexpr std::size_t GutterWidth = 5;
 
 void PrintLineWithMark(std::ostream& out, const WyLocation& where, std::string_view color,
@@ -122,6 +124,7 @@ WyDiagnostic& CWyDiagnostics::Warning(std::string_view code, WyLocation where,
   return diagnostic;
 }
 
+// Allowed codes go first: `--werror` does not bring a warning back that was allowed.
 std::vector<WyDiagnostic> CWyDiagnostics::Findings() const {
   std::vector<WyDiagnostic> findings;
   for (const WyDiagnostic& diagnostic : m_all) {
@@ -140,6 +143,8 @@ bool CWyDiagnostics::HasErrors() const {
   });
 }
 
+// All texts pass Printable: names and lines come from files that another person may have written,
+// and no byte of them controls the terminal.
 void PrintText(std::ostream& out, const WyDiagnostic& diagnostic, WyColor color) {
   const Palette& palette = color == WyColor::Always ? Colored : Plain;
   const std::string_view levelColor =

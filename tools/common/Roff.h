@@ -5,7 +5,8 @@
 
 #include <string>
 
-// A text for troff: no line begins with a control character, and dashes can be copied.
+// A text for troff: no line begins with a control character, and dashes can be copied. An unescaped
+// "-" becomes a hyphen in some viewers, which a shell does not take for an option.
 inline std::string Roff(const std::string& strText) {
   std::string strEscaped;
   for (const char c : strText) {

@@ -21,6 +21,8 @@ CWySourceText::CWySourceText(std::string strFile, std::string strText)
   }
 }
 
+// Requires: `part` is a view into the text, not a copy. One at its end has the last line; a mark is
+// never longer than its line.
 WyLocation CWySourceText::At(std::string_view part) const {
   const auto uOffset = static_cast<std::size_t>(part.data() - m_strText.data());
   const auto next = std::upper_bound(m_lineStarts.begin(), m_lineStarts.end(), uOffset);
@@ -36,6 +38,7 @@ WyLocation CWySourceText::At(std::string_view part) const {
 
 namespace {
 
+// O_NOCTTY: a path to a terminal must not make it the controlling one.
 class CWyOpenFile {
  public:
   explicit CWyOpenFile(const std::string& strPath)
@@ -52,7 +55,7 @@ class CWyOpenFile {
   const int m_fd;
 };
 
-// Returns 0, or the error number.
+// Returns 0, or the error number. Not by the file's size: pipes and files of /proc have none.
 int ReadToEnd(int fd, std::string& strText) {
   char buffer[65536];
   for (;;) {

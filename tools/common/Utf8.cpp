@@ -16,6 +16,7 @@ struct Character {
 // The smallest value that needs as many bytes, by the number of bytes.
 constexpr char32_t SmallestOf[] = {0, 0, 0x80, 0x800, 0x10000};
 
+// 0xC0 and 0xC1 could only begin overlong forms, 0xF5 and above only values beyond Unicode.
 std::size_t LengthByFirstByte(unsigned char first) {
   if (first < 0x80) return 1;
   if (first < 0xC2) return 0;
@@ -35,6 +36,7 @@ Character Decode(std::string_view text) {
     if ((static_cast<unsigned char>(next) & 0xC0) != 0x80) return {0, 0};
     c = c << 6 | (static_cast<unsigned char>(next) & 0x3F);
   }
+  // Overlong forms are refused, since two spellings of one character would pass comparisons as two.
   const bool bSurrogate = c >= 0xD800 && c < 0xE000;
   if (c < SmallestOf[uLength] || c > 0x10FFFF || bSurrogate) return {0, 0};
   return {uLength, c};
@@ -54,6 +56,8 @@ bool IsIn(const Range (&ranges)[Count], char32_t c) {
 constexpr Range Wide[] = {{0x1100, 0x115F}, {0x2E80, 0xA4CF},   {0xAC00, 0xD7A3},
                           {0xF900, 0xFAFF}, {0xFE30, 0xFE6F},   {0xFF00, 0xFF60},
                           {0xFFE0, 0xFFE6}, {0x1F300, 0x1FAFF}, {0x20000, 0x3FFFD}};
+// And characters without a width of their own. Not complete: it decides where a mark stands,
+// nothing else.
 constexpr Range Combining[] = {{0x300, 0x36F},   {0x591, 0x5BD},   {0x64B, 0x65F},
                                {0x1AB0, 0x1AFF}, {0x200B, 0x200F}, {0x20D0, 0x20FF},
                                {0xFE00, 0xFE0F}, {0xFE20, 0xFE2F}};
@@ -112,6 +116,7 @@ std::size_t DisplayWidth(std::string_view text) {
   return uWidth;
 }
 
+// Invalid bytes too are escaped: what a terminal does with them depends on its encoding.
 std::string Printable(std::string_view text) {
   std::string str;
   ForEachCharacter(text, [&](const Character& character, std::string_view bytes) {

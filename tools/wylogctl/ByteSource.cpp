@@ -13,6 +13,7 @@
 
 namespace {
 
+// zlib's default of 8 KiB costs a read(2) for each; beyond 128 KiB nothing is gained.
 constexpr unsigned int GzipBuffer = 1u << 17;
 
 WyFileIdentity IdentityOf(const struct stat& status) {
@@ -23,6 +24,7 @@ class CWyPlainSource : public CWyByteSource {
  public:
   CWyPlainSource(int fd, bool bRegular) : m_fd(fd), m_bRegular(bRegular) {}
   ~CWyPlainSource() override {
+    // The standard input belongs to the process.
     if (m_fd != STDIN_FILENO) close(m_fd);
   }
 
@@ -83,6 +85,7 @@ class CWyGzipSource : public CWyByteSource {
   WyFileIdentity m_identity;
 };
 
+// pread(2) leaves the offset at the beginning for whoever reads next.
 bool IsGzip(int fd) {
   unsigned char abMagic[2] = {};
   return pread(fd, abMagic, sizeof abMagic, 0) == 2 && abMagic[0] == 0x1f && abMagic[1] == 0x8b;
@@ -101,6 +104,8 @@ bool WyIdentify(const std::string& strPath, WyFileIdentity& identity, std::uint6
 std::unique_ptr<CWyByteSource> CWyByteSource::Open(const std::string& strPath,
                                                    std::string& strError) {
   if (strPath == "-") return std::make_unique<CWyPlainSource>(STDIN_FILENO, false);
+  // O_NOCTTY: a path to a terminal must not make it the controlling one. Blocking on purpose: a
+  // named pipe is read like the standard input.
   const int fd = open(strPath.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY);
   struct stat status;
   if (fd < 0 || fstat(fd, &status) != 0) {

@@ -135,6 +135,8 @@ void CWySimulation::SetClock(const std::vector<Value>& values) {
   if (bShown && !bGiven) data.PopulateDateandTime();
 }
 
+// In the order in which a program works: clean record, clock, values; filters are asked as each
+// value is set.
 Verdict CWySimulation::Judge(const std::vector<Value>& values) {
   CWyTraceData& data = m_config.Data();
   data.CleanUpData();
@@ -196,6 +198,8 @@ void CWySimulation::Print(const Verdict& verdict) {
 
 // ---- Which records ------------------------------------------------------------------------------
 
+// Two silent reasons why a filter does not work in a program either: the field is not shown, or the
+// statement passes no value for it.
 void CWySimulation::NoteUnusedValues(const std::vector<Value>& values) {
   CWyTraceData& data = m_config.Data();
   for (const Value& value : values) {

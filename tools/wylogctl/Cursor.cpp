@@ -26,6 +26,8 @@ bool CWyCursor::Load(CWyContext& context, const std::string& strFile) {
   std::error_code error;
   if (!std::filesystem::exists(strFile, error)) return true;
   std::ifstream stream(strFile);
+  // Damaged contents give a discarded value, at which at() throws: one way out for all faults of
+  // the file.
   const json content = json::parse(stream, nullptr, false);
   try {
     if (content.at("format") != 1) throw std::runtime_error("another format");
@@ -40,6 +42,9 @@ bool CWyCursor::Load(CWyContext& context, const std::string& strFile) {
   }
 }
 
+// By identity, since a rollover renames the file and another one takes its name. A file system
+// reuses inodes, hence the comparison of sizes: a file below the offset is another one, or was
+// truncated.
 WyPlace CWyCursor::Find(CWyContext& context, const CWyLogChain& chain,
                         const std::vector<WyLogFile>& files) const {
   const auto found = m_entries.find(KeyOf(chain));
@@ -77,6 +82,8 @@ bool CWyCursor::Save(CWyContext& context) const {
                     {"name", entry.strName},
                     {"offset", entry.uOffset}};
   }
+  // Written aside and renamed: a run that is killed leaves the old cursor, and prints records
+  // again, but never skips any. It is not forced to the disk: the same holds after a loss of power.
   const std::string strNew = m_strFile + ".new";
   {
     std::ofstream stream(strNew, std::ios::trunc);

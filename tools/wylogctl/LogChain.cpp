@@ -8,8 +8,9 @@
 #include "wyerrlog/internal/WyBackupName.h"
 
 namespace {
+// What logrotate and gzip append; other compressions are not read.
 constexpr std::string_view Compressed = ".gz";
-}
+}  // namespace
 
 CWyLogChain::CWyLogChain(std::string strPath, bool bBackups)
     : m_strPath(std::move(strPath)), m_bBackups(bBackups) {
@@ -32,7 +33,11 @@ std::vector<WyLogFile> CWyLogChain::ListBackups() const {
     file.bBackup = true;
     file.bCompressed = file.strName.ends_with(Compressed) && !m_strName.ends_with(Compressed);
     if (file.bCompressed) file.strName.resize(file.strName.size() - Compressed.size());
+    // The library's own rule: a file with a similar name that no rollover can have made is not a
+    // part of the log.
     if (!names.Matches(file.strName)) continue;
+    // A file that vanished since it was listed was deleted by the retention: it is left out without
+    // a word.
     if (WyIdentify(file.strPath, file.identity, file.uSize)) files.push_back(std::move(file));
   }
   std::sort(files.begin(), files.end(), [&names](const WyLogFile& a, const WyLogFile& b) {
@@ -47,6 +52,7 @@ std::vector<WyLogFile> CWyLogChain::ListBackups() const {
   return files;
 }
 
+// For a moment of each rollover there is no file of this name: the caller asks again.
 bool CWyLogChain::Find(WyLogFile& file) const {
   file = WyLogFile{m_strPath, m_strName, {}, 0, false, m_strName.ends_with(Compressed)};
   return IsStandardInput() || WyIdentify(m_strPath, file.identity, file.uSize);

@@ -12,10 +12,13 @@
 
 namespace {
 
+// What the library writes, byte by byte: the formats are frozen, since other programs read them.
 constexpr std::string_view XmlStart = "<TraceMessage>";
 constexpr std::string_view Joint = "][";
 constexpr std::size_t DateTimeSize = 24;  // "Mon Nov 16 2026 17:16:13"
 
+// From the library's own table, so that a new field is known here at once. Never freed, on purpose:
+// static objects may use it while they are destroyed.
 const std::unordered_map<std::string_view, int>& FieldWidths() {
   static const auto* const pWidths = [] {
     auto* pMap = new std::unordered_map<std::string_view, int>;
@@ -96,6 +99,8 @@ std::string NameOfColumn(std::string_view title, std::size_t uWidth) {
   return strFound;
 }
 
+// Titles of layout 1 and of layout 2 with two blanks as separator look alike unless a name is
+// shorter than its column, which is what `bPadded` finds.
 std::optional<WyLogShape> ReadColumnTitles(std::string_view names, std::string_view underline) {
   if (names.size() != underline.size()) return std::nullopt;
   std::vector<WyColumn> columns;
@@ -139,14 +144,16 @@ std::optional<WyLogShape> ReadSeparatedTitles(std::string_view names, std::strin
   return Shape(WyLogFormat::Separator, std::move(columns), separator);
 }
 
-// A value that its record was not given is empty, whatever its form; but not all of them.
+// A value that its record was not given is empty, whatever its form; but not all of them. At least
+// one value is required, or a line of separators alone would begin a record.
 bool HoldsForm(std::string_view value, WyFieldForm form, bool& bAny) {
   if (value.empty()) return true;
   bAny = true;
   return WyHasForm(value, form);
 }
 
-// The layouts 0 and 2: whether the leading columns have their forms.
+// The layouts 0 and 2: whether the leading columns have their forms. Only the leading columns:
+// behind the first free text, a separator may belong to a value.
 bool LeadingFormsHold(const WyLogShape& shape, std::string_view line) {
   bool bAny = shape.uLeading == 0;
   const bool bBrackets = shape.kind == WyLogFormat::Brackets;
@@ -226,6 +233,8 @@ bool WyHasForm(std::string_view text, WyFieldForm form) {
   }
 }
 
+// Compares single bytes without a pattern, since it is asked for every line of every log. It
+// accepts any three letters for day and month: the parser of times refuses wrong ones.
 bool WyIsDateTime(const char* pText, std::size_t uSize) {
   return uSize >= DateTimeSize && pText[3] == ' ' && pText[7] == ' ' && pText[10] == ' ' &&
          pText[15] == ' ' && pText[18] == ':' && pText[21] == ':' && WyIsDigit(pText[8]) &&
@@ -236,6 +245,8 @@ bool WyIsDateTime(const char* pText, std::size_t uSize) {
 
 bool WyIsErrorStart(const char* pLine, std::size_t uSize, std::size_t& uEnd) {
   if (uSize < DateTimeSize + 8 || pLine[0] != '[' || !WyIsDigit(pLine[1])) return false;
+  // Two numbers of at most ten digits and their marks fit into 32 bytes; a line of digits is not
+  // read to its end.
   const std::size_t uLimit = std::min<std::size_t>(uSize, 32);
   std::size_t i = 2;
   while (i < uLimit && WyIsDigit(pLine[i])) ++i;
@@ -251,6 +262,8 @@ bool WyIsErrorStart(const char* pLine, std::size_t uSize, std::size_t& uEnd) {
   return true;
 }
 
+// Layout 1 first: its header lines can be read as those of layout 2 with two blanks, but not the
+// other way round.
 std::optional<WyLogShape> WyReadTitles(std::string_view names, std::string_view underline) {
   if (underline.starts_with("[=")) return ReadBracketTitles(names, underline);
   if (!underline.starts_with("=")) return std::nullopt;
@@ -258,6 +271,8 @@ std::optional<WyLogShape> WyReadTitles(std::string_view names, std::string_view 
   return ReadSeparatedTitles(names, underline);
 }
 
+// A log may begin in the middle of a record (a backup that was cut), so every line of the head is
+// asked, not the first alone. What no format claims is an audit log, whose records are any text.
 std::optional<WyLogShape> WyDetectShape(std::string_view head) {
   std::string_view previous;
   bool bFirst = true;

@@ -2,8 +2,8 @@
 #define WYLOGCTL_LOGSHAPE_H
 
 // What the lines of a log look like: which of the library's formats, and for a trace its columns.
-// An error log and an XML trace show it in every record; the other trace layouts in their two title
-// lines alone, which a file that is continued can have several of, each pair with other columns.
+// An error log and an XML trace show it in every record; the other trace layouts show it in their
+// two header lines alone. A file that is continued can have several pairs, each with other columns.
 
 #include <cstdint>
 #include <optional>

@@ -28,6 +28,7 @@ bool AreDigits(const char* p, std::size_t uCount) {
   return true;
 }
 
+// Impossible dates (31 February) have no time, instead of that of another day as mktime would give.
 WyCivil DaysOf(int iYear, int iMonth, int iDay) {
   using namespace std::chrono;
   const year_month_day date{year(iYear), month(static_cast<unsigned>(iMonth)),
@@ -45,6 +46,7 @@ int MonthOf(const char* p) {
   return 0;
 }
 
+// Rounded down, also before 1970, where division rounds up.
 tm Pieces(WyCivil time) {
   tm pieces{};
   const time_t tSeconds = static_cast<time_t>(time / Second - (time % Second < 0 ? 1 : 0));
@@ -57,7 +59,6 @@ WyCivil CivilOf(const tm& pieces) {
   return static_cast<WyCivil>(timegm(&copy)) * Second;
 }
 
-// "-90m": how far back from now.
 // "17:16", "17:16:13" or "17:16:13.005".
 std::optional<WyCivil> ParseClock(std::string_view text) {
   std::string strFull(text);
@@ -88,6 +89,7 @@ WyCivil WyParseTimeOfDay(std::string_view text) {
   const char* const p = text.data();
   if ((text.size() != 8 && text.size() != 12) || p[2] != ':' || p[5] != ':') return WyNoTime;
   if (!AreDigits(p, 2) || !AreDigits(p + 3, 2) || !AreDigits(p + 6, 2)) return WyNoTime;
+  // 60: a leap second.
   if (Two(p) > 23 || Two(p + 3) > 59 || Two(p + 6) > 60) return WyNoTime;
   WyCivil time = ((Two(p) * 60 + Two(p + 3)) * 60 + Two(p + 6)) * Second;
   if (text.size() == 12) {
@@ -100,6 +102,7 @@ WyCivil WyParseTimeOfDay(std::string_view text) {
 std::optional<WyCivil> WyParseDuration(const std::string& strText) {
   char* pEnd = nullptr;
   const long long iCount = std::strtoll(strText.c_str(), &pEnd, 10);
+  // The limit keeps the product of count and unit within 64 bits.
   if (strText.empty() || !WyIsDigit(strText[0]) || iCount > 1'000'000'000) return std::nullopt;
   const std::string_view unit(pEnd);
   if (unit == "s") return iCount * Second;
@@ -127,6 +130,8 @@ void WyAppendIso(std::string& strText, WyCivil time, bool bMilliseconds) {
   for (const WyCivil unit : {100, 10, 1}) strText += static_cast<char>('0' + within / unit % 10);
 }
 
+// Checked first, since tzset takes an unknown name for UTC without a word. ".." would let a zone be
+// any file.
 bool CWyZone::Set(const std::string& strName) {
   m_strName = strName;
   m_bUtc = strName == "utc" || strName == "UTC";
@@ -162,6 +167,8 @@ std::optional<std::int64_t> CWyZone::ToUtc(WyCivil time) const {
     s_minute = minute;
     s_distance.reset();
     int iFound = 0;
+    // Both are asked: in the hour that clocks repeat two moments have this time, and in the hour
+    // that they skip none has. Neither can be converted, and the record's time stays a local one.
     for (const int iDaylight : {0, 1}) {
       tm pieces = Pieces(minute);
       pieces.tm_isdst = iDaylight;
@@ -190,6 +197,7 @@ WyCivil CWyZone::PassedBefore(WyCivil back) const {
 
 WyCivil CWyZone::Before(WyCivil back) const { return PassedBefore(0) - back; }
 
+// A day on both sides: the record's own hour is the one that cannot be converted.
 bool CWyZone::IsSetBackNear(WyCivil time) const {
   if (m_bUtc) return false;
   std::array<std::int64_t, 2> distances{};
@@ -212,6 +220,8 @@ std::optional<WyCivil> WyParseUserTime(const std::string& strText, const CWyZone
   if (strText.size() > 2 && strText[0] == '-') {
     const auto back = WyParseDuration(strText.substr(1));
     if (!back) return std::nullopt;
+    // On a day on which clocks change, "-3h" by the clock and by the time that has passed are two
+    // moments; the choice takes the wider window, so that no record is left out.
     const auto times = std::minmax({zone.Before(*back), zone.PassedBefore(*back)});
     return choice == WyTimeChoice::Earlier ? times.first : times.second;
   }

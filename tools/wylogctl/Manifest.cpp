@@ -19,6 +19,8 @@ namespace {
 using nlohmann::json;
 constexpr std::string_view Ending = ".messages.json";
 constexpr std::string_view CatalogEnding = ".properties";
+// The member names are those that the message compiler writes (MakeManifest in
+// tools/wymsgc/Outputs.cpp): a change there is one here.
 constexpr int Format = 1;
 
 std::string TextOf(const json& object, const char* pszName) {
@@ -54,7 +56,7 @@ WyKnownMessage ReadMessage(const json& object, const WyKnownComponent& component
   message.severity = WySeverityFrom(TextOf(object, "severity"));
   message.strText = TextOf(object, "text");
   message.strAdvice = TextOf(object, "advice");
-  for (const json& argument : ArrayOf(object, "args")) {
+  for (const json& argument : ArrayOf(object, "arguments")) {
     message.arguments.push_back({TextOf(argument, "name"), TextOf(argument, "type")});
   }
   return message;
@@ -67,9 +69,9 @@ WyKnownComponent ReadComponent(const json& manifest) {
   component.strName = TextOf(object, "name");
   component.strBundle = TextOf(object, "bundle");
   component.strAbout = TextOf(object, "about");
-  for (const json& sub : ArrayOf(manifest, "subcomponents")) {
+  for (const json& sub : ArrayOf(manifest, "subComponents")) {
     component.subcomponents.push_back(
-        {NumberOf(sub, "number"), TextOf(sub, "name"), TextOf(sub, "about")});
+        {NumberOf(sub, "number"), TextOf(sub, "name"), TextOf(sub, "description")});
   }
   return component;
 }
@@ -99,6 +101,8 @@ std::string WyKnownMessage::IdText() const {
   return sz;
 }
 
+// The first source that is named is the only one: folders of two installations would have the same
+// keys. A folder that the user has named must exist; the default one need not.
 void CWyManifests::Load(CWyContext& context) {
   for (const std::string& strFolder : context.options.messages) {
     LoadFolder(context, strFolder, true);
@@ -114,6 +118,8 @@ void CWyManifests::Load(CWyContext& context) {
       LoadFolder(context, WYLOGCTL_MESSAGES_FOLDER, false);
     }
   }
+  // Only now, since the vector moves its elements while it grows; the keys are views of them. Of
+  // two manifests with one key the first counts.
   for (std::size_t i = 0; i < m_messages.size(); ++i) m_byKey.emplace(m_messages[i].strKey, i);
 }
 

@@ -33,6 +33,7 @@ bool IsWordByte(char c) {
   return WyIsDigit(c) || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_' || c == '-';
 }
 
+// Whole words: request 12 is not a part of 123.
 bool HoldsWord(std::string_view text, std::string_view word) {
   for (std::size_t u = text.find(word); u != std::string_view::npos; u = text.find(word, u + 1)) {
     const std::size_t uEnd = u + word.size();
@@ -72,6 +73,8 @@ bool CWyQuery::Set(CWyContext& context, const WyQueryOptions& options, const CWy
 }
 
 bool CWyQuery::SetTimes(CWyContext& context, const WyQueryOptions& options, const CWyZone& zone) {
+  // A window of times relative to now is as wide as it can mean: its beginning is the earlier
+  // moment, its end the later one.
   const auto set = [&](const char* pszOption, const std::string& strText, WyTimeChoice choice,
                        std::optional<WyCivil>& target) {
     if (strText.empty()) return true;
@@ -127,6 +130,7 @@ bool CWyQuery::AddCondition(CWyContext& context, const std::string& strText) {
   return true;
 }
 
+// Refused instead of matching nothing: an empty result would look like a log without such records.
 bool CWyQuery::SetComponents(CWyContext& context, const std::vector<std::string>& names) {
   m_components = names;
   std::vector<std::string> known;
@@ -148,6 +152,7 @@ bool CWyQuery::Greps(std::string_view text) const {
     return memmem(text.data(), text.size(), m_strGrep.data(), m_strGrep.size()) != nullptr;
   }
   if (text.ends_with('\n')) text.remove_suffix(1);
+  // REG_STARTEND: the text is a view into a buffer, without a zero byte at its end.
   regmatch_t match{0, static_cast<regoff_t>(text.size())};
   return regexec(&m_regex, text.data(), 1, &match, REG_STARTEND) == 0;
 }
@@ -167,6 +172,8 @@ bool CWyQuery::IsOfRequest(const WyRecord& record) const {
   return record.Field("TransactionID") == m_strRequest;
 }
 
+// The cheap conditions come first. A record without a time matches no window: it may be of any
+// moment.
 bool CWyQuery::Matches(const WyRecord& record) const {
   if (m_bEmpty) return true;
   if (m_severity != WySeverityRank::None && record.severity < m_severity) return false;

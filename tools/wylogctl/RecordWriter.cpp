@@ -40,9 +40,11 @@ CWyRecordWriter::CWyRecordWriter(CWyContext& context, const CWyZone& zone,
 }
 
 void CWyRecordWriter::Write(const WyRecord& record) {
+  // The common case, a pipe, copies the bytes of the log unchanged.
   const bool bAsItStands =
       m_form == Form::Raw && !m_bAdvice && !m_translator.IsSet() && !m_context.out.IsTerminal();
   if (bAsItStands && !m_context.out.HasColor()) return m_context.out.Write(record.raw.text);
+  // Header lines are no records; only the raw form keeps them, so that its output is again a log.
   if (record.raw.bTitles && m_form != Form::Raw) return;
   m_pMessage = record.key.empty() ? nullptr : m_manifests.ByKey(record.key);
   m_strLine.clear();
@@ -65,7 +67,9 @@ void CWyRecordWriter::Drain() {
   m_strLine.clear();
 }
 
-// Calls `append` with one part of a text after another; no part ends within a character.
+// Calls `append` with one part of a text after another; no part ends within a character. A line
+// that is not UTF-8 may have no boundary near: it is then cut after PieceSize - 3 bytes, and
+// ValidUtf8 replaces the halves.
 template <class Append>
 void CWyRecordWriter::InPieces(std::string_view value, Append append) {
   while (value.size() > PieceSize) {
@@ -221,7 +225,8 @@ void CWyRecordWriter::AppendMember(std::string_view name, std::string_view value
   AppendText(value);
 }
 
-// A number as it stands in the log; what is none is left out.
+// A number as it stands in the log; what is none is left out. JSON numbers: 19 digits fit into 64
+// bits, and a leading zero is no JSON.
 void CWyRecordWriter::AppendDigits(std::string_view name, std::string_view digits) {
   if (digits.empty() || digits.size() > 19 || (digits[0] == '0' && digits.size() > 1)) return;
   for (const char c : digits) {
@@ -242,6 +247,8 @@ void CWyRecordWriter::AppendFields(const WyRecord& record) {
   m_strLine += '}';
 }
 
+// `utc` is null where local time has no single UTC: in the hour that clocks repeat. A guess would
+// put records in a wrong order.
 void CWyRecordWriter::AppendTimes(const WyRecord& record) {
   if (record.time == WyNoTime) return;
   m_strLine += R"(,"time":")";
@@ -339,6 +346,8 @@ void CWyRecordWriter::WriteCsv(const WyRecord& record) {
     m_bDrains = false;
     AppendFields(record);
     m_bDrains = true;
+    // The fields are one CSV value that contains JSON: they are written to the empty line buffer
+    // first, and then escaped as a whole. m_bDrains keeps them from being output in between.
     const std::string strFields = std::exchange(m_strLine, {});
     AppendCsv(strFields);
   }

@@ -116,6 +116,8 @@ int RunStatus(CWyContext& context, const KeyOptions& options) {
 
 // ---- append -------------------------------------------------------------------------------------
 
+// At most five characters are converted, so that no number overflows; a longer text is refused by
+// the comparison.
 bool ParsePermissions(const std::string& strText, unsigned int& uPermissions) {
   size_t uEnd = 0;
   if (strText.find_first_not_of("01234567") != std::string::npos || strText.empty()) return false;
@@ -147,6 +149,8 @@ int RunAppend(CWyContext& context, const AppendOptions& options) {
   uint64_t uLine = 0;
   for (std::string strLine; std::getline(std::cin, strLine);) {
     ++uLine;
+    // Ends at the first line that is not written, with its number: going on would leave a hole in
+    // evidence that no record explains.
     if (output.Log(std::string_view(strLine))) continue;
     return Fail(context, options.strFile + ": line " + std::to_string(uLine) +
                              " of the input is not written: " + strerror(errno));

@@ -94,6 +94,8 @@ class VerifyRun {
     return true;
   }
 
+  // Read before the files are listed: records that are written meanwhile are then beyond the state,
+  // and a log in use is not found behind it.
   bool AddState() {
     WySealStatus status;
     if (m_options.strState.empty()) return true;

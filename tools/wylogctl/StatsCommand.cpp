@@ -15,6 +15,8 @@
 
 namespace {
 
+// With LongestValue this bounds the memory to some 10 MB, whatever the log holds: a field can have
+// another value in each record.
 constexpr std::size_t MostValues = 50'000;
 constexpr std::size_t LongestValue = 120;
 constexpr std::size_t BarWidth = 40;
@@ -56,6 +58,7 @@ class CWyCounter {
       found = m_counts.emplace(std::string(value), 0).first;
     }
     ++found->second;
+    // Stays valid while the map grows: elements of an unordered_map do not move.
     m_pLast = &*found;
   }
 
@@ -133,6 +136,7 @@ bool CWyStatsRun::SetBy() {
   return false;
 }
 
+// By the record's own time, not converted: the rows then match what people find in the log.
 std::string_view CWyStatsRun::MinuteOf(const WyRecord& record) {
   if (record.time == WyNoTime) return "(no time)";
   const WyCivil minute = record.time / MinuteSize;

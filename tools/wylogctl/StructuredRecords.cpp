@@ -28,7 +28,8 @@ void AppendUtf8(std::string& strText, unsigned int uCode) {
   }
 }
 
-// Four hexadecimal digits; the library writes no surrogates.
+// Four hexadecimal digits; the library writes no surrogates. Capital digits are refused: the
+// library writes small ones, and what it has not written is flagged.
 bool TakeCode(std::string_view& rest, unsigned int& uCode) {
   uCode = 0;
   if (rest.size() < 4) return false;
@@ -95,7 +96,8 @@ bool TakeText(std::string_view& rest, std::string& strDecoded, std::string_view&
 }
 
 // The end of a value that is no text: a number, a word, or a list or object as the program wrote
-// it, whose brackets and texts are passed over.
+// it, whose brackets and texts are passed over. Not a validation: a program may pass any JSON as
+// value, and it is shown as it is.
 std::size_t EndOfPlain(std::string_view rest, std::string_view ends) {
   int iDepth = 0;
   bool bText = false;
@@ -129,7 +131,8 @@ bool TakeValue(std::string_view& rest, std::string& strDecoded, std::string_view
   return true;
 }
 
-// The members of an object into `take(name, value)`, up to and with its "}".
+// The members of an object into `take(name, value)`, up to and with its "}". In the order in which
+// they stand; `take` reads the value, so that no tree is built for a record.
 template <typename TakeMember>
 bool TakeMembers(std::string_view& rest, WyRecord& record, const TakeMember& take) {
   if (Take(rest, "}")) return true;
@@ -142,6 +145,8 @@ bool TakeMembers(std::string_view& rest, WyRecord& record, const TakeMember& tak
 }
 
 // "2026-11-23T11:59:17.123+01:00" or "...Z". The time is kept as it stands, and UTC beside it.
+// Local time and UTC both come from the record: the reader's zone has no part in it, unlike in the
+// other logs.
 void TakeTime(WyRecord& record, std::string_view text) {
   constexpr std::size_t DateSize = 10;
   constexpr std::size_t TimeEnd = 23;
@@ -202,7 +207,8 @@ bool ParseJsonAudit(WyRecord& record, std::string_view rest) {
   return bTaken && rest.empty();
 }
 
-// All keys behind "event" are fields, whatever their names.
+// All keys behind "event" are fields, whatever their names. A field may be named "time" or "event"
+// too: that is why the place decides, and not the name.
 bool ParseLogfmtAudit(WyRecord& record, std::string_view rest) {
   bool bFields = false;
   do {
@@ -231,11 +237,14 @@ bool WyIsTraceJsonStart(std::string_view line) {
   return WyIsKnownField(name) && line.substr(2 + name.size()).starts_with("\":");
 }
 
+// The second condition keeps a free text that begins with "time=" from counting as a record of this
+// form.
 bool WyIsTypedAuditStart(std::string_view line) {
   return line.starts_with(JsonAudit) ||
          (line.starts_with(LogfmtAudit) && line.find(" event=\"") != std::string_view::npos);
 }
 
+// Reserved first: the views of decoded texts would dangle if the string grew.
 void WyParseTraceJson(WyRecord& record, std::string_view body) {
   record.strDecoded.reserve(body.size());
   if (!Take(body, "{") || !TakeFields(record, body, ",}") || !body.empty()) record.uFlags |= WyTorn;

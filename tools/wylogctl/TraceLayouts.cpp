@@ -14,14 +14,14 @@ namespace {
 constexpr std::string_view XmlStart = "<TraceMessage>\n";
 constexpr std::string_view XmlEnd = "</TraceMessage>";
 
+// Each record has a field for each column, also a torn one: output columns do not shift.
 void AddEmpty(WyRecord& record) {
   for (const WyColumn& column : record.raw.pShape->columns) {
     record.fields.push_back({column.strName, {}});
   }
 }
 
-// ---- Layouts 0 and 2
-// ------------------------------------------------------------------------------
+// ---- Layouts 0 and 2 ----------------------------------------------------------------------------
 
 // Whether a part of the separator is its beginning and its end ("||", "-=-"): the end of a value
 // and the separator behind it can then be read in two ways.
@@ -32,7 +32,8 @@ bool OverlapsItself(std::string_view separator) {
   return false;
 }
 
-// Whether values of fixed forms can hold the separator.
+// Whether values of fixed forms can hold the separator. Then even a value of a fixed form cannot be
+// cut off with certainty: "/" in a date.
 bool CanBeInForms(std::string_view separator) {
   return separator.find_first_not_of("0123456789/:.-") == std::string_view::npos;
 }
@@ -74,6 +75,7 @@ void ParseSeparated(WyRecord& record, std::string_view text) {
   AddEmpty(record);
   if (uColumns == 0) return;
   const std::size_t uCount = WyCount(text, shape.strSeparator) + 1;
+  // Too few separators: a write was cut short. Values that are there are kept.
   if (uCount < uColumns) record.uFlags |= WyTorn;
   if (uColumns > 1 && OverlapsItself(shape.strSeparator)) record.uFlags |= WyAmbiguous;
   if (uCount <= uColumns) return TakeInOrder(record, text, 0, uColumns);
@@ -107,10 +109,10 @@ void CheckForms(WyRecord& record) {
   }
 }
 
-// ---- Layout 1
-// -------------------------------------------------------------------------------------
+// ---- Layout 1 -----------------------------------------------------------------------------------
 
-// Whether a value that fills its column can be longer than that.
+// Whether a value that fills its column can be longer than that. Dates and times always fit; a text
+// that fills its column exactly may or may not have been longer.
 bool CanBeCut(const WyColumn& column, std::string_view value) {
   if (value.size() < column.uWidth) return false;
   return column.form == WyFieldForm::Text || column.form == WyFieldForm::Number;
@@ -134,10 +136,10 @@ void ParseColumns(WyRecord& record, std::string_view body) {
   }
 }
 
-// ---- Layout 3
-// -------------------------------------------------------------------------------------
+// ---- Layout 3 -----------------------------------------------------------------------------------
 
 // Whether the text holds a tag of a known field or of the record: a value that does can be several.
+// A user's text "</User>" and a tab with "<Pid>" behind it look exactly like two fields.
 bool HoldsTag(std::string_view text) {
   for (std::size_t u = text.find('<'); u != std::string_view::npos; u = text.find('<', u + 1)) {
     std::string_view name = text.substr(u + 1);
@@ -159,6 +161,7 @@ bool TakeXmlField(WyRecord& record, std::string_view& text) {
   const std::size_t uName = text.find('>');
   if (uName == std::string_view::npos) return false;
   const std::string_view name = text.substr(2, uName - 2);
+  // The library writes each field once: a second one is text that imitates it.
   if (!WyIsKnownField(name) || HasField(record, name)) return false;
   const std::size_t uValue = uName + 1;
   for (std::size_t u = text.find("</", uValue); u != std::string_view::npos;

@@ -12,6 +12,7 @@
 namespace {
 
 constexpr std::size_t MaxArguments = 13;
+// A message has at most 4095 bytes; filled with arguments of another language it may be longer.
 constexpr std::size_t MaxText = 65536;
 
 // Fills a pattern's placeholders by the rules of the translation library itself.
@@ -33,7 +34,9 @@ std::string LanguageOf(const std::string& strLocale) {
 
 }  // namespace
 
-// Each placeholder is filled with a mark and its number, and the result cut at the marks.
+// Each placeholder is filled with a mark and its number, and the result cut at the marks. In this
+// way the library's own formatter decides what a placeholder is. \x01 is in no pattern: the
+// compiler of messages refuses control characters.
 CWyTextPattern::CWyTextPattern(const std::string& strPattern) {
   std::vector<std::string> marks;
   for (std::size_t i = 0; i < MaxArguments; ++i) {
@@ -86,6 +89,7 @@ bool CWyTextPattern::FromRight(std::string_view text, std::vector<std::string_vi
   return true;
 }
 
+// A placeholder that is used twice must have one value at both places.
 CWyTextPattern::Result CWyTextPattern::Match(std::string_view text,
                                              std::vector<std::string>& arguments) const {
   arguments.assign(MaxArguments, "");
@@ -137,6 +141,7 @@ const CWyTranslator::Entry* CWyTranslator::Find(std::string_view key) {
   if (pMessage == nullptr) return nullptr;
   Entry made;
   for (const WyTranslation& text : m_pManifests->Translations(*pMessage)) {
+    // No text in this catalog.
     if (text.uLine == 0) continue;
     made.sources.emplace_back(text.strText);
     const std::string strLocale = text.strLocale.empty() ? "en" : text.strLocale;

@@ -17,6 +17,7 @@
 
 namespace {
 
+// A file with a wrong encoding has a finding for each record; ten show the pattern.
 constexpr std::size_t ShownOfAKind = 10;
 constexpr WyCivil Tolerance = 2000;  // threads that log at the end of a second
 constexpr std::string_view BuiltInKeys = "wy-log-";
@@ -101,6 +102,8 @@ void CWyVerifyRun::Find(const Kind& kind, std::uint64_t uOffset, const std::stri
                kind.pszText + (strDetail.empty() ? "" : ": " + strDetail)});
 }
 
+// The line begins again, the latest time is kept: whether files follow each other is a question
+// between two of them.
 void CWyVerifyRun::BeginFile(const WyLogFile& file) {
   m_strFile = file.strPath;
   m_uLine = 1;
@@ -110,6 +113,8 @@ void CWyVerifyRun::BeginFile(const WyLogFile& file) {
   m_bFirstTime = true;
 }
 
+// The beginning of a file is compared with the file before; after that, each record with the latest
+// one of its file.
 void CWyVerifyRun::CheckTime(const WyRecord& record) {
   if (record.time == WyNoTime) return;
   const auto seconds = [](WyCivil time) { return std::to_string(time / 1000) + " s"; };
@@ -131,6 +136,7 @@ void CWyVerifyRun::CheckTime(const WyRecord& record) {
   m_latest = std::max(m_latest, record.time);
 }
 
+// Without manifests nothing is known, and nothing is reported.
 void CWyVerifyRun::CheckKey(const WyRecord& record) {
   if (record.key.empty() || m_input.Manifests().Messages().empty()) return;
   const WyKnownMessage* const pMessage = m_input.Manifests().ByKey(record.key);

@@ -21,6 +21,8 @@ std::string_view CWyBundle::NearestKey(std::string_view key) const {
   for (const WyBundleMessage& message : m_messages) {
     if (message.kind == WyBundleMessage::Kind::Translated) keys.push_back(message.strKey);
   }
+  // Retired messages and those that are not translated are no proposals: the entry would be wrong
+  // again.
   return NearestName(key, keys);
 }
 

@@ -29,6 +29,7 @@ bool HasWords(std::string_view pattern) {
   });
 }
 
+// The entries are read by the library's own parser, so that what is checked is what will be loaded.
 class CWyCatalogReader {
  public:
   CWyCatalogReader(const CWySourceText& source, const std::string& strLocale,
@@ -63,6 +64,7 @@ void CWyCatalogReader::ReadEntry(const PropertyEntry& entry) {
   CheckEscapes(m_source, entry, m_diagnostics);
   const std::string strKey = UnescapeProperty(entry.line.substr(0, entry.nKeyLength));
   const std::string_view key(entry.InText(0), std::max<std::size_t>(entry.nKeyLength, 1));
+  // After unescaping: "a\u002Db" is the key "a-b" to the library.
   const WyBundleMessage* const pMessage = m_bundle.Find(strKey);
   if (pMessage == nullptr || pMessage->kind != Kind::Translated) {
     return ReportUnknown(key, strKey, pMessage);
@@ -115,7 +117,8 @@ void CWyCatalogReader::CheckText(const WyTranslation& translation, const WyBundl
   }
 }
 
-// Whether `strLocale` is, or is more general than, `strOther`: "de" of "de_CH".
+// Whether `strLocale` is, or is more general than, `strOther`: "de" of "de_CH". The library looks
+// up "de_CH", then "de": an entry of the general catalog serves the particular one.
 bool Covers(const std::string& strLocale, const std::string& strOther) {
   return strOther == strLocale || strOther.starts_with(strLocale + '_');
 }
@@ -148,6 +151,8 @@ std::optional<std::string> LocaleOfCatalog(const std::string& strFile, const std
                                  std::max(strName.size(), strBundle.size() + Ending.size()) -
                                      strBundle.size() - Ending.size())
                 : "";
+  // Only where catalogs are installed: beside a definition, an English catalog would be a second
+  // source of the texts.
   if (bEnglish && bOfBundle && strRest.empty()) return std::string();
   const std::string strLocale = strRest.starts_with('_') ? strRest.substr(1) : "";
   const std::string strCanonical = CanonicalLocale(strLocale);
@@ -198,6 +203,8 @@ void CheckFreshness(const WyCatalog& catalog, const CWyBundle& bundle,
     const bool bSourceChanged = state->second.uSource != TextChecksum(message.strPattern);
     const bool bTranslationChanged =
         state->second.uTranslation != TextChecksum(translation->second.strText);
+    // A translation that was changed since was made with the present text in view; the next update
+    // of the lock records that.
     if (!bSourceChanged || bTranslationChanged) continue;
     diagnostics
         .Warning("M302", translation->second.where,
@@ -208,6 +215,8 @@ void CheckFreshness(const WyCatalog& catalog, const CWyBundle& bundle,
   }
 }
 
+// An unchanged translation keeps the checksum of the text that it was made from: taking today's
+// would hide that it is out of date. `reviewed` is a person's word that it still fits.
 LockedTranslations StateOfTranslations(const std::vector<WyCatalog>& catalogs,
                                        const CWyBundle& bundle, const LockedTranslations& before,
                                        const std::set<std::string>& reviewed) {

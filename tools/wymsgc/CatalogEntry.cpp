@@ -25,7 +25,8 @@ struct Span {
   std::size_t uBegin, uEnd;
 };
 
-// What the pattern reader finds, as offsets.
+// What the pattern reader finds, as offsets. The sink of the library's own pattern reader: what is
+// a placeholder here is one when the message is logged.
 class CWyPatternParts {
  public:
   explicit CWyPatternParts(const char* pBegin) : m_pBegin(pBegin) {}
@@ -59,7 +60,8 @@ class CWyPatternParts {
   const char* m_pBegin;
 };
 
-// Whether a quoted run is meant as one: it begins and ends with what needs quotes.
+// Whether a quoted run is meant as one: it begins and ends with what needs quotes. "'{'" and "'{}'"
+// are meant; "it's {0} o'clock" is not, although both of its quotes are there.
 bool IsMeant(std::string_view run) {
   if (run.size() < 3 || run.back() != '\'') return false;
   const std::string_view content = run.substr(1, run.size() - 2);
@@ -144,6 +146,7 @@ class CWyEntryCheck {
   bool m_bMisnumbered = false;
 };
 
+// One lone quote turns all that follows around, so only the first is reported.
 void CWyEntryCheck::CheckQuotes(const Span& run) {
   if (IsMeant(TextOf(run)) || m_bLoneQuote) return;
   m_bLoneQuote = true;
@@ -177,6 +180,7 @@ void CWyEntryCheck::CheckPlaceholder(std::size_t uIndex, const Span& span) {
   if (uIndex < m_used.size()) return;
   std::string strHelp;
   if (const std::size_t uMissing = OnlyUnused(); uMissing < m_used.size()) {
+    // Exactly one argument is missing and one number is wrong: the same mistake, reported once.
     m_bMisnumbered = true;
     strHelp = "did you mean " + Named(m_message, uMissing) + '?';
   } else if (m_used.empty()) {
@@ -193,6 +197,7 @@ void CWyEntryCheck::CheckPlaceholder(std::size_t uIndex, const Span& span) {
 
 void CWyEntryCheck::ReportMissing(std::size_t uArgument) {
   const std::string strPlaceholder = '{' + std::to_string(uArgument) + '}';
+  // An argument that the English text does not show either may be left out.
   const bool bInSource = m_message.strPattern.find(strPlaceholder) != std::string::npos;
   if (m_used[uArgument] || !bInSource) return;
   m_diagnostics

@@ -72,7 +72,8 @@ class CWyProject {
   std::unique_ptr<CWySourceText> m_pLockSource;
 };
 
-// Everything that can be checked. What follows from a faulty definition is not.
+// Everything that can be checked. What follows from a faulty definition is not. The catalogs come
+// before the lock: whether a translation is out of date needs both.
 void CheckAll(CWyProject& project, const WySettings& settings,
               const std::vector<std::string>& catalogs) {
   if (project.diagnostics.HasErrors()) return;
@@ -107,6 +108,7 @@ void PrintChanges(const CWyDiagnostics& changes) {
 
 }  // namespace
 
+// Errors cannot be allowed: they are faults of what would be written.
 const std::vector<std::string>& WarningCodes() {
   static const std::vector<std::string> s_codes = {"M301", "M302", "M303", "M304", "M305",
                                                    "M306", "M307", "M308", "M309", "M310"};
@@ -131,6 +133,8 @@ int Finish(const WySettings& settings, const CWyDiagnostics& diagnostics) {
   return diagnostics.HasErrors() ? 1 : 0;
 }
 
+// All outputs or none: with an error nothing is written, so that the files of a build belong
+// together. A write that fails leaves those before it; make runs the command again.
 int Compile(const WySettings& settings, const std::string& strFile,
             const std::vector<std::string>& catalogs, const std::string& strFolder) {
   CWyProject project(settings, strFile);
@@ -151,6 +155,8 @@ int Check(const WySettings& settings, const std::string& strFile,
   return Finish(settings, project.diagnostics);
 }
 
+// Errors of the definition keep the lock as it is; differences from the lock do not, since
+// recording them is the command's purpose, and each is printed.
 int UpdateLock(const WySettings& settings, const std::string& strFile,
                const std::vector<std::string>& catalogs, const std::set<std::string>& reviewed) {
   CWyProject project(settings, strFile);

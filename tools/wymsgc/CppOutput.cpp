@@ -75,7 +75,8 @@ std::string UpperCase(std::string_view text) {
   return str;
 }
 
-// One row for each number: the key or the pattern of its message.
+// One row for each number: the key or the pattern of its message. Rows of retired and unused
+// numbers stay: the number is the index.
 std::string MessageRows(const WyDefinition& definition) {
   std::string str;
   unsigned int uNext = 1;
@@ -111,6 +112,7 @@ std::string SubComponents(const WyDefinition& definition) {
 
 }  // namespace
 
+// Everything in it is constexpr or an enumeration, so that any number of sources may include it.
 std::string MakeCppHeader(const WyDefinition& definition, const std::string& strFile) {
   const std::string strName(definition.cpp);
   const std::string strGuard = UpperCase(strName) + "MESSAGES_H";

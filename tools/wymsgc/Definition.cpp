@@ -51,6 +51,8 @@ unsigned int MessageId(const WyDefinition& definition, const WyMessageEntry& mes
   return WyMessageId(WyComponentId(definition.uNumber), message.severity, message.uNumber);
 }
 
+// Five digits: keys in logs and catalogs have this form, and monitoring rules match it. The number
+// has at most five (MaxMessageNumber).
 std::string MessageKey(const WyDefinition& definition, const WyMessageEntry& message) {
   const std::string strNumber = std::to_string(message.uNumber);
   return std::string(definition.bundle) + '-' + std::string(5 - strNumber.size(), '0') + strNumber;

@@ -36,6 +36,7 @@ class CWyDefinitionCheck {
     CheckHead();
     CheckSubComponents();
     for (WyMessageEntry& message : m_definition.messages) CheckMessage(message);
+    // Before sorting, so that of two messages with one number the second in the file is reported.
     CheckNumbers();
     CheckNames();
     SortByNumber();
@@ -88,6 +89,8 @@ void CWyDefinitionCheck::CheckHead() {
   if (!m_definition.java.empty()) CheckJavaClass();
 }
 
+// The number's row in the library's table decides which library is loaded for it: a definition with
+// another name would compile, and its component never be found.
 void CWyDefinitionCheck::CheckComponent() {
   const std::vector<std::string_view> known = KnownComponents();
   const std::string_view name = m_definition.name;
@@ -186,6 +189,7 @@ void CWyDefinitionCheck::CheckSubComponents() {
   }
 }
 
+// Without gaps: the interface passes them as an array, and the number is the row.
 void CWyDefinitionCheck::CheckSubNumber(const WySubComponentEntry& sub, unsigned int uExpected) {
   if (sub.uNumber == 0 || sub.uNumber == uExpected) return;
   Error("M130", sub.number,

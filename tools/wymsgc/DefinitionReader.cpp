@@ -17,6 +17,8 @@ namespace {
 
 constexpr std::string_view Blanks = " \t";
 
+// An empty result is a view at the end of the text, never a null one: its place is where a message
+// says that something is missing.
 std::string_view Trim(std::string_view text) {
   const std::size_t uFirst = text.find_first_not_of(Blanks);
   if (uFirst == std::string_view::npos) return text.substr(text.size());
@@ -97,6 +99,8 @@ class CWyDefinitionReader {
   std::string_view m_form;       // how it is written
 };
 
+// The form is shown in each message about the statement, so that the remedy is always a line to
+// copy.
 const std::array<CWyDefinitionReader::Statement, 11> CWyDefinitionReader::Statements = {{
     {"component", &CWyDefinitionReader::ReadComponent, "component NUMBER NAME"},
     {"bundle", &CWyDefinitionReader::ReadBundle, "bundle NAME"},
@@ -174,6 +178,7 @@ void CWyDefinitionReader::SetOneWord(std::string_view& target, std::string_view 
   RefuseRest(rest);
 }
 
+// 0 is for "already reported": the checks that compare numbers pass over it.
 bool CWyDefinitionReader::ReadNumber(std::string_view word, unsigned int uMax,
                                      std::string_view what, unsigned int& uNumber) {
   const auto [pEnd, error] = std::from_chars(word.data(), word.data() + word.size(), uNumber);

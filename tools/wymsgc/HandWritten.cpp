@@ -19,6 +19,8 @@ bool IsWordCharacter(char c) {
   return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_';
 }
 
+// Not a compiler: macros are not expanded and raw strings not read. What it misses is reported by
+// the import as missing, and never guessed.
 class CWyTokenReader {
  public:
   explicit CWyTokenReader(std::string_view text) : m_rest(text) {}
@@ -39,6 +41,7 @@ class CWyTokenReader {
     if (m_rest.starts_with("//") || m_rest.starts_with('#')) {
       Take(m_rest.find('\n'));
     } else if (m_rest.starts_with("/*")) {
+      // Without an end both calls take all that is left; substr allows a length beyond it.
       Take(m_rest.find("*/"));
       Take(2);
     } else if (m_rest.front() == '"') {
@@ -62,6 +65,7 @@ class CWyTokenReader {
       str += c.back() == 'n' && c.size() == 2 ? '\n' : c.back();
     }
     Take(1);
+    // Literals side by side are one to the compiler too; long descriptions are written so.
     if (!m_tokens.empty() && m_tokens.back().kind == Token::Kind::Literal) {
       m_tokens.back().strText += str;
     } else {
@@ -105,6 +109,8 @@ std::vector<std::string> LiteralsAt(const Tokens& tokens, std::size_t u) {
   return literals;
 }
 
+// Comments are not tokens, so that the line is searched again: this is where programmers have named
+// the arguments.
 std::string_view CommentBehind(std::string_view text, std::string_view word) {
   const auto uAt = static_cast<std::size_t>(word.data() - text.data());
   const std::string_view line = text.substr(uAt, text.substr(uAt).find('\n'));
@@ -126,6 +132,7 @@ void ReadComponentId(const Tokens& tokens, std::size_t u, WyHandWrittenHeader& h
 void ReadMessageId(std::string_view text, const Tokens& tokens, std::size_t u,
                    WyHandWrittenHeader& header) {
   if (u < 2 || !IsMark(tokens, u - 1, '=') || !IsWord(tokens, u + 4, "WySeverity")) return;
+  // Counted in tokens: "WySeverity::Error" is four, since each ":" is one.
   if (u + 9 >= tokens.size()) return;
   header.messages.push_back({NumberOf(tokens, u + 9), tokens[u - 2].view, tokens[u + 7].view,
                              CommentBehind(text, tokens[u + 9].view)});

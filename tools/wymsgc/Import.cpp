@@ -23,7 +23,8 @@ bool IsLetterOrDigit(char c) {
 }
 
 // "number of users" becomes "numberOfUsers"; empty if it is not a name, but nothing or a
-// conversion.
+// conversion. A comment has words for people; a definition needs an identifier that a translator
+// recognises.
 std::string ArgumentName(std::string_view words) {
   if (words.find('%') != std::string_view::npos) return {};
   std::string str;
@@ -61,6 +62,8 @@ class CWyDefinitionText {
   }
 
   static bool IsFull() { return false; }
+  // A definition writes a brace twice, a bundle in quotes; a newline cannot be in a definition's
+  // line.
   void Text(const char* p, const char* pEnd) {
     for (; p != pEnd; ++p) {
       const bool bBrace = *p == '{' || *p == '}';
@@ -70,11 +73,13 @@ class CWyDefinitionText {
   void Braces(const char* p, const char* pEnd) { Text(p, pEnd); }
   void Quotes(const char*, const char*) {}
   void Placeholder(unsigned long uIndex, const char*, const char*) {
+    // An argument that the text skips still counts: the program passes it.
     while (uCount <= uIndex && uCount < MaxArguments) ++uCount;
     strText += '{' + Name(uIndex) + '}';
   }
 
-  // Unnamed arguments, and names that an earlier one has, are numbered.
+  // Unnamed arguments, and names that an earlier one has, are numbered. Two arguments of one name
+  // would make the result a faulty definition, which its author could not explain.
   std::string Name(std::size_t u) const {
     const auto end = m_names.begin() + static_cast<std::ptrdiff_t>(std::min(u, m_names.size()));
     const bool bNamed = u < m_names.size() && !m_names[u].empty() &&
@@ -183,6 +188,7 @@ std::string CWyImport::Message(const WyHandWrittenMessage& message) {
   WyMessageEntry entry;
   entry.uNumber = std::min(message.uNumber, MaxMessageNumber);
   const std::string strKey = MessageKey(definition, entry);
+  // Without a row the library looks for the key of bundle and number, so the import does too.
   const std::string strText = TextInSource(message).value_or(strKey);
   const bool bTranslated = strText == strKey || m_english.contains(strText);
   if (bTranslated && strText != strKey) {
@@ -201,6 +207,8 @@ std::string ArgumentLine(const std::string& strArguments) {
   return strArguments.empty() ? "" : "  args" + strArguments + '\n';
 }
 
+// All arguments are strings: the patterns of catalogs have no types, and the hand-written calls
+// passed texts.
 std::string CWyImport::Translated(const WyHandWrittenMessage& message, const std::string& strKey) {
   const auto english = m_english.find(strKey);
   if (english == m_english.end()) {
@@ -235,7 +243,9 @@ PropertyTable ReadEnglish(const std::vector<std::string>& catalogs) {
   return table;
 }
 
-// The result is a definition, and the translations have to fit it.
+// The result is a definition, and the translations have to fit it. Import does not promise a
+// definition without errors: it writes what it found, and the findings say what is to be done by
+// hand.
 void CheckResult(const std::string& strFile, const std::string& strDefinition,
                  const std::vector<std::string>& catalogs, CWyDiagnostics& diagnostics) {
   const CWySourceText source(strFile, strDefinition);

@@ -14,6 +14,7 @@ using Json = nlohmann::json;
 namespace fs = std::filesystem;
 
 constexpr std::string_view ManifestEnding = ".messages.json";
+// Of MakeManifest.
 constexpr int KnownFormat = 1;
 
 WyBundleMessage MessageOf(const Json& json, const std::string& strBundle) {
@@ -91,7 +92,9 @@ std::vector<std::string> FilesWithEnding(const std::string& strFolder, std::stri
   return files;
 }
 
-// Whether a file name begins with the bundle's, up to the first "_" or ".".
+// Whether a file name begins with the bundle's, up to the first "_" or ".". The library reads a
+// bundle's name from a file's name by the same rule, which is why a bundle's name has no "_" and no
+// ".".
 bool IsOfBundle(const std::string& strFile, const std::string& strBundle) {
   const std::string strName = fs::path(strFile).filename().string();
   return strName.substr(0, strName.find_first_of("_.")) == strBundle;
@@ -105,6 +108,8 @@ void CheckBundle(const Manifest& manifest, std::vector<std::string>& files,
   const auto isOther = [&](const std::string& strFile) {
     return !IsOfBundle(strFile, bundle.Name());
   };
+  // What is left in `files` after the last manifest belongs to none: a catalog that was forgotten,
+  // or has a misspelt name and is never read.
   const auto own = std::stable_partition(files.begin(), files.end(), isOther);
   std::for_each(own, files.end(), [&](const std::string& strFile) {
     const auto locale = LocaleOfCatalog(strFile, bundle.Name(), true, diagnostics);

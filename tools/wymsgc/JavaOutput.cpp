@@ -82,7 +82,8 @@ std::string JavaObject(const WyArgumentEntry& argument) {
   return bUnsigned ? JavaText(argument) : JavaParameter(argument.name);
 }
 
-// A name for a parameter of the method itself that no argument of the message has.
+// A name for a parameter of the method itself that no argument of the message has. An argument may
+// be named "log"; the names of arguments are the author's, so that the method's own gives way.
 std::string OwnParameter(const WyMessageEntry& message, std::string strOwn) {
   for (const WyArgumentEntry& argument : message.arguments) {
     if (JavaParameter(argument.name) == strOwn) strOwn += '_';
@@ -121,6 +122,7 @@ std::string Method(const WyMessageEntry& message) {
          ");\n  }\n";
 }
 
+// More do not fit the operation of WyLogger that it calls.
 bool HasNativeMethod(const WyMessageEntry& message) {
   return message.arguments.size() <= MaxJavaArguments;
 }

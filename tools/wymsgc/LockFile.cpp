@@ -12,6 +12,8 @@ namespace {
 
 std::string Quoted(std::string_view word) { return '`' + std::string(word) + '`'; }
 
+// Every change can be recorded: only people know what has been released. The lock's purpose is that
+// none is made unnoticed.
 constexpr std::string_view Remedy =
     "if the change is intended, and no released program or catalog relies on it, record it with "
     "`wymsgc lock --update`";
@@ -44,6 +46,8 @@ bool ReadTranslation(const std::vector<std::string_view>& words, WyLock& lock) {
   return true;
 }
 
+// A number that is there twice makes the line malformed: two branches that each added a message
+// merge into such a file without a conflict.
 bool ReadMessage(std::string_view line, const std::vector<std::string_view>& words, WyLock& lock) {
   if (words.size() < 4) return false;
   const auto number = ParseNumber<unsigned int>(words[1], 10);
@@ -60,6 +64,8 @@ bool ReadSub(const std::vector<std::string_view>& words, WyLock& lock) {
 
 bool ReadLine(std::string_view line, WyLock& lock) {
   const std::vector<std::string_view> words = SplitWords(line);
+  // No other kind of line is accepted, unlike in formats that grow: a lock that is half understood
+  // would let a change pass.
   if (words.empty() || words[0].starts_with('#')) return true;
   if (words[0] == "message") return ReadMessage(line, words, lock);
   if (words[0] == "sub") return ReadSub(words, lock);
@@ -76,6 +82,7 @@ class CWyLockCheck {
                CWyDiagnostics& diagnostics)
       : m_source(source), m_lockSource(lockSource), m_diagnostics(diagnostics) {}
 
+  // Keys contain the bundle, identifiers the number: either of them changes all messages at once.
   void CheckHead(const WyDefinition& definition, const WyLock& lock) {
     if (!lock.number.empty() && lock.number != std::to_string(definition.uNumber)) {
       Changed("M405", definition.number, "the component's number was " + Quoted(lock.number),
@@ -88,6 +95,8 @@ class CWyLockCheck {
     }
   }
 
+  // By number and not by name: trace configurations name them, but programs are compiled with the
+  // numbers. More of them at the end are no change.
   void CheckSubComponents(const WyDefinition& definition, const WyLock& lock) {
     for (const auto& [uNumber, name] : lock.subComponents) {
       const auto& subs = definition.subComponents;
@@ -122,6 +131,9 @@ class CWyLockCheck {
   CWyDiagnostics& m_diagnostics;
 };
 
+// A retired number stays in the lock forever: logs and monitoring rules of old releases have its
+// key, and a new message with it would be read as the old one. Texts are not locked: they may be
+// improved at any time.
 void CWyLockCheck::CheckMessage(const WyMessageEntry& message, const WyLockedMessage& locked,
                                 unsigned int uNextFree) {
   const bool bWasRetired = locked.severity == "retired";
@@ -138,6 +150,8 @@ void CWyLockCheck::CheckMessage(const WyMessageEntry& message, const WyLockedMes
         .Note(m_lockSource.At(locked.line), "locked here");
     return;
   }
+  // Retiring is always allowed, and needs no comparison of arguments: nothing is logged with it any
+  // more.
   if (message.bRetired) return;
   if (SeverityWord(message.severity) != locked.severity) {
     Changed("M402", message.name,
@@ -148,6 +162,8 @@ void CWyLockCheck::CheckMessage(const WyMessageEntry& message, const WyLockedMes
   CheckArguments(message, locked);
 }
 
+// Names and order, without types: translations refer to arguments by their place, which the order
+// decides. A type is checked by the compiler of each caller.
 void CWyLockCheck::CheckArguments(const WyMessageEntry& message, const WyLockedMessage& locked) {
   const auto& arguments = message.arguments;
   const auto [own, other] = std::mismatch(
@@ -185,6 +201,8 @@ void CWyLockCheck::ReportNew(const WyMessageEntry& message) {
 
 }  // namespace
 
+// It must never change: lock files and manifests store it. 32 bits suffice, since two texts of one
+// message are compared, not texts among each other.
 std::uint32_t TextChecksum(std::string_view text) {
   std::uint32_t uSum = 2166136261U;
   for (const char c : text) uSum = (uSum ^ static_cast<unsigned char>(c)) * 16777619U;
@@ -211,6 +229,8 @@ void CheckAgainstLock(const CWySourceText& definitionSource, const WyDefinition&
   CWyLockCheck check(definitionSource, lockSource, diagnostics);
   check.CheckHead(definition, lock);
   check.CheckSubComponents(definition, lock);
+  // Beyond both the locked and the present numbers: neither a retired one nor one of this file is
+  // proposed.
   unsigned int uNextFree = lock.messages.empty() ? 1 : lock.messages.rbegin()->first + 1;
   if (!definition.messages.empty()) {
     uNextFree = std::max(uNextFree, definition.messages.back().uNumber + 1);

@@ -9,7 +9,7 @@
 
 namespace {
 
-// In alphabetical order.
+// In alphabetical order. Searched by bisection: a new word goes to its place.
 constexpr std::string_view CppKeywords[] = {"alignas",       "alignof",     "and",
                                             "and_eq",        "asm",         "auto",
                                             "bitand",        "bitor",       "bool",
@@ -68,7 +68,8 @@ bool IsDigit(char c) { return c >= '0' && c <= '9'; }
 char ToUpper(char c) { return IsLower(c) ? static_cast<char>(c - ('a' - 'A')) : c; }
 char ToLower(char c) { return IsUpper(c) ? static_cast<char>(c + ('a' - 'A')) : c; }
 
-// Whether a word of a name in mixed case begins at `u`.
+// Whether a word of a name in mixed case begins at `u`. "WriteFailed" and "XMLRead" have two words
+// each: in a run of capitals the last one begins the next word.
 bool BeginsWord(std::string_view name, std::size_t u) {
   if (u == 0 || !IsUpper(name[u]) || name[u - 1] == '_') return false;
   return !IsUpper(name[u - 1]) || (u + 1 < name.size() && IsLower(name[u + 1]));
@@ -94,6 +95,7 @@ std::string JavaConstant(std::string_view name) {
   return str;
 }
 
+// A keyword or a method of Object gets a suffix; a constant cannot meet one, being in capitals.
 std::string JavaMethod(std::string_view name) {
   std::string str(name);
   for (std::size_t u = 0; u < str.size() && (u == 0 || (IsUpper(name[u]) && !BeginsWord(name, u)));

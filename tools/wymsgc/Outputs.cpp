@@ -43,7 +43,8 @@ std::string JavaPath(std::string_view name) {
 }
 
 // By message and locale, the checksums of the English text that a translation was made from, and of
-// the translation.
+// the translation. The manifest carries them to where no lock file is: check --installed reports
+// translations that are out of date on a customer's machine.
 std::map<unsigned int, Json> ByMessage(const LockedTranslations& translations) {
   std::map<unsigned int, Json> messages;
   for (const auto& [place, sums] : translations) {
@@ -104,6 +105,8 @@ std::string MakeEnglishBundle(const WyDefinition& definition, const std::string&
   return str;
 }
 
+// Fields may be added without a new format; readers ignore those that they do not know. A field
+// that changes its meaning needs another number.
 std::string MakeManifest(const WyDefinition& definition, const LockedTranslations& translations) {
   Json json{{"format", 1}};
   json["component"] = {{"number", definition.uNumber},
@@ -162,6 +165,7 @@ std::vector<WyOutputFile> MakeOutputs(const WyDefinition& definition, const std:
   return outputs;
 }
 
+// An unchanged file keeps its time, so that a build does not compile again what depends on it.
 bool WriteIfChanged(const std::string& strPath, const std::string& strContent,
                     std::string& strReason) {
   std::string strIgnored;

@@ -162,6 +162,7 @@ int Run(const CLI::App& app, Arguments& arguments) {
     return Import(arguments.settings, arguments.strHeader, arguments.strSource, arguments.catalogs,
                   arguments.strOutput);
   }
+  // `lock` without --update: the comparison is a part of every check.
   if (!arguments.bUpdate) return Check(arguments.settings, arguments.strFile, arguments.catalogs);
   return UpdateLock(arguments.settings, arguments.strFile, arguments.catalogs,
                     {arguments.reviewed.begin(), arguments.reviewed.end()});
@@ -181,6 +182,8 @@ int Main(int argc, char** argv) {
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
+    // CLI11 has codes above 100 of its own; scripts rely on 2 for "could not do it". --help and
+    // --version return 0.
     return app.exit(error) == 0 ? 0 : 2;
   }
   return Run(app, arguments);

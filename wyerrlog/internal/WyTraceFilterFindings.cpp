@@ -16,7 +16,8 @@ constexpr const char* OperatorHelp = "the operators are ==, !=, @@ (contains) an
 
 std::string DidYouMean(std::string_view name) { return WyDidYouMean({&name, 1}); }
 
-// The word and all that stands behind it on its line.
+// The word and all that stands behind it on its line. Up to a zero byte: the parser reads no
+// further.
 std::string_view RestOfLine(const WyTraceDecision& decision) {
   const std::string_view piece = decision.piece;
   const auto uStart = static_cast<size_t>(decision.word.data() - piece.data());
@@ -24,6 +25,7 @@ std::string_view RestOfLine(const WyTraceDecision& decision) {
       piece.substr(uStart, piece.find_first_of(std::string_view("\n\0", 2), uStart) - uStart));
 }
 
+// From the parser's own table, so that a new operator needs no change here.
 std::string OperatorText(unsigned int uOperator) {
   const auto pSign =
       std::find_if(WyTraceFilter::Signs.begin(), WyTraceFilter::Signs.end(),
@@ -34,7 +36,10 @@ std::string OperatorText(unsigned int uOperator) {
 
 }  // namespace
 
-// A line in the place of a filter whose first word is not a field.
+// A line in the place of a filter whose first word is not a field. Behind the data line every line
+// is a filter to the parser, and an unknown field is passed over in silence: this is where most
+// misunderstandings end up. The keyword's tests come first; "data" would otherwise be reported as
+// an unknown field.
 void CWyTraceFindings::OnNoFilter(const WyTraceDecision& decision) {
   const std::string_view word = WithoutReturn(decision.word);
   if (word.empty()) return;
@@ -48,6 +53,7 @@ void CWyTraceFindings::OnNoFilter(const WyTraceDecision& decision) {
         "name all fields on one line");
     return;
   }
+  // `user==alice` is one word, since an operator is no separator.
   const size_t uOperator = FindOperator(word);
   const std::string_view name = word.substr(0, uOperator);
   if (uOperator != std::string_view::npos && m_names.IsField(name)) {
@@ -71,6 +77,8 @@ void CWyTraceFindings::OnNoFilter(const WyTraceDecision& decision) {
 void CWyTraceFindings::OnFilter(const WyTraceDecision& decision) {
   if (decision.pField == nullptr) return OnNoFilter(decision);
   const std::string strField(decision.word);
+  // The parser looks for an operator directly behind the field and one separator, blanks aside: in
+  // `user: , ==alice` there is none.
   if (decision.uOperator == 0) {
     const std::string_view text = WithoutReturn(decision.text);
     const size_t uOperator = FindOperator(text);
@@ -86,6 +94,8 @@ void CWyTraceFindings::OnFilter(const WyTraceDecision& decision) {
         strHelp);
     return;
   }
+  // Before the effect is added: it removes the effect of an earlier filter for the field, by its
+  // code and name, and must not remove this one.
   CheckFilterField(decision, strField);
   CheckFilterText(decision, strField);
   WyTraceFinding& finding = Add(
@@ -95,7 +105,8 @@ void CWyTraceFindings::OnFilter(const WyTraceDecision& decision) {
   finding.uId = decision.pField->uId;
 }
 
-// The library sets the three fields of the clock together, as soon as one of them is shown.
+// The library sets the three fields of the clock together, as soon as one of them is shown. Whoever
+// changes that in CWyTraceData changes it here.
 bool CWyTraceFindings::SetsField(unsigned int uId) const {
   const auto isClock = [](unsigned int u) {
     return u >= WyField::Date && u <= WyField::PreciseTime;
@@ -134,6 +145,7 @@ void CWyTraceFindings::CheckFilterText(const WyTraceDecision& decision,
     Add(Level::Warning, pszCode, decision, part, pszText + strField, "");
     return &m_findings.back();
   };
+  // The finding is of the text and not of the field's name, so the word is replaced in a copy.
   if (visible.size() < text.size()) {
     WyTraceDecision atReturn = decision;
     atReturn.word = text;
@@ -144,6 +156,8 @@ void CWyTraceFindings::CheckFilterText(const WyTraceDecision& decision,
         "write the text directly behind the operator, or remove the line";
     return;
   }
+  // Parsed, the text begins directly behind the operator and ends with the line; blanks, quotes and
+  // "#" in it are compared byte by byte. Each of these is legal and nearly always a mistake.
   const size_t uStart = std::min(visible.find_first_not_of(Blanks), visible.size());
   if (uStart > 0) {
     warn("T504", visible.substr(0, uStart),

@@ -12,6 +12,7 @@ using WyFindingText::FindOperator;
 using WyFindingText::Quoted;
 using WyFindingText::WithoutReturn;
 
+// Editors write it unseen; the parser has no rule for it.
 constexpr std::string_view ByteOrderMark = "\xEF\xBB\xBF";
 std::string DidYouMean(std::string_view name) { return WyDidYouMean({&name, 1}); }
 
@@ -56,6 +57,9 @@ void CWyTraceFindings::Decided(const WyTraceDecision& decision) {
   }
 }
 
+// In the order of the file, since the parser decides some things late: what version 1.0 adds is
+// known only at the end. Stable, so that an effect stays behind the warning of the same word.
+// Findings of the whole file (line 0) wrap around to the largest number, and come last.
 bool CWyTraceFindings::Finish(const char* pszReason) {
   if (pszReason != nullptr) {
     WyTraceFinding& finding = m_findings.emplace_back();
@@ -85,6 +89,7 @@ WyTraceFinding& CWyTraceFindings::Add(Level level, const char* pszCode,
   if (decision.uLine == 0) return finding;
   finding.strWord = word;
   finding.uColumn = decision.ColumnOf(word);
+  // At least 1, so that a caret can be shown under an empty word.
   finding.uLength = std::max(1u, static_cast<unsigned int>(word.size()));
   return finding;
 }
@@ -102,6 +107,8 @@ bool CWyTraceFindings::AddCarriageReturn(Level level, const WyTraceDecision& dec
 
 // ---- Statements ---------------------------------------------------------------------------------
 
+// The parser takes any value that contains "1.1", so "1.10" and "v1.1" count too; everything else
+// leaves the file at version 1.0, with its added components (T206).
 void CWyTraceFindings::OnVersion(const WyTraceDecision& decision) {
   const std::string_view value = WithoutReturn(decision.text);
   if (value == "1.1" || value == "1.0") return;
@@ -116,6 +123,10 @@ void CWyTraceFindings::OnVersion(const WyTraceDecision& decision) {
       strHelp);
 }
 
+// The parser gives up at the first statement that is out of order, and nothing behind it is read:
+// so this is an error, and what follows guesses the one cause, the likeliest first. A wrong byte
+// order mark or line end makes the keyword look right on the screen, so these come before
+// misspellings.
 void CWyTraceFindings::OnRefused(const WyTraceDecision& decision) {
   const bool bComponents = decision.expected == WyTraceStatement::Components;
   const std::string_view expected = bComponents ? "components" : "data";
@@ -149,6 +160,7 @@ void CWyTraceFindings::OnRefused(const WyTraceDecision& decision) {
     strHelp = "put the components line before the data line";
   } else if (!nearest.empty()) {
     strHelp = DidYouMean(nearest);
+    // The list was continued on a second line, which the format does not have.
   } else if (!bComponents && m_names.IsComponent(word)) {
     strHelp = "all components stand on one line";
   } else {
@@ -158,7 +170,9 @@ void CWyTraceFindings::OnRefused(const WyTraceDecision& decision) {
       "the " + std::string(expected) + " line must stand here, and the file is refused", strHelp);
 }
 
-// Whether a name is settled, because it stands behind a word that begins with "#".
+// Whether a name is settled, because it stands behind a word that begins with "#". Unknown words
+// behind it are passed over: they are the comment's prose, and a warning for each would hide the
+// one that matters.
 bool CWyTraceFindings::IsBehindHash(const WyTraceDecision& decision, bool bKnown) {
   if (decision.word.starts_with('#')) {
     m_bBehindHash = true;
@@ -174,6 +188,8 @@ bool CWyTraceFindings::IsBehindHash(const WyTraceDecision& decision, bool bKnown
   return false;
 }
 
+// The parser passes over a name that it does not know, so that one file serves programs with
+// different components: hence a warning and no error.
 void CWyTraceFindings::OnComponent(const WyTraceDecision& decision) {
   if (IsBehindHash(decision, decision.pComponent != nullptr)) return;
   if (decision.pComponent != nullptr) {
@@ -188,7 +204,8 @@ void CWyTraceFindings::OnComponent(const WyTraceDecision& decision) {
       std::move(unknown.strText), std::move(unknown.strHelp));
 }
 
-// Reports what has become selected since the last decision.
+// Reports what has become selected since the last decision. Compares the whole table, since one
+// name can select many: a component's name selects its sub-components too.
 void CWyTraceFindings::AddSelected(const WyTraceDecision& decision, const char* pszCode,
                                    std::string_view word, const std::string& strText) {
   for (size_t u = 0; u < m_components.size(); ++u) {
@@ -203,6 +220,7 @@ void CWyTraceFindings::AddSelected(const WyTraceDecision& decision, const char* 
   }
 }
 
+// Columns have the order in which fields are named first; the parser refuses the second naming.
 void CWyTraceFindings::OnField(const WyTraceDecision& decision) {
   if (IsBehindHash(decision, decision.pField != nullptr)) return;
   const std::string_view word = WithoutReturn(decision.word);
@@ -230,6 +248,8 @@ void CWyTraceFindings::OnField(const WyTraceDecision& decision) {
 
 // ---- The file as a whole ------------------------------------------------------------------------
 
+// No word of the file has caused this, so it has no place; a component that the file names itself
+// has been reported there.
 void CWyTraceFindings::OnAdded(const WyTraceDecision& decision) {
   const auto index = static_cast<size_t>(decision.pComponent - m_components.data());
   if (m_selected[index]) return;
@@ -244,6 +264,8 @@ void CWyTraceFindings::OnAdded(const WyTraceDecision& decision) {
       "write `version: 1.1` as the first line, and name all components that you want");
 }
 
+// The reader takes pieces of at most PieceSize bytes: the rest of a longer line is parsed as if it
+// were the next line, and can so be taken for a filter or refuse the file.
 void CWyTraceFindings::OnRest(const WyTraceDecision& decision) {
   if (decision.kind == WyTraceDecision::ZeroByte) {
     Add(Level::Warning, "T106", decision, decision.word.substr(0, 1),
@@ -256,6 +278,8 @@ void CWyTraceFindings::OnRest(const WyTraceDecision& decision) {
       "shorten the line");
 }
 
+// A file without an error can still trace nothing; a person would look for the fault in the
+// program.
 void CWyTraceFindings::OnEnd(const WyTraceDecision& decision) {
   const bool bNoComponent =
       std::find(m_selected.begin(), m_selected.end(), true) == m_selected.end();

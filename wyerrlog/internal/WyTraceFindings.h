@@ -14,12 +14,16 @@
 #include "wyerrlog/internal/WyTraceConfigParser.h"
 #include "wyerrlog/internal/WyTraceNames.h"
 
+// One object checks one file, in one thread. The texts and the words of the findings are copies:
+// they outlive the parser and its buffers, which a decision's views do not.
 class CWyTraceFindings : public CWyTraceConfigObserver {
  public:
   // Appends to `findings`.
   explicit CWyTraceFindings(std::vector<WyTraceFinding>& findings)
       : m_findings(findings), m_uFirst(findings.size()) {}
 
+  // The two tables belong to the configuration that the parser fills, and must live until Finish:
+  // which components are selected is read from them after each decision.
   void Begin(std::span<const WyTraceComponentInfo> components,
              std::span<const WyTraceDataFieldInfo> fields) override;
   void Decided(const WyTraceDecision& decision) override;
@@ -35,6 +39,8 @@ class CWyTraceFindings : public CWyTraceConfigObserver {
 
   WyTraceFinding& Add(Level level, const char* pszCode, const WyTraceDecision& decision,
                       std::string_view word, std::string strText, std::string strHelp = "");
+  // A word that ends with one is never the name that it seems to be, since the parser splits at
+  // ":", ",", blanks, tabs and newlines alone.
   bool AddCarriageReturn(Level level, const WyTraceDecision& decision,
                          const std::string& strEffect);
   bool IsBehindHash(const WyTraceDecision& decision, bool bKnown);
@@ -63,10 +69,15 @@ class CWyTraceFindings : public CWyTraceConfigObserver {
   std::span<const WyTraceDataFieldInfo> m_fields;
   CWyTraceNames m_names;
   std::vector<bool> m_selected;  // the components, as far as they are reported
+  // The line of each field's filter; 0: none.
   std::array<unsigned int, CWyTraceData::FieldCount> m_auFilterLine{};
+  // 2 when the components line and the data line have been accepted.
   unsigned int m_uStatements = 0;
+  // Fields that the data line has put into records, without those named twice.
   unsigned int m_uColumns = 0;
+  // A word of this line began with "#": what follows was meant as a comment, but is read.
   bool m_bBehindHash = false;
+  // The remedy for line ends was given: it is the same for the whole file.
   bool m_bCarriageReturn = false;
 };
 

@@ -13,6 +13,7 @@ namespace {
 
 std::string Quoted(std::string_view name) { return "`" + std::string(name) + "`"; }
 
+// Linear: tables have tens of names, and a file is checked once.
 bool Contains(const std::vector<std::string_view>& names, std::string_view name) {
   return std::find(names.begin(), names.end(), name) != names.end();
 }
@@ -44,6 +45,7 @@ CWyTraceNames::CWyTraceNames(std::span<const WyTraceComponentInfo> components,
   int iCount = 0;
   const char** ppszNames = nullptr;
   GetKnownComponentLibs(&iCount, &ppszNames);
+  // The table is static, so that views of its names stay valid.
   m_known.assign(ppszNames + 1, ppszNames + iCount);  // row 0, the built-in one, is no library
 }
 
@@ -53,7 +55,9 @@ bool CWyTraceNames::IsComponent(std::string_view word) const {
 
 bool CWyTraceNames::IsField(std::string_view word) const { return Contains(m_fields, word); }
 
-// The sub-components of `component`, or with an empty one of all, that `word` can mean.
+// Returns the sub-components of `component`, or with an empty one of all, that `word` can mean.
+// Several components may have one of the same name ("Send_Response"): all are named, since the
+// parser needs the full form.
 std::string CWyTraceNames::SuggestSubComponent(std::string_view component,
                                                std::string_view word) const {
   std::vector<std::string_view> subs, same, all;
@@ -78,9 +82,12 @@ std::string CWyTraceNames::SuggestSubComponent(std::string_view component,
   return strHelp;
 }
 
+// The order goes from the surest guess to the weakest: only the case differs; a sub-component
+// without its component; a misspelt name; a misspelt component that is not installed.
 std::string CWyTraceNames::SuggestComponent(std::string_view word) const {
   const std::string_view whole = NearestName(word, m_components);
   if (!whole.empty() && WyEqualButCase(word, whole)) return WyDidYouMean({&whole, 1});
+  // With an empty component this searches all of them: `word` may name the wrong one.
   const std::string strSub = SuggestSubComponent("", word.substr(word.find('/') + 1));
   const bool bPath = word.find('/') != std::string_view::npos;
   if (!bPath && !strSub.empty()) return strSub;
@@ -104,6 +111,8 @@ std::string CWyTraceNames::ListComponents() const {
   return strList;
 }
 
+// A word that is right in the wrong place comes first, since no spelling would help it; "not
+// installed" comes before "misspelt", since the file is then right.
 WyUnknownName CWyTraceNames::Component(std::string_view word) const {
   const std::string_view component = word.substr(0, word.find('/'));
   if (IsField(word)) {

@@ -11,8 +11,12 @@ constexpr int Base64 = sodium_base64_VARIANT_URLSAFE_NO_PADDING;
 
 // The contexts keep the two rows of keys apart. crypto_kdf takes eight characters.
 constexpr char RecordContext[] = "wyrecord", FileContext[] = "wylgfile";
+// One derivation of 64 bytes has both results, `next` and `down`, in its halves: one call of
+// BLAKE2b instead of two.
 constexpr uint64_t SubkeyId = 1;
 
+// Neither half can be computed from the other, so that a record's own key, if it leaks, opens no
+// other record.
 void Step(const WySealKey& key, const char* pszContext, WySealStep& step) {
   static_assert(sizeof step == crypto_kdf_BYTES_MAX);
   crypto_kdf_derive_from_key(step.next.data(), sizeof step, SubkeyId, pszContext, key.data());
@@ -20,6 +24,8 @@ void Step(const WySealKey& key, const char* pszContext, WySealStep& step) {
 
 }  // namespace
 
+// sodium_init is safe to call repeatedly and from several threads; it returns 1 after the first
+// time.
 bool WySealInitialise() { return sodium_init() >= 0; }
 
 void WySealStepRecordKey(const WySealKey& key, WySealStep& step) { Step(key, RecordContext, step); }
@@ -44,6 +50,7 @@ void WySealComputeTag(WySealScratch& scratch, const WySealLogId& logId, const Wy
   crypto_generichash_final(&scratch.hash, tag.data(), tag.size());
 }
 
+// Without a key, since ~torn records contain it in clear; the record's own tag authenticates it.
 WySealTag WySealDigest(std::string_view strBytes) {
   WySealTag digest;
   crypto_generichash(digest.data(), digest.size(),
@@ -63,6 +70,8 @@ void WySealEncodeTag(const WySealTag& tag, char (&szText)[WySealTagChars + 1]) {
   sodium_bin2base64(szText, sizeof szText, tag.data(), tag.size(), Base64);
 }
 
+// libsodium refuses non-zero bits behind the last byte, so each value has exactly one spelling; two
+// would let an altered tag count as the same.
 bool WySealDecode(std::string_view strText, unsigned char* pBytes, size_t uCount) {
   size_t uLength = 0;
   const char* pEnd = nullptr;

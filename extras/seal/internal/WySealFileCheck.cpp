@@ -7,6 +7,7 @@
 
 namespace {
 
+// Compares texts, not decoded tags: only the one spelling that the writer uses is accepted.
 bool IsOf(const WySealTag& tag, std::string_view strTag) {
   char szTag[WySealTagChars + 1];
   WySealEncodeTag(tag, szTag);
@@ -33,6 +34,8 @@ CWySealFileCheck::CWySealFileCheck(std::string strPath, const WySealHead& head,
 
 // ---- Lines --------------------------------------------------------------------------------------
 
+// An intact log takes only the first return of each line: one derivation and one tag. All that
+// follows is for logs that were damaged.
 void CWySealFileCheck::Line(std::string_view strLine) {
   WySealLine line;
   ++m_uLine;
@@ -55,6 +58,8 @@ bool CWySealFileCheck::Proves(const WySealLine& line, const WySealTag& previous)
   return IsOf(m_tags[0].tag, line.strTag);
 }
 
+// Numbers out of any reasonable range are refused first: each would otherwise derive keys for
+// minutes, or report billions of missing records, at the will of whoever wrote the line.
 void CWySealFileCheck::Odd(const WySealLine& line) {
   if (line.uSeq < m_uFirst || line.uSeq - m_uFirst > CWySealKeyTrack::MaxRecords ||
       (line.uSeq > m_uNext && line.uSeq - m_uNext > MaxJump)) {
@@ -62,6 +67,8 @@ void CWySealFileCheck::Odd(const WySealLine& line) {
   }
   if (line.uSeq < m_uNext) return Late(line);
   if (line.uSeq > m_uNext && WySealIsKind(line.strText, "~gap")) {
+    // A ~gap record proves itself by the tag that it contains, since its predecessor is gone. That
+    // is safe: without the key of its number no one can write such a record.
     const auto previous = WySealTagField(line.strText, "prev");
     if (previous && Proves(line, *previous)) {
       const WySealTag tag = m_tags[0].tag;
@@ -78,7 +85,9 @@ void CWySealFileCheck::Odd(const WySealLine& line) {
 }
 
 // Whether the record is chained to a line that waits: to its tag on disk, or to the one that it
-// should have.
+// should have. A record chained to the tag on disk shows that a record with that tag was there, so
+// its text was changed; one chained to the computed tag shows that the text is right and the tag
+// was changed.
 bool CWySealFileCheck::ProvesByWaiting(const WySealLine& line) {
   for (Waiting& waiting : m_waiting) {
     if (waiting.uSeq + 1 != line.uSeq) continue;
@@ -91,7 +100,9 @@ bool CWySealFileCheck::ProvesByWaiting(const WySealLine& line) {
   return false;
 }
 
-// A number that was passed already.
+// A number that was passed already. It is the record itself only if its number is still missing:
+// the same record at two places is reported as twice, and a third line with the number can only be
+// foreign.
 void CWySealFileCheck::Late(const WySealLine& line) {
   const Tagged* const pPrevious = Find(line.uSeq - 1);
   const bool bProven = pPrevious != nullptr && Proves(line, pPrevious->tag);
@@ -111,6 +122,7 @@ void CWySealFileCheck::Late(const WySealLine& line) {
   ReportForeign(m_uLine, m_uLine, "it has the number of another record");
 }
 
+// `tag` may refer to m_tags[0], which Proves overwrites, hence the copy.
 void CWySealFileCheck::Accept(const WySealLine& line, const WySealTag& tag) {
   const WySealTag copy = tag;
   if (m_uForeignCount > 0) SettleForeign(line.strText);
@@ -124,6 +136,7 @@ void CWySealFileCheck::Accept(const WySealLine& line, const WySealTag& tag) {
   if (!m_waiting.empty()) AcceptWaiting(m_uNext);
 }
 
+// Called for proven records alone: an attacker's ~retire or ~gap must not excuse what is missing.
 void CWySealFileCheck::AcceptOwn(std::string_view strText, uint64_t uSeq) {
   if (WySealIsKind(strText, "~retire")) {
     m_result.uRetired = WySealNumber(strText, "through").value_or(0);
@@ -152,6 +165,8 @@ void CWySealFileCheck::Wait(const WySealLine& line) {
   }
   m_uWaitingBytes += waiting.strText.size();
   m_waiting.push_back(std::move(waiting));
+  // A file of foreign lines must not fill the memory. If too many lines wait, all of them are
+  // judged early: a record that comes later still is then reported as foreign instead of late.
   if (m_waiting.size() < MaxWaiting && m_uWaitingBytes < MaxWaitingBytes) return;
   uint64_t uHighest = 0;
   for (const Waiting& each : m_waiting) uHighest = std::max(uHighest, each.uSeq);
@@ -163,6 +178,8 @@ void CWySealFileCheck::AcceptWaiting(uint64_t uSeq) {
   const Tagged* const pPrevious = Find(uSeq - 1);
   if (pPrevious == nullptr) return;
   const WySealTag previous = pPrevious->tag;
+  // Accept below calls this function for the next number. Erasing before it, and returning at once,
+  // keeps the iterator from being used again.
   for (auto waiting = m_waiting.begin(); waiting != m_waiting.end(); ++waiting) {
     if (waiting->uSeq != uSeq) continue;
     const std::string strTag = WySealEncode(waiting->tag.data(), waiting->tag.size());
@@ -181,7 +198,8 @@ void CWySealFileCheck::AcceptWaiting(uint64_t uSeq) {
 }
 
 // All numbers up to this one are passed now: lines that wait for one of them are judged, numbers
-// that have none are missing.
+// that have none are missing. Stable, so that of two lines with one number the earlier one is the
+// record and the other foreign.
 void CWySealFileCheck::JudgeThrough(uint64_t uSeq) {
   std::stable_sort(m_waiting.begin(), m_waiting.end(),
                    [](const Waiting& a, const Waiting& b) { return a.uSeq < b.uSeq; });
@@ -208,6 +226,9 @@ void CWySealFileCheck::Judge(Waiting& waiting, bool bFirst) {
   const Tagged* const pPrevious = Find(waiting.uSeq - 1);
   const bool bAfterProven =
       waiting.uSeq == m_uFirst || (pPrevious != nullptr && pPrevious->bProven);
+  // The chain goes on from the tag on disk: the tag of a record is not secret, and the following
+  // records were authenticated with it, so that one changed record does not make all later ones
+  // unproven.
   Remember(waiting.uSeq, waiting.tag, false);
   m_previous = waiting.tag;
   m_result.bLastProven = false;
@@ -221,6 +242,7 @@ void CWySealFileCheck::Judge(Waiting& waiting, bool bFirst) {
 
 // ---- Lines that are no records ------------------------------------------------------------------
 
+// Digested and not stored, since foreign lines may be of any length and number.
 void CWySealFileCheck::Foreign(std::string_view strLine) {
   if (m_uForeignCount++ == 0) {
     m_uForeignLine = m_uLine;
@@ -234,7 +256,9 @@ void CWySealFileCheck::Foreign(std::string_view strLine) {
   m_uForeignBytes += strLine.size();
 }
 
-// `strText`: the record that follows.
+// `strText`: the record that follows. A torn write is excused only if a proven record states
+// exactly these bytes. An attacker cannot use it: the ~torn record was sealed after the bytes were
+// in the file.
 void CWySealFileCheck::SettleForeign(std::string_view strText) {
   if (m_uForeignCount == 0) return;
   WySealTag digest;
@@ -257,6 +281,8 @@ void CWySealFileCheck::ReportForeign(uint64_t uLine, uint64_t uLast, std::string
 
 // ---- The end, and small things ------------------------------------------------------------------
 
+// Missing and unproven records are reported only here, since until the last line they may come
+// late.
 WySealFileResult CWySealFileCheck::Finish() {
   uint64_t uHighest = m_uNext - 1;
   for (const Waiting& waiting : m_waiting) uHighest = std::max(uHighest, waiting.uSeq);
@@ -274,6 +300,8 @@ WySealFileResult CWySealFileCheck::Finish() {
   return m_result;
 }
 
+// A ring by number: a record that is further back than Remembered is unknown again, and is then
+// reported as foreign. That is the price of bounded memory; the log is not intact in either case.
 const CWySealFileCheck::Tagged* CWySealFileCheck::Find(uint64_t uSeq) const {
   const Tagged& tagged = m_tags[1 + uSeq % (Remembered - 1)];
   return tagged.uSeq == uSeq ? &tagged : nullptr;
@@ -300,6 +328,7 @@ bool CWySealFileCheck::TakeMissing(uint64_t uFirst, uint64_t uLast) {
   return bTaken;
 }
 
+// Assigned and not or-ed: the last proven record of the number decides.
 void CWySealFileCheck::CheckAnchors(uint64_t uSeq, const WySealTag& tag) {
   const auto [first, last] = m_anchors.equal_range(uSeq);
   for (auto anchor = first; anchor != last; ++anchor) {

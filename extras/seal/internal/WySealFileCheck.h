@@ -32,6 +32,8 @@ struct WySealFileResult {
   uint64_t uRecords = 0;  // proven
   uint64_t uNext = 0;     // one more than the last number
   WySealTag lastTag{};
+  // False: lastTag is that of a record whose text is not proven, so that the next file's `prev`
+  // says nothing about it.
   bool bLastProven = false;
   uint64_t uRetired = 0;  // files up to this number are retired by a record of this file
   uint64_t uSignedThrough = 0;
@@ -49,6 +51,7 @@ class CWySealFileCheck {
   WySealFileResult Finish();
 
  private:
+  // A line that is parsed and not judged.
   struct Waiting {
     uint64_t uLine;
     uint64_t uSeq;
@@ -88,6 +91,8 @@ class CWySealFileCheck {
 
   // The last tags, to recognise what comes twice or late.
   static constexpr size_t Remembered = 1u << 16;
+  // Limits against a file that an attacker has filled: memory for lines that wait, and the distance
+  // that a number may be ahead, which decides how many keys are derived for one line.
   static constexpr size_t MaxWaiting = 1u << 14, MaxWaitingBytes = 16u << 20;
   static constexpr uint64_t MaxJump = 1u << 24;
 

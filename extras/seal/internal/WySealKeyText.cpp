@@ -6,8 +6,11 @@
 
 namespace {
 
+// The digit is the version of the layout. The words let people, and scanners for secrets, recognise
+// which of the two they hold.
 constexpr std::string_view SecretPrefix = "wyseal-key-1-", PublicPrefix = "wyseal-public-1-";
 
+// The order and sizes are the published format of keys that people keep for years.
 struct KeyBytes {
   WySealLogId logId;
   uint64_t uFile;
@@ -30,6 +33,7 @@ std::optional<WySealNamedKey> WySealParseKey(std::string_view strText) {
   strText.remove_prefix(bPublic ? PublicPrefix.size() : SecretPrefix.size());
   CWySealWiped<KeyBytes> bytes;
   if (!WySealDecode(strText, reinterpret_cast<unsigned char*>(&*bytes), sizeof(KeyBytes)) ||
+      // File numbers begin with 1: a key for file 0 would derive one step too many.
       bytes->uFile == 0) {
     return std::nullopt;
   }

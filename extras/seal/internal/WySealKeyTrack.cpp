@@ -8,6 +8,8 @@ CWySealKeyTrack::CWySealKeyTrack(const WySealKey& first, uint64_t uFirst)
   m_saved.push_back(first);
 }
 
+// m_saved may have left keys in freed blocks when it grew: this is the verifier's own process,
+// which holds the verification key anyway.
 CWySealKeyTrack::~CWySealKeyTrack() {
   sodium_memzero(m_saved.data(), m_saved.size() * sizeof(WySealKey));
 }
@@ -22,6 +24,9 @@ void CWySealKeyTrack::Step() {
 
 void CWySealKeyTrack::MoveTo(uint64_t uSeq) {
   const auto uIndex = static_cast<size_t>((uSeq - m_uFirst) / Spacing);
+  // A jump forward beyond the last saved key still walks every step, and saves keys on the way; a
+  // jump back starts at the nearest saved one. Forged numbers therefore cost at most MaxRecords
+  // steps once, not at each line.
   const bool bNear = m_uNext <= uSeq && uSeq - m_uNext < Spacing;
   if (!bNear) {
     const size_t uSaved = std::min(uIndex, m_saved.size() - 1);

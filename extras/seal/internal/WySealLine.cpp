@@ -17,7 +17,9 @@ unsigned char At(std::string_view strText, size_t u) {
   return u < strText.size() ? static_cast<unsigned char>(strText[u]) : 0;
 }
 
-// The bytes of the character that must not stand in a TEXT; 0 for one that may.
+// The bytes of the character that must not stand in a TEXT; 0 for one that may. Line breaks of any
+// kind would let one message look like two records in a viewer; escape sequences of terminals (C0,
+// C1) would let it hide others.
 size_t ForbiddenAt(std::string_view strText, size_t u) {
   const unsigned char c = At(strText, u);
   if (c < 0x20 || c == 0x7f) return 1;
@@ -36,6 +38,8 @@ bool IsSuspicious(uint64_t uBytes) {
   return (below(uBytes, 0x20) | equals(0x7f) | equals(0xc2) | equals(0xe2)) != 0;
 }
 
+// May return false for a text with nothing to escape (each character that begins with 0xc2 or
+// 0xe2), never true for one with something: WySealEscape then copies it unchanged.
 bool IsClean(std::string_view strText) {
   if (!strText.empty() && strText[0] == '~') return false;
   size_t u = 0;
@@ -60,6 +64,8 @@ bool IsDigit(char c) { return c >= '0' && c <= '9'; }
 
 }  // namespace
 
+// The backslash itself is not escaped, so the original text cannot be restored with certainty; the
+// seal covers the TEXT as it is in the file.
 std::string_view WySealEscape(std::string_view strText, std::string& strBuffer) {
   if (!strText.empty() && strText.back() == '\n') strText.remove_suffix(1);
   if (IsClean(strText)) return strText;
@@ -97,6 +103,8 @@ CWySealTrailer::CWySealTrailer(uint64_t uSeq, const WySealTag& tag) {
   m_uLength = static_cast<size_t>(pEnd - m_szText);
 }
 
+// From the end, since nothing but the trailer has a fixed form there: a TEXT cannot contain a tab,
+// but a line that an attacker wrote can.
 bool WySealParseLine(std::string_view strLine, WySealLine& line) {
   if (strLine.size() < WySealTagChars + 4) return false;
   size_t u = strLine.size() - WySealTagChars - 1;
@@ -111,6 +119,7 @@ bool WySealParseLine(std::string_view strLine, WySealLine& line) {
   return line.uSeq != 0;
 }
 
+// No sign, blank or leading zero.
 std::optional<uint64_t> WySealParseNumber(std::string_view strDigits) {
   uint64_t uNumber = 0;
   const char* const pEnd = strDigits.data() + strDigits.size();
@@ -121,6 +130,8 @@ std::optional<uint64_t> WySealParseNumber(std::string_view strDigits) {
   return uNumber;
 }
 
+// The first field of the name wins. Only texts of the log's own records are searched, whose values
+// contain no blanks; nothing of a caller's message is ever in them.
 std::string_view WySealField(std::string_view strText, std::string_view strName) {
   for (size_t u = strText.find(' '); u != std::string_view::npos; u = strText.find(' ', u + 1)) {
     const std::string_view strRest = strText.substr(u + 1);

@@ -17,6 +17,7 @@
 namespace {
 
 constexpr size_t HeadBytes = 1024;  // more than a ~begin record has
+// Ends the search in a directory where every name is taken; the core library's limit.
 constexpr int MaxAttempts = 10000;
 
 struct DirectoryCloser {
@@ -37,6 +38,8 @@ WySealHead WySealParseHead(std::string_view strText) {
   return head;
 }
 
+// A head whose number differs from that in the trailer is refused here already: for a file of this
+// log the two are always equal, and what follows relies on uFirst.
 WySealHead WySealReadHead(int hFile) {
   std::string strBytes;
   if (!WySealReadAt(hFile, 0, HeadBytes, strBytes)) return {};
@@ -51,6 +54,7 @@ WySealHead WySealReadHead(int hFile) {
   return head;
 }
 
+// O_NONBLOCK: a FIFO with a backup's name must not block the verifier or the writer.
 WySealHead WySealReadHead(const std::string& strPath) {
   const CWySealDescriptor file(open(strPath.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
   return file ? WySealReadHead(file.Get()) : WySealHead();
@@ -69,6 +73,8 @@ WySealPath WySealSplitPath(const std::string& strPath) {
 bool WySealFindFiles(const std::string& strPath, std::vector<std::string>& files) {
   const WySealPath path = WySealSplitPath(strPath);
   const CWyBackupName naming(path.strName);
+  // The order of readdir does not matter, and attackers may rename: the callers sort by the numbers
+  // in the files.
   const std::unique_ptr<DIR, DirectoryCloser> pDirectory(opendir(path.Of("").c_str()));
   if (!pDirectory) return false;
   while (const dirent* pEntry = readdir(pDirectory.get())) {
@@ -78,7 +84,8 @@ bool WySealFindFiles(const std::string& strPath, std::vector<std::string>& files
   return true;
 }
 
-// The name's number says nothing about the order, so the first unused one will do.
+// The name's number says nothing about the order, so the first unused one will do. WyAccess only
+// saves attempts; WyRename, which replaces nothing, decides if two programs choose one name.
 bool WySealMoveAside(const std::string& strPath) {
   const WySealPath path = WySealSplitPath(strPath);
   const CWyBackupName naming(path.strName);
@@ -97,6 +104,8 @@ bool WySealMoveAside(const std::string& strPath) {
   return false;
 }
 
+// fdatasync of the file does not cover its name; without this, a loss of power can bring the old
+// name back.
 bool WySealSyncDirectory(const std::string& strPath) {
   const std::string strDirectory = WySealSplitPath(strPath).Of("");
   const CWySealDescriptor directory(open(strDirectory.c_str(), O_RDONLY | O_CLOEXEC));

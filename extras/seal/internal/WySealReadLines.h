@@ -19,6 +19,7 @@ bool WySealReadLines(const std::string& strPath, OnLine onLine, OnOverlong onOve
   constexpr size_t LongestLine = WySealMaxText + WySealMaxTrailer;
   const CWySealDescriptor file(open(strPath.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
   if (!file) return false;
+  // Twice the longest line, so that after each move at least one whole record can be read.
   std::vector<char> buffer(2 * LongestLine);
   size_t uHeld = 0;       // bytes of a line whose end has not been read
   uint64_t uSkipped = 0;  // bytes of an overlong line that were dropped
@@ -43,11 +44,14 @@ bool WySealReadLines(const std::string& strPath, OnLine onLine, OnOverlong onOve
     }
     uHeld = static_cast<size_t>(pStop - pLine);
     memmove(buffer.data(), pLine, uHeld);
+    // A line without an end: only its beginning is kept, so that any length is read in this buffer.
     if (uHeld == buffer.size()) {
       uSkipped += uHeld - LongestLine;
       uHeld = LongestLine;
     }
   }
+  // The last line may lack its newline: a torn write, or a record that another process is writing
+  // now.
   if (uHeld > 0 || uSkipped > 0) end({buffer.data(), uHeld});
   return true;
 }

@@ -18,8 +18,12 @@
 
 namespace {
 
+// Bounds the memory while the rest of a file of any size is read.
 constexpr size_t ChunkBytes = 1u << 20;
+// Room for the last whole record and a torn one behind it, both of the greatest length.
 constexpr uint64_t TailBytes = 2 * (WySealMaxText + WySealMaxTrailer);
+// One key derivation is due for each file between; a forged number must not keep the writer, which
+// holds the mutex of all processes, busy for hours.
 constexpr uint64_t MaxFilesAhead = 1u << 20;
 
 std::string TornFields(std::string_view strRest) {
@@ -30,6 +34,8 @@ std::string TornFields(std::string_view strRest) {
 
 }  // namespace
 
+// uDirty is cleared last: a process that is killed during recovery leaves the work to the next one,
+// and each step can be done twice.
 bool CWySealWriter::Recover() {
   if (!OpenLog() || !CompareWithFile()) return false;
   m_state.Page().uDirty = 0;
@@ -38,6 +44,10 @@ bool CWySealWriter::Recover() {
 
 // ---- The file -----------------------------------------------------------------------------------
 
+// The cases, in this order: the log's name leads to a later file than the state counts (a kill
+// between rename and Commit in BeginFile, or an older state after a loss of power); to no file of
+// this log at the very beginning; to the current file; to another one, since the current one is
+// already renamed; or the current file is gone.
 bool CWySealWriter::OpenLog() {
   const WySealSlot& slot = m_state.Slot();
   const WySealHead head = WySealReadHead(m_file.path);
@@ -65,6 +75,8 @@ bool CWySealWriter::FindFile(uint64_t uFile, std::string& strPath) const {
   return false;
 }
 
+// O_APPEND, so that nothing in the file can be overwritten, whatever the offset in the state is.
+// O_NONBLOCK: a FIFO in the log's place must not block the writer.
 bool CWySealWriter::OpenFile(const std::string& strPath, uint64_t uFile) {
   const int hFile = open(strPath.c_str(), O_RDWR | O_APPEND | O_CLOEXEC | O_NONBLOCK);
   if (hFile < 0) return false;
@@ -75,6 +87,9 @@ bool CWySealWriter::OpenFile(const std::string& strPath, uint64_t uFile) {
 // A later file than the state knows of, which has the log's name and is proven by its first record.
 bool CWySealWriter::AdoptFile(const WySealHead& head) {
   WySealLine line;
+  // The slot is only prepared while the record is verified: on each return of false the valid slot
+  // is as before. The number and the previous tag come from the line itself; the tag proves them,
+  // since both are authenticated with a key that only the state leads to.
   const std::string strLine = head.strLine;
   if (head.uFile - m_state.Slot().uFile > MaxFilesAhead) return false;
   if (!WySealParseLine(strLine, line)) return false;
@@ -93,6 +108,8 @@ bool CWySealWriter::AdoptFile(const WySealHead& head) {
   return true;
 }
 
+// The same length still goes to RollForward: it clears a torn mark that a process left which died
+// before it could.
 bool CWySealWriter::CompareWithFile() {
   struct stat status;
   if (fstat(File(), &status) != 0) return false;
@@ -102,10 +119,14 @@ bool CWySealWriter::CompareWithFile() {
 
 // ---- The file is ahead --------------------------------------------------------------------------
 
-// Lines that are not the next record are left as they are: the verifier names them.
+// Lines that are not the next record are left as they are: the verifier names them. An attacker who
+// can write to the file can put lines here, but none with a tag under the key in the state, so that
+// none is counted.
 bool CWySealWriter::RollForward() {
   uint64_t uRead = m_state.Slot().uOffset;
   std::string strPending, strChunk;
+  // Each record found is committed at once. Killed in the middle, the next process continues behind
+  // the last one counted.
   do {
     if (!WySealReadAt(File(), uRead, ChunkBytes, strChunk)) return false;
     uRead += strChunk.size();
@@ -122,6 +143,7 @@ bool CWySealWriter::RollForward() {
   return TakeRest(strPending, uRead);
 }
 
+// Comparing in variable time is safe here: the tag is no secret, it is in the file.
 bool CWySealWriter::Verifies(const WySealLine& line, WySealTag& tag) {
   WySealPage& page = m_state.Page();
   const WySealSlot& slot = m_state.Slot();
@@ -148,6 +170,7 @@ bool CWySealWriter::TakeRest(std::string_view strRest, uint64_t uSize) {
     return true;
   }
   WySealSlot& slot = m_state.Prepare();
+  // Lines that were skipped are behind uOffset from now on: they are never read again as records.
   slot.uOffset = uSize - strRest.size();
   slot.uFlags &= ~uint32_t{WySealUnended | WySealTorn};
   if (!strRest.empty()) slot.uFlags |= WySealTorn;
@@ -161,6 +184,8 @@ bool CWySealWriter::WriteTorn() {
   const uint64_t uOffset = m_state.Slot().uOffset;
   if (fstat(File(), &status) != 0) return false;
   const auto uSize = static_cast<uint64_t>(status.st_size);
+  // Another program has cut the rest away; there is nothing to describe. If it cut more than that,
+  // the next comparison finds the gap.
   if (uSize <= uOffset) {
     SetFlags(0, WySealTorn);
     return true;
@@ -171,6 +196,9 @@ bool CWySealWriter::WriteTorn() {
 
 // ---- The state is ahead -------------------------------------------------------------------------
 
+// Records that the state counted are not in the file. Whether power or an attacker took them cannot
+// be known, and writing must go on: so the ~gap record states the fact, sealed, and the verifier
+// reports it as not intact.
 bool CWySealWriter::CloseGap(uint64_t uSize) {
   std::string strTail;
   const uint64_t uFrom = uSize - std::min(uSize, TailBytes);
@@ -196,6 +224,8 @@ bool CWySealWriter::WriteGap(std::string_view strLastLine, std::string_view strR
     m_state.Commit();
     return true;
   }
+  // A last line without a readable number may be an attacker's, so that only the very last record
+  // is named for certain; the verifier finds the rest of them missing.
   const bool bNumbered = WySealParseLine(strLastLine, line) && line.uSeq < uLast;
   const uint64_t uFirst = bNumbered ? line.uSeq + 1 : uLast;
   std::string strText = "~gap " + WySealRange(uFirst, uLast) +

@@ -18,13 +18,17 @@
 namespace {
 
 // The room that is kept for the log's own records before the end of the file: a checkpoint, a torn
-// write and the end, the first and the last with signatures.
+// write and the end, the first and the last with signatures (some 250 bytes each).
 constexpr uint64_t OwnRecords = 1024;
+// As the file outputs of the core library: a directory whose permissions are being repaired is
+// found again soon, and a permanent one costs one rename in five minutes.
 constexpr time_t RetrySeconds = 300;
 
 }  // namespace
 
-// A single record that is longer than the limit gets a file of its own.
+// A single record that is longer than the limit gets a file of its own. A file that is moved or
+// ended comes first, without regard to the size and to m_tRetry: a process was killed in the middle
+// of a rollover, and no record may follow ~end in the same file.
 bool CWySealWriter::RollOverIfDue(size_t uLength) {
   const WySealSlot& slot = m_state.Slot();
   if ((slot.uFlags & (WySealMoved | WySealEnded)) != 0) return RollOver();
@@ -34,6 +38,9 @@ bool CWySealWriter::RollOverIfDue(size_t uLength) {
   return time(nullptr) < m_tRetry || RollOver();
 }
 
+// Each step is committed in the flags before the next one begins, so that the next process resumes
+// exactly there. EACCES alone means that the log goes on in the old file: other errors are no
+// matter of permissions that an operator repairs while the program runs.
 bool CWySealWriter::RollOver() {
   if ((m_state.Slot().uFlags & WySealMoved) == 0) {
     if (!MoveAside()) {
@@ -55,6 +62,8 @@ bool CWySealWriter::MoveAside() {
   return true;  // another program has moved it already
 }
 
+// A checkpoint, so that the file's last records are on the disk and, in signed logs, signed:
+// nothing later will cover them.
 bool CWySealWriter::End() {
   const WySealSlot& slot = m_state.Slot();
   std::string strText = "~end file=" + std::to_string(slot.uFile) +
@@ -66,10 +75,13 @@ bool CWySealWriter::End() {
 
 // ---- The next file ------------------------------------------------------------------------------
 
-// Leaves the next file's keys and numbers in the slot; the next record is its first.
+// Leaves the next file's keys and numbers in the slot; the next record is its first. The digest
+// starts anew with each file, so that a signed file is verified without those before it. The tag
+// does not: `prev=` in the ~begin record chains the files.
 void CWySealWriter::EnterFile(WySealSlot& slot) {
   WySealStep& step = m_state.Page().scratch.step;
   WySealStepFileKey(slot.fileKey, step);
+  // From here on the page has no key from which this file's first record could be derived.
   slot.fileKey = step.next;
   slot.key = step.down;
   ++slot.uFile;
@@ -94,6 +106,8 @@ std::string CWySealWriter::HeadText(const WySealSlot& slot) {
   return strText;
 }
 
+// The slot is committed after the file has its name. Killed before the rename, ".new" is removed by
+// the next process; killed after it, AdoptFile finds the file ahead of the state and proves it.
 bool CWySealWriter::BeginFile() {
   const std::string strNewFile = m_file.path + ".new";
   WyUnlink(strNewFile.c_str());  // of a process that died here
@@ -126,12 +140,15 @@ bool CWySealWriter::WriteHead(int hFile, WySealSlot& slot, std::string_view strT
     if (lWritten >= 0) errno = ENOSPC;
     return false;
   }
+  // Before the rename: after a loss of power a file with the log's name has its first record.
   if (fdatasync(hFile) != 0) return false;
   CountRecord(slot, strText, trailer.Text(), tag, strLine.size());
   return true;
 }
 
-// Gives the new file the log's name. What has that name and is not the log is moved aside.
+// Gives the new file the log's name. What has that name and is not the log is moved aside. WyRename
+// never replaces a file, so that evidence is not overwritten. Two attempts: a name that is taken
+// again between them is another program's doing, and moving files aside for it might not end.
 bool CWySealWriter::PlaceFile(const std::string& strNewFile) {
   for (int i = 0; i < 2; ++i) {
     if (WyRename(strNewFile.c_str(), m_file.path.c_str()) == 0) {
@@ -142,7 +159,9 @@ bool CWySealWriter::PlaceFile(const std::string& strNewFile) {
   return false;
 }
 
-// Not before the log's first file: nothing that is not sealed becomes a part of it unasked.
+// Not before the log's first file: nothing that is not sealed becomes a part of it unasked. An
+// empty file is removed instead: installers and log rotation create those, and a backup of it would
+// be reported as a foreign file.
 bool CWySealWriter::ClearName() {
   struct stat status;
   if (stat(m_file.path.c_str(), &status) != 0) return false;
@@ -155,7 +174,9 @@ bool CWySealWriter::ClearName() {
 // ---- Retention ----------------------------------------------------------------------------------
 
 // Which files go is said by the numbers that the state has counted, and recorded before they do. A
-// failure here costs no record: the next rollover tries again.
+// failure here costs no record: the next rollover tries again. The order is fixed: a deletion
+// before its ~retire record would look like an attacker's. Killed between the two, a file that is
+// recorded as retired is still there, which the verifier accepts; the next rollover deletes it.
 void CWySealWriter::Retire() {
   const uint64_t uKept = static_cast<uint64_t>(m_file.backups) + 1, uFile = m_state.Slot().uFile;
   if (m_file.backups == 0 || uFile <= uKept) return;
@@ -173,6 +194,8 @@ void CWySealWriter::Retire() {
       "~retire through=" + std::to_string(uThrough) + " time=" + WySealTimeText(time(nullptr));
   if (!AppendCheckpoint(std::move(strText))) return;
   for (const auto& [uNumber, strFile] : retired) {
+    // Stops at the first failure: deleting a later file would leave a gap in the middle of those
+    // kept.
     if (WyUnlink(strFile.c_str()) != 0) return;
   }
 }

@@ -9,6 +9,8 @@ namespace {
 constexpr char SeedContext[] = "wysigned";
 constexpr std::string_view SignatureField = " sig=";
 
+// The two parts before the text have fixed lengths, so that no two inputs give the same bytes. The
+// log id keeps a signature from being moved to another log, the digest from another place.
 std::string SignedBytes(const WySealLogId& logId, const WySealKey& digest,
                         std::string_view strText) {
   std::string strBytes(logId.begin(), logId.end());
@@ -31,10 +33,13 @@ WySealPublicKey WySealPublicKeyOf(const WySealKey& seed) {
   return key;
 }
 
+// One way, so that a stolen seed signs nothing that was signed before.
 void WySealNextSeed(const WySealKey& seed, WySealKey& next) {
   crypto_kdf_derive_from_key(next.data(), next.size(), 1, SeedContext, seed.data());
 }
 
+// A chain over records instead of one running hash: 32 bytes in the state page suffice, and
+// recovery can continue it after any record.
 WySealKey WySealNextDigest(const WySealKey& digest, std::string_view strText,
                            std::string_view strTrailer) {
   WySealKey next;
@@ -47,6 +52,8 @@ WySealKey WySealNextDigest(const WySealKey& digest, std::string_view strText,
   return next;
 }
 
+// The next public key is in the signed text: from the first key on, each is vouched for by the one
+// before, and no list of keys has to be kept elsewhere.
 void WySealSign(const WySealPage& page, const WySealSlot& slot, std::string& strText) {
   CWySealWiped<WySealKey> next;
   WySealNextSeed(slot.seed, *next);
@@ -66,6 +73,7 @@ std::optional<WySealPublicKey> WySealCheckSignature(const WySealLogId& logId,
                                                     const WySealKey& digest,
                                                     const WySealPublicKey& key,
                                                     std::string_view strText) {
+  // The last field, since the writer appends it last.
   const size_t uField = strText.rfind(SignatureField);
   if (uField == std::string_view::npos) return std::nullopt;
   std::array<unsigned char, crypto_sign_BYTES> signature;

@@ -16,6 +16,9 @@ CWySealSignedCheck::CWySealSignedCheck(std::string strPath, const WySealHead& he
   m_result.lastTag = head.previous;
 }
 
+// Numbers and tags are taken as they are: only the digest counts, which the next signature proves
+// or refutes for all lines before it at once. A line without a trailer is ignored, since the
+// writer's digest has none either; foreign lines are therefore found with the secret key alone.
 void CWySealSignedCheck::Line(std::string_view strLine) {
   WySealLine line;
   ++m_uLine;
@@ -24,6 +27,8 @@ void CWySealSignedCheck::Line(std::string_view strLine) {
     m_uPendingRetired = WySealNumber(line.strText, "through").value_or(0);
   }
   const bool bOwn = line.strText.starts_with("~");
+  // Checked before the line enters the digest, in the writer's order: the signature is of the lines
+  // before it and of the text that contains it.
   if (bOwn && !WySealField(line.strText, "sig").empty()) CheckSignature(line);
   m_digest = WySealNextDigest(m_digest, line.strText, strLine.substr(line.strText.size()));
   ++m_uSinceSignature;
@@ -34,11 +39,15 @@ void CWySealSignedCheck::Line(std::string_view strLine) {
 }
 
 void CWySealSignedCheck::CheckSignature(const WySealLine& line) {
+  // After a signature that fails, the next public key is unknown: whatever follows could be signed
+  // by an attacker's own key, so nothing more of the log is proven.
   const auto next =
       m_key ? WySealCheckSignature(m_logId, m_digest, *m_key, line.strText) : std::nullopt;
   if (next) {
     m_result.uRecords += m_uSinceSignature;
     m_result.uSignedThrough = line.uSeq - 1;
+    // Only here: a ~retire record that no signature covers may be forged, and must not excuse
+    // missing files.
     m_result.uRetired = m_uPendingRetired;
     m_result.bLastProven = true;
   } else if (m_key) {
@@ -50,6 +59,8 @@ void CWySealSignedCheck::CheckSignature(const WySealLine& line) {
   m_uSinceSignature = 0;
 }
 
+// An anchor behind the last signature is met by its tag alone. That proves nothing about the text;
+// signedThrough in the summary says how far proof goes.
 void CWySealSignedCheck::CheckAnchors(const WySealLine& line) {
   const auto [first, last] = m_anchors.equal_range(line.uSeq);
   for (auto anchor = first; anchor != last; ++anchor) {

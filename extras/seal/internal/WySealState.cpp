@@ -20,8 +20,14 @@
 
 namespace {
 
+// The newline and the zero byte show a state that was copied as text. A change of WySealPage's
+// layout needs a new Version: Open refuses every other one, so that no program misreads the keys of
+// another release.
 constexpr char Magic[8] = {'W', 'Y', 'S', 'E', 'A', 'L', '\n', '\0'};
 constexpr uint32_t Version = 1;
+// A record takes microseconds, a rollover the time of some fsync calls; only a process that is
+// stopped (SIGSTOP, a debugger) holds the mutex longer. The caller's thread must not wait for that
+// process forever.
 constexpr time_t LockSeconds = 10;  // no owner holds it for so long, but for a stopped process
 
 bool Fail(int iErrno) {
@@ -29,7 +35,8 @@ bool Fail(int iErrno) {
   return false;
 }
 
-// Against damage, not against an attacker: anyone who may write the page has its keys.
+// Against damage, not against an attacker: anyone who may write the page has its keys. The page can
+// only be half written by a loss of power, which is what this detects.
 uint64_t Check(const WySealSlot& slot) {
   uint64_t uCheck = 0xcbf29ce484222325u;
   const auto* const pBytes = reinterpret_cast<const unsigned char*>(&slot);
@@ -43,6 +50,8 @@ uint64_t Check(const WySealSlot& slot) {
 }
 static_assert(offsetof(WySealSlot, uCheck) % sizeof(uint64_t) == 0);
 
+// 36: the length of a UUID as text. The rest of the array stays zero, and the whole of it is
+// compared.
 bool ReadBootId(char (&szBootId)[40]) {
   const CWySealDescriptor file(open("/proc/sys/kernel/random/boot_id", O_RDONLY | O_CLOEXEC));
   return file && read(file.Get(), szBootId, 36) == 36;
@@ -78,6 +87,10 @@ int CWySealDescriptor::Release() {
 
 // ---- Opening ------------------------------------------------------------------------------------
 
+// O_NOFOLLOW and the test of the size come before mmap: access to a page behind the end of a
+// shorter file would raise SIGBUS, and a FIFO in the state's place would block open without
+// O_NONBLOCK. Permissions of group and others are an error instead of a warning: who reads the page
+// can forge all later records.
 bool CWySealState::Open(const std::string& strDirectory) {
   Close();
   if (!WySealInitialise()) return Fail(ENOSYS);
@@ -89,15 +102,16 @@ bool CWySealState::Open(const std::string& strDirectory) {
   if (!S_ISREG(status.st_mode) || status.st_size != WySealPageBytes) return Fail(EBADMSG);
   if ((status.st_mode & 077) != 0) return Fail(EACCES);
   if (!Map(file.Get())) return false;
-  if (!Accept() || !PrepareMutex(file.Get())) {
-    const int iErrno = errno;
-    Close();
-    return Fail(iErrno);
-  }
   m_hFile = file.Release();
-  return true;
+  if (AcceptHead() && PrepareMutex(m_hFile) && AcceptSlot()) return true;
+  const int iErrno = errno;
+  Close();
+  return Fail(iErrno);
 }
 
+// A state that cannot be locked or excluded from core dumps is not used: the promise that no key
+// leaves the page is worth more than a log that starts. mlock is not inherited over fork; the page
+// is a file's, so that it goes to its own file and never to swap.
 bool CWySealState::Map(int hFile) {
   void* const pPage = mmap(nullptr, WySealPageBytes, PROT_READ | PROT_WRITE, MAP_SHARED, hFile, 0);
   if (pPage == MAP_FAILED) return false;
@@ -110,10 +124,15 @@ bool CWySealState::Map(int hFile) {
   return Fail(iErrno);
 }
 
-bool CWySealState::Accept() const {
+bool CWySealState::AcceptHead() const {
   if (memcmp(m_pPage->szMagic, Magic, sizeof Magic) != 0) return Fail(EBADMSG);
-  if (m_pPage->uVersion != Version) return Fail(EPROTO);
-  return Slot().uCheck == Check(Slot()) || Fail(EBADMSG);
+  return m_pPage->uVersion == Version || Fail(EPROTO);
+}
+
+// Under the mutex: a process that writes at this moment flips the slots and wipes the former one.
+bool CWySealState::AcceptSlot() {
+  const CWySealLock lock(*this);
+  return lock.IsHeld() && (Slot().uCheck == Check(Slot()) || Fail(EBADMSG));
 }
 
 // Under a lock of the file, so that one process alone initialises.
@@ -121,6 +140,9 @@ bool CWySealState::PrepareMutex(int hFile) {
   char szBootId[40] = {};
   if (!ReadBootId(szBootId)) return false;
   if (flock(hFile, LOCK_EX) != 0) return false;
+  // The order matters if the process is killed here: the boot id is written last, so that the next
+  // process initialises the mutex again, and no process can have locked it before that. uDirty is
+  // set since the reboot may have lost pages of the log or of the state.
   bool bReady = memcmp(m_pPage->szBootId, szBootId, sizeof szBootId) == 0;
   if (!bReady && InitialiseMutex(m_pPage->mutex)) {
     m_pPage->uDirty = 1;
@@ -138,6 +160,8 @@ void CWySealState::Close() {
   m_hFile = -1;
 }
 
+// The caller's page has no magic yet, so that a WySealPage on the stack is never mistaken for a
+// state. O_EXCL: an existing state holds keys of a log that goes on, and is never overwritten.
 bool CWySealState::Create(const std::string& strDirectory, const WySealPage& page) {
   CWySealWiped<std::array<char, WySealPageBytes>> image;
   auto& copy = *reinterpret_cast<WySealPage*>(image->data());
@@ -161,7 +185,8 @@ bool CWySealState::Create(const std::string& strDirectory, const WySealPage& pag
 // ---- The mutex ----------------------------------------------------------------------------------
 
 // A page that was cut while it is mapped would end the process by SIGBUS. The end of a file is
-// cheaper to ask for than its status.
+// cheaper to ask for than its status. An uncontended lock is the common case, so the clock is read
+// only if trylock fails.
 bool CWySealState::Lock() {
   if (!IsOpen()) return Fail(EBADF);
   const off_t lSize = lseek(m_hFile, 0, SEEK_END);
@@ -173,6 +198,8 @@ bool CWySealState::Lock() {
     until.tv_sec += LockSeconds;
     iResult = pthread_mutex_timedlock(&m_pPage->mutex, &until);
   }
+  // The slots are consistent at every moment, only page and file may differ: so the mutex is made
+  // usable at once, and Recover does the rest while it is held.
   if (iResult == EOWNERDEAD) {
     m_pPage->uDirty = 1;
     iResult = pthread_mutex_consistent(&m_pPage->mutex);
@@ -180,6 +207,8 @@ bool CWySealState::Lock() {
   return iResult == 0 || Fail(iResult);
 }
 
+// The scratch has the key of the record just written; whoever steals the page later must not find
+// it.
 void CWySealState::Unlock() {
   sodium_memzero(&m_pPage->scratch, sizeof m_pPage->scratch);
   pthread_mutex_unlock(&m_pPage->mutex);
@@ -187,12 +216,18 @@ void CWySealState::Unlock() {
 
 // ---- Changes ------------------------------------------------------------------------------------
 
+// The assignment overwrites the other slot whole, so that it also removes keys which a process left
+// there that was killed between the flip and the wipe in Commit.
 WySealSlot& CWySealState::Prepare() {
   WySealSlot& slot = m_pPage->slots[(m_pPage->uIndex & 1) ^ 1];
   slot = Slot();
   return slot;
 }
 
+// The check word is stored before the flip, and the release order keeps the compiler from moving
+// the slot's contents behind it. From the flip on the former key is useless, and the wipe makes
+// records before it unforgeable. Nothing may be added between the two: a kill there leaves the
+// former key in the page until the next Prepare.
 void CWySealState::Commit() {
   const uint32_t uNew = (m_pPage->uIndex & 1) ^ 1;
   m_pPage->slots[uNew].uCheck = Check(m_pPage->slots[uNew]);

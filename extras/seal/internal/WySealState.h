@@ -21,12 +21,15 @@ struct WySealSlot {
   uint64_t uFile;       // the number of the current file; 0 before the first
   uint64_t uFileFirst;  // the number of its first record
   uint64_t uOffset;     // its length behind its last whole record
-  uint64_t uMarkSeq;    // the next record's number at the last checkpoint
-  int64_t iMarkTime;    // when that was, in seconds since the epoch
-  uint32_t uFlags;      // of WySealFlag
+  // uMarkSeq and iMarkTime decide when the next checkpoint is due, over all processes.
+  uint64_t uMarkSeq;  // the next record's number at the last checkpoint
+  int64_t iMarkTime;  // when that was, in seconds since the epoch
+  uint32_t uFlags;    // of WySealFlag
   uint32_t uReserved;
-  WySealTag tag;      // of the last record
-  WySealKey key;      // K_seq
+  WySealTag tag;  // of the last record
+  WySealKey key;  // K_seq
+  // F_(file+1) and not F_file: with F_file the keys of all records of the current file could be
+  // derived again.
   WySealKey fileKey;  // F_(file+1)
   WySealKey digest;   // signed logs: of the file's lines up to here
   WySealKey seed;     // signed logs: of the current key pair
@@ -47,10 +50,14 @@ struct WySealPage {
   uint32_t uSigned;  // whether checkpoints are signed
   WySealLogId logId;
   char szBootId[40];  // of the boot in which the mutex was initialised
-  uint32_t uIndex;    // of the valid slot
-  uint32_t uDirty;    // a process died inside: compare page and file before the next record
+  // Only the lowest bit counts, so that a damaged index still leads to a slot, which uCheck then
+  // refuses.
+  uint32_t uIndex;  // of the valid slot
+  uint32_t uDirty;  // a process died inside: compare page and file before the next record
   alignas(64) pthread_mutex_t mutex;
   alignas(64) WySealSlot slots[2];
+  // Intermediate keys are computed here and not on the stack: the page is locked in memory, left
+  // out of core dumps and wiped by Unlock; a stack is none of these.
   alignas(64) WySealScratch scratch;
 };
 inline constexpr size_t WySealPageBytes = 4096;
@@ -79,6 +86,9 @@ class CWySealState {
   bool Lock();
   void Unlock();
 
+  // The references below lead into the shared page. Requires, also for reading: Lock, since another
+  // process flips the slots at any time. The reference of Slot is stale after Commit: it leads to
+  // the wiped slot.
   WySealPage& Page() { return *m_pPage; }
   const WySealSlot& Slot() const { return m_pPage->slots[m_pPage->uIndex & 1]; }
 
@@ -90,7 +100,8 @@ class CWySealState {
 
  private:
   bool Map(int hFile);
-  bool Accept() const;
+  bool AcceptHead() const;
+  bool AcceptSlot();
   bool PrepareMutex(int hFile);
 
   int m_hFile = -1;

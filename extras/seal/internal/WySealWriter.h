@@ -90,8 +90,10 @@ class CWySealWriter {
   uint64_t m_uMaxSize = 0;  // 0: no limit
   CWySealState m_state;
   // The descriptor and the number of the file that it leads to, in one: a child that is forked at
-  // any moment finds a pair that belongs together.
+  // any moment finds a pair that belongs together. The descriptor is in the lower half, so file
+  // numbers have 32 bits here.
   std::atomic<uint64_t> m_uCurrent;
+  // Per process: another process may have the permission that this one has not.
   std::atomic<time_t> m_tRetry{0};  // a refused rename is tried again then
 };
 
