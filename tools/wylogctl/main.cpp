@@ -8,6 +8,7 @@
 #include "tools/wylogctl/Manual.h"
 #include "tools/wylogctl/MessageCommand.h"
 #include "tools/wylogctl/Program.h"
+#include "tools/wylogctl/ShipCommand.h"
 #include "tools/wylogctl/StatsCommand.h"
 #include "tools/wylogctl/VerifyCommand.h"
 #ifdef WYLOGCTL_SEAL
@@ -24,6 +25,7 @@ int main(int iCount, char** ppszArguments) {
   RegisterMessageCommand(program);
   RegisterConfigCommands(program);
   RegisterConfigSimulateCommand(program);
+  RegisterShipCommand(program);
 #ifdef WYLOGCTL_SEAL
   RegisterSealCommands(program);
 #endif
