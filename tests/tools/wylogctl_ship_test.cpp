@@ -232,4 +232,58 @@ TEST_F(Ship, WhatCannotBeDoneIsReported) {
   }
 }
 
+// Rows of the store as wyerrlog.report returns them, with texts of an attacker.
+constexpr const char* Rows =
+    R"({"what":"report","v":1,"since":1763276400,"until":1763287200,"made":1763287200,"step":3600,"host":"<web1>"}
+{"what":"total","records":1234567,"requests":7,"refusals":2,"errors":5,"warnings":1,"hosts":1}
+{"what":"requests","at":1763280000,"count":7}
+{"what":"errors","key":"<k>","at":1763280000,"count":4}
+{"what":"errors","key":null,"at":1763283600,"count":1}
+{"what":"message","key":"<k>","severity":"ERROR","count":4,"hosts":1,"last":1763280000,"text":"</td><script>\u001b\u202e"}
+{"what":"host","host":"web1","records":9,"requests":7,"errors":5,"last":1763280000}
+)";
+
+TEST_F(Ship, TheReportIsOnePageWithoutForeignMarkup) {
+  const auto report = [this](const std::string& strRows) {
+    m_folder.Write("rows", strRows);
+    return RunProgram(m_folder.Path(""), "\"$WYLOGCTL\" report rows");
+  };
+  const std::string strEnd = "{\"what\":\"end\"}\n";
+  const ProgramResult page = report(Rows + strEnd);
+  EXPECT_EQ(page.iExit, 0) << page.strError;
+  for (const char* const pszWanted :
+       {"<title>Logs of host &lt;web1&gt;, 2025-11-16 07:00 to 2025-11-16 10:00 UTC</title>",
+        "<b>1,234,567</b><span>records</span>", "prefers-color-scheme:dark",
+        "<title>2025-11-16 08:00 UTC: 4\n&lt;k&gt;: 4</title>", "No refusals in this time.",
+        "<bdi>&lt;/td&gt;&lt;script&gt;\xef\xbf\xbd\xef\xbf\xbd</bdi>", "no key</bdi> 1</li>",
+        "per hour", "</html>"}) {
+    EXPECT_NE(page.strOut.find(pszWanted), std::string::npos) << pszWanted << "\n" << page.strOut;
+  }
+  for (const char* const pszForeign :
+       {"<script", "src=", "href=", "url(", "@import", "<k>", "\x1b"}) {
+    EXPECT_EQ(page.strOut.find(pszForeign), std::string::npos) << pszForeign;
+  }
+
+  const std::string strHead = std::string(Rows).substr(0, std::string(Rows).find('\n') + 1);
+  const ProgramResult empty = report(strHead + strEnd);
+  EXPECT_EQ(empty.iExit, 1);
+  EXPECT_NE(empty.strOut.find("The store has no records of this time"), std::string::npos);
+
+  const std::vector<std::pair<std::string, std::string>> faults = {
+      {Rows, "rows:8: the rows end before the last one"},
+      {"ERROR:  permission denied\n", "rows:1: `ERROR:  permission denied` is not a row"},
+      {strHead + "{\"what\":\"requests\",\"at\":\"x\"}\n", "rows:2: "},
+      {strHead + "{\"what\":\"news\"}\n", "rows:2: `news` is not known"},
+      {R"({"what":"report","v":1,"since":1,"until":999999999999,"step":1})", "rows:1: no time"},
+      {R"({"what":"report","v":2})", "rows:1: a report of another version"},
+      {strEnd, "rows:1: the first row is missing"},
+  };
+  for (const auto& [strRows, strWanted] : faults) {
+    const ProgramResult result = report(strRows);
+    EXPECT_EQ(result.iExit, 2) << strRows;
+    EXPECT_EQ(result.strOut, "") << "a page that looks complete";
+    EXPECT_NE(result.strError.find(strWanted), std::string::npos) << result.strError;
+  }
+}
+
 }  // namespace

@@ -8,6 +8,7 @@
 #include "tools/wylogctl/Manual.h"
 #include "tools/wylogctl/MessageCommand.h"
 #include "tools/wylogctl/Program.h"
+#include "tools/wylogctl/ReportCommand.h"
 #include "tools/wylogctl/ShipCommand.h"
 #include "tools/wylogctl/StatsCommand.h"
 #include "tools/wylogctl/VerifyCommand.h"
@@ -26,6 +27,7 @@ int main(int iCount, char** ppszArguments) {
   RegisterConfigCommands(program);
   RegisterConfigSimulateCommand(program);
   RegisterShipCommand(program);
+  RegisterReportCommand(program);
 #ifdef WYLOGCTL_SEAL
   RegisterSealCommands(program);
 #endif
