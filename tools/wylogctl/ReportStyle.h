@@ -47,7 +47,7 @@ th{text-align:left;font-weight:600;color:var(--soft);border-bottom:1px solid var
 white-space:nowrap}
 th,td{padding:5px 12px 5px 0;vertical-align:top}td{border-bottom:1px solid var(--line);
 overflow-wrap:anywhere}
-.name{min-width:9em}.short{white-space:nowrap}.n{text-align:right;font-variant-numeric:tabular-nums;
+.name{min-width:7em}.short{white-space:nowrap}.n{text-align:right;font-variant-numeric:tabular-nums;
 white-space:nowrap}
 .text{min-width:16em;white-space:pre-wrap;font:12px/1.5 ui-monospace,monospace}
 .error td:first-child{color:var(--bad)}

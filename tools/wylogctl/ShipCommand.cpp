@@ -234,7 +234,7 @@ void ShipCheck::CheckLog(const CWyCollectorRules& rules, const std::string& strL
 
 int ShipCheck::End() {
   WyPrintShipLogs(m_context, m_logs, m_diagnostics);
-  if (!m_retention.backups || !m_retention.fileSize) {
+  if (!m_logs.empty() && (!m_retention.backups || !m_retention.fileSize)) {
     m_context.Note(
         "number and size of backups are taken from the files; --backups and --max-size say what "
         "the "
