@@ -47,7 +47,7 @@ std::uint64_t CountAt(const WyCounts& counts, std::int64_t at) {
 // round too.
 std::uint64_t RoundedUp(std::uint64_t uCount) {
   for (std::uint64_t uPower = 1;; uPower *= 10) {
-    for (const std::uint64_t uFirst : {1, 2, 4, 6, 10}) {
+    for (const std::uint64_t uFirst : {1U, 2U, 4U, 6U, 10U}) {
       if (uFirst * uPower >= uCount && (uFirst * uPower) % 2 == 0) return uFirst * uPower;
     }
   }
