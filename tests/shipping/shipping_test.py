@@ -1,6 +1,7 @@
 """shipping_test.py CONFIGURATION SHIPPING_LOAD WYLOGCTL [RECORDS]: ships the records of a real program while the
 daemons are killed and started again. Prints what got lost, what is there twice, and how long it took.
 """
+import html.parser
 import itertools
 import json
 import shutil
@@ -133,6 +134,7 @@ LINES = {
          {"pid": 1, "tid": 2, "severity": "ERROR", "place": "a.cpp:1"}),
         (ERROR + "[a.cpp:1][ERROR][k-1] a zero \0 byte and 'quotes' \\", None),
         (ERROR + "[a.cpp:1][ERROR][k-1] no UTF-8: \udcff\udcfe", None),
+        (ERROR + "[a.cpp:1][ERROR][<img src=x>] </td><script>alert(1)</script>", None),
     ],
     "trace": [
         ('{"Date":"11/16/2026","PreciseTime":"17:16:13.000","Pid":1,"Tid":2,"TransactionID":"r1","User":"bob","Line":true}',
@@ -175,7 +177,50 @@ def check_answers(store):
         raise RuntimeError(f"the views have {found}")
 
 
-def check_columns(run):
+class Page(html.parser.HTMLParser):
+    """What a browser would make of a page: its elements, its attributes, and its texts."""
+
+    def __init__(self, page):
+        super().__init__()
+        self.elements, self.attributes, self.text = set(), set(), ""
+        self.feed(page)
+
+    def handle_starttag(self, tag, attributes):
+        self.elements.add(tag)
+        self.attributes.update(name for name, _ in attributes)
+
+    def handle_data(self, data):
+        self.text += data
+
+
+def check_report(store, wylogctl):
+    """The page of LINES has their counts and texts, and no text of a log becomes an element of it."""
+    rows = store.sql("select wyerrlog.report('2026-11-16', '2026-11-17')")
+    made = subprocess.run([wylogctl, "report"], input=rows, text=True, capture_output=True)
+    page = Page(made.stdout)
+    foreign = page.elements & {"script", "img", "link", "iframe", "object", "base"}
+    loading = {name for name in page.attributes if name.startswith("on") or name in ("src", "href", "style")}
+    texts = ["3requests", "1refusal", "4errors", "0warnings", "<img src=x>", "</td><script>alert(1)</script>"]
+    missing = [text for text in texts if text not in page.text]
+    if made.returncode or foreign or loading or missing:
+        raise RuntimeError(f"the page has {foreign} {loading} and lacks {missing}: {made.stderr}")
+
+
+def is_shipped(run, wylogctl):
+    """What ship check says, by the notes of rsyslog and by the store, of a host whose logs are all in the store."""
+    lag = run.store.sql("select row_to_json(l) from wyerrlog.lag l")
+    host = json.loads(lag.splitlines()[0])["host"]
+    done = subprocess.run([wylogctl, "ship", "check", "--config", run.run / "client.conf", "--tz", "utc", "--outage", "1s",
+                           "--store", "-", "--host", host, "-o", "json"],
+                          input=lag, text=True, capture_output=True, env=run.env)
+    rows = [json.loads(line) for line in done.stdout.splitlines()]
+    if done.returncode == 0 and len(rows) == 3 and not any(row["not_shipped"] for row in rows):
+        return True
+    print(done.stdout, done.stderr)
+    return False
+
+
+def check_columns(run, wylogctl):
     """Ships LINES, each log twice under two names, as after a rollover: there is one row for each."""
     lines = [(kind, *line) for kind in LINES for line in LINES[kind]]
     for kind, records in LINES.items():
@@ -193,6 +238,8 @@ def check_columns(run):
     if wrong or len(rows) != len(lines):
         raise RuntimeError("\n".join([f"{len(rows)} rows for {len(lines)} records", *wrong]))
     check_answers(run.store)
+    check_report(run.store, wylogctl)
+    daemons.wait_until(lambda: is_shipped(run, wylogctl), 30, "host that ship check finds to be shipped")
     print(f"columns: {len(rows)} records")
     return 0
 
@@ -205,7 +252,7 @@ def main():
         for name, files in CONFIGURATIONS[configuration].items():
             run.add(name, files)
         if configuration == "columns":
-            return check_columns(run)
+            return check_columns(run, wylogctl)
         accepted, lost, twice, seconds = measure(run, shipping_load, int(records[0]) if records else 40000)
         whole = is_whole(run, wylogctl)
     finally:

@@ -109,8 +109,6 @@ WyLocation CWyConfigFile::LocationOf(const WyTraceFinding& finding) const {
 }
 
 void CWyConfigFile::PrintDiagnostics(CWyContext& context) const {
-  if (context.options.bQuiet) return;
-  context.out.Flush();
   CWyDiagnostics diagnostics;
   for (const WyTraceFinding& finding : m_findings) {
     if (finding.level == WyTraceLevel::Effect) continue;
@@ -120,9 +118,5 @@ void CWyConfigFile::PrintDiagnostics(CWyContext& context) const {
             : diagnostics.Warning(finding.strCode, LocationOf(finding), finding.strText);
     diagnostic.Help(finding.strHelp);
   }
-  const bool bColor = context.options.strColor == "always" ||
-                      (context.out.HasColor() && isatty(STDERR_FILENO) == 1);
-  for (const WyDiagnostic& diagnostic : diagnostics.Findings()) {
-    PrintText(std::cerr, diagnostic, bColor ? WyColor::Always : WyColor::Never);
-  }
+  context.Diagnose(diagnostics);
 }

@@ -5,7 +5,9 @@
 #include <unistd.h>
 
 #include <cstdio>
+#include <iostream>
 
+#include "tools/common/Diagnostic.h"
 #include "tools/common/Utf8.h"
 
 void CWyContext::Start(bool bPager) {
@@ -35,6 +37,16 @@ void CWyContext::Note(const std::string& strText) {
 
 void CWyContext::NoteOnce(const std::string& strText) {
   if (m_noted.insert(strText).second) Note(strText);
+}
+
+void CWyContext::Diagnose(const CWyDiagnostics& diagnostics) {
+  if (options.bQuiet) return;
+  out.Flush();
+  const bool bColor =
+      options.strColor == "always" || (out.HasColor() && isatty(STDERR_FILENO) == 1);
+  for (const WyDiagnostic& diagnostic : diagnostics.Findings()) {
+    PrintText(std::cerr, diagnostic, bColor ? WyColor::Always : WyColor::Never);
+  }
 }
 
 void CWyContext::Progress(std::uint64_t uDone, std::uint64_t uTotal) {

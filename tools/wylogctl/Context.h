@@ -12,6 +12,8 @@
 
 #include "tools/wylogctl/Output.h"
 
+class CWyDiagnostics;
+
 enum WyExit { WyFound = 0, WyNothingFound = 1, WyFindings = 1, WyFailed = 2 };
 
 struct WyCommonOptions {
@@ -37,6 +39,9 @@ class CWyContext {
   void Note(const std::string& strText);
   // The same text once.
   void NoteOnce(const std::string& strText);
+
+  // Findings of a file, with the lines in question, unless -q is given.
+  void Diagnose(const CWyDiagnostics& diagnostics);
 
   int Exit(bool bFound) const { return m_bFailed ? WyFailed : bFound ? WyFound : WyNothingFound; }
   bool HasFailed() const { return m_bFailed; }

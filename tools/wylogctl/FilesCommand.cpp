@@ -25,22 +25,6 @@ WyCell TimeCell(WyCivil time) {
   return strTime;
 }
 
-// The latest time of a file: of its last records, or, if it is compressed, of all of them.
-WyCivil LastTime(const WyLogFile& file, const CWyLogInput& input) {
-  const std::vector<WyLogFile> files = {file};
-  const CWyPlaces places(files, input.GivenShape(), false);
-  CWyContext silent;
-  silent.options.bQuiet = true;
-  const WyReadOptions options{false, false, false, input.GivenShape()};
-  CWyChainReader reader(silent, file.strPath, options);
-  if (!reader.Open()) return WyNoTime;
-  const auto hasTime = [](const WyRecord& record) { return record.time != WyNoTime; };
-  reader.StartAt(places.Last(1, hasTime).place);
-  WyCivil latest = WyNoTime;
-  for (WyRecord record; reader.Next(record);) latest = std::max(latest, record.time);
-  return latest;
-}
-
 int RunFiles(CWyContext& context, const WyInputOptions& options) {
   context.Start(true);
   CWyLogInput input(context);
@@ -62,7 +46,7 @@ int RunFiles(CWyContext& context, const WyInputOptions& options) {
       table.Row({files[i].strPath,
                  pShape == nullptr ? WyCell("empty") : WyCell(WyLogOfKind(pShape->kind)),
                  bTrace ? WyCell(uLayout) : WyCell(), files[i].uSize, TimeCell(places.FirstTime(i)),
-                 TimeCell(LastTime(files[i], input))});
+                 TimeCell(places.LastTime(i).time)});
     }
   }
   table.End();

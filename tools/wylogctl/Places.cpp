@@ -222,3 +222,18 @@ CWyPlaces::LastPlace CWyPlaces::Last(std::size_t uCount,
   }
   return last;
 }
+
+CWyPlaces::Latest CWyPlaces::LastTime(std::size_t uFile) const {
+  const std::vector<WyLogFile> files = {m_files[uFile]};
+  CWyContext silent;
+  silent.options.bQuiet = true;
+  CWyChainReader reader(silent, files[0].strPath, {false, false, false, m_pGiven});
+  Latest latest;
+  if (!reader.Open()) return latest;
+  const auto hasTime = [](const WyRecord& record) { return record.time != WyNoTime; };
+  reader.StartAt(CWyPlaces(files, m_pGiven, false).Last(1, hasTime).place);
+  for (WyRecord record; reader.Next(record);) {
+    if (record.time > latest.time) latest = {record.time, record.utc};
+  }
+  return latest;
+}

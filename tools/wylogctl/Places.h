@@ -5,6 +5,7 @@
 // time on, by binary search, or the last records, from the end backwards.
 
 #include <functional>
+#include <optional>
 #include <vector>
 
 #include "tools/wylogctl/ChainReader.h"
@@ -32,6 +33,14 @@ class CWyPlaces {
 
   // The time of the first record of a file that has one; WyNoTime if there is none.
   WyCivil FirstTime(std::size_t uFile) const;
+
+  // The latest time of a file: of its last records, or, if it is compressed, of all of them; and
+  // the same in UTC, if the record itself says in which zone its time is.
+  struct Latest {
+    WyCivil time = WyNoTime;
+    std::optional<std::int64_t> utc;
+  };
+  Latest LastTime(std::size_t uFile) const;
 
   // The shape of the lines at a place of a file; null if the file cannot be read.
   using Shape = std::shared_ptr<const WyLogShape>;
