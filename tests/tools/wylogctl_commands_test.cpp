@@ -286,19 +286,31 @@ TEST_F(Commands, TheLastHourIsWholeWhereClocksWereChanged) {
                  "[7/11][Sun Mar 29 2026 03:10:00][a][INFO] summer\n"
                  "[7/11][Sun Oct 25 2026 01:20:00][a][INFO] October\n"
                  "[7/11][Sun Oct 25 2026 02:40:00][a][INFO] first\n"
-                 "[7/11][Sun Oct 25 2026 02:10:00][a][INFO] second\n");
-  const auto lastHour = [this](const std::string& strUtc) {
-    return RunProgram(m_folder.Path(""), "TZ=UTC faketime '" + strUtc +
-                                             "' env TZ=Europe/Berlin \"$WYLOGCTL\" log -q -o json "
-                                             "--since -1h dst.log")
+                 "[7/11][Sun Oct 25 2026 02:10:00][a][INFO] second\n"
+                 "[7/11][Sun Oct 25 2026 03:10:00][a][INFO] winter again\n");
+  const auto at = [this](const std::string& strUtc, const std::string& strFilter) {
+    return RunProgram(m_folder.Path(""),
+                      "TZ=UTC faketime '" + strUtc +
+                          "' env TZ=Europe/Berlin \"$WYLOGCTL\" log -q -o json " + strFilter +
+                          " dst.log")
         .strOut;
   };
+  const auto lastHour = [&](const std::string& strUtc) { return at(strUtc, "--since -1h"); };
   const std::string strSpring = lastHour("2026-03-29 01:30:00");
   const std::string strAutumn = lastHour("2026-10-25 01:30:00");
   ExpectInOrder(strSpring, {"T00:45:00Z", "winter", "T01:10:00Z", "summer"}, "spring");
   ExpectInOrder(strAutumn, {"\"utc\":null", "first", "\"utc\":null", "second"}, "autumn");
   EXPECT_EQ(strSpring.find("March"), std::string::npos) << "earlier than the last hour";
   EXPECT_EQ(strAutumn.find("October"), std::string::npos) << "earlier than the last hour";
+  // In the second of the two hours the first is over; in the first one the second is still to come.
+  for (const char* const pszUntil : {"--until now", "--until -2m"}) {
+    const std::string strUntil = at("2026-10-25 01:12:30", pszUntil);
+    ExpectInOrder(strUntil, {"October", "first", "second"}, pszUntil);
+    EXPECT_EQ(strUntil.find("again"), std::string::npos) << pszUntil;
+  }
+  const std::string strSince = at("2026-10-25 00:30:00", "--since now");
+  ExpectInOrder(strSince, {"first", "second", "again"}, "since");
+  EXPECT_EQ(strSince.find("October"), std::string::npos);
 }
 
 TEST_F(Commands, ManifestsOfAnotherFormatAreRefused) {
