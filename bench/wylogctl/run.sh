@@ -75,7 +75,8 @@ fi
 echo
 "$here/generate.py" columns.log "$megabytes" columns
 for file in error.log columns.log; do
-  for options in '-n 100' '--since 2026-11-18T16:00 --until 2026-11-18T16:01'; do
+  for options in '-n 100' '-n 100 -o json' '--since 2026-11-18T16:00 --until 2026-11-18T16:01' \
+    '-o json --since 2026-11-18T16:00 --until 2026-11-18T16:01'; do
     # shellcheck disable=SC2086
     measure "$wylogctl" log -q $options $file
     echo "\`log $options $file\`: ${milliseconds} ms (limit 20), $((memory / 1024)) MiB"

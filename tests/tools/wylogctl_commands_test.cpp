@@ -226,23 +226,30 @@ TEST_F(Commands, RawOutputsJoinedAreTheFiles) {
 // the columns their names if there are others between.
 TEST_F(Commands, ColumnsHaveTheNamesOfTheLastHeaderLinesBeforeThem) {
   std::string strLog;
+  const std::string strFill = std::string(150, 'x') + " is done]\n";
   for (const char* const pszField : {"User", "Rule"}) {
     strLog += std::string("[Date][Time][") + pszField + "][Message]\n[====][====][====][=======]\n";
     for (int i = 0; i < 60'000; ++i) {
       const std::string strSecond = std::to_string(10 + i / 1200);
       strLog += "[11/16/2026][" + std::string(*pszField == 'U' ? "17" : "18") + ":00:" + strSecond +
-                "][alice][Request " + std::to_string(i) + " is done]\n";
+                "][alice][Request " + std::to_string(i) + strFill;
     }
   }
   m_folder.Write("long.log", strLog);
-  const std::string strLast = "[11/16/2026][18:00:59][alice][Request 59999 is done]\n";
+  const std::string strLast = "[11/16/2026][18:00:59][alice][Request 59999" + strFill;
   EXPECT_EQ(Run("log -q -n 1 long.log").strOut, strLast);
   EXPECT_EQ(Run("log -q --since 2026-11-16T18:00:59 long.log | tail -n 1").strOut, strLast);
   for (const char* const pszSearch : {"-n 1", "--since 2026-11-16T18:00:59"}) {
-    const std::string strOut = Run(std::string("log -q -o json long.log ") + pszSearch).strOut;
+    const std::string strNear = std::string("log -o json long.log ") + pszSearch;
+    const ProgramResult assumed = Run(strNear);
+    EXPECT_NE(assumed.strOut.find(R"("flags":["names-assumed"])"), std::string::npos) << pszSearch;
+    EXPECT_NE(assumed.strError.find("--scan searches the whole file"), std::string::npos);
+    const std::string strOut = Run(strNear + " --scan").strOut;
     EXPECT_NE(strOut.find("\"Rule\":\"alice\""), std::string::npos) << pszSearch;
     EXPECT_EQ(strOut.find("\"User\""), std::string::npos) << pszSearch;
+    EXPECT_EQ(strOut.find("assumed"), std::string::npos) << pszSearch;
   }
+  EXPECT_NE(Run("log -q --where Rule==alice -n 1 --scan long.log").strOut, "");
 }
 
 TEST_F(Commands, FilterAndMergeCommute) {

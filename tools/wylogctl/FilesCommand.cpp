@@ -28,7 +28,7 @@ WyCell TimeCell(WyCivil time) {
 // The latest time of a file: of its last records, or, if it is compressed, of all of them.
 WyCivil LastTime(const WyLogFile& file, const CWyLogInput& input) {
   const std::vector<WyLogFile> files = {file};
-  const CWyPlaces places(files, input.GivenShape(), false);
+  const CWyPlaces places(files, input.GivenShape(), WyTitleSearch::Ignored);
   CWyContext silent;
   silent.options.bQuiet = true;
   const WyReadOptions options{false, false, false, input.GivenShape()};
@@ -49,7 +49,7 @@ int RunFiles(CWyContext& context, const WyInputOptions& options) {
   bool bAny = false;
   for (auto& stream : input.Streams()) {
     const auto& files = stream.pReader->Files();
-    const CWyPlaces places(files, input.GivenShape(), true);
+    const CWyPlaces places(files, input.GivenShape(), WyTitleSearch::Whole);
     for (std::size_t i = 0; i < files.size(); ++i) {
       const auto pShape = places.ShapeAt(i, files[i].uSize);
       if (pShape == nullptr && files[i].uSize > 0) {

@@ -118,7 +118,8 @@ void CWyLogRun::StartAtCursor() {
     if (reader.Chain().IsStandardInput() || reader.Files().empty()) continue;
     WyPlace place = m_cursor.Find(m_context, reader.Chain(), reader.Files());
     if (place.uOffset > 0) {
-      place.pShape = m_input.PlacesOf(stream).ShapeAt(place.uFile, place.uOffset);
+      place.pShape =
+          m_input.PlacesOf(stream, WyTitleSearch::Whole).ShapeAt(place.uFile, place.uOffset);
     }
     reader.StartAt(std::move(place));
   }

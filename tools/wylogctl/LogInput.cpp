@@ -124,6 +124,8 @@ bool CWyLogInput::Open(const WyInputOptions& options) {
   m_bZoneGiven = options.strZone != "local";
   m_bScan = options.bScan;
   m_bRaw = options.bRaw;
+  // Who follows a log pays for the search once.
+  if (options.bScan || options.bFollow) m_search = WyTitleSearch::Whole;
   if (!SetShape(options) || !m_query.Set(m_context, options.query, m_zone, m_manifests)) {
     return false;
   }
@@ -153,12 +155,24 @@ void CWyLogInput::SeekSince() {
   if (!m_query.Since() || m_bScan) return;
   for (Stream& stream : m_streams) {
     if (stream.pReader->Chain().IsStandardInput() || stream.pReader->Files().empty()) continue;
-    stream.pReader->StartAt(PlacesOf(stream).Since(*m_query.Since(), Slack(*m_query.Since())));
+    Start(stream, PlacesOf(stream, m_search).Since(*m_query.Since(), Slack(*m_query.Since())));
   }
 }
 
-CWyPlaces CWyLogInput::PlacesOf(const Stream& stream) const {
-  return {stream.pReader->Files(), m_pShape, !m_bRaw || m_query.NamesColumns()};
+CWyPlaces CWyLogInput::PlacesOf(const Stream& stream, WyTitleSearch search) const {
+  const bool bNames = !m_bRaw || m_query.NamesColumns();
+  return {stream.pReader->Files(), m_pShape, bNames ? search : WyTitleSearch::Ignored};
+}
+
+// Begins a log at the place that was searched for.
+void CWyLogInput::Start(Stream& stream, WyPlace place) {
+  if (place.pShape != nullptr && place.pShape->bAssumed) {
+    m_context.NoteOnce(
+        stream.pReader->Chain().Path() +
+        ": the columns' names are those of its first header lines, because there are none in the"
+        " 8 MiB before the records shown; --scan searches the whole file");
+  }
+  stream.pReader->StartAt(std::move(place));
 }
 
 std::optional<std::size_t> CWyLogInput::SeekLast(std::size_t uCount) {
@@ -169,9 +183,10 @@ std::optional<std::size_t> CWyLogInput::SeekLast(std::size_t uCount) {
   for (Stream& stream : m_streams) {
     if (stream.pReader->Chain().IsStandardInput()) bKnown = false;
     if (stream.pReader->Chain().IsStandardInput() || stream.pReader->Files().empty()) continue;
-    CWyPlaces::LastPlace last = PlacesOf(stream).Last(std::max<std::size_t>(uCount, 1), matches);
+    CWyPlaces::LastPlace last =
+        PlacesOf(stream, m_search).Last(std::max<std::size_t>(uCount, 1), matches);
     uEarly = last.uFound - std::min(last.uFound, uCount);
-    stream.pReader->StartAt(std::move(last.place));
+    Start(stream, std::move(last.place));
   }
   return bKnown ? std::optional(uEarly) : std::nullopt;
 }

@@ -23,7 +23,7 @@ std::string_view WithoutNewline(std::string_view text) {
 const char* WyFlagName(unsigned int uBit) {
   constexpr const char* Names[WyFlagCount] = {"torn",         "ambiguous", "too-long",
                                               "unterminated", "maybe-cut", "invalid-utf8",
-                                              "nul",          "joined"};
+                                              "nul",          "joined",    "names-assumed"};
   return Names[uBit];
 }
 

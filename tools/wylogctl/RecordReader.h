@@ -25,9 +25,10 @@ enum WyRecordFlag : unsigned int {
   WyMaybeCut = 16,     // layout 1: a value fills its column and can be longer than it
   WyInvalidUtf8 = 32,
   WyHoldsNul = 64,
-  WyJoined = 128,  // another record begins in the middle of one of its lines
+  WyJoined = 128,        // another record begins in the middle of one of its lines
+  WyNamesAssumed = 256,  // later header lines may name its columns otherwise
 };
-constexpr unsigned int WyFlagCount = 8;
+constexpr unsigned int WyFlagCount = 9;
 const char* WyFlagName(unsigned int uBit);
 
 struct WyRawRecord {
