@@ -252,6 +252,29 @@ TEST_F(Commands, ColumnsHaveTheNamesOfTheLastHeaderLinesBeforeThem) {
   EXPECT_NE(Run("log -q --where Rule==alice -n 1 --scan long.log").strOut, "");
 }
 
+// Six records of 6 MB, one in each log, and memory for three of them: only the one whose turn it is
+// is kept.
+TEST_F(Commands, LongRecordsOfSeveralLogsAreInMemoryOneByOne) {
+  if (test_support::IsSanitized) GTEST_SKIP() << "sanitizers need more address space";
+  std::string strFirst, strLong, strLast;
+  for (char c = 'a'; c < 'g'; ++c) {
+    const std::string strSecond = std::to_string(6 - (c - 'a'));
+    const std::string strText = Line("17:00:0" + strSecond, "[INFO] " + std::string(6'000'000, c));
+    m_folder.Write(std::string(1, c) + ".long.log",
+                   Line("17:00:00", "[INFO] first") + strText + Line("17:00:09", "[INFO] last"));
+    strFirst += Line("17:00:00", "[INFO] first");
+    strLong.insert(0, strText);
+    strLast += Line("17:00:09", "[INFO] last");
+  }
+  for (const char* const pszLines : {"", "-n 18"}) {
+    const ProgramResult result =
+        RunProgram(m_folder.Path(""), std::string("ulimit -v 45000 && \"$WYLOGCTL\" log -q ") +
+                                          pszLines + " [a-f].long.log");
+    EXPECT_EQ(result.iExit, 0) << result.strError;
+    EXPECT_TRUE(result.strOut == strFirst + strLong + strLast) << result.strOut.size() << " bytes";
+  }
+}
+
 TEST_F(Commands, FilterAndMergeCommute) {
   const std::string strMerged = Run("log -q -o json --tid 11 error.log trace.log audit.log").strOut;
   std::string strExpected;

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <csignal>
 #include <sstream>
+#include <utility>
 
 #include "wyerrlog/WyErrLogConfig.h"
 
@@ -16,6 +17,9 @@ namespace {
 constexpr WyCivil UsualSlack = 10'000;
 constexpr WyCivil SetBackSlack = 2 * 3600'000;
 constexpr std::uint64_t ProgressStep = 4096;
+// Of several logs only the one whose turn it is has more in memory: its record is long, or the one
+// behind it, which shows where it ends.
+constexpr std::size_t LargestBuffer = std::size_t{1} << 20;
 
 volatile std::sig_atomic_t s_bInterrupted = 0;
 void Interrupt(int) { s_bInterrupted = 1; }
@@ -235,17 +239,37 @@ void CWyLogInput::Consider(Stream& stream) {
 }
 
 bool CWyLogInput::FillHead(Stream& stream) {
-  while (!stream.bHead && stream.pReader->Next(stream.record)) Consider(stream);
-  return stream.bHead;
+  const auto isLarge = [&] {
+    return m_streams.size() > 1 && stream.pReader->BufferSize() > LargestBuffer;
+  };
+  while (!stream.bHead) {
+    if (isLarge()) stream.pReader->FreeLast();
+    if (!stream.pReader->Next(stream.record)) return false;
+    Consider(stream);
+  }
+  if (!stream.bAside && isLarge()) stream.bAside = stream.pReader->SetAside(stream.record);
+  return true;
+}
+
+// Whether the record that is next in all logs can be delivered.
+bool CWyLogInput::TakeHead() {
+  if (!std::exchange(m_pTaken->bAside, false) || m_pTaken->pReader->ReadAgain(m_pTaken->record)) {
+    return true;
+  }
+  m_context.Warning(m_pTaken->pReader->Chain().Path() +
+                    ": a record has changed while it was read, and is left out");
+  return false;
 }
 
 const WyRecord* CWyLogInput::Next() {
-  if (m_pTaken != nullptr) m_pTaken->bHead = false;
-  m_pTaken = nullptr;
-  for (Stream& stream : m_streams) {
-    if (!FillHead(stream)) continue;
-    if (m_pTaken == nullptr || stream.order < m_pTaken->order) m_pTaken = &stream;
-  }
+  do {
+    if (m_pTaken != nullptr) m_pTaken->bHead = false;
+    m_pTaken = nullptr;
+    for (Stream& stream : m_streams) {
+      if (!FillHead(stream)) continue;
+      if (m_pTaken == nullptr || stream.order < m_pTaken->order) m_pTaken = &stream;
+    }
+  } while (m_pTaken != nullptr && !TakeHead());
   return m_pTaken != nullptr ? &m_pTaken->record : nullptr;
 }
 

@@ -51,6 +51,7 @@ class CWyLogInput {
     WyCivil order = WyNoTime;
     bool bHead = false;     // `record` is the next one of this log
     bool bStopped = false;  // by --until, at `record`
+    bool bAside = false;    // `record` is to be read again: its texts are gone
   };
 
   // Opens the logs. Returns false, with the error reported, if nothing can be read or an option is
@@ -86,6 +87,7 @@ class CWyLogInput {
  private:
   bool SetShape(const WyInputOptions& options);
   bool FillHead(Stream& stream);
+  bool TakeHead();
   void Consider(Stream& stream);
   void CountFlags(const WyRecord& record);
   WyCivil Slack(WyCivil time) const;
