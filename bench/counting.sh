@@ -1,3 +1,4 @@
+# shellcheck shell=bash
 # Exact counts of what one record of this library costs: system calls, allocations, user instructions. A
 # script sources this file after scripts/common.sh, sets `bin` to the folder of the benchmarks' programs and
 # `files` to an empty folder. No count depends on the machine's load or on the time.
