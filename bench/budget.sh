@@ -1,11 +1,11 @@
 #!/usr/bin/env bash
 # Counts the costs of one record of this library: system calls, allocations and user instructions; and the
-# memory of each further thread that traces. Fails if a count is above the one in bench/budget.txt. No count
-# depends on the machine's load or on the time.
+# memory of each further thread that traces. Fails if a count is above the one in bench/budget.txt.
 #
 #   bench/budget.sh [BUILD_DIRECTORY]            compare (default: build/release)
 #   bench/budget.sh --update [BUILD_DIRECTORY]   write bench/budget.txt again
 source "$(dirname "${BASH_SOURCE[0]}")/../scripts/common.sh"
+source bench/counting.sh
 
 budget=bench/budget.txt
 update=no
@@ -18,50 +18,6 @@ bin=$(realpath "${1:-$(build_directory release)}")/bench/bin
 
 files=$(mktemp -d)
 trap 'rm -rf "$files"' EXIT
-
-# ---- Counting -------------------------------------------------------------------------------------
-# Each function counts for a whole run: count_X CASE FILE_KIND RECORDS THREADS.
-
-# run CASE FILE_KIND RECORDS THREADS [TOOL...]: runs the program under a tool, in an empty environment, with
-# clocks that depend on the number of records alone.
-run() {
-  local arguments=("$1" "$2" "$files/log" "$3" "$4" 100)
-  rm -f "$files"/log*
-  env -i LC_ALL=C PATH="$PATH" LD_PRELOAD="$bin/libsteady_clock.so" "${@:5}" "$bin/compare_wyerrlog" "${arguments[@]}" \
-    >/dev/null 2>"$files/errors" || fail "$1: $(<"$files/errors")"
-}
-
-count_calls() {
-  run "$@" strace -f -c -U calls,name -o "$files/count"
-  awk '$2 == "total" { print $1 }' "$files/count"
-}
-
-count_instructions() {
-  run "$@" valgrind --tool=callgrind --callgrind-out-file="$files/count"
-  awk '$1 == "totals:" { print $2 }' "$files/count"
-}
-
-count_allocations() {
-  run "$@" env LD_PRELOAD="$bin/libsteady_clock.so:$bin/libcount_allocations.so"
-  awk '{ print $1 }' "$files/errors"
-}
-
-count_peak_bytes() {
-  run "$@" env LD_PRELOAD="$bin/libsteady_clock.so:$bin/libcount_allocations.so"
-  awk '{ print $2 }' "$files/errors"
-}
-
-# per_record COUNTER CASE FILE_KIND: prints the count per record. It is the difference of two runs, so that
-# the program's start and end are not included.
-per_record() {
-  local records=1000 few many
-  few=$($1 "$2" "$3" "$records" 1)
-  many=$($1 "$2" "$3" $((2 * records)) 1)
-  awk -v few="$few" -v many="$many" -v records="$records" 'BEGIN {
-    each = (many - few) / records
-    print each < 0 ? 0 : each
-  }'
-}
 
 # The library allocates the trace records of threads in blocks of thirty.
 per_thread_bytes() {

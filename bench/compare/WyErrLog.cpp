@@ -1,6 +1,6 @@
 // This library, in all cases of the comparison.
 
-#include "bench/compare/Contestant.h"
+#include "bench/compare/WyCases.h"
 #include "bench/support/AgentHost.h"
 #include "wyerrlog/WyLog.h"
 
@@ -8,25 +8,7 @@ namespace compare {
 
 namespace {
 
-static_assert(static_cast<int>(FileKind::Plain) == WyFileMode::Append);
-static_assert(static_cast<int>(FileKind::LimitedAppend) == WyFileMode::AppendRollBySize);
-static_assert(static_cast<int>(FileKind::LimitedBackup) == WyFileMode::RollAtOpenAndBySize);
-
 using bench::Check;
-
-CWyLogOutput* NewFile(const Workload& workload) {
-  constexpr int MaxBackups = 5;
-  return theLogger()->NewLogOutput(WyOutputType::File, workload.strPath.c_str(),
-                                   static_cast<int>(workload.fileKind), SizeLimit, MaxBackups);
-}
-
-// Calls `logOne`, which returns false on failure, for each record.
-template <typename LogOne>
-void LogEach(const Records& records, LogOne logOne) {
-  for (const Record& record : records) {
-    if (!logOne(record)) throw std::runtime_error("a record was not written");
-  }
-}
 
 // Logs messages. `format` appends a record's text to the prolog of a message.
 template <auto format>
@@ -151,7 +133,7 @@ std::unique_ptr<Contestant> NewContestant(const Workload& workload) {
       strCase[5] <= '3') {
     return std::make_unique<Trace>(workload, strCase[5] - '0', bench::SevenFields);
   }
-  return nullptr;
+  return NewFeature(workload);
 }
 
 }  // namespace compare

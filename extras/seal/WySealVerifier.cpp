@@ -69,6 +69,7 @@ class CWySealVerification {
   uint64_t m_uFileBefore = 0;
   std::optional<WySealPublicKey> m_publicKey;  // at the end of the file before
   uint64_t m_uRetired = 0;
+  uint64_t m_uRenewed = 0;  // the first file of the newest key that the files name
 };
 
 CWySealVerifier::CWySealVerifier(std::function<void(const WySealFinding&)> onFinding)
@@ -184,7 +185,12 @@ void CWySealVerification::CheckFile(File& file) {
   if (bTwice) {
     return Report({WySealKind::Twice, file.strPath, 0, uFile, uFile, "the file's number"});
   }
-  if (const WySealNamedKey* const pKey = KeyFor(uFile, false)) return CheckBySecret(file, *pKey);
+  const WySealNamedKey* const pKey = KeyFor(uFile, false);
+  if (pKey != nullptr && pKey->uFile < m_uRenewed) {
+    return Report({WySealKind::NoKey, file.strPath, 0, uFile, uFile,
+                   "the key was renewed before this file, and the new one was not given"});
+  }
+  if (pKey != nullptr) return CheckBySecret(file, *pKey);
   if (KeyFor(uFile, true) != nullptr) return CheckBySignature(file);
   Report({WySealKind::NoKey, file.strPath, 0, uFile, uFile,
           "the keys that were given begin with a later file"});
@@ -238,6 +244,7 @@ void CWySealVerification::Count(File& file, const WySealFileResult& result) {
   m_summary.signedThrough = std::max(m_summary.signedThrough, result.uSignedThrough);
   m_summary.lastTag = WySealEncode(result.lastTag.data(), result.lastTag.size());
   m_uRetired = std::max(m_uRetired, result.uRetired);
+  if (result.bRenewed) m_uRenewed = file.head.uFile + 1;
   file.result = result;
 }
 
@@ -289,6 +296,10 @@ void CWySealVerification::CheckAnchors() {
   for (const auto& [uSeq, anchor] : m_anchors) {
     const std::string strWhich = anchor.bState ? "the state" : "the anchor";
     if (anchor.bMet) continue;
+    // No key was given for the last file, which was reported.
+    if (uSeq > m_summary.lastRecord && !m_files.empty() && m_files.back().result.uNext == 0) {
+      continue;
+    }
     if (uSeq > m_summary.lastRecord) {
       Report({WySealKind::EndMissing, strPath, 0, m_summary.lastRecord + 1, uSeq,
               strWhich + " is of a later record"});

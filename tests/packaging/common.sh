@@ -125,6 +125,37 @@ with_pkg_config() (
     fail "pkg-config reports another version than the header"
 )
 
+# with_optional_libraries SCRATCH PREFIX: the libraries for the journal and for sealed logs, each found by CMake
+# and by pkg-config. Leaves out those that are not installed.
+with_optional_libraries() (
+  local libraries library
+  libraries=$(library_folder "$2")
+  export PKG_CONFIG_PATH=$libraries/pkgconfig LD_LIBRARY_PATH=$libraries
+  new_project "$1" optional
+  cp "$source_tree/tests/journal/journal_records.cpp" .
+  for library in journal seal; do
+    [[ -e $libraries/libwyerrlog_$library.so ]] || continue
+    { cmake -S . -B "$library" -DCMAKE_PREFIX_PATH="$2" -DLIBRARY="$library" &&
+      cmake --build "$library"; } >"$library.log" 2>&1 || fail "$(<"$library.log")"
+    # shellcheck disable=SC2046  # words on purpose
+    "${CXX:-c++}" -std=c++17 $(pkg-config --cflags "wyerrlog_$library") "${library}_records.cpp" \
+      -o "$library/with_pkg_config" $(pkg-config --libs "wyerrlog_$library") || fail "no program with pkg-config"
+    for program in "$library/records" "$library/with_pkg_config"; do
+      "${library}_records_arrive" "$PWD/$program" || fail "$program: exit code $?"
+    done
+  done
+)
+
+# Namespaces in which the test can take the journal's place are not allowed everywhere: exit code 77.
+journal_records_arrive() {
+  python3 "$source_tree/tests/journal/journal_test.py" socket "$1" || (($? == 77))
+}
+
+seal_records_arrive() {
+  mkdir "$1.folder"
+  "$1" "$1.folder"
+}
+
 # with_add_subdirectory SCRATCH: the library's tests, tools and components are not built.
 with_add_subdirectory() (
   new_project "$1" add_subdirectory

@@ -15,6 +15,7 @@ found=$(ldd "$(library_folder "$prefix")/libwyerrlog.so")
 with_find_package "$scratch" "$prefix"
 with_messages "$scratch" "$prefix"
 with_pkg_config "$scratch" "$prefix"
+with_optional_libraries "$scratch" "$prefix"
 if [[ -e $prefix/share/java/wyerrlog.jar ]]; then
   with_java "$scratch" "$prefix" "$(library_folder "$prefix")"
   with_maven "$scratch" "$prefix" "$(library_folder "$prefix")"

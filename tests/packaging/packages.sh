@@ -38,6 +38,7 @@ export LD_LIBRARY_PATH=$libraries PKG_CONFIG_SYSROOT_DIR=$root
 with_find_package "$scratch" "$root/usr"
 with_messages "$scratch" "$root/usr"
 with_pkg_config "$scratch" "$root/usr"
+with_optional_libraries "$scratch" "$root/usr"
 if [[ -e $root/usr/share/java/wyerrlog.jar ]]; then
   with_java "$scratch" "$root/usr" "$libraries/jni"
   with_maven "$scratch" "$root/usr" "$libraries/jni"

@@ -50,6 +50,24 @@ expect 1 '"finding":"changed"' seal verify --key "$key" -o json audit.log
 head -n 5 audit.log >cut && mv cut audit.log
 expect 1 'end-missing' seal verify --key "$key" --state keys audit.log
 
+# Another key from the second file on, and a log whose first files the retention has deleted.
+long=$(head -c 1048576 /dev/zero | tr '\0' x)
+first=$(seal create --keys two -q | sed 's/.*: *//')
+if seal append --keys two two.log 2>errors <<<"${long}x"; then fail "a text of more than 1 MiB"; fi
+grep -q 'Message too long' errors || fail "printed $(<errors)"
+seal append --keys two two.log <<<"$long"
+second=$(seal renew --keys two -q | sed 's/.*: *//')
+seal append --keys two two.log <<<"with the new key"
+expect 0 'intact: 2 files' seal verify --key "$first" --key "$second" --state two two.log
+expect 1 'no-key 2: the key was renewed' seal verify --key "$first" --state two two.log
+expect 1 'no-key 1' seal verify --key "$second" two.log
+expect 1 'missing-file 1' seal verify --key "$second" --alone two.log
+mkdir two_20991231_235959.log
+expect 2 'unreadable' seal verify --key "$first" --key "$second" two.log
+rmdir two_20991231_235959.log
+seq 100000 170000 | seal append --keys two --max-size 1 --backups 1 two.log
+expect 0 'retired 1..' seal verify --key "$first" --key "$second" --state two two.log
+
 expect 2 'wyseal-key-1-' seal verify --key nonsense audit.log
 expect 2 'No such file' seal verify --key "$key" nowhere.log
 expect 2 '--key KEY is missing' seal verify audit.log

@@ -226,22 +226,52 @@ TEST_F(Commands, RawOutputsJoinedAreTheFiles) {
 // the columns their names if there are others between.
 TEST_F(Commands, ColumnsHaveTheNamesOfTheLastHeaderLinesBeforeThem) {
   std::string strLog;
+  const std::string strFill = std::string(150, 'x') + " is done]\n";
   for (const char* const pszField : {"User", "Rule"}) {
     strLog += std::string("[Date][Time][") + pszField + "][Message]\n[====][====][====][=======]\n";
     for (int i = 0; i < 60'000; ++i) {
       const std::string strSecond = std::to_string(10 + i / 1200);
       strLog += "[11/16/2026][" + std::string(*pszField == 'U' ? "17" : "18") + ":00:" + strSecond +
-                "][alice][Request " + std::to_string(i) + " is done]\n";
+                "][alice][Request " + std::to_string(i) + strFill;
     }
   }
   m_folder.Write("long.log", strLog);
-  const std::string strLast = "[11/16/2026][18:00:59][alice][Request 59999 is done]\n";
+  const std::string strLast = "[11/16/2026][18:00:59][alice][Request 59999" + strFill;
   EXPECT_EQ(Run("log -q -n 1 long.log").strOut, strLast);
   EXPECT_EQ(Run("log -q --since 2026-11-16T18:00:59 long.log | tail -n 1").strOut, strLast);
   for (const char* const pszSearch : {"-n 1", "--since 2026-11-16T18:00:59"}) {
-    const std::string strOut = Run(std::string("log -q -o json long.log ") + pszSearch).strOut;
+    const std::string strNear = std::string("log -o json long.log ") + pszSearch;
+    const ProgramResult assumed = Run(strNear);
+    EXPECT_NE(assumed.strOut.find(R"("flags":["names-assumed"])"), std::string::npos) << pszSearch;
+    EXPECT_NE(assumed.strError.find("--scan searches the whole file"), std::string::npos);
+    const std::string strOut = Run(strNear + " --scan").strOut;
     EXPECT_NE(strOut.find("\"Rule\":\"alice\""), std::string::npos) << pszSearch;
     EXPECT_EQ(strOut.find("\"User\""), std::string::npos) << pszSearch;
+    EXPECT_EQ(strOut.find("assumed"), std::string::npos) << pszSearch;
+  }
+  EXPECT_NE(Run("log -q --where Rule==alice -n 1 --scan long.log").strOut, "");
+}
+
+// Six records of 6 MB, one in each log, and memory for three of them: only the one whose turn it is
+// is kept.
+TEST_F(Commands, LongRecordsOfSeveralLogsAreInMemoryOneByOne) {
+  if (test_support::IsSanitized) GTEST_SKIP() << "sanitizers need more address space";
+  std::string strFirst, strLong, strLast;
+  for (char c = 'a'; c < 'g'; ++c) {
+    const std::string strSecond = std::to_string(6 - (c - 'a'));
+    const std::string strText = Line("17:00:0" + strSecond, "[INFO] " + std::string(6'000'000, c));
+    m_folder.Write(std::string(1, c) + ".long.log",
+                   Line("17:00:00", "[INFO] first") + strText + Line("17:00:09", "[INFO] last"));
+    strFirst += Line("17:00:00", "[INFO] first");
+    strLong.insert(0, strText);
+    strLast += Line("17:00:09", "[INFO] last");
+  }
+  for (const char* const pszLines : {"", "-n 18"}) {
+    const ProgramResult result =
+        RunProgram(m_folder.Path(""), std::string("ulimit -v 45000 && \"$WYLOGCTL\" log -q ") +
+                                          pszLines + " [a-f].long.log");
+    EXPECT_EQ(result.iExit, 0) << result.strError;
+    EXPECT_TRUE(result.strOut == strFirst + strLong + strLast) << result.strOut.size() << " bytes";
   }
 }
 
@@ -286,19 +316,31 @@ TEST_F(Commands, TheLastHourIsWholeWhereClocksWereChanged) {
                  "[7/11][Sun Mar 29 2026 03:10:00][a][INFO] summer\n"
                  "[7/11][Sun Oct 25 2026 01:20:00][a][INFO] October\n"
                  "[7/11][Sun Oct 25 2026 02:40:00][a][INFO] first\n"
-                 "[7/11][Sun Oct 25 2026 02:10:00][a][INFO] second\n");
-  const auto lastHour = [this](const std::string& strUtc) {
-    return RunProgram(m_folder.Path(""), "TZ=UTC faketime '" + strUtc +
-                                             "' env TZ=Europe/Berlin \"$WYLOGCTL\" log -q -o json "
-                                             "--since -1h dst.log")
+                 "[7/11][Sun Oct 25 2026 02:10:00][a][INFO] second\n"
+                 "[7/11][Sun Oct 25 2026 03:10:00][a][INFO] winter again\n");
+  const auto at = [this](const std::string& strUtc, const std::string& strFilter) {
+    return RunProgram(m_folder.Path(""),
+                      "TZ=UTC faketime '" + strUtc +
+                          "' env TZ=Europe/Berlin \"$WYLOGCTL\" log -q -o json " + strFilter +
+                          " dst.log")
         .strOut;
   };
+  const auto lastHour = [&](const std::string& strUtc) { return at(strUtc, "--since -1h"); };
   const std::string strSpring = lastHour("2026-03-29 01:30:00");
   const std::string strAutumn = lastHour("2026-10-25 01:30:00");
   ExpectInOrder(strSpring, {"T00:45:00Z", "winter", "T01:10:00Z", "summer"}, "spring");
   ExpectInOrder(strAutumn, {"\"utc\":null", "first", "\"utc\":null", "second"}, "autumn");
   EXPECT_EQ(strSpring.find("March"), std::string::npos) << "earlier than the last hour";
   EXPECT_EQ(strAutumn.find("October"), std::string::npos) << "earlier than the last hour";
+  // In the second of the two hours the first is over; in the first one the second is still to come.
+  for (const char* const pszUntil : {"--until now", "--until -2m"}) {
+    const std::string strUntil = at("2026-10-25 01:12:30", pszUntil);
+    ExpectInOrder(strUntil, {"October", "first", "second"}, pszUntil);
+    EXPECT_EQ(strUntil.find("again"), std::string::npos) << pszUntil;
+  }
+  const std::string strSince = at("2026-10-25 00:30:00", "--since now");
+  ExpectInOrder(strSince, {"first", "second", "again"}, "since");
+  EXPECT_EQ(strSince.find("October"), std::string::npos);
 }
 
 TEST_F(Commands, ManifestsOfAnotherFormatAreRefused) {

@@ -69,6 +69,19 @@ bool CWyChainReader::Next(WyRecord& record) {
   return false;
 }
 
+bool CWyChainReader::ReadAgain(WyRecord& record) {
+  const std::uint64_t uOffset = record.raw.uOffset;
+  const unsigned int uFlags = record.uFlags;
+  WyRawRecord raw;
+  const bool bRead =
+      TakeNext(record) ||
+      (m_pCurrent->bComplete ? TakeLast(record)
+                             : m_pCurrent->pReader->TakeWholeLines(raw) && Deliver(raw, record));
+  // What the record before it has shown is not known any more.
+  record.uFlags |= uFlags;
+  return bRead && record.raw.uOffset == uOffset;
+}
+
 bool CWyChainReader::TakeNext(WyRecord& record) {
   WyRawRecord raw;
   return m_pCurrent->pReader->Next(raw) && Deliver(raw, record);
@@ -85,6 +98,7 @@ bool CWyChainReader::TakeLast(WyRecord& record) {
 void CWyChainReader::Finish() {
   if (m_pCurrent->bFinished) return;
   m_pCurrent->bFinished = true;
+  FreeLast();
   const CWyRecordReader& reader = *m_pCurrent->pReader;
   const std::string& strPath = m_pCurrent->file.strPath;
   if (reader.Failed()) m_context.Error(strPath + ": " + m_pCurrent->pSource->Error());

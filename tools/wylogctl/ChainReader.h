@@ -48,6 +48,16 @@ class CWyChainReader {
   // The next record. Returns false at the end; when following, at the end of what there is now.
   bool Next(WyRecord& record);
 
+  // Frees the memory of the record that Next has returned last, if its file can be read again from
+  // there. ReadAgain returns the record once more; false if the file has lost it since.
+  bool SetAside(const WyRecord& record) { return m_pCurrent->pReader->TakeBack(record.raw); }
+  bool ReadAgain(WyRecord& record);
+  // Frees it when nothing of the record is needed any more.
+  void FreeLast() {
+    if (m_pCurrent) m_pCurrent->pReader->FreeLast();
+  }
+  std::size_t BufferSize() const { return m_pCurrent ? m_pCurrent->pReader->BufferSize() : 0; }
+
   // No more records are wanted: what is later than the user asked for.
   void Stop() { m_bEnded = true; }
   bool HasEnded() const { return m_bEnded; }

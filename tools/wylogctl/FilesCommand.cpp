@@ -33,7 +33,7 @@ int RunFiles(CWyContext& context, const WyInputOptions& options) {
   bool bAny = false;
   for (auto& stream : input.Streams()) {
     const auto& files = stream.pReader->Files();
-    const CWyPlaces places(files, input.GivenShape(), true);
+    const CWyPlaces places(files, input.GivenShape(), WyTitleSearch::Whole);
     for (std::size_t i = 0; i < files.size(); ++i) {
       const auto pShape = places.ShapeAt(i, files[i].uSize);
       if (pShape == nullptr && files[i].uSize > 0) {

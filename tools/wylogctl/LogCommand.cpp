@@ -6,6 +6,7 @@
 
 #include <unistd.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <deque>
 #include <memory>
@@ -19,6 +20,7 @@ namespace {
 
 constexpr useconds_t PollMicroseconds = 50'000;
 constexpr std::size_t LastWhenFollowing = 10;
+constexpr std::size_t LongRecord = std::size_t{1} << 18;
 
 struct WyLogOptions {
   WyInputOptions input;
@@ -28,9 +30,11 @@ struct WyLogOptions {
   bool bAdvice = false;
 };
 
-// A record that outlives its reader's buffer.
+// A record that outlives its reader's buffer. A long one is kept in a file.
 struct KeptRecord {
   std::string strText;
+  std::optional<long> lPlace;  // in the file
+  std::size_t uSize = 0;
   std::string strFile;
   WyRawRecord raw;
   std::shared_ptr<const WyLogShape> pShape;
@@ -50,6 +54,8 @@ class CWyLogRun {
   void Show(const WyRecord& record);
   bool IsEarly(const WyRecord& record);
   void Keep(const WyRecord& record);
+  void KeepText(KeptRecord& kept, std::string_view text);
+  bool ReadText(KeptRecord& kept);
   void ShowKept();
   void ReadAll();
   bool SaveCursor();
@@ -61,6 +67,7 @@ class CWyLogRun {
   CWyTranslator m_translator;
   std::unique_ptr<CWyRecordWriter> m_pWriter;
   std::deque<KeptRecord> m_kept;
+  std::unique_ptr<std::FILE, int (*)(std::FILE*)> m_pLong{nullptr, std::fclose};
   std::optional<std::size_t> m_uLast;
   std::optional<std::size_t> m_uEarly;  // until all old records were read
   std::uint64_t m_uShown = 0;
@@ -118,7 +125,8 @@ void CWyLogRun::StartAtCursor() {
     if (reader.Chain().IsStandardInput() || reader.Files().empty()) continue;
     WyPlace place = m_cursor.Find(m_context, reader.Chain(), reader.Files());
     if (place.uOffset > 0) {
-      place.pShape = m_input.PlacesOf(stream).ShapeAt(place.uFile, place.uOffset);
+      place.pShape =
+          m_input.PlacesOf(stream, WyTitleSearch::Whole).ShapeAt(place.uFile, place.uOffset);
     }
     reader.StartAt(std::move(place));
   }
@@ -138,6 +146,32 @@ bool CWyLogRun::IsEarly(const WyRecord& record) {
   return true;
 }
 
+void CWyLogRun::KeepText(KeptRecord& kept, std::string_view text) {
+  kept.lPlace.reset();
+  kept.uSize = text.size();
+  if (text.size() > LongRecord) {
+    if (m_pLong == nullptr) m_pLong.reset(std::tmpfile());
+    const bool bFile = m_pLong != nullptr && std::fseek(m_pLong.get(), 0, SEEK_END) == 0;
+    const long lPlace = bFile ? std::ftell(m_pLong.get()) : -1;
+    if (bFile && std::fwrite(text.data(), 1, text.size(), m_pLong.get()) == text.size()) {
+      kept.lPlace = lPlace;
+      return;
+    }
+  }
+  kept.strText.assign(text);
+}
+
+bool CWyLogRun::ReadText(KeptRecord& kept) {
+  if (!kept.lPlace) return true;
+  kept.strText.resize(kept.uSize);
+  if (std::fseek(m_pLong.get(), *kept.lPlace, SEEK_SET) == 0 &&
+      std::fread(kept.strText.data(), 1, kept.uSize, m_pLong.get()) == kept.uSize) {
+    return true;
+  }
+  m_context.Error(kept.strFile + ": a long record cannot be read back from the temporary file");
+  return false;
+}
+
 void CWyLogRun::Keep(const WyRecord& record) {
   if (record.raw.bTitles || *m_uLast == 0) return;
   KeptRecord kept;
@@ -145,7 +179,7 @@ void CWyLogRun::Keep(const WyRecord& record) {
     kept = std::move(m_kept.front());  // for its buffers
     m_kept.pop_front();
   }
-  kept.strText.assign(record.raw.text);
+  KeepText(kept, record.raw.text);
   kept.strFile.assign(record.file);
   kept.raw = record.raw;
   if (kept.pShape == nullptr || kept.pShape->kind != record.raw.pShape->kind ||
@@ -159,12 +193,15 @@ void CWyLogRun::ShowKept() {
   CWyRecordParser parser;
   WyRecord record;
   for (KeptRecord& kept : m_kept) {
+    if (!ReadText(kept)) continue;
     kept.raw.text = kept.strText;
     kept.raw.pShape = kept.pShape.get();
     parser.Parse(kept.raw, record);
     record.file = kept.strFile;
     Show(record);
+    std::string().swap(kept.strText);  // an assignment would keep its memory
   }
+  m_pLong.reset();
   m_kept.clear();
   m_uLast.reset();
 }

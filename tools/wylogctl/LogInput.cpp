@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <csignal>
 #include <sstream>
+#include <utility>
 
 #include "wyerrlog/WyErrLogConfig.h"
 
@@ -16,6 +17,9 @@ namespace {
 constexpr WyCivil UsualSlack = 10'000;
 constexpr WyCivil SetBackSlack = 7200'000;
 constexpr std::uint64_t ProgressStep = 4096;
+// Of several logs only the one whose turn it is has more in memory: its record is long, or the one
+// behind it, which shows where it ends.
+constexpr std::size_t LargestBuffer = std::size_t{1} << 20;
 
 volatile std::sig_atomic_t s_bInterrupted = 0;
 void Interrupt(int) { s_bInterrupted = 1; }
@@ -124,6 +128,8 @@ bool CWyLogInput::Open(const WyInputOptions& options) {
   m_bZoneGiven = options.strZone != "local";
   m_bScan = options.bScan;
   m_bRaw = options.bRaw;
+  // Who follows a log pays for the search once.
+  if (options.bScan || options.bFollow) m_search = WyTitleSearch::Whole;
   if (!SetShape(options) || !m_query.Set(m_context, options.query, m_zone, m_manifests)) {
     return false;
   }
@@ -153,12 +159,24 @@ void CWyLogInput::SeekSince() {
   if (!m_query.Since() || m_bScan) return;
   for (Stream& stream : m_streams) {
     if (stream.pReader->Chain().IsStandardInput() || stream.pReader->Files().empty()) continue;
-    stream.pReader->StartAt(PlacesOf(stream).Since(*m_query.Since(), Slack(*m_query.Since())));
+    Start(stream, PlacesOf(stream, m_search).Since(*m_query.Since(), Slack(*m_query.Since())));
   }
 }
 
-CWyPlaces CWyLogInput::PlacesOf(const Stream& stream) const {
-  return {stream.pReader->Files(), m_pShape, !m_bRaw || m_query.NamesColumns()};
+CWyPlaces CWyLogInput::PlacesOf(const Stream& stream, WyTitleSearch search) const {
+  const bool bNames = !m_bRaw || m_query.NamesColumns();
+  return {stream.pReader->Files(), m_pShape, bNames ? search : WyTitleSearch::Ignored};
+}
+
+// Begins a log at the place that was searched for.
+void CWyLogInput::Start(Stream& stream, WyPlace place) {
+  if (place.pShape != nullptr && place.pShape->bAssumed) {
+    m_context.NoteOnce(
+        stream.pReader->Chain().Path() +
+        ": the columns' names are those of its first header lines, because there are none in the"
+        " 8 MiB before the records shown; --scan searches the whole file");
+  }
+  stream.pReader->StartAt(std::move(place));
 }
 
 std::optional<std::size_t> CWyLogInput::SeekLast(std::size_t uCount) {
@@ -169,9 +187,10 @@ std::optional<std::size_t> CWyLogInput::SeekLast(std::size_t uCount) {
   for (Stream& stream : m_streams) {
     if (stream.pReader->Chain().IsStandardInput()) bKnown = false;
     if (stream.pReader->Chain().IsStandardInput() || stream.pReader->Files().empty()) continue;
-    CWyPlaces::LastPlace last = PlacesOf(stream).Last(std::max<std::size_t>(uCount, 1), matches);
+    CWyPlaces::LastPlace last =
+        PlacesOf(stream, m_search).Last(std::max<std::size_t>(uCount, 1), matches);
     uEarly = last.uFound - std::min(last.uFound, uCount);
-    stream.pReader->StartAt(std::move(last.place));
+    Start(stream, std::move(last.place));
   }
   return bKnown ? std::optional(uEarly) : std::nullopt;
 }
@@ -220,17 +239,37 @@ void CWyLogInput::Consider(Stream& stream) {
 }
 
 bool CWyLogInput::FillHead(Stream& stream) {
-  while (!stream.bHead && stream.pReader->Next(stream.record)) Consider(stream);
-  return stream.bHead;
+  const auto isLarge = [&] {
+    return m_streams.size() > 1 && stream.pReader->BufferSize() > LargestBuffer;
+  };
+  while (!stream.bHead) {
+    if (isLarge()) stream.pReader->FreeLast();
+    if (!stream.pReader->Next(stream.record)) return false;
+    Consider(stream);
+  }
+  if (!stream.bAside && isLarge()) stream.bAside = stream.pReader->SetAside(stream.record);
+  return true;
+}
+
+// Whether the record that is next in all logs can be delivered.
+bool CWyLogInput::TakeHead() {
+  if (!std::exchange(m_pTaken->bAside, false) || m_pTaken->pReader->ReadAgain(m_pTaken->record)) {
+    return true;
+  }
+  m_context.Warning(m_pTaken->pReader->Chain().Path() +
+                    ": a record has changed while it was read, and is left out");
+  return false;
 }
 
 const WyRecord* CWyLogInput::Next() {
-  if (m_pTaken != nullptr) m_pTaken->bHead = false;
-  m_pTaken = nullptr;
-  for (Stream& stream : m_streams) {
-    if (!FillHead(stream)) continue;
-    if (m_pTaken == nullptr || stream.order < m_pTaken->order) m_pTaken = &stream;
-  }
+  do {
+    if (m_pTaken != nullptr) m_pTaken->bHead = false;
+    m_pTaken = nullptr;
+    for (Stream& stream : m_streams) {
+      if (!FillHead(stream)) continue;
+      if (m_pTaken == nullptr || stream.order < m_pTaken->order) m_pTaken = &stream;
+    }
+  } while (m_pTaken != nullptr && !TakeHead());
   return m_pTaken != nullptr ? &m_pTaken->record : nullptr;
 }
 

@@ -51,6 +51,7 @@ class CWyLogInput {
     WyCivil order = WyNoTime;
     bool bHead = false;     // `record` is the next one of this log
     bool bStopped = false;  // by --until, at `record`
+    bool bAside = false;    // `record` is to be read again: its texts are gone
   };
 
   // Opens the logs. Returns false, with the error reported, if nothing can be read or an option is
@@ -64,7 +65,7 @@ class CWyLogInput {
   std::optional<std::size_t> SeekLast(std::size_t uCount);
 
   // The places in a log.
-  CWyPlaces PlacesOf(const Stream& stream) const;
+  CWyPlaces PlacesOf(const Stream& stream, WyTitleSearch search) const;
 
   // The next record that matches, valid until the next call; null at the end, or at the end of what
   // there is now. Header lines are records too, when there are no filters.
@@ -86,9 +87,11 @@ class CWyLogInput {
  private:
   bool SetShape(const WyInputOptions& options);
   bool FillHead(Stream& stream);
+  bool TakeHead();
   void Consider(Stream& stream);
   void CountFlags(const WyRecord& record);
   WyCivil Slack(WyCivil time) const;
+  void Start(Stream& stream, WyPlace place);
 
   CWyContext& m_context;
   CWyZone m_zone;
@@ -101,6 +104,7 @@ class CWyLogInput {
   std::uint64_t m_uRecords = 0;
   std::uint64_t m_auFlags[WyFlagCount] = {};
   bool m_bScan = false;
+  WyTitleSearch m_search = WyTitleSearch::Near;
   bool m_bRaw = false;
   bool m_bZoneGiven = false;
 };

@@ -24,7 +24,8 @@ struct WyColumn {
 
 struct WyLogShape {
   WyLogFormat kind = WyLogFormat::Audit;
-  bool bTimed = false;  // audit: records begin with "[Mon Nov 16 2026 17:16:13]"
+  bool bAssumed = false;  // the columns' names are those of the file's first header lines
+  bool bTimed = false;    // audit: records begin with "[Mon Nov 16 2026 17:16:13]"
   std::vector<WyColumn> columns;
   std::string strSeparator;
   std::size_t uLeading = 0;  // how many of the first columns have a form of their own

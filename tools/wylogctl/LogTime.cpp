@@ -18,6 +18,8 @@ namespace {
 
 constexpr std::int64_t Second = 1000;
 constexpr std::int64_t Day = 86400 * Second;
+constexpr std::int64_t Minute = 60;                    // seconds
+constexpr std::int64_t LongestSetBack = 180 * Minute;  // three hours, in Antarctica
 
 int Two(const char* p) { return (p[0] - '0') * 10 + (p[1] - '0'); }
 
@@ -184,8 +186,8 @@ std::optional<std::int64_t> CWyZone::ToUtc(WyCivil time) const {
   return time - *s_distance;
 }
 
-WyCivil CWyZone::PassedBefore(WyCivil back) const {
-  const time_t tThen = ::time(nullptr) - static_cast<time_t>(back / Second);
+WyCivil CWyZone::At(std::int64_t iSeconds) const {
+  const auto tThen = static_cast<time_t>(iSeconds);
   tm pieces{};
   if (m_bUtc) {
     gmtime_r(&tThen, &pieces);
@@ -195,7 +197,28 @@ WyCivil CWyZone::PassedBefore(WyCivil back) const {
   return CivilOf(pieces);
 }
 
+WyCivil CWyZone::PassedBefore(WyCivil back) const { return At(::time(nullptr) - back / Second); }
+
 WyCivil CWyZone::Before(WyCivil back) const { return PassedBefore(0) - back; }
+
+// Clocks are changed at the beginning of a minute.
+WyCivil CWyZone::EarliestSince(WyCivil back) const {
+  const std::int64_t iThen = ::time(nullptr) - back / Second;
+  WyCivil earliest = At(iThen);
+  for (std::int64_t i = iThen - iThen % Minute + Minute; i <= iThen + LongestSetBack; i += Minute) {
+    earliest = std::min(earliest, At(i));
+  }
+  return earliest;
+}
+
+WyCivil CWyZone::LatestUntil(WyCivil back) const {
+  const std::int64_t iThen = ::time(nullptr) - back / Second;
+  WyCivil latest = At(iThen);
+  for (std::int64_t i = iThen - iThen % Minute; i > iThen - LongestSetBack; i -= Minute) {
+    latest = std::max(latest, At(i - 1));
+  }
+  return latest + Second - 1;
+}
 
 // A day on both sides: the record's own hour is the one that cannot be converted.
 bool CWyZone::IsSetBackNear(WyCivil time) const {
@@ -214,7 +237,7 @@ std::optional<WyCivil> WyParseUserTime(const std::string& strText, const CWyZone
                                        WyTimeChoice choice) {
   const WyCivil now = zone.Before(0);
   const WyCivil today = now - now % Day;
-  if (strText == "now") return now;
+  if (strText == "now") return WyParseUserTime("-0s", zone, choice);
   if (strText == "today") return today;
   if (strText == "yesterday") return today - Day;
   if (strText.size() > 2 && strText[0] == '-') {
@@ -222,8 +245,8 @@ std::optional<WyCivil> WyParseUserTime(const std::string& strText, const CWyZone
     if (!back) return std::nullopt;
     // On a day on which clocks change, "-3h" by the clock and by the time that has passed are two
     // moments; the choice takes the wider window, so that no record is left out.
-    const auto times = std::minmax({zone.Before(*back), zone.PassedBefore(*back)});
-    return choice == WyTimeChoice::Earlier ? times.first : times.second;
+    return choice == WyTimeChoice::Earlier ? std::min(zone.Before(*back), zone.EarliestSince(*back))
+                                           : std::max(zone.Before(*back), zone.LatestUntil(*back));
   }
   if (strText.size() < 10 || strText[4] != '-') {
     const auto clock = ParseClock(strText);

@@ -43,18 +43,25 @@ class CWyZone {
   WyCivil Before(WyCivil back) const;
   WyCivil PassedBefore(WyCivil back) const;
 
+  // The earliest time that clocks show from that moment on, and the latest that they have shown up
+  // to it. They differ from PassedBefore in an hour that occurs twice.
+  WyCivil EarliestSince(WyCivil back) const;
+  WyCivil LatestUntil(WyCivil back) const;
+
   // Whether the clocks of the zone are set back within a day of `time`.
   bool IsSetBackNear(WyCivil time) const;
 
  private:
+  WyCivil At(std::int64_t iSeconds) const;
+
   bool m_bUtc = false;
   std::string m_strName = "local";
 };
 
 // A time that a user gives: "2026-11-16", "2026-11-16 17:16[:13[.005]]" (or with a T), "17:16[:13]"
 // of today, "now", "today", "yesterday", or back from now: "-1h", "-30m", "-2d", "-10s", "-1w".
-// Where clocks were changed since then, the earlier of the two times that it can mean, or the later
-// one.
+// A time relative to now, "now" included, is the earliest or the latest time that it can mean where
+// clocks were changed; the others are compared as they stand in the lines.
 enum class WyTimeChoice : std::uint8_t { Earlier, Later };
 std::optional<WyCivil> WyParseUserTime(const std::string& strText, const CWyZone& zone,
                                        WyTimeChoice choice);

@@ -12,8 +12,9 @@ constexpr std::size_t ProbeChunk = std::size_t{1} << 14;
 constexpr std::uint64_t FinestStep = std::uint64_t{1} << 16;
 constexpr std::size_t TitleWindow = std::size_t{1} << 20;
 constexpr std::size_t LongestTitle = 8192;
-// How far before a place header lines are searched for if the names of columns do not matter.
-constexpr std::uint64_t NearTitles = std::uint64_t{2} << 20;
+// How far before a place header lines are searched for: 8 MiB take 5 ms.
+constexpr std::uint64_t ReachIgnored = std::uint64_t{2} << 20;
+constexpr std::uint64_t ReachNear = std::uint64_t{8} << 20;
 constexpr int FittingRecords = 50;
 
 bool HasTitles(const WyLogShape& shape) {
@@ -59,10 +60,18 @@ CWyPlaces::Shape CWyPlaces::HeadShape(std::size_t uFile) const {
   return reader.Shape();
 }
 
+// The first header lines are too far away to know that there are no others between.
+CWyPlaces::Shape CWyPlaces::Assumed(const Shape& pHead) const {
+  if (m_search == WyTitleSearch::Ignored) return pHead;
+  WyLogShape shape = *pHead;
+  shape.bAssumed = true;
+  return std::make_shared<const WyLogShape>(std::move(shape));
+}
+
 // Whether the lines at a place are records of this shape, as far as their forms show it.
 bool CWyPlaces::Fits(std::size_t uFile, std::uint64_t uOffset, const Shape& pShape) const {
   const auto pSource = OpenSeekable(m_files[uFile]);
-  if (pShape->uLeading == 0 || pSource == nullptr || !pSource->Seek(uOffset)) return false;
+  if (pSource == nullptr || !pSource->Seek(uOffset)) return false;
   CWyRecordReader reader(*pSource, uOffset, ProbeChunk);
   reader.SetShape(pShape, true);
   reader.SkipToStart();
@@ -74,6 +83,9 @@ bool CWyPlaces::Fits(std::size_t uFile, std::uint64_t uOffset, const Shape& pSha
     if (raw.bTitles) break;
     parser.Parse(raw, record);
     if ((record.uFlags & WyTorn) != 0) return false;
+    // Without a form at its beginning, only a record of one line is known to be one.
+    const bool bOneLine = raw.text.find('\n') + 1 >= raw.text.size();
+    if (pShape->uLeading == 0 && (!bOneLine || (record.uFlags & WyAmbiguous) != 0)) return false;
     ++iFound;
   }
   return iFound > 0;
@@ -94,11 +106,13 @@ CWyPlaces::Shape CWyPlaces::ShapeAt(std::size_t uFile, std::uint64_t uOffset) co
   const auto pSource = OpenSeekable(m_files[uFile]);
   std::string strWindow;
   const std::uint64_t uPlace = uOffset;
-  bool bFar = false;
+  std::uint64_t uReach = m_search == WyTitleSearch::Whole     ? UINT64_MAX
+                         : m_search == WyTitleSearch::Ignored ? ReachIgnored
+                                                              : ReachNear;
   while (pSource != nullptr && uOffset > 0) {
-    if (!m_bNames && !bFar && uPlace - uOffset > NearTitles) {
-      if (Fits(uFile, uPlace, pHead)) return pHead;
-      bFar = true;
+    if (uPlace - uOffset > uReach) {
+      if (Fits(uFile, uPlace, pHead)) return Assumed(pHead);
+      uReach = UINT64_MAX;
     }
     const std::uint64_t uStart = uOffset - std::min<std::uint64_t>(uOffset, TitleWindow);
     strWindow.resize(uOffset - uStart + LongestTitle);
@@ -231,7 +245,7 @@ CWyPlaces::Latest CWyPlaces::LastTime(std::size_t uFile) const {
   Latest latest;
   if (!reader.Open()) return latest;
   const auto hasTime = [](const WyRecord& record) { return record.time != WyNoTime; };
-  reader.StartAt(CWyPlaces(files, m_pGiven, false).Last(1, hasTime).place);
+  reader.StartAt(CWyPlaces(files, m_pGiven, WyTitleSearch::Ignored).Last(1, hasTime).place);
   for (WyRecord record; reader.Next(record);) {
     if (record.time > latest.time) latest = {record.time, record.utc};
   }

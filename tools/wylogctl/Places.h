@@ -10,14 +10,21 @@
 
 #include "tools/wylogctl/ChainReader.h"
 
+// How far before a place the header lines of a trace are searched for, so that the cost does not
+// depend on the file's size. Behind that the names are those of the file's first header lines, if
+// the records at the place have the form that these announce.
+enum class WyTitleSearch : std::uint8_t {
+  Ignored,  // which column has which name does not matter
+  Near,     // it does: such names are marked as assumed
+  Whole     // to the beginning of the file
+};
+
 class CWyPlaces {
  public:
-  // The files of a log, as CWyChainReader lists them. `bNames`: whether it matters which column of
-  // a trace has which name. If it does not, header lines are searched for near a place alone, so
-  // that the cost does not depend on the file's size.
+  // The files of a log, as CWyChainReader lists them.
   CWyPlaces(const std::vector<WyLogFile>& files, std::shared_ptr<const WyLogShape> pShape,
-            bool bNames)
-      : m_files(files), m_pGiven(std::move(pShape)), m_bNames(bNames) {}
+            WyTitleSearch search)
+      : m_files(files), m_pGiven(std::move(pShape)), m_search(search) {}
 
   // A place before every record of this time or later. The times of a file are taken to go back by
   // less than `slack`.
@@ -52,11 +59,12 @@ class CWyPlaces {
   std::size_t CountFrom(std::size_t uFile, std::uint64_t uOffset, const Shape& pShape,
                         const std::function<bool(const WyRecord&)>& matches) const;
   Shape HeadShape(std::size_t uFile) const;
+  Shape Assumed(const Shape& pHead) const;
   bool Fits(std::size_t uFile, std::uint64_t uOffset, const Shape& pShape) const;
 
   const std::vector<WyLogFile>& m_files;
   Shape m_pGiven;
-  bool m_bNames;
+  WyTitleSearch m_search;
 };
 
 #endif

@@ -3,6 +3,7 @@
 
 #include "tools/wylogctl/Program.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <exception>
 
@@ -12,6 +13,12 @@
 namespace {
 
 constexpr const char* Version = "wylogctl " WYLOGCTL_VERSION;
+#ifndef WYLOGCTL_SEAL
+constexpr const char* WithoutSeal =
+    "wylogctl: error: this program is built without the library for sealed logs\n"
+    "build it again with libsodium (Debian: libsodium-dev, pkgconf) and "
+    "-DWYERRLOG_BUILD_EXTRAS=ON, or install the package wyerrlog-tools\n";
+#endif
 
 // The word in quotes or behind the last colon of the parser's message.
 std::string WordOf(const std::string& strMessage) {
@@ -70,8 +77,17 @@ std::string CWyProgram::Suggestion(const std::string& strWord) const {
 
 int CWyProgram::Refuse(const CLI::ParseError& error) {
   if (error.get_exit_code() == 0) return m_app.exit(error);  // --help, --version
-  const bool bCommand =
-      !m_strFirst.empty() && m_strFirst[0] != '-' && m_app.get_subcommands().empty();
+  // A later word can be a command's name: "sael verify".
+  const bool bKnown = std::any_of(m_commands.begin(), m_commands.end(), [&](const auto& command) {
+    return command.Name().substr(0, command.Name().find(' ')) == m_strFirst;
+  });
+  const bool bCommand = !m_strFirst.empty() && m_strFirst[0] != '-' && !bKnown;
+#ifndef WYLOGCTL_SEAL
+  if (bCommand && m_strFirst == "seal") {
+    std::fputs(WithoutSeal, stderr);
+    return WyFailed;
+  }
+#endif
   const std::string strMessage =
       bCommand ? "no command has this name: " + m_strFirst : std::string(error.what());
   std::fprintf(stderr, "wylogctl: error: %s%s\nwylogctl --help lists what there is\n",

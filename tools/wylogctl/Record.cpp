@@ -104,6 +104,7 @@ void CWyRecordParser::Parse(const WyRawRecord& raw, WyRecord& record) {
   if (raw.pShape->kind == WyLogFormat::Error) return ParseError(record, body);
   if (raw.pShape->kind == WyLogFormat::Audit) return ParseAudit(record, body);
   WyParseTrace(record, body);
+  if (raw.pShape->bAssumed) record.uFlags |= WyNamesAssumed;
   TakeTraceTime(record);
 }
 

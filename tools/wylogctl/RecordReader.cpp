@@ -23,7 +23,7 @@ std::string_view WithoutNewline(std::string_view text) {
 const char* WyFlagName(unsigned int uBit) {
   constexpr const char* Names[WyFlagCount] = {"torn",         "ambiguous", "too-long",
                                               "unterminated", "maybe-cut", "invalid-utf8",
-                                              "nul",          "joined"};
+                                              "nul",          "joined",    "names-assumed"};
   return Names[uBit];
 }
 
@@ -42,6 +42,7 @@ CWyRecordReader::CWyRecordReader(CWyByteSource& source, std::uint64_t uOffset, s
 bool CWyRecordReader::Next(WyRawRecord& record) {
   if (m_bTitles) return TakeTitles(record);
   for (;;) {
+    if (m_bCutLine && !DropCutLine()) return false;
     const bool bDropping = m_bSkipping || m_bTooLong;
     if (!bDropping && m_uScan - m_uBegin > LargestRecord) return TakeTooLong(record);
     std::size_t uNewline;
@@ -126,17 +127,22 @@ bool CWyRecordReader::TakeLine(std::size_t& uNewline) {
   }
 }
 
-// Room for a chunk behind m_uEnd: the records that were delivered are dropped first.
+// The records that were delivered make room for others.
+void CWyRecordReader::DropDelivered() {
+  if (m_uBegin == 0) return;
+  std::memmove(m_buffer.Data(), &m_buffer[m_uBegin], m_uEnd - m_uBegin);
+  m_uBase += m_uBegin;
+  m_uEnd -= m_uBegin;
+  m_uScan -= m_uBegin;
+  m_uLast -= std::min(m_uLast, m_uBegin);
+  m_uTitlesEnd -= std::min(m_uTitlesEnd, m_uBegin);
+  m_uSearched -= m_uBegin;
+  m_uBegin = 0;
+}
+
+// Room for a chunk behind m_uEnd.
 void CWyRecordReader::MakeRoom() {
-  if (m_uBegin > 0) {
-    std::memmove(m_buffer.Data(), &m_buffer[m_uBegin], m_uEnd - m_uBegin);
-    m_uBase += m_uBegin;
-    m_uEnd -= m_uBegin;
-    m_uScan -= m_uBegin;
-    m_uLast -= std::min(m_uLast, m_uBegin);
-    m_uSearched -= m_uBegin;
-    m_uBegin = 0;
-  }
+  DropDelivered();
   if (m_buffer.Size() - m_uEnd < m_uChunk / 2 + 1) {
     m_buffer.Resize(std::min(m_buffer.Size() * 2, LargestRecord + 2 * m_uChunk));
   } else if (m_buffer.Size() > 4 * m_uChunk && m_uEnd < m_uChunk) {
@@ -221,16 +227,47 @@ bool CWyRecordReader::TakeTooLong(WyRawRecord& record) {
   record.uFlags |= WyTooLong;
   m_bTooLong = true;
   // The rest of this line is no line of its own; what is behind it decides where to go on.
-  if (m_uScan < m_uBegin) m_uScan = m_uSearched = m_uBegin;
+  m_bCutLine = m_uScan < m_uBegin;
+  if (m_bCutLine) m_uScan = m_uSearched = m_uBegin;
   m_uDropped += m_uScan - m_uBegin;
   m_uBegin = m_uLast = m_uScan;
   return true;
 }
 
+// Drops the rest of a line as it is read. Returns false at the end of what the source has by now.
+bool CWyRecordReader::DropCutLine() {
+  do {
+    const void* const p = std::memchr(&m_buffer[m_uScan], '\n', m_uEnd - m_uScan);
+    const std::size_t uEnd =
+        p != nullptr ? static_cast<std::size_t>(static_cast<const char*>(p) - m_buffer.Data()) + 1
+                     : m_uEnd;
+    m_uDropped += uEnd - m_uScan;
+    m_uBegin = m_uLast = m_uScan = m_uSearched = uEnd;
+    m_bCutLine = p == nullptr;
+  } while (m_bCutLine && Fill());
+  return !m_bCutLine;
+}
+
 void CWyRecordReader::Deliver(std::size_t uEnd, WyRawRecord& record) {
+  m_uDroppedBefore = m_uDropped;
   record = WyRawRecord{
       {&m_buffer[m_uBegin], uEnd - m_uBegin}, m_uBase + m_uBegin, 0, false, m_pShape.get()};
   m_uBegin = uEnd;
+}
+
+bool CWyRecordReader::TakeBack(const WyRawRecord& record) {
+  if (!m_source.CanSeek() || !m_source.Seek(record.uOffset)) return false;
+  m_uBase = record.uOffset;
+  m_uBegin = m_uLast = m_uScan = m_uSearched = m_uEnd = m_uTitlesEnd = 0;
+  m_uDropped = m_uDroppedBefore;
+  m_bTitles = m_bTooLong = m_bSkipping = m_bCutLine = false;
+  m_buffer.Resize(m_uChunk);
+  return true;
+}
+
+void CWyRecordReader::FreeLast() {
+  DropDelivered();
+  m_buffer.Resize(std::max(2 * m_uChunk, m_uEnd));
 }
 
 bool CWyRecordReader::TakeWholeLines(WyRawRecord& record) {

@@ -25,9 +25,10 @@ enum WyRecordFlag : unsigned int {
   WyMaybeCut = 16,     // layout 1: a value fills its column and can be longer than it
   WyInvalidUtf8 = 32,
   WyHoldsNul = 64,
-  WyJoined = 128,  // another record begins in the middle of one of its lines
+  WyJoined = 128,        // another record begins in the middle of one of its lines
+  WyNamesAssumed = 256,  // later header lines may name its columns otherwise
 };
-constexpr unsigned int WyFlagCount = 8;
+constexpr unsigned int WyFlagCount = 9;
 const char* WyFlagName(unsigned int uBit);
 
 struct WyRawRecord {
@@ -91,6 +92,13 @@ class CWyRecordReader {
   // The same, without a line that has no newline yet: it stays for later.
   bool TakeWholeLines(WyRawRecord& record);
 
+  // Frees the memory of the record that was delivered last, which Next or TakeRest delivers once
+  // more. Returns false, and changes nothing, if the source cannot be read again from there.
+  bool TakeBack(const WyRawRecord& record);
+  // Frees what that record took, once nothing of it is needed any more.
+  void FreeLast();
+  std::size_t BufferSize() const { return m_buffer.Size(); }
+
   std::uint64_t NextOffset() const { return m_uBase + m_uBegin; }  // of the next record
   std::uint64_t EndOffset() const { return m_uBase + m_uEnd; }     // of what was read
   bool Failed() const { return m_bFailed; }
@@ -98,6 +106,7 @@ class CWyRecordReader {
 
  private:
   bool Fill();
+  void DropDelivered();
   void MakeRoom();
   void Detect();
   bool TakeLine(std::size_t& uNewline);
@@ -108,6 +117,7 @@ class CWyRecordReader {
   bool TakeTitles(WyRawRecord& record);
   bool TakeStep(std::size_t uNext, WyRawRecord& record);
   bool TakeTooLong(WyRawRecord& record);
+  bool DropCutLine();
   void Deliver(std::size_t uEnd, WyRawRecord& record);
   void JudgeWeak(std::string_view next, WyRawRecord& record);
 
@@ -124,12 +134,14 @@ class CWyRecordReader {
   std::size_t m_uEnd = 0;
   std::size_t m_uTitlesEnd = 0;
   std::uint64_t m_uDropped = 0;
+  std::uint64_t m_uDroppedBefore = 0;  // before the record that was delivered last
   bool m_bDetected = false;
   bool m_bTitles = false;  // m_uBegin to m_uTitlesEnd is the next record
   bool m_bSkipping = false;
   bool m_bTooLong = false;
   bool m_bFlaggedBefore = false;
   bool m_bFailed = false;
+  bool m_bCutLine = false;  // m_uScan is in the middle of the line that was cut
 };
 
 #endif

@@ -45,6 +45,7 @@ constexpr std::array<Kind, WyFlagCount> FlagKinds = {{
     {"invalid-utf8", false, "the record holds bytes that are not UTF-8"},
     {"nul", true, "the record holds zero bytes"},
     {"joined", true, "another record begins in the middle of the line"},
+    {"names-assumed", false, ""},  // of a search alone: here files are read whole
 }};
 constexpr Kind TimeBack = {"time-back", false, "the time is earlier than that of a record before"};
 constexpr Kind Gap = {"gap", false, "no record for longer than --gap allows"};

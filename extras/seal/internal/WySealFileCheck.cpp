@@ -141,6 +141,7 @@ void CWySealFileCheck::AcceptOwn(std::string_view strText, uint64_t uSeq) {
   if (WySealIsKind(strText, "~retire")) {
     m_result.uRetired = WySealNumber(strText, "through").value_or(0);
   }
+  if (WySealIsKind(strText, "~end")) m_result.bRenewed = WySealNumber(strText, "renewed") == 1;
   if (!WySealIsKind(strText, "~gap")) return;
   const std::string_view strRange = strText.substr(5, strText.find(' ', 5) - 5);
   const size_t uDots = strRange.find("..");

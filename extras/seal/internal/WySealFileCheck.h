@@ -37,6 +37,7 @@ struct WySealFileResult {
   bool bLastProven = false;
   uint64_t uRetired = 0;  // files up to this number are retired by a record of this file
   uint64_t uSignedThrough = 0;
+  bool bRenewed = false;  // its last record says that the next file has another key
 };
 
 class CWySealFileCheck {
