@@ -1,13 +1,12 @@
-// A statement of the front end on its way through the library. Nearly always its texts are
-// printable ASCII and the thread remembers the message: then the texts are copied once, from the
-// caller into the line.
+// A log statement on its way into a message. Nearly always its texts are printable ASCII and the
+// thread remembers the message: then the texts are copied once, from the caller into the line.
 
 #include "wyerrlog/WyLogStatement.h"
 
 #include <memory>
 
 #include "wyerrlog/WyErrLogMessage.h"
-#include "wyerrlog/WyLogger.h"
+#include "wyerrlog/WyEscape.h"
 #include "wyerrlog/internal/WyTextPieces.h"
 
 namespace WyLogDetail {
@@ -19,12 +18,6 @@ constexpr TextRef Null = {"<null>", 6, true};
 const TextRef& OrNull(const TextRef& text) { return text.pszText != nullptr ? text : Null; }
 
 }  // namespace
-
-bool Statement::Log(CWyLogger& logger) const {
-  CWyErrLogMessage line(logger.ShouldUseLocalTime());
-  Write(line);
-  return logger.LogErrMsg(line);
-}
 
 bool Statement::Format(CWyErrLogMessage& line) const {
   line.m_args.clear();  // those of a message before this one would take precedence

@@ -14,6 +14,7 @@
 #include <new>
 #include <utility>
 
+#include "wyerrlog/WyLogStatement.h"
 #include "wyerrlog/WyLoggerList.h"
 #include "wyerrlog/internal/WyDeadlockCheck.h"
 #include "wyerrlog/internal/WyLogAccess.h"
@@ -231,6 +232,12 @@ void CWyLogger::DisableLog() {
 // output is deleted only then.
 bool CWyLogger::LogErrMsg(CWyErrLogMessage& msg) {
   return LogAndAccount<&CWyLogger::WriteErrMsg>(WyLogKind::Error, msg);
+}
+
+bool CWyLogger::LogStatement(const WyLogDetail::Statement& statement) {
+  CWyErrLogMessage line(ShouldUseLocalTime());
+  statement.Write(line);
+  return LogErrMsg(line);
 }
 
 bool CWyLogger::WriteErrMsg(CWyErrLogMessage& msg) {

@@ -31,6 +31,9 @@
 class CWyLogLossRecord;
 class CWyMessageCatalog;
 enum class WyLogKind : int;
+namespace WyLogDetail {
+struct Statement;
+}
 
 // Every operation may be called by any thread, unless its comment restricts it. Log calls and trace
 // decisions run side by side; installing and removing outputs or configurations waits for those
@@ -123,6 +126,11 @@ class WYERRLOG_API CWyLogger {
   // without an output, for a message that is incomplete, and if the output could not take it; the
   // logger does not try again.
   bool LogErrMsg(CWyErrLogMessage& msg);
+
+  // Formats the message of a log statement (WyLogStatement.h), with this logger's time base, and
+  // writes it like LogErrMsg: what WyLog and WyLogText call. Returns false also if memory
+  // allocation fails. The texts of the statement are neither copied nor kept.
+  bool LogStatement(const WyLogDetail::Statement& statement);
 
   // ---- Audit log --------------------------------------------------------------------------------
 
