@@ -15,7 +15,6 @@
 #include <utility>
 
 #include "wyerrlog/WyLogStatement.h"
-#include "wyerrlog/WyLoggerList.h"
 #include "wyerrlog/internal/WyDeadlockCheck.h"
 #include "wyerrlog/internal/WyLogAccess.h"
 #include "wyerrlog/internal/WyLogLossRecord.h"
@@ -63,10 +62,7 @@ CWyLogOutput* NewOutput(Parameters... parameters) {
 // loggers have to end first, in a handler that is registered after the components' construction.
 // The named loggers end before the process logger, which their outputs may use.
 void EndLoggersBeforeComponents() {
-  [[maybe_unused]] static const int s_iRegistered = std::atexit([] {
-    CWyProcessObject<CWyLoggerList>::End();
-    CWyProcessObject<CWyLogger>::End();
-  });
+  [[maybe_unused]] static const int s_iRegistered = std::atexit(CWyProcessObjectLink::EndAll);
 }
 
 }  // namespace
