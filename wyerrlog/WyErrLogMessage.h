@@ -330,6 +330,7 @@ class WYERRLOG_API CWyErrLogMessage {
   WYERRLOG_LOCAL const char* Translate(const CWyMessageLookup& lookup, unsigned int uId,
                                        const char* pszLocale, char* pszOut, unsigned long uSize);
 
+  friend class CWyFileOutput;
   friend class CWyLogger;
   friend class CWyTraceData;
   friend class CWyAuditRecord;

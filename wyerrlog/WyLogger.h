@@ -275,11 +275,11 @@ class WYERRLOG_API CWyLogger {
 
   // The log calls without the account of what they refuse (WyLogLoss.h). Returning false they leave
   // the reason in errno.
-  WYERRLOG_LOCAL bool WriteErrMsg(CWyErrLogMessage& msg);
   WYERRLOG_LOCAL bool WriteTraceMsg(CWyErrLogMessage& msg);
-  WYERRLOG_LOCAL bool WriteAuditMsg(CWyErrLogMessage& msg);
-  template <bool (CWyLogger::*Write)(CWyErrLogMessage&)>
-  WYERRLOG_LOCAL bool LogAndAccount(WyLogKind log, CWyErrLogMessage& msg);
+  WYERRLOG_LOCAL static bool WriteTo(CWyLogOutput* const& pOutput, CWyErrLogGuard& guard,
+                                     CWyErrLogMessage& msg);
+  template <typename Write>
+  WYERRLOG_LOCAL bool LogAndAccount(WyLogKind log, const Write& write);
   WYERRLOG_LOCAL void End() noexcept;  // Release where nothing can be thrown
 
   // The steps of EnableTrace; from the second one on with the trace guard held for writing.
