@@ -7,7 +7,6 @@
 
 #include "wyerrlog/WyErrLogMessage.h"
 #include "wyerrlog/WyEscape.h"
-#include "wyerrlog/internal/WyTextPieces.h"
 
 namespace WyLogDetail {
 
@@ -21,27 +20,14 @@ const TextRef& OrNull(const TextRef& text) { return text.pszText != nullptr ? te
 
 bool Statement::Format(CWyErrLogMessage& line) const {
   line.m_args.clear();  // those of a message before this one would take precedence
-  Write(line);
+  line.FormatStatement(*this);
   line.OwnArguments();
   return !line.IsIncomplete();
 }
 
-inline bool Statement::IsPlain(std::size_t uText) const {
+bool Statement::IsPlain(std::size_t uText) const {
   const TextRef& text = OrNull(pTexts[uText]);
   return (uAsTheyAre >> uText & 1) != 0 || WyLogDetail::IsPlain(text.pszText, text.uSize);
-}
-
-void Statement::Write(CWyErrLogMessage& line) const {
-  line.WriteProlog(file, iLine);
-  WyTextPiece aPieces[CpaArgList::MaxArguments];
-  std::size_t uSize = 0;
-  for (std::size_t i = 0; i < uTexts; ++i) {
-    const TextRef& text = OrNull(pTexts[i]);
-    if (!IsPlain(i)) return line.CopyStatement(*this);
-    aPieces[i] = {text.pszText, text.uSize};
-    uSize += text.uSize;
-  }
-  line.FormatStatement(*this, aPieces, uSize);
 }
 
 bool Statement::CopyTo(CpaArgList& args) const {

@@ -26,9 +26,6 @@ struct Statement {
   // Copies the texts, escaped, into an empty list. Returns false if there is no memory to escape.
   bool CopyTo(CpaArgList& args) const;
 
-  // The same as Format, except that the message may go on to use this object's texts.
-  void Write(CWyErrLogMessage& line) const;
-
   // Returns true if the text is written as it is.
   bool IsPlain(std::size_t uText) const;
 

@@ -242,7 +242,7 @@ bool CWyLogger::LogErrMsg(CWyErrLogMessage& msg) {
 
 bool CWyLogger::LogStatement(const WyLogDetail::Statement& statement) {
   CWyErrLogMessage line(ShouldUseLocalTime());
-  statement.Write(line);
+  line.FormatStatement(statement);
   return LogErrMsg(line);
 }
 

@@ -14,6 +14,7 @@
 #include <string_view>
 
 #include "wyerrlog/internal/WyPlainConversion.h"
+#include "wyerrlog/internal/WyTextPieces.h"
 
 namespace {
 
@@ -29,10 +30,8 @@ class CWyBoundedText {
 
   void Append(std::string_view text) {
     m_uLength += text.size();
-    if (m_uRoom == 0) return;
     const std::size_t uCopied = std::min(text.size(), m_uRoom);
-    std::memcpy(m_psz, text.data(), uCopied);
-    m_psz += uCopied;
+    m_psz = WyCopyText(m_psz, text.data(), uCopied);
     m_uRoom -= uCopied;
   }
 
