@@ -32,11 +32,16 @@ void AppendText(CWyErrLogMessage& msg, const WyTraceDataFieldInfo& field, int nL
 }
 
 // A value that the host has replaced, or whose end it has moved, is measured.
-WyTextPiece ValueOf(const WyTraceDataFieldInfo& field) {
-  const bool bOwn = field.pszValue == field.szValue || field.bValueAllocated;
-  if (bOwn && field.pszValue[field.uLength] == '\0') return {field.pszValue, field.uLength};
+[[gnu::noinline]] WyTextPiece MeasuredValueOf(const WyTraceDataFieldInfo& field) {
   const char* const pszValue = field.pszValue != nullptr ? field.pszValue : "";
   return {pszValue, std::strlen(pszValue)};
+}
+
+inline WyTextPiece ValueOf(const WyTraceDataFieldInfo& field) {
+  const bool bOwn = field.pszValue == field.szValue || field.bValueAllocated;
+  if (!bOwn || field.pszValue[field.uLength] != '\0') [[unlikely]]
+    return MeasuredValueOf(field);
+  return {field.pszValue, field.uLength};
 }
 
 // A short text that a configuration has: sixteen bytes are copied whatever its size, which any

@@ -101,7 +101,8 @@ int FormatPlainly(char* pszBuffer, std::size_t uSize, const char* pszFormat, va_
     text.Append({pszFormat, static_cast<std::size_t>(pszPercent - pszFormat)});
     if (*pszPercent == '\0') return text.Terminate();
     if (pszPercent[1] == 's' || pszPercent[1] == '%') {
-      AppendText(text, pszPercent[1] == 's' ? va_arg(args, const char*) : "%", 0);
+      const char* const psz = pszPercent[1] == 's' ? va_arg(args, const char*) : "%";
+      text.Append(psz != nullptr ? psz : "(null)");
       pszFormat = pszPercent + 2;
       continue;
     }
