@@ -24,8 +24,11 @@ struct CWyErrLogMessage::Memory {
 
   explicit Memory(bool bUsable) : text(bUsable) {}
 
+  struct Spare;
+
   static Memory* Take();
   static void Recycle(Memory* pMemory);
+  static void KeepOrFree(Memory* pMemory, Spare& spare);
 
   bool IsLarge() const {
     return text.capacity() + args.m_stream.m_strBytes.capacity() > LargestKept;
@@ -35,8 +38,12 @@ struct CWyErrLogMessage::Memory {
   // destroyed its other objects.
   struct Spare {
     Memory* pMemory = nullptr;
-    bool bHasOwner = false;
+    bool bHasOwner = false;  // until the thread ends
     bool bThreadEnds = false;
+
+    bool MayTake(const Memory& memory) const {
+      return bHasOwner && pMemory == nullptr && memory.text.IsUsable() && !memory.IsLarge();
+    }
   };
   static thread_local Spare s_spare;
 
@@ -53,8 +60,10 @@ struct CWyErrLogMessage::Memory {
     }
     static const SpareOwner& s_constructedAtLoad;
     static void Free(void* pSpare) {
-      static_cast<Spare*>(pSpare)->bThreadEnds = true;
-      delete std::exchange(static_cast<Spare*>(pSpare)->pMemory, nullptr);
+      Spare& spare = *static_cast<Spare*>(pSpare);
+      spare.bHasOwner = false;
+      spare.bThreadEnds = true;
+      delete std::exchange(spare.pMemory, nullptr);
     }
   };
 
@@ -83,19 +92,24 @@ CWyErrLogMessage::Memory* CWyErrLogMessage::Memory::Take() {
   return pNew != nullptr ? pNew : &None();
 }
 
-// Freed at once after the end of the thread has been noted: no later step would free a spare. None
-// has no memory to free.
-void CWyErrLogMessage::Memory::Recycle(Memory* pMemory) {
+inline void CWyErrLogMessage::Memory::Recycle(Memory* pMemory) {
   Spare& spare = OfThisThread();
   pMemory->text.Clear();
   pMemory->args.clear();
-  if (!pMemory->text.IsUsable()) return;
-  if (spare.pMemory != nullptr || spare.bThreadEnds || pMemory->IsLarge() ||
-      (!spare.bHasOwner && !OwnSpare())) {
-    delete pMemory;
-    return;
-  }
+  if (!spare.MayTake(*pMemory)) return KeepOrFree(pMemory, spare);
   spare.pMemory = pMemory;
+}
+
+// Freed at once after the end of the thread has been noted: no later step would free a spare. None
+// has no memory to free.
+[[gnu::noinline]] void CWyErrLogMessage::Memory::KeepOrFree(Memory* pMemory, Spare& spare) {
+  if (!pMemory->text.IsUsable()) return;
+  if (!spare.bHasOwner && !spare.bThreadEnds) OwnSpare();
+  if (spare.MayTake(*pMemory)) {
+    spare.pMemory = pMemory;
+  } else {
+    delete pMemory;
+  }
 }
 
 // ---- Construction -------------------------------------------------------------------------------

@@ -30,7 +30,6 @@
 class CWyLogger;
 class CWyMessageLookup;
 class CWyTextBuffer;
-struct WyTextPiece;
 namespace WyLogDetail {
 struct Statement;
 }
@@ -318,10 +317,9 @@ class WYERRLOG_API CWyErrLogMessage {
  private:
   WYERRLOG_LOCAL void SetId(unsigned int uId);
   WYERRLOG_LOCAL bool WriteProlog(std::string_view file, int iLine);
-  WYERRLOG_LOCAL void FormatStatement(const WyLogDetail::Statement& statement,
-                                      const WyTextPiece* pArguments, std::size_t uSize);
-  WYERRLOG_LOCAL void CopyStatement(const WyLogDetail::Statement& statement);
-  WYERRLOG_LOCAL bool AppendOwn(const WyLogDetail::Statement& statement, const WyTextPiece& text);
+  // Replaces the text by the line. The message may go on to use the statement's texts.
+  WYERRLOG_LOCAL void FormatStatement(const WyLogDetail::Statement& statement);
+  WYERRLOG_LOCAL bool AppendOwn(const WyLogDetail::Statement& statement);
   WYERRLOG_LOCAL void OwnArguments();
   WYERRLOG_LOCAL void AppendLookedUp();
   WYERRLOG_LOCAL void WriteText(const char* pszPattern, char* pszOut, unsigned long uSize);
@@ -330,6 +328,7 @@ class WYERRLOG_API CWyErrLogMessage {
   WYERRLOG_LOCAL const char* Translate(const CWyMessageLookup& lookup, unsigned int uId,
                                        const char* pszLocale, char* pszOut, unsigned long uSize);
 
+  friend class CWyFileOutput;
   friend class CWyLogger;
   friend class CWyTraceData;
   friend class CWyAuditRecord;
@@ -342,6 +341,12 @@ class WYERRLOG_API CWyErrLogMessage {
   WYERRLOG_LOCAL void CleanUpAndShrink();
   // Returns true if memory allocation failed for a part of the text.
   WYERRLOG_LOCAL bool IsIncomplete() const;
+  WYERRLOG_LOCAL void SetTraceLayout(int iFormat, bool bUseLocalTime, const char* pszTag) {
+    m_nTraceFormat = iFormat;
+    m_bUseLocalTime = bUseLocalTime;
+    m_pszTraceTag = pszTag;
+    m_bFirstField = iFormat != WyTraceLayout::Delimited;
+  }
 
   Memory* m_pMemory;         // owned; the thread's next message reuses it
   CWyTextBuffer* m_pBuffer;  // within m_pMemory

@@ -13,6 +13,7 @@
 #include <utility>
 
 #include "wyerrlog/WyErrLogMessage.h"
+#include "wyerrlog/WyEscape.h"
 #include "wyerrlog/WyLogStatement.h"
 #include "wyerrlog/WyMessageId.h"
 #include "wyerrlog/internal/WyFormatMemo.h"
@@ -101,7 +102,7 @@ WyMessageOrigin OriginNow(unsigned int uId) {
 }
 
 // Returns the remembered form of the message; null if there is none.
-const CWyMessageForm* FindForm(unsigned int uId) {
+[[gnu::always_inline]] inline const CWyMessageForm* FindForm(unsigned int uId) {
   const CWyMessageMemo* const pMemo = CWyMessageMemo::OfThisThread();
   return pMemo != nullptr ? pMemo->Find(OriginNow(uId), WyGetAdminLocale()) : nullptr;
 }
@@ -260,20 +261,16 @@ const char* CWyErrLogMessage::FormatMessage(unsigned int uId) {
 }
 
 // The arguments stay with the statement, until the host's output asks for the message once more.
-void CWyErrLogMessage::FormatStatement(const WyLogDetail::Statement& statement,
-                                       const WyTextPiece* pArguments, std::size_t uSize) {
+void CWyErrLogMessage::FormatStatement(const WyLogDetail::Statement& statement) {
+  WriteProlog(statement.file, statement.iLine);
   SetId(statement.uId);
   m_args.m_pStatement = &statement;
   const CWyMessageForm* const pForm = FindForm(m_nMsgId);
-  const bool bAppended = pForm != nullptr
-                             ? pForm->AppendTo(*m_pBuffer, pArguments, statement.uTexts, uSize)
-                             : AppendOwn(statement, *pArguments);
+  const bool bAppended =
+      pForm != nullptr
+          ? pForm->AppendPlain(*m_pBuffer, statement.pTexts, statement.uTexts, statement.uAsTheyAre)
+          : AppendOwn(statement);
   if (!bAppended) FormatMessage(0);
-}
-
-void CWyErrLogMessage::CopyStatement(const WyLogDetail::Statement& statement) {
-  m_args.m_pStatement = &statement;
-  FormatMessage(statement.uId);
 }
 
 // A list that has got arguments since then replaces those of the statement.
@@ -285,11 +282,15 @@ void CWyErrLogMessage::OwnArguments() {
 
 // A text of the program itself, which needs no catalog. Without the memo the platform library is
 // asked for it too: see CWyMessageMemo::OfThisThread.
-bool CWyErrLogMessage::AppendOwn(const WyLogDetail::Statement& statement, const WyTextPiece& text) {
-  const bool bOwn = statement.uTexts == 1 && WyComponentNumber(m_nMsgId) == BuiltInComponent;
-  if (!bOwn || text.uLength >= TextSize || CWyMessageMemo::OfThisThread() == nullptr) return false;
+bool CWyErrLogMessage::AppendOwn(const WyLogDetail::Statement& statement) {
+  if (statement.uTexts != 1 || WyComponentNumber(m_nMsgId) != BuiltInComponent) return false;
+  const WyLogDetail::TextRef& text = statement.pTexts[0];
+  if (text.pszText == nullptr || text.uSize >= TextSize || !statement.IsPlain(0) ||
+      CWyMessageMemo::OfThisThread() == nullptr) {
+    return false;
+  }
   m_pBuffer->Append(SeverityWords[SeverityOf(m_nMsgId)], '[', std::string_view(BuiltInKey), ']',
-                    ' ', std::string_view(text.pText, text.uLength), '\n');
+                    ' ', std::string_view(text.pszText, text.uSize), '\n');
   return true;
 }
 

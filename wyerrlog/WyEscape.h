@@ -52,12 +52,14 @@ namespace WyLogDetail {
 
 // ---- Finding ------------------------------------------------------------------------------------
 
-// Returns true if all 16 bytes are of 0x20 to 0x7E: they alone, plus one, are above 0x20 as signed
-// numbers.
-inline bool IsPlainBlock(__m128i bytes) {
-  const __m128i next = _mm_add_epi8(bytes, _mm_set1_epi8(1));
-  return _mm_movemask_epi8(_mm_cmpgt_epi8(next, _mm_set1_epi8(0x20))) == 0xFFFF;
+// Sets all bits of each byte that is of 0x20 to 0x7E, and clears those of the others: these bytes
+// alone, plus one, are above 0x20 as signed numbers.
+inline __m128i PlainBytes(__m128i bytes) {
+  return _mm_cmpgt_epi8(_mm_add_epi8(bytes, _mm_set1_epi8(1)), _mm_set1_epi8(0x20));
 }
+
+// Returns true if all 16 bytes are of 0x20 to 0x7E.
+inline bool IsPlainBlock(__m128i bytes) { return _mm_movemask_epi8(PlainBytes(bytes)) == 0xFFFF; }
 
 // Reads 2, 4, 8 or 16 bytes of any alignment.
 template <typename Word>

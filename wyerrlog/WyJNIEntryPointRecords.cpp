@@ -56,7 +56,7 @@ bool LogMessage(CWyLogger& logger, unsigned int uId, CWyJavaFrame& frame) {
   }
   const WyLogDetail::Statement statement = {uId,    0,      WyLogDetail::FilePart(location.pszText),
                                             aTexts, uCount, AllAsTheyAre};
-  if (uSize <= Long) return statement.Log(logger);
+  if (uSize <= Long) return logger.LogStatement(statement);
   CWyErrLogMessage line(logger.ShouldUseLocalTime());
   static_cast<void>(statement.Format(line));
   RemoveCutCharacter(line);

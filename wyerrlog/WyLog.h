@@ -110,7 +110,8 @@ template <typename... Arguments>
 bool WyLog(CWyLogger& logger, const WyMessageAt& message, const Arguments&... arguments) {
   static_assert(sizeof...(arguments) <= CpaArgList::MaxArguments, "a message has 13 arguments");
   return WyLogDetail::WithStatement<Arguments...>(
-      message, [&](const WyLogDetail::Statement& statement) { return statement.Log(logger); },
+      message,
+      [&](const WyLogDetail::Statement& statement) { return logger.LogStatement(statement); },
       WyLogDetail::ToText(arguments)...);
 }
 template <typename... Arguments>

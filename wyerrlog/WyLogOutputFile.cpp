@@ -20,6 +20,7 @@
 #include "wyerrlog/WyLogOutput.h"
 #include "wyerrlog/internal/WyDeadlockCheck.h"
 #include "wyerrlog/internal/WyFileGrowth.h"
+#include "wyerrlog/internal/WyTextBuffer.h"
 
 namespace {
 
@@ -180,19 +181,25 @@ bool CWyFileOutput::CloseFile() {
 
 // A host's subclass may override Log(const char*), and then expects every message there.
 bool CWyFileOutput::Log(CWyErrLogMessage& msg) {
-  if (&typeid(*this) != &typeid(CWyFileOutput)) return Log(msg.GetBuffer());
-  return LogText({msg.GetBuffer(), static_cast<size_t>(msg.GetBufferLen())});
+  if (&typeid(*this) != &typeid(CWyFileOutput)) [[unlikely]]
+    return Log(msg.GetBuffer());
+  return LogText({msg.m_pBuffer->c_str(), msg.m_pBuffer->size()});
 }
 
 bool CWyFileOutput::Log(const char* pszText) { return pszText != nullptr && LogText(pszText); }
 
 // Without a size limit, and with no rollover to be tried again, the descriptor never changes while
 // the output is installed: no lock is needed, only write(2) itself.
-bool CWyFileOutput::LogText(std::string_view strText) {
+inline bool CWyFileOutput::LogText(std::string_view strText) {
   if (m_pGrowth != nullptr) return LogLimited(strText);
   // Pairs with the release in StartNewFile: a thread that finds the flag cleared sees the new
   // descriptor.
-  if (!m_bRolloverRetry.load(std::memory_order_acquire)) return Write(strText) >= 0;
+  if (!m_bRolloverRetry.load(std::memory_order_acquire)) [[likely]]
+    return Write(strText) >= 0;
+  return LogBeforeRetry(strText);
+}
+
+[[gnu::noinline]] bool CWyFileOutput::LogBeforeRetry(std::string_view strText) {
   {
     const CWyWriterBesideOthers others(m_guard);
     if (!m_bRolloverRetry.load(std::memory_order_relaxed) || !IsRetryDue())

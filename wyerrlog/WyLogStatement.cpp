@@ -1,14 +1,12 @@
-// A statement of the front end on its way through the library. Nearly always its texts are
-// printable ASCII and the thread remembers the message: then the texts are copied once, from the
-// caller into the line.
+// A log statement on its way into a message. Nearly always its texts are printable ASCII and the
+// thread remembers the message: then the texts are copied once, from the caller into the line.
 
 #include "wyerrlog/WyLogStatement.h"
 
 #include <memory>
 
 #include "wyerrlog/WyErrLogMessage.h"
-#include "wyerrlog/WyLogger.h"
-#include "wyerrlog/internal/WyTextPieces.h"
+#include "wyerrlog/WyEscape.h"
 
 namespace WyLogDetail {
 
@@ -20,35 +18,16 @@ const TextRef& OrNull(const TextRef& text) { return text.pszText != nullptr ? te
 
 }  // namespace
 
-bool Statement::Log(CWyLogger& logger) const {
-  CWyErrLogMessage line(logger.ShouldUseLocalTime());
-  Write(line);
-  return logger.LogErrMsg(line);
-}
-
 bool Statement::Format(CWyErrLogMessage& line) const {
   line.m_args.clear();  // those of a message before this one would take precedence
-  Write(line);
+  line.FormatStatement(*this);
   line.OwnArguments();
   return !line.IsIncomplete();
 }
 
-inline bool Statement::IsPlain(std::size_t uText) const {
+bool Statement::IsPlain(std::size_t uText) const {
   const TextRef& text = OrNull(pTexts[uText]);
   return (uAsTheyAre >> uText & 1) != 0 || WyLogDetail::IsPlain(text.pszText, text.uSize);
-}
-
-void Statement::Write(CWyErrLogMessage& line) const {
-  line.WriteProlog(file, iLine);
-  WyTextPiece aPieces[CpaArgList::MaxArguments];
-  std::size_t uSize = 0;
-  for (std::size_t i = 0; i < uTexts; ++i) {
-    const TextRef& text = OrNull(pTexts[i]);
-    if (!IsPlain(i)) return line.CopyStatement(*this);
-    aPieces[i] = {text.pszText, text.uSize};
-    uSize += text.uSize;
-  }
-  line.FormatStatement(*this, aPieces, uSize);
 }
 
 bool Statement::CopyTo(CpaArgList& args) const {

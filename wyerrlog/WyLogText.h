@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <cstdarg>
 #include <cstdio>
+#include <string_view>
 
 #include "wyerrlog/WyCallSite.h"
 #include "wyerrlog/WyLogStatement.h"
@@ -18,6 +19,31 @@
 #include "wyerrlog/WyToText.h"
 
 namespace WyLogDetail {
+
+// The part of a path after its last "/". The compiler finds it for the paths that it supplies.
+inline std::string_view FilePart(const char* pszPath) {
+  const char* const pszSlash = __builtin_strrchr(pszPath, '/');
+  const char* const pszFile = pszSlash != nullptr ? pszSlash + 1 : pszPath;
+  return {pszFile, __builtin_strlen(pszFile)};
+}
+
+// One bit for each argument whose text is not escaped.
+template <typename... Arguments>
+constexpr unsigned int AsTheyAre() {
+  unsigned int uBits = 0;
+  unsigned int uBit = 1;
+  ((uBits |= IsNeverEscaped<Arguments>() ? uBit : 0, uBit <<= 1), ...);
+  return uBits;
+}
+
+// Calls `use` with the statement that has the texts of the arguments, which are of the given types.
+template <typename... Arguments, typename Use, typename... Texts>
+bool WithStatement(const WyMessageAt& message, const Use& use, const Texts&... texts) {
+  const TextRef aTexts[] = {texts.Ref()..., TextRef{}};
+  return use(Statement{message.uId, message.where.iLine, FilePart(message.where.pszFile),
+                       static_cast<const TextRef*>(aTexts), sizeof...(texts),
+                       AsTheyAre<Arguments...>()});
+}
 
 // Calls `use` with the statement of a text: message 1 of the built-in component, which is its first
 // argument.
@@ -60,7 +86,8 @@ inline bool WyLogText(const WySeverityAt& severity, const char* pszFormat, ...)
 inline bool WyLogTextVA(CWyLogger& logger, const WySeverityAt& severity, const char* pszFormat,
                         va_list args) {
   return WyLogDetail::WithTextVA(
-      severity, [&](const WyLogDetail::Statement& statement) { return statement.Log(logger); },
+      severity,
+      [&](const WyLogDetail::Statement& statement) { return logger.LogStatement(statement); },
       pszFormat, args);
 }
 inline bool WyLogText(CWyLogger& logger, const WySeverityAt& severity, const char* pszFormat, ...) {
@@ -81,7 +108,8 @@ inline bool WyLogText(const WySeverityAt& severity, const char* pszFormat, ...) 
 // The same with a text that is written as it stands, with its newlines: WyRaw(strTable).
 inline bool WyLogText(CWyLogger& logger, const WySeverityAt& severity, const WyRawText& text) {
   return WyLogDetail::WithText(
-      severity, [&](const WyLogDetail::Statement& statement) { return statement.Log(logger); },
+      severity,
+      [&](const WyLogDetail::Statement& statement) { return logger.LogStatement(statement); },
       WyLogDetail::ToText(text).Ref(), 1);
 }
 inline bool WyLogText(const WySeverityAt& severity, const WyRawText& text) {

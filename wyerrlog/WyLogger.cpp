@@ -14,7 +14,7 @@
 #include <new>
 #include <utility>
 
-#include "wyerrlog/WyLoggerList.h"
+#include "wyerrlog/WyLogStatement.h"
 #include "wyerrlog/internal/WyDeadlockCheck.h"
 #include "wyerrlog/internal/WyLogAccess.h"
 #include "wyerrlog/internal/WyLogLossRecord.h"
@@ -23,6 +23,7 @@
 #include "wyerrlog/internal/WyNoThrow.h"
 #include "wyerrlog/internal/WyOutputCall.h"
 #include "wyerrlog/internal/WyProcessObject.h"
+#include "wyerrlog/internal/WyTextBuffer.h"
 #include "wyerrlog/internal/WyTraceRecordPool.h"
 
 // Libraries are unloaded once per process, by the first release. The version is that of the
@@ -62,10 +63,7 @@ CWyLogOutput* NewOutput(Parameters... parameters) {
 // loggers have to end first, in a handler that is registered after the components' construction.
 // The named loggers end before the process logger, which their outputs may use.
 void EndLoggersBeforeComponents() {
-  [[maybe_unused]] static const int s_iRegistered = std::atexit([] {
-    CWyProcessObject<CWyLoggerList>::End();
-    CWyProcessObject<CWyLogger>::End();
-  });
+  [[maybe_unused]] static const int s_iRegistered = std::atexit(CWyProcessObjectLink::EndAll);
 }
 
 }  // namespace
@@ -227,17 +225,25 @@ void CWyLogger::DisableLog() {
   if (writer) Remove(m_pLogOutput);
 }
 
+// The output is read under the guard.
+inline bool CWyLogger::WriteTo(CWyLogOutput* const& pOutput, CWyErrLogGuard& guard,
+                               CWyErrLogMessage& msg) {
+  if (msg.m_pBuffer->IsIncomplete()) return CWyLogLossRecord::Refuse(ENOMEM);
+  const CWyLogReader reader(guard);
+  if (!reader) return false;
+  return pOutput != nullptr ? pOutput->Log(msg) : CWyLogLossRecord::Refuse(ENXIO);
+}
+
 // The test of the state needs no lock. A release that comes after it waits for the guard, and the
 // output is deleted only then.
 bool CWyLogger::LogErrMsg(CWyErrLogMessage& msg) {
-  return LogAndAccount<&CWyLogger::WriteErrMsg>(WyLogKind::Error, msg);
+  return LogAndAccount(WyLogKind::Error, [&] { return WriteTo(m_pLogOutput, m_logGuard, msg); });
 }
 
-bool CWyLogger::WriteErrMsg(CWyErrLogMessage& msg) {
-  if (msg.IsIncomplete()) return CWyLogLossRecord::Refuse(ENOMEM);
-  const CWyLogReader reader(m_logGuard);
-  if (!reader) return false;
-  return m_pLogOutput != nullptr ? m_pLogOutput->Log(msg) : CWyLogLossRecord::Refuse(ENXIO);
+bool CWyLogger::LogStatement(const WyLogDetail::Statement& statement) {
+  CWyErrLogMessage line(ShouldUseLocalTime());
+  line.FormatStatement(statement);
+  return LogErrMsg(line);
 }
 
 bool CWyLogger::EnableAuditLogRollover(CWyLogOutput* pOutput) {
@@ -251,14 +257,8 @@ void CWyLogger::DisableAuditLog() {
 }
 
 bool CWyLogger::LogAuditMsg(CWyErrLogMessage& msg) {
-  return LogAndAccount<&CWyLogger::WriteAuditMsg>(WyLogKind::Audit, msg);
-}
-
-bool CWyLogger::WriteAuditMsg(CWyErrLogMessage& msg) {
-  if (msg.IsIncomplete()) return CWyLogLossRecord::Refuse(ENOMEM);
-  const CWyLogReader reader(m_auditGuard);
-  if (!reader) return false;
-  return m_pAuditOutput != nullptr ? m_pAuditOutput->Log(msg) : CWyLogLossRecord::Refuse(ENXIO);
+  return LogAndAccount(WyLogKind::Audit,
+                       [&] { return WriteTo(m_pAuditOutput, m_auditGuard, msg); });
 }
 
 // ---- Settings -----------------------------------------------------------------------------------

@@ -31,6 +31,9 @@
 class CWyLogLossRecord;
 class CWyMessageCatalog;
 enum class WyLogKind : int;
+namespace WyLogDetail {
+struct Statement;
+}
 
 // Every operation may be called by any thread, unless its comment restricts it. Log calls and trace
 // decisions run side by side; installing and removing outputs or configurations waits for those
@@ -123,6 +126,11 @@ class WYERRLOG_API CWyLogger {
   // without an output, for a message that is incomplete, and if the output could not take it; the
   // logger does not try again.
   bool LogErrMsg(CWyErrLogMessage& msg);
+
+  // Formats the message of a log statement (WyLogStatement.h), with this logger's time base, and
+  // writes it like LogErrMsg: what WyLog and WyLogText call. Returns false also if memory
+  // allocation fails. The texts of the statement are neither copied nor kept.
+  bool LogStatement(const WyLogDetail::Statement& statement);
 
   // ---- Audit log --------------------------------------------------------------------------------
 
@@ -267,11 +275,11 @@ class WYERRLOG_API CWyLogger {
 
   // The log calls without the account of what they refuse (WyLogLoss.h). Returning false they leave
   // the reason in errno.
-  WYERRLOG_LOCAL bool WriteErrMsg(CWyErrLogMessage& msg);
   WYERRLOG_LOCAL bool WriteTraceMsg(CWyErrLogMessage& msg);
-  WYERRLOG_LOCAL bool WriteAuditMsg(CWyErrLogMessage& msg);
-  template <bool (CWyLogger::*Write)(CWyErrLogMessage&)>
-  WYERRLOG_LOCAL bool LogAndAccount(WyLogKind log, CWyErrLogMessage& msg);
+  WYERRLOG_LOCAL static bool WriteTo(CWyLogOutput* const& pOutput, CWyErrLogGuard& guard,
+                                     CWyErrLogMessage& msg);
+  template <typename Write>
+  WYERRLOG_LOCAL bool LogAndAccount(WyLogKind log, const Write& write);
   WYERRLOG_LOCAL void End() noexcept;  // Release where nothing can be thrown
 
   // The steps of EnableTrace; from the second one on with the trace guard held for writing.

@@ -10,6 +10,7 @@
 #include "wyerrlog/internal/WyDeadlockCheck.h"
 #include "wyerrlog/internal/WyLogAccess.h"
 #include "wyerrlog/internal/WyLogLossRecord.h"
+#include "wyerrlog/internal/WyTextBuffer.h"
 #include "wyerrlog/internal/WyTraceGeneration.h"
 #include "wyerrlog/internal/WyTraceRecordPool.h"
 
@@ -149,21 +150,18 @@ CWyTraceData* CWyLogger::RecordOfThisThread() {
 
 // The second output gets the message also if the first one fails.
 bool CWyLogger::LogTraceMsg(CWyErrLogMessage& msg) {
-  return LogAndAccount<&CWyLogger::WriteTraceMsg>(WyLogKind::Trace, msg);
+  return LogAndAccount(WyLogKind::Trace, [&] { return WriteTraceMsg(msg); });
 }
 
-bool CWyLogger::WriteTraceMsg(CWyErrLogMessage& msg) {
-  if (msg.IsIncomplete()) return CWyLogLossRecord::Refuse(ENOMEM);
+inline bool CWyLogger::WriteTraceMsg(CWyErrLogMessage& msg) {
+  if (msg.m_pBuffer->IsIncomplete()) return CWyLogLossRecord::Refuse(ENOMEM);
   const CWyLogReader reader(m_traceGuard);
   if (!reader) return false;
-  bool bInstalled = false;
-  bool bAllLogged = true;
-  for (CWyLogOutput* pOutput : {m_pTraceOutput.load(), m_pSecondTraceOutput.load()}) {
-    if (pOutput == nullptr) continue;
-    bInstalled = true;
-    if (!pOutput->Log(msg)) bAllLogged = false;
-  }
-  return bInstalled ? bAllLogged : CWyLogLossRecord::Refuse(ENXIO);
+  CWyLogOutput* const pFirst = m_pTraceOutput.load(std::memory_order_relaxed);
+  CWyLogOutput* const pSecond = m_pSecondTraceOutput.load(std::memory_order_relaxed);
+  if (pFirst == nullptr && pSecond == nullptr) return CWyLogLossRecord::Refuse(ENXIO);
+  const bool bFirstLogged = pFirst == nullptr || pFirst->Log(msg);
+  return (pSecond == nullptr || pSecond->Log(msg)) && bFirstLogged;
 }
 
 // ---- The pool of per-thread trace records -------------------------------------------------------

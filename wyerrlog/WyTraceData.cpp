@@ -64,6 +64,12 @@ void MoveText(char* pTo, const char* pFrom, std::size_t uSize) {
     WyCopyWords<std::uint64_t>(pTo, pFrom, uSize);
   } else if (uSize - 16 <= 16) {
     WyCopyWords<__m128i>(pTo, pFrom, uSize);
+  } else if (uSize - 32 <= 32) {
+    __m128i words[4];
+    std::memcpy(words, pFrom, 32);
+    std::memcpy(words + 2, pFrom + uSize - 32, 32);
+    std::memcpy(pTo, words, 32);
+    std::memcpy(pTo + uSize - 32, words + 2, 32);
   } else {
     std::memmove(pTo, pFrom, uSize);
   }
@@ -158,6 +164,32 @@ void CWyTraceData::MarkNumber(unsigned int uId) {
   m_auNumber[uId / BitsPerWord] |= std::uint64_t{1} << (uId % BitsPerWord);
 }
 
+// The text may be a value of this very record: hence memmove, and a former buffer is freed after
+// the copy. If memory allocation fails the former value stays, and the result drops the record.
+inline bool CWyTraceData::StoreText(unsigned int uId, std::string_view text) {
+  WyTraceDataFieldInfo* const pField = FieldToSet(uId);
+  if (pField == nullptr) return false;
+  if (text.size() > MaxInlineLength) [[unlikely]] {
+    if (uId != WyField::SrcFile) return StoreLongText(*pField, text);
+    text = text.substr(0, MaxInlineLength);
+  }
+  MoveText(pField->pszValue, text.data(), text.size());
+  EndValue(*pField, pField->pszValue + text.size());
+  return true;
+}
+
+[[gnu::noinline]] bool CWyTraceData::StoreLongText(WyTraceDataFieldInfo& field,
+                                                   std::string_view text) {
+  char* pszLong = new (std::nothrow) char[text.size() + 1];
+  if (pszLong == nullptr) return false;
+  std::memcpy(pszLong, text.data(), text.size());
+  if (field.bValueAllocated) delete[] field.pszValue;
+  field.pszValue = pszLong;
+  field.bValueAllocated = true;
+  EndValue(field, pszLong + text.size());
+  return true;
+}
+
 bool CWyTraceData::SetFieldValue(unsigned int uId, int iValue) {
   if (uId >= WyField::Date && uId <= WyField::PreciseTime) {
     // One reading of the clock for all three, by the last of them that is traced: their texts never
@@ -211,29 +243,6 @@ bool CWyTraceData::SetFieldNumber(unsigned int uId, const char* pszNumber) {
   return PassesFilter(uId);
 }
 
-// The text may be a value of this very record: hence memmove, and a former buffer is freed after
-// the copy. If memory allocation fails the former value stays, and the result drops the record.
-bool CWyTraceData::StoreText(unsigned int uId, std::string_view text) {
-  WyTraceDataFieldInfo* const pField = FieldToSet(uId);
-  if (pField == nullptr) return false;
-  WyTraceDataFieldInfo& field = *pField;
-  if (uId == WyField::SrcFile) text = text.substr(0, MaxInlineLength);
-
-  if (text.size() <= MaxInlineLength) {
-    MoveText(field.pszValue, text.data(), text.size());
-    EndValue(field, field.pszValue + text.size());
-    return true;
-  }
-  char* pszLong = new (std::nothrow) char[text.size() + 1];
-  if (pszLong == nullptr) return false;
-  std::memcpy(pszLong, text.data(), text.size());
-  if (field.bValueAllocated) delete[] field.pszValue;
-  field.pszValue = pszLong;
-  field.bValueAllocated = true;
-  EndValue(field, pszLong + text.size());
-  return true;
-}
-
 // Each step clears the lowest bit that is set. A value that is elsewhere than in its field is a
 // long one, or a host has put it there.
 void CWyTraceData::ClearValues() {
@@ -241,8 +250,9 @@ void CWyTraceData::ClearValues() {
     for (std::uint64_t uBits = std::exchange(m_auSet[uWord], 0); uBits != 0; uBits &= uBits - 1) {
       const auto uBit = static_cast<unsigned int>(std::countr_zero(uBits));
       WyTraceDataFieldInfo& field = m_fields[uWord * BitsPerWord + uBit];
-      if (field.pszValue == field.szValue) {
-        EndValue(field, field.szValue);
+      if (field.pszValue == field.szValue) [[likely]] {
+        field.szValue[0] = '\0';
+        field.uLength = 0;
       } else {
         if (field.bValueAllocated) delete[] field.pszValue;
         PointToInlineValue(field);

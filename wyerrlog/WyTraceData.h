@@ -27,7 +27,6 @@
 class CWyLogger;
 class CWyTextBuffer;
 class CWyTraceConfigObserver;
-struct WyTextPiece;
 
 // One component or sub-component that a trace configuration file can select. The logger's own
 // tables are read with CWyLogger::GetAvailableComponents.
@@ -212,13 +211,13 @@ class WYERRLOG_API CWyTraceData {
     struct ShownField {
       unsigned int uId;       // its number
       unsigned int uWidth;    // of its column
-      std::string strBefore;  // in the layout Xml: the end of the element before, "\t<Name>"
+      std::string strBefore;  // the text before its value: "][" or, in Xml, "</Before>\n\t<Name>"
     };
     // In their order.
     std::vector<ShownField> shown;
-    std::string strEnd;            // of the last element
+    std::string strEnd;            // the text behind the last value; empty in other layouts
     std::size_t uColumnsSize = 0;  // the length of a record in the layout FixedWidth
-    std::size_t uTagsSize = 0;     // of the texts above
+    std::size_t uTextsSize = 0;    // of the texts above
 
     // Copies the names: the logger that the components come from may be destroyed before the last
     // record is.
@@ -240,19 +239,27 @@ class WYERRLOG_API CWyTraceData {
 
   WYERRLOG_LOCAL WyTraceDataFieldInfo* FieldToSet(unsigned int uId);
   WYERRLOG_LOCAL bool StoreText(unsigned int uId, std::string_view text);
+  WYERRLOG_LOCAL static bool StoreLongText(WyTraceDataFieldInfo& field, std::string_view text);
   WYERRLOG_LOCAL void MarkNumber(unsigned int uId);
   WYERRLOG_LOCAL bool PassesFilter(unsigned int uId);
   WYERRLOG_LOCAL void ClearValues();
   WYERRLOG_LOCAL void ReplaceLongTraceText(char* pszText);
 
   WYERRLOG_LOCAL void AppendFields(CWyErrLogMessage& msg, int iMode) const;
+  // What separates or encloses the values in this layout.
+  WYERRLOG_LOCAL const char* TraceTag() const {
+    if (m_nTraceFormat == WyTraceLayout::Delimited) return m_pszDelimiter;
+    return m_nTraceFormat == WyTraceLayout::Xml ? XmlElement : nullptr;
+  }
   WYERRLOG_LOCAL bool AssembleJson(CWyErrLogMessage& msg, int iMode) const;
   static constexpr unsigned int ColumnGap = 2;  // blanks between the columns of FixedWidth
-  WYERRLOG_LOCAL void AppendValues(CWyErrLogMessage& msg) const;
-  WYERRLOG_LOCAL void AppendColumns(CWyTextBuffer& text, const WyTextPiece* pValues) const;
-  WYERRLOG_LOCAL void AppendElements(CWyTextBuffer& text, const WyTextPiece* pValues,
-                                     std::size_t uSize) const;
+  static constexpr const char* XmlElement = "TraceMessage";
+  WYERRLOG_LOCAL void AppendColumns(CWyErrLogMessage& msg) const;
+  WYERRLOG_LOCAL void AppendValues(CWyTextBuffer& text) const;
+  WYERRLOG_LOCAL char* WriteValues(char* p, const char* pLimit) const;
+  WYERRLOG_LOCAL std::size_t SizeOfValues() const;
   WYERRLOG_LOCAL void ListShownFields();
+  WYERRLOG_LOCAL void ListTexts();
   // Called by the logger when it installs a configuration.
   WYERRLOG_LOCAL void ChooseDateTimeField();
 

@@ -135,21 +135,37 @@ void CWyTraceData::ListShownFields() {
   if (m_pShared == nullptr) return;
   Shared& shared = *m_pShared;
   shared.shown.clear();
-  shared.strEnd.clear();
   shared.uColumnsSize = 0;
-  shared.uTagsSize = 0;
   for (const unsigned int uEntry : m_auFieldOrder) {
     if (uEntry == 0) break;
     const WyTraceDataFieldInfo& field = m_fields[uEntry - 1];
-    const std::string strName = field.pszName;
     const auto iWidth = static_cast<int>(field.uWidth);
     const unsigned int uWidth = iWidth > 0 ? field.uWidth : 0;
     shared.uColumnsSize += uWidth + (shared.shown.empty() ? 0 : ColumnGap);
-    shared.shown.push_back({uEntry - 1, uWidth, shared.strEnd + "\t<" + strName + '>'});
-    shared.uTagsSize += shared.shown.back().strBefore.size();
-    shared.strEnd = "</" + strName + ">\n";
+    shared.shown.push_back({uEntry - 1, uWidth, {}});
   }
-  shared.uTagsSize += shared.strEnd.size();
+  ListTexts();
+}
+
+// The texts before, between and behind the values, in the layouts that consist of nothing else.
+void CWyTraceData::ListTexts() {
+  Shared& shared = *m_pShared;
+  const bool bXml = m_nTraceFormat == WyTraceLayout::Xml;
+  const bool bBrackets = m_nTraceFormat == WyTraceLayout::Brackets;
+  std::string strBehind = bXml ? "<" + std::string(XmlElement) + ">\n" : "";
+  shared.strEnd.clear();
+  shared.uTextsSize = 0;
+  if (!bXml && !bBrackets && m_nTraceFormat != WyTraceLayout::Delimited) return;
+  for (Shared::ShownField& shown : shared.shown) {
+    const std::string strName = m_fields[shown.uId].pszName;
+    shown.strBefore = strBehind + (bXml ? "\t<" + strName + '>' : bBrackets ? "[" : "");
+    shared.uTextsSize += shown.strBefore.size();
+    strBehind = bXml ? "</" + strName + ">\n" : bBrackets ? "]" : shared.delimiter.value_or("");
+  }
+  if (shared.shown.empty()) return;
+  if (bXml) strBehind += "</" + std::string(XmlElement) + '>';
+  shared.strEnd = (m_nTraceFormat == WyTraceLayout::Delimited ? "" : strBehind) + '\n';
+  shared.uTextsSize += shared.strEnd.size();
 }
 
 // The caller's names may be on its stack or in a library that is unloaded. They are shared by all

@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <cstring>
 #include <new>
-#include <span>
 #include <string>
 
 #include "wyerrlog/WyTraceData.h"
@@ -33,38 +32,24 @@ void AppendText(CWyErrLogMessage& msg, const WyTraceDataFieldInfo& field, int nL
 }
 
 // A value that the host has replaced, or whose end it has moved, is measured.
-WyTextPiece ValueOf(const WyTraceDataFieldInfo& field) {
-  const bool bOwn = field.pszValue == field.szValue || field.bValueAllocated;
-  if (bOwn && field.pszValue[field.uLength] == '\0') return {field.pszValue, field.uLength};
+[[gnu::noinline]] WyTextPiece MeasuredValueOf(const WyTraceDataFieldInfo& field) {
   const char* const pszValue = field.pszValue != nullptr ? field.pszValue : "";
   return {pszValue, std::strlen(pszValue)};
 }
 
-void AppendBrackets(CWyTextBuffer& text, std::span<const WyTextPiece> values, std::size_t uSize) {
-  char* p = text.Room(uSize + 2 * values.size());
-  if (p == nullptr) return;
-  for (const WyTextPiece& value : values) {
-    *p++ = '[';
-    p = WyCopyText(p, value.pText, value.uLength);
-    *p++ = ']';
-  }
-  text.AppendedUpTo(p);
+inline WyTextPiece ValueOf(const WyTraceDataFieldInfo& field) {
+  const bool bOwn = field.pszValue == field.szValue || field.bValueAllocated;
+  if (!bOwn || field.pszValue[field.uLength] != '\0') [[unlikely]]
+    return MeasuredValueOf(field);
+  return {field.pszValue, field.uLength};
 }
 
-void AppendDelimited(CWyTextBuffer& text, std::span<const WyTextPiece> values, std::size_t uSize,
-                     std::string_view delimiter) {
-  char* p = text.Room(uSize + values.size() * delimiter.size());
-  if (p == nullptr) return;
-  p = WyCopyText(p, values[0].pText, values[0].uLength);
-  for (const WyTextPiece& value : values.subspan(1)) {
-    if (delimiter.size() == 1) {
-      *p++ = delimiter[0];
-    } else {
-      p = WyCopyText(p, delimiter.data(), delimiter.size());
-    }
-    p = WyCopyText(p, value.pText, value.uLength);
-  }
-  text.AppendedUpTo(p);
+// A short text that a configuration has: sixteen bytes are copied whatever its size, which any
+// std::string has.
+inline char* CopyFixed(char* pTo, const std::string& strText) {
+  std::memcpy(pTo, strText.data(), 16);
+  if (strText.size() > 16) return WyCopyText(pTo, strText.data(), strText.size());
+  return pTo + strText.size();
 }
 
 }  // namespace
@@ -72,19 +57,22 @@ void AppendDelimited(CWyTextBuffer& text, std::span<const WyTextPiece> values, s
 // Xml and Json have no header: each value is named after its field.
 bool CWyTraceData::AssembleTraceMessage(CWyErrLogMessage* pMsg, int iMode) {
   if (pMsg == nullptr) return false;
+  if (iMode == WyTraceLine::Values && m_pShared != nullptr && !m_pShared->strEnd.empty()) {
+    // For fields that the host appends itself.
+    pMsg->SetTraceLayout(m_nTraceFormat, m_bUseLocalTime, TraceTag());
+    AppendValues(*pMsg->m_pBuffer);
+    return true;
+  }
   if (m_nTraceFormat >= WyTraceLayout::Xml) {
     if (m_nTraceFormat == WyTraceLayout::Json) return AssembleJson(*pMsg, iMode);
     if (m_nTraceFormat == WyTraceLayout::Xml && iMode != WyTraceLine::Values) return false;
   }
 
-  const char* pszTag = nullptr;
-  if (m_nTraceFormat == WyTraceLayout::Delimited) pszTag = m_pszDelimiter;
-  if (m_nTraceFormat == WyTraceLayout::Xml) pszTag = "TraceMessage";
   try {
     // Also for a layout that does not exist: the message keeps the former layout otherwise.
-    pMsg->BeginTraceFormat(m_nTraceFormat, m_bUseLocalTime, pszTag);
+    pMsg->BeginTraceFormat(m_nTraceFormat, m_bUseLocalTime, TraceTag());
     if (iMode == WyTraceLine::Values) {
-      AppendValues(*pMsg);
+      AppendColumns(*pMsg);
     } else {
       AppendFields(*pMsg, iMode);
     }
@@ -108,61 +96,60 @@ void CWyTraceData::AppendFields(CWyErrLogMessage& msg, int iMode) const {
   }
 }
 
-// FormatTraceField for all fields in one pass: their lengths are known, and the message makes room
-// once.
-void CWyTraceData::AppendValues(CWyErrLogMessage& msg) const {
-  if (m_pShared == nullptr || m_pShared->shown.empty()) return;
-  WyTextPiece values[FieldCount];
-  WyTextPiece* pEnd = values;
-  std::size_t uSize = 0;
-  for (const Shared::ShownField& shown : m_pShared->shown) {
-    *pEnd = ValueOf(m_fields[shown.uId]);
-    uSize += pEnd->uLength;
-    ++pEnd;
+// In one pass, if the message has room for the record, as it nearly always has. Otherwise it makes
+// room for all of it.
+void CWyTraceData::AppendValues(CWyTextBuffer& text) const {
+  constexpr std::size_t Spare = 16;  // CopyFixed may write so much behind the end
+  const std::size_t uTextsSize = m_pShared->uTextsSize + Spare;
+  char* p = text.Room(uTextsSize);
+  if (p == nullptr) return;
+  char* pEnd = WriteValues(p, p + text.RoomLeft() - uTextsSize);
+  if (pEnd == nullptr) {
+    const std::size_t uSize = SizeOfValues() + m_pShared->uTextsSize;
+    *p = '\0';
+    p = text.Room(uSize + uTextsSize);
+    if (p == nullptr) return;
+    pEnd = WriteValues(p, p + uSize);
   }
-  CWyTextBuffer& text = *msg.m_pBuffer;
-  switch (m_nTraceFormat) {
-    case WyTraceLayout::Brackets:
-      return AppendBrackets(text, {values, pEnd}, uSize);
-    case WyTraceLayout::Delimited:
-      msg.m_bFirstField = false;
-      return AppendDelimited(text, {values, pEnd}, uSize,
-                             m_pszDelimiter != nullptr ? m_pszDelimiter : "");
-    case WyTraceLayout::FixedWidth:
-      msg.m_bFirstField = false;
-      return AppendColumns(text, values);
-    case WyTraceLayout::Xml:
-      return AppendElements(text, values, uSize);
-    default:
-      return;
-  }
+  text.AppendedUpTo(pEnd);
 }
 
-// Longer values are cut to the column, in bytes; two blanks separate the columns.
-void CWyTraceData::AppendColumns(CWyTextBuffer& text, const WyTextPiece* pValues) const {
-  char* const pBegin = text.Room(m_pShared->uColumnsSize);
+// Returns the end; null if a value would end behind `pLimit`, behind which all fixed texts have
+// room.
+char* CWyTraceData::WriteValues(char* p, const char* pLimit) const {
+  for (const Shared::ShownField& shown : m_pShared->shown) {
+    p = CopyFixed(p, shown.strBefore);
+    const WyTextPiece value = ValueOf(m_fields[shown.uId]);
+    if (static_cast<std::ptrdiff_t>(value.uLength) > pLimit - p) return nullptr;
+    p = WyCopyText(p, value.pText, value.uLength);
+  }
+  return CopyFixed(p, m_pShared->strEnd);
+}
+
+[[gnu::noinline]] std::size_t CWyTraceData::SizeOfValues() const {
+  std::size_t uSize = 0;
+  for (const Shared::ShownField& shown : m_pShared->shown) {
+    uSize += ValueOf(m_fields[shown.uId]).uLength;
+  }
+  return uSize;
+}
+
+// The layout FixedWidth; in one that does not exist there are no values. Longer values are cut to
+// the column, in bytes; two blanks separate the columns.
+void CWyTraceData::AppendColumns(CWyErrLogMessage& msg) const {
+  const bool bColumns = m_nTraceFormat == WyTraceLayout::FixedWidth;
+  if (!bColumns || m_pShared == nullptr || m_pShared->shown.empty()) return;
+  msg.m_bFirstField = false;
+  char* const pBegin = msg.m_pBuffer->Room(m_pShared->uColumnsSize);
   if (pBegin == nullptr) return;
   std::memset(pBegin, ' ', m_pShared->uColumnsSize);
   char* p = pBegin;
   for (const Shared::ShownField& shown : m_pShared->shown) {
-    WyCopyText(p, pValues->pText, std::min<std::size_t>(pValues->uLength, shown.uWidth));
-    ++pValues;
+    const WyTextPiece value = ValueOf(m_fields[shown.uId]);
+    WyCopyText(p, value.pText, std::min<std::size_t>(value.uLength, shown.uWidth));
     p += shown.uWidth + ColumnGap;
   }
-  text.AppendedUpTo(pBegin + m_pShared->uColumnsSize);
-}
-
-void CWyTraceData::AppendElements(CWyTextBuffer& text, const WyTextPiece* pValues,
-                                  std::size_t uSize) const {
-  char* p = text.Room(uSize + m_pShared->uTagsSize);
-  if (p == nullptr) return;
-  for (const Shared::ShownField& shown : m_pShared->shown) {
-    p = WyCopyText(p, shown.strBefore.data(), shown.strBefore.size());
-    p = WyCopyText(p, pValues->pText, pValues->uLength);
-    ++pValues;
-  }
-  p = WyCopyText(p, m_pShared->strEnd.data(), m_pShared->strEnd.size());
-  text.AppendedUpTo(p);
+  msg.m_pBuffer->AppendedUpTo(pBegin + m_pShared->uColumnsSize);
 }
 
 // A field that was not set is left out: its type is not known.

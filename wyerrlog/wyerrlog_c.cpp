@@ -70,7 +70,7 @@ int wyerrlog_message_array(wyerrlog_logger* logger, const char* file, int line,
     const WyCallSite where = WyPlaceOf(file, line, function);
     const WyLogDetail::Statement statement = {
         id, where.iLine, WyLogDetail::FilePart(where.pszFile), aTexts, count, 0};
-    return statement.Log(WyLoggerOf(logger)) ? 1 : 0;
+    return WyLoggerOf(logger).LogStatement(statement) ? 1 : 0;
   });
 }
 
@@ -98,7 +98,7 @@ int wyerrlog_vtext(wyerrlog_logger* logger, const char* file, int line, const ch
     bool bFormatted = false;
     const auto log = [&](const WyLogDetail::Statement& statement) {
       bFormatted = true;
-      return statement.Log(WyLoggerOf(logger));
+      return WyLoggerOf(logger).LogStatement(statement);
     };
     if (WyLogDetail::WithTextVA(at, log, format, arguments)) return 1;
     return bFormatted ? 0 : WyFailForC(EINVAL, 0);

@@ -23,14 +23,17 @@ class CWyLogReader {
 
  private:
   CWyLogReader(CWyErrLogGuard& guard, CWyGuardHold*& pInnermost)
-      : m_pGuard(Admit(guard, pInnermost != nullptr) ? guard.Native() : nullptr),
+      : m_pGuard(Admit(guard, pInnermost != nullptr)),
         m_hold(pInnermost, m_pGuard, CWyGuardHold::Read) {}
 
   // AdmitReader, without a call for a thread that holds no guard, which is nearly every one.
-  static bool Admit(CWyErrLogGuard& guard, bool bHoldsOthers) {
-    if (bHoldsOthers || !guard.IsUsable()) return guard.AdmitReader(bHoldsOthers);
-    guard.Native()->LockForRead();
-    return true;
+  // Returns the guard's lock; null if it is refused.
+  static CWyGuard* Admit(CWyErrLogGuard& guard, bool bHoldsOthers) {
+    CWyGuard* const pGuard = guard.Native();
+    if (bHoldsOthers || pGuard == nullptr) [[unlikely]]
+      return guard.AdmitReader(bHoldsOthers) ? pGuard : nullptr;
+    pGuard->LockForRead();
+    return pGuard;
   }
 
   CWyGuard* m_pGuard;  // null: refused

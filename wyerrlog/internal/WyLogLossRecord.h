@@ -34,16 +34,15 @@ class CWyLogLossRecord {
   static void Notify(CWyLogger& logger, WyLogKind log, bool bLosing);
 };
 
-template <bool (CWyLogger::*Write)(CWyErrLogMessage&)>
-bool CWyLogger::LogAndAccount(WyLogKind log, CWyErrLogMessage& msg) {
+// `write` writes a message, and returns false with the reason in errno if that is refused.
+template <typename Write>
+bool CWyLogger::LogAndAccount(WyLogKind log, const Write& write) {
   const unsigned char uState = m_uState.load(std::memory_order_acquire);
-  if (uState == Initialised) [[likely]] {
-    if ((this->*Write)(msg)) [[likely]]
-      return true;
-  } else if ((uState & Initialised) == 0) {
+  if ((uState & Initialised) == 0) [[unlikely]] {
     errno = ESHUTDOWN;
-  } else if ((this->*Write)(msg)) {
-    CWyLogLossRecord::Recover(*this, log);
+  } else if (write()) [[likely]] {
+    if (uState != Initialised) [[unlikely]]
+      CWyLogLossRecord::Recover(*this, log);
     return true;
   }
   CWyLogLossRecord::Count(*this, log);

@@ -7,9 +7,9 @@
 #include <algorithm>
 #include <utility>
 
+#include "wyerrlog/internal/WyPlainCopy.h"
 #include "wyerrlog/internal/WyTextBuffer.h"
 #include "wyerrlog/internal/WyTextPieces.h"
-#include "wyerrlog/internal/WyThreadOwned.h"
 
 namespace {
 
@@ -109,6 +109,40 @@ bool CWyMessageForm::AppendTo(CWyTextBuffer& text, const WyTextPiece* pArguments
   return true;
 }
 
+// Each text is read once. If one is found not to be plain, the line ends where it ended before.
+bool CWyMessageForm::AppendPlain(CWyTextBuffer& text, const WyLogDetail::TextRef* pTexts,
+                                 std::size_t uCount, unsigned int uAsTheyAre) const {
+  if (uCount == 0) return AppendGrowing(text, nullptr, 0);
+  std::size_t uSize = 0;
+  for (std::size_t i = 0; i < uCount; ++i) {
+    if (pTexts[i].pszText == nullptr) return false;
+    uSize += pTexts[i].uSize;
+  }
+  const std::size_t uMost = m_uPatternLength + m_uMostUses * uSize;
+  if (uMost > LongestText) return false;
+  char* const pBegin = text.Room(m_uHeadLength + uMost + 1);
+  if (pBegin == nullptr) return true;
+  char* pEnd = WyCopyText(pBegin, m_szHead, m_uHeadLength);
+  CWyPlainCopy plain;
+  for (const WyPatternPart *pPart = m_parts, *pLast = m_parts + m_uParts; pPart != pLast; ++pPart) {
+    if (pPart->uArgument >= uCount) {
+      pEnd = WyCopyText(pEnd, m_pszPattern + pPart->uStart, pPart->uLength);
+    } else if (const WyLogDetail::TextRef& argument = pTexts[pPart->uArgument];
+               (uAsTheyAre >> pPart->uArgument & 1) == 0) {
+      pEnd = plain.Copy(pEnd, argument.pszText, argument.uSize);
+    } else {
+      pEnd = WyCopyText(pEnd, argument.pszText, argument.uSize);
+    }
+  }
+  if (!plain.IsPlain()) {
+    *pBegin = '\0';
+    return false;
+  }
+  *pEnd++ = '\n';
+  text.AppendedUpTo(pEnd);
+  return true;
+}
+
 // Without arguments the pattern is copied as it is: quotes and braces have a meaning only if there
 // is something to insert.
 [[gnu::noinline]] bool CWyMessageForm::AppendGrowing(CWyTextBuffer& text,
@@ -131,10 +165,6 @@ bool CWyMessageForm::AppendTo(CWyTextBuffer& text, const WyTextPiece* pArguments
   *pEnd++ = '\n';
   text.AppendedUpTo(pEnd);
   return true;
-}
-
-CWyMessageMemo* CWyMessageMemo::OfThisThread() {
-  return s_pInternals != nullptr ? CWyThreadOwned<CWyMessageMemo>::Get() : nullptr;
 }
 
 // Two messages that share both places take turns.

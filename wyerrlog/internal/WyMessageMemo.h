@@ -10,8 +10,13 @@
 #include <cstring>
 #include <string_view>
 
+#include "wyerrlog/internal/WyThreadOwned.h"
+
 class CWyTextBuffer;
 struct WyTextPiece;
+namespace WyLogDetail {
+struct TextRef;
+}
 
 // What the form of a message depends on. Both generations are read before the message is looked up:
 // if a component or the resource directory changes in between, the entry has the old number, and is
@@ -50,6 +55,11 @@ class CWyMessageForm {
   bool AppendTo(CWyTextBuffer& text, const WyTextPiece* pArguments, std::size_t uCount,
                 std::size_t uSize) const;
 
+  // The same with the texts of a log statement. Returns false, and appends nothing, also if one of
+  // them has to be escaped, or is null; a bit of `uAsTheyAre` is set for each that is not escaped.
+  bool AppendPlain(CWyTextBuffer& text, const WyLogDetail::TextRef* pTexts, std::size_t uCount,
+                   unsigned int uAsTheyAre) const;
+
   // Returns false if the message was refused a short time ago: most that are refused stay so.
   bool MayLearn(const WyMessageOrigin& origin) {
     return m_pBundle != nullptr || m_origin.uId != origin.uId || m_uSkips-- == 0;
@@ -86,7 +96,9 @@ class CWyMessageMemo {
  public:
   // Returns null if there is no memory for it, while the thread ends, and if the host has put
   // operations of its own in the place of any of libWyXlate's: it expects them to be called.
-  static CWyMessageMemo* OfThisThread();
+  static CWyMessageMemo* OfThisThread() {
+    return s_pInternals != nullptr ? CWyThreadOwned<CWyMessageMemo>::Get() : nullptr;
+  }
 
   // The number of the resource directory (WyXlateInternals1::puDirectoryGeneration).
   static unsigned long DirectoryGeneration() {

@@ -14,6 +14,7 @@
 #include <string_view>
 
 #include "wyerrlog/internal/WyPlainConversion.h"
+#include "wyerrlog/internal/WyTextPieces.h"
 
 namespace {
 
@@ -29,10 +30,8 @@ class CWyBoundedText {
 
   void Append(std::string_view text) {
     m_uLength += text.size();
-    if (m_uRoom == 0) return;
     const std::size_t uCopied = std::min(text.size(), m_uRoom);
-    std::memcpy(m_psz, text.data(), uCopied);
-    m_psz += uCopied;
+    m_psz = WyCopyText(m_psz, text.data(), uCopied);
     m_uRoom -= uCopied;
   }
 
@@ -102,7 +101,8 @@ int FormatPlainly(char* pszBuffer, std::size_t uSize, const char* pszFormat, va_
     text.Append({pszFormat, static_cast<std::size_t>(pszPercent - pszFormat)});
     if (*pszPercent == '\0') return text.Terminate();
     if (pszPercent[1] == 's' || pszPercent[1] == '%') {
-      AppendText(text, pszPercent[1] == 's' ? va_arg(args, const char*) : "%", 0);
+      const char* const psz = pszPercent[1] == 's' ? va_arg(args, const char*) : "%";
+      text.Append(psz != nullptr ? psz : "(null)");
       pszFormat = pszPercent + 2;
       continue;
     }

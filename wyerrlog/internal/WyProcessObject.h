@@ -10,6 +10,29 @@
 #include "wyerrlog/internal/WyForkHandling.h"
 #include "wyerrlog/internal/WyNoThrow.h"
 
+// A process-wide object that has been constructed, in the list of all of them, the newest first.
+class CWyProcessObjectLink {
+ public:
+  constexpr explicit CWyProcessObjectLink(void (*pfnEnd)()) : m_pfnEnd(pfnEnd) {}
+
+  void Add() {
+    m_pOlder = s_pNewest.load();
+    while (!s_pNewest.compare_exchange_weak(m_pOlder, this)) {
+    }
+  }
+  // Ends all objects in the order of process exit: the newest first.
+  static void EndAll() {
+    for (const CWyProcessObjectLink* p = s_pNewest.load(); p != nullptr; p = p->m_pOlder) {
+      p->m_pfnEnd();
+    }
+  }
+
+ private:
+  void (*const m_pfnEnd)();
+  CWyProcessObjectLink* m_pOlder = nullptr;
+  static inline constinit std::atomic<CWyProcessObjectLink*> s_pNewest{nullptr};
+};
+
 // The one object of class T in this process. It is constructed by the first call of Get, ended at
 // process exit (T::End releases everything it holds), and never destroyed: threads that outlive
 // main may still call it. Requires: T::IsUsable returns whether memory sufficed to construct it;
@@ -33,13 +56,6 @@ class CWyProcessObject {
   // Returns null before the first call of Get has constructed it.
   static T* Constructed() { return s_pConstructed.load(std::memory_order_acquire); }
 
-  // Ends the object for good if it has been constructed. For the library's own exit handlers, which
-  // call it when the components that it uses are about to be destroyed.
-  static void End() {
-    if (s_pConstructed.load() == nullptr) return;
-    s_bEnded.store(true);
-    Storage()->End();
-  }
   static bool HasEnded() { return s_bEnded.load(); }
 
   // Returns true if `pObject` is the one object, which may be under construction.
@@ -57,8 +73,14 @@ class CWyProcessObject {
       throw std::bad_alloc();
     }
     s_pConstructed.store(pObject, std::memory_order_release);
+    s_link.Add();
   }
   ~CWyProcessObject() { End(); }
+
+  static void End() {
+    s_bEnded.store(true);
+    Storage()->End();
+  }
 
   struct Constructing {
     Constructing() { s_bConstructing = true; }
@@ -71,6 +93,7 @@ class CWyProcessObject {
   static inline constinit std::atomic<bool> s_bEnded{false};
   static inline constinit thread_local bool s_bConstructing = false;  // the calling thread is
   alignas(T) static inline unsigned char s_storage[sizeof(T)];
+  static inline constinit CWyProcessObjectLink s_link{End};
 };
 
 #endif

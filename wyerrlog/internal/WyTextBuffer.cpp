@@ -32,6 +32,11 @@ bool CWyTextBuffer::Grow(std::size_t uSize, std::unique_ptr<char[]>& pPrevious) 
   return true;
 }
 
+char* CWyTextBuffer::NewRoom(std::size_t uSize) {
+  std::unique_ptr<char[]> pPrevious;
+  return Grow(uSize, pPrevious) ? End() : nullptr;
+}
+
 void CWyTextBuffer::Assign(std::string_view piece) {
   m_uSize = 0;
   m_bIncomplete = !m_bUsable;

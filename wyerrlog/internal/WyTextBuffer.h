@@ -17,7 +17,8 @@ class CWyTextBuffer {
   // With `bUsable` false an incomplete text that stays empty.
   constexpr explicit CWyTextBuffer(bool bUsable) : m_bUsable(bUsable), m_bIncomplete(!bUsable) {}
 
-  const char* c_str() const { return m_pText != nullptr ? m_pText.get() : ""; }
+  // An empty text has no terminator in its memory.
+  const char* c_str() const { return m_uSize != 0 ? m_pText.get() : ""; }
   std::size_t size() const { return m_uSize; }
   std::size_t capacity() const { return m_uCapacity; }
 
@@ -32,7 +33,6 @@ class CWyTextBuffer {
   // Empties the text and keeps its memory.
   void Clear() {
     m_uSize = 0;
-    if (m_pText != nullptr) m_pText[0] = '\0';
     m_bIncomplete = !m_bUsable;
   }
 
@@ -56,9 +56,8 @@ class CWyTextBuffer {
   // Appends `uGap` blanks and the piece, filled up with blanks to `uWidth` bytes. Requires: the
   // piece has at most `uWidth` bytes.
   void AppendColumn(std::size_t uGap, std::string_view piece, std::size_t uWidth) {
-    std::unique_ptr<char[]> pPrevious;
-    if (!HasRoom(uGap + uWidth) && !Grow(uGap + uWidth, pPrevious)) return;
-    char* const pColumn = m_pText.get() + m_uSize;
+    char* const pColumn = Room(uGap + uWidth);
+    if (pColumn == nullptr) return;
     std::memset(pColumn, ' ', uGap + uWidth);
     std::memcpy(pColumn + uGap, piece.data(), piece.size());
     AppendedUpTo(pColumn + uGap + uWidth);
@@ -79,10 +78,7 @@ class CWyTextBuffer {
 
   // Returns the end of the text, with room for `uSize` bytes, which the caller writes and
   // AppendedUpTo then appends; null if memory allocation fails.
-  char* Room(std::size_t uSize) {
-    std::unique_ptr<char[]> pPrevious;
-    return HasRoom(uSize) || Grow(uSize, pPrevious) ? m_pText.get() + m_uSize : nullptr;
-  }
+  char* Room(std::size_t uSize) { return HasRoom(uSize) ? End() : NewRoom(uSize); }
   // The bytes that can be appended without an allocation. Requires: Room has not returned null.
   std::size_t RoomLeft() const { return m_uCapacity - m_uSize - 1; }
   void AppendedUpTo(char* pEnd) {
@@ -114,6 +110,9 @@ class CWyTextBuffer {
     std::unique_ptr<char[]> pPrevious;
     if (Grow(uSize, pPrevious)) CopyAll(pieces...);
   }
+
+  // Room for a text whose memory is too small.
+  char* NewRoom(std::size_t uSize);
 
   // Allocates room for `uSize` bytes more. `pPrevious` receives the memory that the text was in,
   // which the pieces to append may point into. Returns false, with the text marked incomplete, if

@@ -3,7 +3,7 @@
 
 // The short texts that a record is composed of, and their copying into the message.
 //
-// Most pieces have fewer than 32 bytes, for which the call of memcpy(3) costs more than the copy.
+// Most pieces have fewer than 64 bytes, for which the call of memcpy(3) costs more than the copy.
 
 #include <emmintrin.h>
 
@@ -32,6 +32,9 @@ inline char* WyCopyText(char* pTo, const char* pFrom, std::size_t uSize) {
   if (uSize > 16) {
     if (uSize <= 32) {
       WyCopyWords<__m128i>(pTo, pFrom, uSize);
+    } else if (uSize <= 64) {
+      WyCopyWords<__m128i>(pTo, pFrom, 32);
+      WyCopyWords<__m128i>(pTo + uSize - 32, pFrom + uSize - 32, 32);
     } else {
       std::memcpy(pTo, pFrom, uSize);
     }

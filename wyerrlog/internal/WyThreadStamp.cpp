@@ -5,12 +5,10 @@
 #include "wyerrlog/internal/WyThreadStamp.h"
 
 #include <pthread.h>
-#include <sys/time.h>
 
 #include <cstdio>
 #include <cstring>
 
-#include "wyerrlog/internal/WyForkHandling.h"
 #include "wyerrlog/internal/WyTimeConversion.h"
 #include "wyerrlog/internal/WyTimeText.h"
 #include "wyerrlog/thread_utility.h"
@@ -26,9 +24,6 @@ constinit thread_local CWyThreadStamp t_stamp;
 // Not inlined: the compiler would find the thread's object anew at each use, which is a call.
 [[gnu::noinline]] CWyThreadStamp& CWyThreadStamp::OfThisThread() { return t_stamp; }
 
-// A thread's stamp is copied by a fork and still has the parent's id there; the thread's id stays.
-bool CWyThreadStamp::HasIdsOfThisProcess() const { return m_iPid == WyProcessId(); }
-
 std::string_view CWyThreadStamp::Pid() {
   if (!HasIdsOfThisProcess()) WriteIds();
   return {m_szProlog + 1, m_uPidLength};
@@ -40,7 +35,7 @@ std::string_view CWyThreadStamp::Tid() {
   return {m_szProlog + uStart, m_uIdsLength - strlen("][") - uStart};
 }
 
-// The time behind the ids is gone with them: the prolog ends here until WriteTime writes it again.
+// The time behind the ids is gone with them.
 void CWyThreadStamp::WriteIds() {
   m_iPid = WyProcessId();
   // The low 32 bits, as the format has them.
@@ -49,22 +44,15 @@ void CWyThreadStamp::WriteIds() {
   const int iIdsEnd = snprintf(m_szProlog, sizeof m_szProlog, "[%d/%u][", m_iPid, uTid);
   m_uPidLength = static_cast<std::size_t>(iPidEnd - 1);
   m_uIdsLength = static_cast<std::size_t>(iIdsEnd);
-  m_uPrologLength = m_uIdsLength;
+  ForgetTime();
 }
 
-bool CWyThreadStamp::Refresh(bool bLocal) {
-  if (!HasIdsOfThisProcess()) WriteIds();
-  timeval now;
-  if (gettimeofday(&now, nullptr) != 0) {
-    // The previous time would be wrong in the record: it is left out.
-    m_uPrologLength = m_uIdsLength;
-    return false;
-  }
-  m_lMilliseconds = now.tv_usec / 1000;
-  // The last condition: a conversion that failed before left no time to copy.
-  const bool bSameSecond =
-      m_tSeconds == now.tv_sec && m_bLocal == bLocal && m_uPrologLength > m_uIdsLength;
-  return bSameSecond || WriteTime(now.tv_sec, bLocal);
+// The previous time would be wrong in a record. The prolog ends with the ids until WriteTime writes
+// a time again.
+bool CWyThreadStamp::ForgetTime() {
+  m_uPrologLength = m_uIdsLength;
+  m_tSeconds = NoTime;
+  return false;
 }
 
 // Two time bases in turn would convert the time for each record.
@@ -76,7 +64,7 @@ bool CWyThreadStamp::RefreshUnlessOther(bool bLocal) {
 // The prolog's length is set last, and m_tSeconds with it: after a failure there is no time, and
 // the next record tries again.
 bool CWyThreadStamp::WriteTime(time_t tSeconds, bool bLocal) {
-  m_uPrologLength = m_uIdsLength;
+  ForgetTime();
   char* const pszDateTime = m_szProlog + m_uIdsLength;
   const std::size_t uRoom = sizeof m_szProlog - m_uIdsLength - strlen("][");
   tm time;

@@ -5,9 +5,14 @@
 // ids stay the same until a fork, date and time stay the same for a second, so nearly every record
 // copies the texts of the one before.
 
+#include <sys/time.h>
+
 #include <cstring>
 #include <ctime>
+#include <limits>
 #include <string_view>
+
+#include "wyerrlog/internal/WyForkHandling.h"
 
 class CWyThreadStamp {
  public:
@@ -20,7 +25,13 @@ class CWyThreadStamp {
   // Sets date and time to the present moment, in local time or UTC. Returns false if the time
   // cannot be read (gettimeofday(2)) or converted; Prolog then has the ids alone, and the other
   // texts are not valid.
-  bool Refresh(bool bLocal);
+  bool Refresh(bool bLocal) {
+    if (!HasIdsOfThisProcess()) WriteIds();
+    timeval now;
+    if (gettimeofday(&now, nullptr) != 0) return ForgetTime();
+    m_lMicroseconds = now.tv_usec;
+    return (m_tSeconds == now.tv_sec && m_bLocal == bLocal) || WriteTime(now.tv_sec, bLocal);
+  }
 
   // The same for a caller that needs the texts only if they are at hand: a stamp that has this very
   // second in the other time base stays as it is. Returns false then, and for years that do not
@@ -45,20 +56,26 @@ class CWyThreadStamp {
   }
   std::string_view Date() const { return {m_szDate, m_uDateLength}; }    // "11/16/2026"
   std::string_view TimeOfDay() const { return {m_szTime, TimeLength}; }  // "17:16:13"
-  long Milliseconds() const { return m_lMilliseconds; }
+  long Milliseconds() const { return m_lMicroseconds / 1000; }
 
  private:
   static constexpr std::size_t TimeLength = 8;
 
-  bool HasIdsOfThisProcess() const;
+  // No time is at hand.
+  static constexpr time_t NoTime = std::numeric_limits<time_t>::min();
+
+  // A thread's stamp is copied by a fork and still has the parent's id there; the thread's id
+  // stays.
+  bool HasIdsOfThisProcess() const { return m_iPid == WyProcessId(); }
   void WriteIds();
+  bool ForgetTime();
   bool WriteTime(time_t tSeconds, bool bLocal);
 
   int m_iPid = 0;
   bool m_bLocal = false;
-  bool m_bUsualYear = false;  // 1000 to 9999
-  time_t m_tSeconds = 0;
-  long m_lMilliseconds = 0;
+  bool m_bUsualYear = false;   // 1000 to 9999
+  time_t m_tSeconds = NoTime;  // that the texts are of
+  long m_lMicroseconds = 0;
   std::size_t m_uPidLength = 0;
   std::size_t m_uIdsLength = 0;
   std::size_t m_uPrologLength = 0;
