@@ -27,7 +27,7 @@ bool CWyShipLog::Measure(CWyContext& context, const std::string& strPath,
 }
 
 void CWyShipLog::MeasureRate() {
-  const CWyPlaces places(m_listed, nullptr, false);
+  const CWyPlaces places(m_listed, nullptr, WyTitleSearch::Ignored);
   std::uint64_t uBytes = 0;
   for (std::size_t i = 0; i < m_listed.size(); ++i) {
     if (m_listed[i].bCompressed) continue;  // its size is not that of its records
@@ -109,7 +109,7 @@ bool CWyShipLog::TakeStored(std::int64_t newest, const CWyZone& zone) {
   if (stored >= m_last) return true;
   // Of the stored record's own second, all records count as stored.
   const WyCivil behind = stored / Second * Second + Second;
-  WyPlace place = CWyPlaces(m_listed, nullptr, false).Since(behind, Slack);
+  WyPlace place = CWyPlaces(m_listed, nullptr, WyTitleSearch::Ignored).Since(behind, Slack);
   bool bFound = false;
   for (; place.uFile < m_files.size(); place = {place.uFile + 1, 0, nullptr, true}) {
     const WyLogFile& file = m_listed[place.uFile];
@@ -153,7 +153,7 @@ std::uint64_t CWyShipLog::BehindSeconds() const {
   const auto file = FirstUnshipped();
   if (!file) return 0;
   const std::uint64_t uOffset = m_listed[*file].uSize - m_files[*file].uUnshipped;
-  const auto pShape = CWyPlaces(m_listed, nullptr, false).ShapeAt(*file, uOffset);
+  const auto pShape = CWyPlaces(m_listed, nullptr, WyTitleSearch::Ignored).ShapeAt(*file, uOffset);
   const auto found = FirstRecord({*file, uOffset, pShape, true}, WyNoTime + 1);
   if (!found || found->time > m_last) return 0;
   return static_cast<std::uint64_t>((m_last - found->time) / Second);
