@@ -36,7 +36,7 @@ class CWyBoundedText {
   }
 
   void AppendAlignedRight(std::string_view text, std::size_t uWidth) {
-    for (std::size_t u = text.size(); u < uWidth; ++u) Append(" ");
+    if (text.size() < uWidth) AppendBlanks(uWidth - text.size());
     Append(text);
   }
 
@@ -47,6 +47,13 @@ class CWyBoundedText {
   }
 
  private:
+  void AppendBlanks(std::size_t uCount) {
+    m_uLength += uCount;
+    const std::size_t uWritten = std::min(uCount, m_uRoom);
+    m_psz = std::fill_n(m_psz, uWritten, ' ');
+    m_uRoom -= uWritten;
+  }
+
   char* m_psz;
   std::size_t m_uRoom;
   const bool m_bTerminated;
