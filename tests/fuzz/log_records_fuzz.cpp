@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "fuzz/FuzzInput.h"
-#include "tools/wylogctl/Record.h"
+#include "tools/wylogctl/RecordParser.h"
 
 namespace {
 

@@ -12,7 +12,7 @@
 
 #include "test_support/TraceConfiguration.h"
 #include "tools/wylogctl/LogTime.h"
-#include "tools/wylogctl/Record.h"
+#include "tools/wylogctl/RecordParser.h"
 #include "tools/wylogctl/Translation.h"
 #include "wyerrlog/WyLog.h"
 

@@ -16,7 +16,7 @@
 
 #include "tools/wylogctl/Context.h"
 #include "tools/wylogctl/LogChain.h"
-#include "tools/wylogctl/Record.h"
+#include "tools/wylogctl/RecordParser.h"
 
 struct WyReadOptions {
   bool bFollow = false;

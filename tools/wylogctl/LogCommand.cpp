@@ -14,6 +14,7 @@
 #include "tools/wylogctl/Cursor.h"
 #include "tools/wylogctl/LogInput.h"
 #include "tools/wylogctl/Program.h"
+#include "tools/wylogctl/RecordParser.h"
 #include "tools/wylogctl/RecordWriter.h"
 
 namespace {

@@ -7,13 +7,14 @@
 #include <cstring>
 #include <unordered_map>
 
-#include "tools/wylogctl/StructuredRecords.h"
 #include "wyerrlog/WyErrLogConfig.h"
 
 namespace {
 
 // What the library writes, byte by byte: the formats are frozen, since other programs read them.
 constexpr std::string_view XmlStart = "<TraceMessage>";
+constexpr std::string_view JsonAudit = "{\"time\":";
+constexpr std::string_view LogfmtAudit = "time=";
 constexpr std::string_view Joint = "][";
 constexpr std::size_t DateTimeSize = 24;  // "Mon Nov 16 2026 17:16:13"
 
@@ -269,6 +270,20 @@ std::optional<WyLogShape> WyReadTitles(std::string_view names, std::string_view 
   if (!underline.starts_with("=")) return std::nullopt;
   if (auto shape = ReadColumnTitles(names, underline)) return shape;
   return ReadSeparatedTitles(names, underline);
+}
+
+bool WyIsTraceJsonStart(std::string_view line) {
+  if (line == "{}") return true;
+  if (!line.starts_with("{\"")) return false;
+  const std::string_view name = line.substr(2, line.find('"', 2) - 2);
+  return WyIsKnownField(name) && line.substr(2 + name.size()).starts_with("\":");
+}
+
+// The second condition keeps a free text that begins with "time=" from counting as a record of this
+// form.
+bool WyIsTypedAuditStart(std::string_view line) {
+  return line.starts_with(JsonAudit) ||
+         (line.starts_with(LogfmtAudit) && line.find(" event=\"") != std::string_view::npos);
 }
 
 // A log may begin in the middle of a record (a backup that was cut), so every line of the head is

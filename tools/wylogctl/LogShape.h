@@ -52,6 +52,12 @@ bool WyIsErrorStart(const char* pLine, std::size_t uSize, std::size_t& uEnd);
 // Whether a text begins with "Www Mmm DD YYYY hh:mm:ss".
 bool WyIsDateTime(const char* pText, std::size_t uSize);
 
+// Whether a line begins as every line of the layout Json: with the name of a data field.
+bool WyIsTraceJsonStart(std::string_view line);
+
+// Whether a line begins as every typed audit record: with its time.
+bool WyIsTypedAuditStart(std::string_view line);
+
 // The shape that two lines announce if they are a trace's header lines. Both without their
 // newlines.
 std::optional<WyLogShape> WyReadTitles(std::string_view names, std::string_view underline);

@@ -6,6 +6,8 @@
 
 #include <algorithm>
 
+#include "tools/wylogctl/RecordParser.h"
+
 namespace {
 
 constexpr std::size_t ProbeChunk = std::size_t{1} << 14;

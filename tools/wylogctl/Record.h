@@ -48,26 +48,6 @@ struct WyRecord {
   std::string_view Field(std::string_view name) const;
 };
 
-// Parses records. One object for each file: it remembers the time of the record before.
-class CWyRecordParser {
- public:
-  void Parse(const WyRawRecord& raw, WyRecord& record);
-
- private:
-  void ParseError(WyRecord& record, std::string_view body);
-  void ParseAudit(WyRecord& record, std::string_view body);
-  void TakeTime(WyRecord& record, std::string_view text);
-  void TakeTraceTime(WyRecord& record);
-
-  char m_acTime[24] = {};
-  WyCivil m_time = WyNoTime;
-  char m_acDate[10] = {};
-  WyCivil m_date = WyNoTime;
-};
-
-// The trace layouts: the values, and what of the record cannot be told for certain.
-void WyParseTrace(WyRecord& record, std::string_view body);
-
 // Bits for what the bytes of a record show: WyInvalidUtf8, WyHoldsNul, and in the error log
 // WyJoined.
 unsigned int WyInspectBytes(const WyRecord& record);

@@ -6,9 +6,6 @@
 
 namespace {
 
-constexpr std::string_view JsonAudit = "{\"time\":";
-constexpr std::string_view LogfmtAudit = "time=";
-
 bool Take(std::string_view& rest, std::string_view token) {
   if (!rest.starts_with(token)) return false;
   rest.remove_prefix(token.size());
@@ -229,20 +226,6 @@ bool ParseLogfmtAudit(WyRecord& record, std::string_view rest) {
 }
 
 }  // namespace
-
-bool WyIsTraceJsonStart(std::string_view line) {
-  if (line == "{}") return true;
-  if (!line.starts_with("{\"")) return false;
-  const std::string_view name = line.substr(2, line.find('"', 2) - 2);
-  return WyIsKnownField(name) && line.substr(2 + name.size()).starts_with("\":");
-}
-
-// The second condition keeps a free text that begins with "time=" from counting as a record of this
-// form.
-bool WyIsTypedAuditStart(std::string_view line) {
-  return line.starts_with(JsonAudit) ||
-         (line.starts_with(LogfmtAudit) && line.find(" event=\"") != std::string_view::npos);
-}
 
 // Reserved first: the views of decoded texts would dangle if the string grew.
 void WyParseTraceJson(WyRecord& record, std::string_view body) {

@@ -8,12 +8,6 @@
 
 #include "tools/wylogctl/Record.h"
 
-// Whether a line begins as every line of the layout Json: with the name of a data field.
-bool WyIsTraceJsonStart(std::string_view line);
-
-// Whether a line begins as every typed audit record: with its time.
-bool WyIsTypedAuditStart(std::string_view line);
-
 // The record of one line, without its newline.
 void WyParseTraceJson(WyRecord& record, std::string_view body);
 void WyParseTypedAudit(WyRecord& record, std::string_view body);

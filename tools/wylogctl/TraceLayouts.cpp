@@ -3,10 +3,11 @@
 // that were logged, or the record is flagged. XML records are not XML, and no XML parser would read
 // them.
 
+#include "tools/wylogctl/TraceLayouts.h"
+
 #include <algorithm>
 
 #include "tools/common/Utf8.h"
-#include "tools/wylogctl/Record.h"
 #include "tools/wylogctl/StructuredRecords.h"
 
 namespace {
