@@ -11,6 +11,9 @@ namespace {
 
 using Json = nlohmann::json;
 
+constexpr std::int64_t LastSecond = 253'402'300'799;  // of the year 9999
+constexpr std::int64_t MostSteps = 10'000;
+
 // Absent and null are 0 and the empty text; a value of another type throws Json::type_error.
 template <class T>
 T Get(const Json& row, const char* pszName, T value = {}) {
@@ -30,8 +33,9 @@ void TakeHead(const Json& row, WyReport& report) {
   report.step = Get<std::int64_t>(row, "step");
   report.strHost = Get<std::string>(row, "host");
   // The page has a column for each step.
-  const std::int64_t most = report.step * 10'000;
-  if (report.step < 1 || report.until <= report.since || report.until - report.since > most) {
+  const bool bTimes =
+      report.since >= 0 && report.since < report.until && report.until <= LastSecond;
+  if (!bTimes || report.step < 1 || (report.until - report.since) / report.step > MostSteps) {
     throw std::invalid_argument("no time between `since` and `until`, or no step for it");
   }
 }
