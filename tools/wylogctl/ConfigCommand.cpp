@@ -113,8 +113,7 @@ void RegisterConfigCommands(CWyProgram& program) {
   check.About(
       "Reports unknown names with what was probably meant, lines that filter nothing, and all else "
       "that a program that reads the file passes over. Findings go to the standard error output, "
-      "with "
-      "-o json and csv to the standard output.");
+      "with -o json and csv to the standard output.");
   check.Example("wylogctl config check trace.conf", "Before the trace is turned on");
   check.Run([pCheck](CWyContext& context) {
     if (pCheck->files.empty()) pCheck->files.emplace_back("-");

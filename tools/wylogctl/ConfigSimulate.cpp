@@ -284,8 +284,7 @@ void RegisterConfigSimulateCommand(CWyProgram& program) {
   command.About(
       "Prints `written`, `dropped` with the line of the filter, or `not traced`, and the record. "
       "Fields of the clock that are not set have the time of now, in UTC; other fields that are "
-      "not "
-      "set are empty, and their filters are not asked.");
+      "not set are empty, and their filters are not asked.");
   command.Example("wylogctl config simulate trace.conf --component IsAuthorized --set User=alice",
                   "Whether alice is traced");
   command.Example("wylogctl config simulate trace.conf --from trace.log",

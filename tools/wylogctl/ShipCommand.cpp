@@ -236,9 +236,8 @@ int ShipCheck::End() {
   WyPrintShipLogs(m_context, m_logs, m_diagnostics);
   if (!m_logs.empty() && (!m_retention.backups || !m_retention.fileSize)) {
     m_context.Note(
-        "number and size of backups are taken from the files; --backups and --max-size say what "
-        "the "
-        "program keeps");
+        "number and size of backups are taken from the files; "
+        "--backups and --max-size say what the program keeps");
   }
   std::size_t uErrors = 0;
   const std::vector<WyDiagnostic> findings = m_diagnostics.Findings();
@@ -313,8 +312,7 @@ void RegisterShipCommand(CWyProgram& program) {
   AddOptions(command, *pOptions);
   command.About(
       "Compares the configuration of rsyslog or syslog-ng with the shipped one, the backups with "
-      "the "
-      "longest outage, and the positions that rsyslog notes with the files. Findings go to the "
+      "the longest outage, and the positions that rsyslog notes with the files. Findings go to the "
       "standard error output, with -o json and csv to the standard output.");
   command.Example("wylogctl ship check --backups 65 --max-size 100 --outage 60h",
                   "Checks the configured logs of this host");

@@ -253,10 +253,8 @@ void RegisterVerifyCommand(CWyProgram& program) {
   command.Flag("--all", "All findings, not the first ten of a kind in each file", pOptions->bAll);
   command.About(
       "Reports torn and joined records, missing last newlines, zero bytes, bytes that are not "
-      "UTF-8, "
-      "times that go back, files out of order and missing backups; with manifests also unknown "
-      "keys "
-      "and other severities.");
+      "UTF-8, times that go back, files out of order and missing backups; with manifests also "
+      "unknown keys and other severities.");
   command.Example("wylogctl verify /var/log/app/*.log", "Whether the logs are whole");
   command.Run([pOptions](CWyContext& context) { return CWyVerifyRun(context, *pOptions).Run(); });
 }
