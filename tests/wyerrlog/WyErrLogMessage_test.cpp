@@ -166,6 +166,16 @@ TEST(Message, ShowsNothingOfTheMessagesBeforeIt) {
   for (const size_t uLength : {1u, 70000u, 1u}) UseMessages(uLength);
 }
 
+// The text has to grow, and is read until it has been copied.
+TEST(Message, MayBeAppendedToItself) {
+  const std::string strText(400, 'x');
+  CWyErrLogMessage msg(false);
+  msg.SetFormattedMessage(strText.c_str());
+  msg.BeginTraceFormat(WyTraceLayout::Brackets, false, nullptr);
+  msg.FormatTraceField(msg.GetBuffer(), "");
+  EXPECT_EQ(msg.GetBuffer(), strText + '[' + strText + ']');
+}
+
 TEST(AuditMessage, ReplacesTheTextUpTo4095BytesAndIsAppendedBeyond) {
   CWyErrLogMessage msg(false);
   msg.SetFormattedMessage("before ");
