@@ -88,6 +88,7 @@ void CheckAnswersAtTheEnd() {
 TEST(Exit, HandlersAndDestructorsAreServedUntilTheLoggerIsReleasedAndThenRefused) {
   EXPECT_TRUE(ExitsWell([] {
     atexit(CheckAnswersAtTheEnd<0b11000>);
+    atexit([] { EXPECT_EQ(getMyLogger("of no registry"), theLogger()); });
     static const NotesAtItsEnd s_beforeTheLogger;
     atexit(NoteAnswer);
     SetUpLogging();

@@ -1,4 +1,5 @@
-// Records to descriptors of the host: pipes and sockets whose other end goes away, and priorities.
+// Records to descriptors of the host: pipes and sockets whose other end goes away or does not read,
+// and priorities.
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -13,7 +14,10 @@
 #include <cstdlib>
 #include <string>
 
+#include "test_support/ChildProcess.h"
+#include "test_support/TestThread.h"
 #include "wyerrlog/WyDescriptorOutput.h"
+#include "wyerrlog/WyLogger.h"
 
 namespace {
 
@@ -21,6 +25,12 @@ bool Log(CWyDescriptorOutput& output, const std::string& strText) {
   CWyErrLogMessage msg(false);
   msg.SetFormattedMessage(strText.c_str());
   return output.Log(msg);
+}
+
+bool Log(CWyLogger& logger, const std::string& strText) {
+  CWyErrLogMessage msg(false);
+  msg.SetFormattedMessage(strText.c_str());
+  return logger.LogErrMsg(msg);
 }
 
 // A pipe or a pair of sockets: what is written to `hWrite` is read from `hRead`.
@@ -92,6 +102,30 @@ TEST(DescriptorOutput, AFullPipeRefusesAndTheNextRecordHasItsOwnLine) {
   EXPECT_EQ(channel.Read(), std::string(65536, 'x'));
   EXPECT_TRUE(Log(output, "room again\n") && Log(output, "and again\n"));
   EXPECT_EQ(channel.Read(), "\nroom again\nand again\n");
+}
+
+// Neither the fork nor the child waits for the thread: the child may be what reads the pipe.
+TEST(DescriptorOutput, AChildForkedWhileAThreadWaitsInAFullPipeLogs) {
+  constexpr unsigned int SecondsToHang = 20;
+  const Channel channel = Channel::Pipe();
+  CWyLogger logger;
+  ASSERT_TRUE(logger.SetLogOutput(new CWyDescriptorOutput(channel.hWrite)));
+  const std::string strFull(static_cast<size_t>(fcntl(channel.hWrite, F_GETPIPE_SZ)) - 1, 'x');
+  ASSERT_TRUE(Log(logger, strFull + '\n'));
+  {
+    const test_support::TestThread waiting([&] { EXPECT_TRUE(Log(logger, "parent\n")); });
+    EXPECT_TRUE(waiting.Blocks());
+    alarm(SecondsToHang);
+    const pid_t pid = fork();
+    if (pid == 0) {
+      alarm(SecondsToHang / 2);  // that of the parent is not inherited
+      _exit(channel.Read() == strFull + '\n' && Log(logger, "child\n") ? 0 : 1);
+    }
+    EXPECT_EQ(test_support::StatusOf(pid), 0);
+  }
+  alarm(0);
+  const std::string strLines = channel.Read();
+  EXPECT_TRUE(strLines == "parent\nchild\n" || strLines == "child\nparent\n") << strLines;
 }
 
 TEST(DescriptorOutput, EachLineHasThePriorityOfItsRecord) {

@@ -103,6 +103,9 @@ TEST(MessageHelpers, RefuseBuffersBelowTheirMinimum) {
   expectMinimum(Time(2), 25, "17:16:13.005");
   expectMinimum(Time(3), 25, "Mon Nov 16 2026 17:16:13");
   expectMinimum(Time(-7), 25, "Mon Nov 16 2026 17:16:13");
+  const tm* const pTime = gmtime(&Afternoon.tv_sec);
+  expectMinimum([&](char* psz, int i) { return CWyErrLogMessage::GetDateTime(pTime, psz, i); }, 25,
+                "Mon Nov 16 2026 17:16:13");
 }
 
 TEST(MessageHelpers, RefuseTimesThatDoNotExistAndTextsThatDoNotFit) {
@@ -133,6 +136,8 @@ TEST(MessageHelpers, ShowOddClocksAsStrftimeDoesAndRefuseBrokenOnes) {
     EXPECT_EQ(Written(Time(0), 25), shown("%m/%d/%Y"));
     EXPECT_EQ(Written(Time(2), 25), shown("%H:%M:%S.000"));
     EXPECT_EQ(Prolog(), Ids() + "[" + shown("%a %b %d %Y %H:%M:%S") + "][b.cpp:7]");
+    fixed_time->tv_usec = 5000;
+    EXPECT_EQ(Written(Time(2), 25), shown("%H:%M:%S.005"));
   }
   for (const time_t tNow : {0L, LONG_MAX}) {  // the clock fails; no tm holds the year
     is_clock_broken = tNow == 0;
@@ -159,6 +164,16 @@ void UseMessages(size_t uLength) {
 
 TEST(Message, ShowsNothingOfTheMessagesBeforeIt) {
   for (const size_t uLength : {1u, 70000u, 1u}) UseMessages(uLength);
+}
+
+// The text has to grow, and is read until it has been copied.
+TEST(Message, MayBeAppendedToItself) {
+  const std::string strText(400, 'x');
+  CWyErrLogMessage msg(false);
+  msg.SetFormattedMessage(strText.c_str());
+  msg.BeginTraceFormat(WyTraceLayout::Brackets, false, nullptr);
+  msg.FormatTraceField(msg.GetBuffer(), "");
+  EXPECT_EQ(msg.GetBuffer(), strText + '[' + strText + ']');
 }
 
 TEST(AuditMessage, ReplacesTheTextUpTo4095BytesAndIsAppendedBeyond) {

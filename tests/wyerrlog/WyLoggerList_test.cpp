@@ -119,11 +119,13 @@ TEST(LoggerList, TracesWithLoggersForWhichTheSystemHasNoThreadKeyLeft) {
   const TempDirectory directory;
   TracingThreads threads;
   UseLoggers(threads, directory.Path("trace"), 1);
+  const size_t uFirst = MemoryInUse();
   std::vector<pthread_key_t> keys;
   for (pthread_key_t key; pthread_key_create(&key, nullptr) == 0;) keys.push_back(key);
   for (size_t i = 0; i < 10; ++i) pthread_key_delete(keys[i]);
   UseLoggers(threads, directory.Path("trace"), 40);
   const size_t uMemory = MemoryInUse();
+  EXPECT_LE(uMemory, uFirst + 3'000'000) << "more than 30 records of removed loggers";
   const long lDescriptors = OpenDescriptors();
   for (int i = 0; i < 5; ++i) UseLoggers(threads, directory.Path("trace"), 40);
   EXPECT_LE(MemoryInUse(), uMemory + 500000);
