@@ -16,7 +16,11 @@ namespace {
 // first file that is the whole log.
 WySealKeyTexts TextsOf(const WySealPage& page, const WySealSlot& slot) {
   const uint64_t uFile = slot.uFile + 1;
-  WySealKeyTexts keys{WySealKeyText({false, page.logId, uFile, slot.fileKey}), ""};
+  CWySealWiped<WySealNamedKey> key;
+  key->logId = page.logId;
+  key->uFile = uFile;
+  key->key = slot.fileKey;
+  WySealKeyTexts keys{WySealKeyText(*key), ""};
   if (page.uSigned != 0) {
     keys.publicKey = WySealKeyText({true, page.logId, uFile, WySealPublicKeyOf(slot.seed)});
   }

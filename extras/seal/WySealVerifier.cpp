@@ -109,10 +109,10 @@ WySealSummary CWySealVerifier::Run() { return m_pRun->Run(); }
 
 // All keys are of one log, since files of another log would otherwise count as parts of this one.
 bool CWySealVerification::AddKey(std::string_view strKey) {
-  CWySealWiped<std::optional<WySealNamedKey>> key;
-  *key = WySealParseKey(strKey);
-  if (!key->has_value() || (!m_keys.empty() && m_keys[0].logId != (*key)->logId)) return false;
-  m_keys.push_back(**key);
+  CWySealWiped<WySealNamedKey> key;
+  if (!WySealParseKey(strKey, *key)) return false;
+  if (!m_keys.empty() && m_keys[0].logId != key->logId) return false;
+  m_keys.push_back(*key);
   return true;
 }
 
@@ -153,6 +153,7 @@ void CWySealVerification::ReadHeads() {
 // after the newest one.
 WySealSummary CWySealVerification::Run() {
   m_summary.isIntact = true;
+  if (m_paths.empty()) Report({WySealKind::MissingFile, "", 0, 0, 0, "no file was given"});
   ReadHeads();
   for (File& file : m_files) CheckFile(file);
   CheckBeginning();

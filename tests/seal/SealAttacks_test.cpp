@@ -22,6 +22,7 @@ struct Attack {
   const char* pszName;
   std::function<void(SealedLog&)> attack;
   std::vector<std::string> found;
+  size_t uAnchor = 0;  // the record whose anchor was kept before the attack; 0: none
 };
 
 // Changes the lines of the file; lines[n] is record n + 1.
@@ -56,11 +57,13 @@ std::string RollBack(SealedLog& log) {
   return strAnchor;
 }
 
-std::string LineOfAnotherLog(size_t uLine) {
+Lines LinesOfAnotherLog() {
   SealedLog other;
   other.Write("record", 10);
-  return other.Lines().at(uLine);
+  return other.Lines();
 }
+
+std::string LineOfAnotherLog(size_t uLine) { return LinesOfAnotherLog().at(uLine); }
 
 const Attack Attacks[] = {
     {"NothingIsDone", [](SealedLog&) {}, {"intact"}},
@@ -102,6 +105,13 @@ const Attack Attacks[] = {
        l.erase(l.begin() + 5);
      }),
      {"out-of-order 6..6"}},
+    {"MoveToTheEndWithAnAnchorOfTheNextKept",
+     Edit([](Lines& l) {
+       l.push_back(l[5]);
+       l.erase(l.begin() + 5);
+     }),
+     {"out-of-order 6..6"},
+     7},
     {"InsertAPlainLine",
      Edit([](Lines& l) { l.insert(l.begin() + 5, "record 4 1/2"); }),
      {"foreign"}},
@@ -128,6 +138,13 @@ const Attack Attacks[] = {
        log.Write("forged", 3);
      },
      {"missing-file 1..1"}},
+    // Its file has the same number: records of this log must not go into it.
+    {"PutAnotherLogInPlaceAndContinue",
+     [](SealedLog& log) {
+       log.SetLines(LinesOfAnotherLog());
+       log.Write("later", 3);
+     },
+     {"foreign-file", "missing-file 1..1"}},
     {"ReplayAnOlderLogAlone",
      [](SealedLog& log) {
        const Lines old = log.Lines();
@@ -198,6 +215,10 @@ class SealAttack : public testing::TestWithParam<Attack> {};
 TEST_P(SealAttack, IsNamed) {
   SealedLog log;
   log.Write("record", 10);
+  if (const size_t u = GetParam().uAnchor; u != 0) {
+    const std::string strLine = log.Lines()[u - 1];
+    log.strKeptAnchor = std::to_string(u) + ':' + strLine.substr(strLine.size() - 22);
+  }
   GetParam().attack(log);
   std::vector<std::string> found = log.Verify(true, log.strKeptAnchor);
   EXPECT_THAT(found, testing::UnorderedElementsAreArray(GetParam().found)) << log.explanations;

@@ -2,16 +2,20 @@
 // and keys that are renewed.
 
 #include <dlfcn.h>
+#include <fcntl.h>
 #include <gmock/gmock.h>
+#include <sys/mman.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <csignal>
 #include <filesystem>
 #include <functional>
 #include <list>
 
+#include "extras/seal/internal/WySealKeyText.h"
 #include "extras/seal/internal/WySealState.h"
 #include "seal/SealedLog.h"
 #include "test_support/Sanitizer.h"
@@ -118,26 +122,48 @@ TEST(SealedOutput, RefusesOptionsAndFilesThatItCannotSeal) {
   EXPECT_EQ(log.directory.Read("audit.log"), "not sealed\n");
 }
 
-TEST(SealedOutput, TriesARefusedRolloverAgainAfterFiveMinutes) {
-  SealedLog log;
-  log.file.mode = 3;
-  log.file.maxSizeMB = 1;
-  const auto pOutput = log.Open();
-  const std::string strLong(600'000, 'x');
-  const time_t tBegin = time(nullptr);
-  const auto logAt = [&](time_t tSeconds) {
-    stand_ins::clock = tBegin + tSeconds;
-    EXPECT_TRUE(pOutput->Log(std::string_view(strLong)));
-    return log.Files().size();
+// What cannot be done before the old file is ended leaves the log in it for five minutes. A record
+// is refused if the log's directory is gone, or behind the end of the old file; then the next one
+// tries again. A new file that has its name is the log, also if the disk does not take the name.
+TEST(SealedOutput, GoesOnInTheOldFileOrRefusesIfARolloverFails) {
+  using enum stand_ins::Call;
+  struct Row {
+    stand_ins::Call call;
+    int iErrno;
+    long lFirst = 1;
+    bool bRefused = false;
+    size_t uFiles = 1;
   };
-  EXPECT_EQ(logAt(0), 1u);
-  stand_ins::Inject({stand_ins::Call::Rename, stand_ins::Effect::Failure, EACCES});
-  EXPECT_EQ(logAt(1), 1u) << "beyond the limit, in the old file";
-  EXPECT_TRUE(stand_ins::Withdraw(stand_ins::Call::Rename));
-  EXPECT_EQ(logAt(300), 1u) << "not yet";
-  EXPECT_EQ(logAt(301), 2u);
-  stand_ins::clock = 0;
-  EXPECT_THAT(log.Verify(), ElementsAre("intact"));
+  const std::string strLong(600'000, 'x');
+  for (const Row& row :
+       {Row{Rename, EACCES}, Row{Rename, EPERM}, Row{Open, EMFILE}, Row{Open, EMFILE, 2},
+        Row{Open, ENFILE}, Row{Open, ENOSPC}, Row{Open, EROFS}, Row{Open, EACCES},
+        Row{Open, ENOENT, 1, true}, Row{Sync, EIO, 2, true}, Row{Sync, EIO, 3, false, 2}}) {
+    SCOPED_TRACE(std::to_string(static_cast<int>(row.call)) + ' ' + strerror(row.iErrno));
+    SealedLog log;
+    log.file.mode = 3;
+    log.file.maxSizeMB = 1;
+    const auto pOutput = log.Open();
+    const time_t tBegin = time(nullptr);
+    const auto logAt = [&](time_t tSeconds) {
+      stand_ins::clock = tBegin + tSeconds;
+      return pOutput->Log(std::string_view(strLong));
+    };
+    EXPECT_TRUE(logAt(0));
+    stand_ins::Inject({row.call, stand_ins::Effect::Failure, row.iErrno, row.lFirst});
+    EXPECT_EQ(logAt(1), !row.bRefused);
+    EXPECT_TRUE(!row.bRefused || errno == row.iErrno) << strerror(errno);
+    EXPECT_TRUE(stand_ins::Withdraw(row.call));
+    EXPECT_EQ(log.Files().size(), row.bRefused && row.call == Sync ? 1 : row.uFiles);
+    if (!row.bRefused && row.uFiles == 1) {
+      EXPECT_TRUE(logAt(300) && log.Files().size() == 1) << "not yet";
+    }
+    EXPECT_TRUE(logAt(301));
+    stand_ins::clock = 0;
+    EXPECT_EQ(log.Files().size(), row.uFiles + 1);
+    EXPECT_FALSE(fs::exists(log.Path() + ".new"));
+    EXPECT_THAT(log.Verify(), ElementsAre("intact")) << log.explanations;
+  }
 }
 
 // ---- The state page -----------------------------------------------------------------------------
@@ -265,6 +291,7 @@ TEST(SealState, IsLockedInMemoryAndInNoCoreDump) {
 
 // The state on the disk is older than the file: also by some files.
 TEST(SealPowerLoss, WithTheFileAheadRollsForward) {
+  using namespace stand_ins;
   for (const int iFiles : {0, 1, 3}) {
     SealedLog log(true);
     log.Write("before", 3);
@@ -272,6 +299,11 @@ TEST(SealPowerLoss, WithTheFileAheadRollsForward) {
     log.Write("ahead", 20);
     if (iFiles > 0) log.WriteFiles(iFiles, 3);
     log.directory.Write("keys/state", strState);
+    for (long lOpen = 1; lOpen < 8; ++lOpen) {  // no descriptor: no number is used twice
+      Inject({Call::Open, Effect::Failure, EMFILE, lOpen, 2});
+      log.Open();
+      Withdraw(Call::Open);
+    }
     log.Write("after", 3);
     EXPECT_THAT(log.Verify(), ElementsAre("intact")) << iFiles << '\n' << log.explanations;
     EXPECT_THAT(log.Verify(true, "", true), Contains("intact"));
@@ -285,6 +317,38 @@ TEST(SealPowerLoss, WithTheStateAheadLeavesASealedGap) {
   fs::resize_file(log.Path(), fs::file_size(log.Path()) - strLine.size() - 5);
   log.Write("after", 2);
   EXPECT_THAT(log.Verify(), testing::UnorderedElementsAre("gap 10..11", "torn"));
+}
+
+// The ~torn or ~gap record that is due is cut short, or written and not counted; the next process
+// goes on.
+TEST(SealRecovery, DescribesTheRestsOfItsOwnRecordsToo) {
+  using stand_ins::Effect;
+  for (const bool bGap : {false, true}) {
+    for (const Effect effect : {Effect::Short, Effect::DeathHalfWay, Effect::DeathAfter}) {
+      SealedLog log;
+      log.Write("record", 10);
+      stand_ins::Inject({stand_ins::Call::WriteV, Effect::Short, 0});
+      if (bGap) {
+        fs::resize_file(log.Path(), fs::file_size(log.Path()) - log.Lines().back().size() - 5);
+      } else {
+        EXPECT_FALSE(log.Open()->Log(std::string_view("torn")));
+      }
+      const pid_t child = fork();
+      if (child == 0) {
+        stand_ins::Inject({stand_ins::Call::WriteV, effect, 0, 1, 2});
+        const auto pOutput = log.Open();
+        for (int i = 0; pOutput != nullptr && i < 2; ++i) pOutput->Log(std::string_view("refused"));
+        _exit(0);
+      }
+      stand_ins::Withdraw(stand_ins::Call::WriteV);
+      ASSERT_EQ(waitpid(child, nullptr, 0), child);
+      log.Write("after", 2);
+      EXPECT_THAT(log.Verify(),
+                  testing::UnorderedElementsAre("torn", bGap ? "gap 10..11" : "intact"))
+          << static_cast<int>(effect) << '\n'
+          << log.explanations;
+    }
+  }
 }
 
 // ---- Full disks ---------------------------------------------------------------------------------
@@ -338,7 +402,60 @@ TEST(SealKeys, AreNeverReplacedAndNoSecretIsInTheState) {
   CWySealVerifier verifier([](const WySealFinding&) {});
   EXPECT_FALSE(verifier.AddKey("wyseal-key-1-short"));
   EXPECT_TRUE(verifier.AddKey(log.keys.verification));
+  EXPECT_FALSE(verifier.Run().isIntact) << "without a file";
   EXPECT_FALSE(verifier.AddKey(SealedLog().keys.verification)) << "of another log";
+}
+
+// Inverted, so that a search for the key does not find this copy.
+std::string Inverted(const WySealKey& key) {
+  std::string strKey(key.size(), '\0');
+  std::transform(key.begin(), key.end(), strKey.begin(), [](int c) { return ~c; });
+  return strKey;
+}
+
+// How many of the keys are in the private writable memory of this process. Read into a shared
+// mapping, which is not searched.
+long CopiesInMemory(const std::vector<std::string>& keys) {
+  constexpr size_t Most = 64u << 20;
+  auto* const pBytes = static_cast<char*>(
+      mmap(nullptr, Most, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
+  const CWySealDescriptor memory(open("/proc/self/mem", O_RDONLY | O_CLOEXEC));
+  std::ifstream mappings("/proc/self/maps");
+  long lFound = 0;
+  for (std::string strLine; std::getline(mappings, strLine);) {
+    unsigned long uFrom = 0, uTo = 0;
+    if (sscanf(strLine.c_str(), "%lx-%lx rw-p", &uFrom, &uTo) != 2) continue;
+    if (strLine.find(" rw-p ") == std::string::npos) continue;
+    const ssize_t lRead =
+        pread(memory.Get(), pBytes, std::min(uTo - uFrom, Most), static_cast<off_t>(uFrom));
+    const std::string_view content(pBytes, static_cast<size_t>(std::max(lRead, ssize_t{0})));
+    std::transform(content.begin(), content.end(), pBytes, [](int c) { return ~c; });
+    for (const std::string& strKey : keys) lFound += content.find(strKey) != content.npos ? 1 : 0;
+  }
+  munmap(pBytes, Most);
+  return lFound;
+}
+
+// Of the state and of the verifier, after both are closed. Sanitizers keep freed memory as it was.
+TEST(SealKeys, LeaveNoCopyInTheMemoryOfTheProcess) {
+  if (test_support::IsSanitized) GTEST_SKIP();
+  SealedLog log(true);
+  std::vector<std::string> keys;
+  for (int i = 0; i < 3; ++i) {
+    log.WriteFiles(1, 3);
+    CWySealState state;
+    ASSERT_TRUE(state.Open(log.Keys()) && state.Lock());
+    const WySealSlot& slot = state.Slot();
+    keys.insert(keys.end(), {Inverted(slot.key), Inverted(slot.fileKey), Inverted(slot.seed)});
+    state.Unlock();
+  }
+  FindingsOf(log);
+  ASSERT_TRUE(WySealRenewKeys(log.Keys(), log.keys));
+  CWySealWiped<WySealNamedKey> renewed;
+  ASSERT_TRUE(WySealParseKey(log.keys.verification, *renewed));
+  keys.push_back(Inverted(renewed->key));
+  sodium_memzero(&*renewed, sizeof(WySealNamedKey));
+  EXPECT_EQ(CopiesInMemory(keys), 0);
 }
 
 TEST(SealKeys, RenewedOnesVerifyTheFilesAfterThem) {

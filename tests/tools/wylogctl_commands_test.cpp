@@ -44,7 +44,9 @@ class Commands : public testing::Test {
        {"id":"0x0C004001","number":1,"key":"store-00001","name":"Opened","severity":"info",
         "arguments":[{"name":"file","type":"string"}],"text":"The store at {0} is open."},
        {"id":"0x0C00C002","number":2,"key":"store-00002","severity":"error","advice":"Make room."},
-       {"id":"0x0C00C003","number":3,"severity":"error"}]})");
+       {"id":"0x0C00C003","number":3,"severity":"error"},
+       {"id":"0x0C004004","number":4,"key":"store-00004","name":"Swept","severity":"info",
+        "printf":"%d sessions swept"}]})");
     m_folder.Write(
         "store.properties",
         "# texts\nstore-00001 = The store at {0} is open.\nstore-00002 = {0}: {1} of {2}.\n");
@@ -165,6 +167,15 @@ TEST_F(Commands, PrintAndEndAsTheTableSays) {
       {"list fields -o csv", 0, {"number,name,width\n0,Message,64\n", "65,Tenant,64\n"}, {}},
       {"list components --messages .", 0, {"12", "Session_Store", "Session_Store/Cleanup"}, {}},
       {"list messages --messages . -o json", 0, {R"("id":"0x0C004001","key":"store-00001")"}, {}},
+      {"list messages --messages . -o json",
+       0,
+       {R"("name":"Swept","text":"%d sessions swept")"},
+       {}},
+      {"message Swept --messages .", 0, {"store-00004", "printf      %d sessions swept\n"}, {}},
+      {"message Swept --messages . -o json",
+       0,
+       {R"("printf":"%d sessions swept","translations":[],"missing":[])"},
+       {}},
       {"list messages", 1, {}, {"no manifests"}},
       {"list messages --load", 2, {}, {"--load belongs to wylogctl list components"}},
       {"message --messages . 0x0C004001",

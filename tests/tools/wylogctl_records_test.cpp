@@ -1,20 +1,39 @@
 // What the library writes is what wylogctl reads: values of all kinds go through the library in the
 // trace layouts and in typed audit records, and come back equal, or the record is flagged.
 
+#include <dlfcn.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
+#include <filesystem>
+#include <functional>
 #include <map>
 #include <random>
 #include <string>
 #include <tuple>
+#include <utility>
 #include <vector>
 
+#include "test_support/TempDirectory.h"
 #include "test_support/TraceConfiguration.h"
+#include "tools/wylogctl/LogChain.h"
 #include "tools/wylogctl/LogTime.h"
 #include "tools/wylogctl/RecordParser.h"
 #include "tools/wylogctl/Translation.h"
 #include "wyerrlog/WyLog.h"
+
+std::function<void()> g_beforeStat, g_afterStat;  // once
+
+// In place of the C library's: a log is rolled over just before or after it is listed.
+extern "C" __attribute__((visibility("default"))) int stat(const char* pszPath,
+                                                           struct stat* pStatus) noexcept {
+  static const auto pfnNext = reinterpret_cast<decltype(&stat)>(dlsym(RTLD_NEXT, "stat"));
+  if (const auto before = std::exchange(g_beforeStat, nullptr)) before();
+  const int iResult = pfnNext(pszPath, pStatus);
+  if (const auto after = std::exchange(g_afterStat, nullptr)) after();
+  return iResult;
+}
 
 namespace {
 
@@ -320,6 +339,22 @@ TEST(TextPatterns, AreTakenApartWhereThereIsOneWay) {
     if (entry.result == Result::Unique) {
       EXPECT_EQ(arguments[0], entry.pszFirst) << entry.pszPattern;
     }
+  }
+}
+
+TEST(LogChain, ListsALogOnceThatIsRolledOverMeanwhile) {
+  for (auto* const pMoment : {&g_beforeStat, &g_afterStat}) {
+    const TempDirectory folder;
+    folder.Write("a.log", "old");
+    *pMoment = [&] {
+      std::filesystem::rename(folder.Path("a.log"), folder.Path("a_20261116_171613.log"));
+      folder.Write("a.log", "newer");
+    };
+    std::string strSizes;
+    for (const WyLogFile& file : CWyLogChain(folder.Path("a.log"), true).List()) {
+      strSizes += std::to_string(file.uSize) + ' ';
+    }
+    EXPECT_EQ(strSizes, pMoment == &g_beforeStat ? "3 5 " : "3 ");
   }
 }
 

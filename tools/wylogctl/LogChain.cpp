@@ -58,9 +58,14 @@ bool CWyLogChain::Find(WyLogFile& file) const {
   return IsStandardInput() || WyIdentify(m_strPath, file.identity, file.uSize);
 }
 
+// The log first: if it becomes a backup meanwhile, it is found twice instead of never. The backup
+// is then dropped, since readers look for a log that was renamed after it was listed.
 std::vector<WyLogFile> CWyLogChain::List() const {
+  WyLogFile log;
+  const bool bLog = Find(log);
   std::vector<WyLogFile> files = ListBackups();
-  WyLogFile file;
-  if (Find(file)) files.push_back(std::move(file));
+  if (!bLog) return files;
+  std::erase_if(files, [&log](const WyLogFile& file) { return file.identity == log.identity; });
+  files.push_back(std::move(log));
   return files;
 }

@@ -54,7 +54,8 @@ WyKnownMessage ReadMessage(const json& object, const WyKnownComponent& component
   message.strKey = KeyOf(object, component, message.uNumber);
   message.strName = TextOf(object, "name");
   message.severity = WySeverityFrom(TextOf(object, "severity"));
-  message.strText = TextOf(object, "text");
+  message.bPrintf = object.contains("printf");
+  message.strText = TextOf(object, message.bPrintf ? "printf" : "text");
   message.strAdvice = TextOf(object, "advice");
   for (const json& argument : ArrayOf(object, "arguments")) {
     message.arguments.push_back({TextOf(argument, "name"), TextOf(argument, "type")});
@@ -198,6 +199,7 @@ std::vector<std::string> CWyManifests::Locales(const WyKnownComponent& component
 std::vector<WyTranslation> CWyManifests::Translations(const WyKnownMessage& message) const {
   const WyKnownComponent& component = ComponentOf(message);
   std::vector<WyTranslation> translations;
+  if (message.bPrintf) return translations;
   if (!CWyXlate::SetResourceDirectory(component.strFolder.c_str())) return translations;
   for (const std::string& strLocale : Locales(component)) {
     WyTranslation translation;

@@ -25,7 +25,8 @@ struct WyKnownMessage {
   unsigned int uNumber = 0;
   std::string strKey;
   std::string strName;
-  std::string strText;  // of the source language
+  bool bPrintf = false;
+  std::string strText;  // of the source language; the pattern of a printf-style message
   std::string strAdvice;
   WySeverityRank severity = WySeverityRank::None;
   std::vector<WyMessageArgument> arguments;
@@ -73,7 +74,7 @@ class CWyManifests {
     return m_components[message.uComponent];
   }
 
-  // The catalogs of a component, the one without a locale first.
+  // The catalogs of a component, the one without a locale first. A printf-style message is in none.
   std::vector<std::string> Locales(const WyKnownComponent& component) const;
   std::vector<WyTranslation> Translations(const WyKnownMessage& message) const;
 

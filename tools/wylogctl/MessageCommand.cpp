@@ -59,6 +59,7 @@ void PrintText(CWyContext& context, const CWyManifests& manifests, const WyKnown
     line("{" + std::to_string(i) + "}",
          message.arguments[i].strName + " (" + message.arguments[i].strType + ")");
   }
+  if (message.bPrintf) line("printf", message.strText);
   for (const WyTranslation& translation : manifests.Translations(message)) {
     if (translation.uLine == 0) {
       line(LocaleName(translation), "missing in " + translation.strFile);
@@ -107,6 +108,7 @@ void PrintJson(CWyContext& context, const CWyManifests& manifests, const WyKnown
     entry.End();
   }
   strText += ']';
+  if (message.bPrintf) object.Text("printf", message.strText);
   const auto translations = manifests.Translations(message);
   object.Name("translations");
   AppendTranslations(strText, translations, false);

@@ -189,9 +189,11 @@ void CWySealFileCheck::AcceptWaiting(uint64_t uSeq) {
     const WySealTag tag = m_tags[0].tag;
     const Waiting proven = std::move(*waiting);
     m_waiting.erase(waiting);
-    if (proven.bUnproven) {
-      ++m_result.uRecords;  // it stands in its place: those before it are the late ones
-      return;
+    if (proven.bUnproven) {  // it stands in its place: those before it are the late ones
+      ++m_result.uRecords;
+      Remember(uSeq, tag, true);
+      if (uSeq + 1 == m_uNext) m_result.bLastProven = true;
+      return CheckAnchors(uSeq, tag);
     }
     Report(WySealKind::OutOfOrder, proven.uLine, uSeq, uSeq, "before its place");
     return Accept({proven.strText, strTag, uSeq}, tag);

@@ -22,20 +22,26 @@ static_assert(sizeof(KeyBytes) == 56);
 
 std::string WySealKeyText(const WySealNamedKey& key) {
   CWySealWiped<KeyBytes> bytes;
-  *bytes = {key.logId, key.uFile, key.key};
+  bytes->logId = key.logId;
+  bytes->uFile = key.uFile;
+  bytes->key = key.key;
   return std::string(key.bPublic ? PublicPrefix : SecretPrefix) +
          WySealEncode(reinterpret_cast<const unsigned char*>(&*bytes), sizeof(KeyBytes));
 }
 
-std::optional<WySealNamedKey> WySealParseKey(std::string_view strText) {
+bool WySealParseKey(std::string_view strText, WySealNamedKey& key) {
   const bool bPublic = strText.starts_with(PublicPrefix);
-  if (!bPublic && !strText.starts_with(SecretPrefix)) return std::nullopt;
+  if (!bPublic && !strText.starts_with(SecretPrefix)) return false;
   strText.remove_prefix(bPublic ? PublicPrefix.size() : SecretPrefix.size());
   CWySealWiped<KeyBytes> bytes;
   if (!WySealDecode(strText, reinterpret_cast<unsigned char*>(&*bytes), sizeof(KeyBytes)) ||
       // File numbers begin with 1: a key for file 0 would derive one step too many.
       bytes->uFile == 0) {
-    return std::nullopt;
+    return false;
   }
-  return WySealNamedKey{bPublic, bytes->logId, bytes->uFile, bytes->key};
+  key.bPublic = bPublic;
+  key.logId = bytes->logId;
+  key.uFile = bytes->uFile;
+  key.key = bytes->key;
+  return true;
 }

@@ -4,7 +4,6 @@
 // Private: the texts of keys that people keep: a prefix that says which kind it is, and base64url
 // of log id, number of the first file (little-endian) and key.
 
-#include <optional>
 #include <string>
 #include <string_view>
 
@@ -18,6 +17,8 @@ struct WySealNamedKey {
 };
 
 std::string WySealKeyText(const WySealNamedKey& key);
-std::optional<WySealNamedKey> WySealParseKey(std::string_view strText);
+// Returns false if the text is no key. The key is not returned by value, which would leave a copy
+// on the stack.
+bool WySealParseKey(std::string_view strText, WySealNamedKey& key);
 
 #endif

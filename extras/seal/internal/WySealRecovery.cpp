@@ -5,6 +5,9 @@
 //   a rest of a write    a sealed ~torn record says how long it is and what its digest is
 //   the state is ahead   records are gone: a sealed ~gap record says which
 //   the file is gone     the next file begins; the missing number shows
+//
+// A ~torn or ~gap record that is due is a flag of the state until it is whole in the file. Killed,
+// or cut short, in the middle of it, the next attempt describes the part that is there as well.
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -22,6 +25,7 @@ namespace {
 constexpr size_t ChunkBytes = 1u << 20;
 // Room for the last whole record and a torn one behind it, both of the greatest length.
 constexpr uint64_t TailBytes = 2 * (WySealMaxText + WySealMaxTrailer);
+constexpr uint64_t LineBytes = WySealMaxText + WySealMaxTrailer;
 // One key derivation is due for each file between; a forged number must not keep the writer, which
 // holds the mutex of all processes, busy for hours.
 constexpr uint64_t MaxFilesAhead = 1u << 20;
@@ -31,6 +35,9 @@ std::string TornFields(std::string_view strRest) {
   return " bytes=" + std::to_string(strRest.size()) +
          " hash=" + WySealEncode(digest.data(), digest.size());
 }
+
+// Failures that say nothing about the file.
+bool IsPassing(int iErrno) { return iErrno == EMFILE || iErrno == ENFILE || iErrno == ENOMEM; }
 
 }  // namespace
 
@@ -50,9 +57,9 @@ bool CWySealWriter::Recover() {
 // already renamed; or the current file is gone.
 bool CWySealWriter::OpenLog() {
   const WySealSlot& slot = m_state.Slot();
-  const WySealHead head = WySealReadHead(m_file.path);
-  const bool bNext = head.uFile > slot.uFile && head.logId == m_state.Page().logId;
-  if (bNext && AdoptFile(head)) return OpenFile(m_file.path, slot.uFile);
+  WySealHead head;
+  if (!ReadHead(m_file.path, head)) return false;
+  if (head.uFile > slot.uFile && AdoptFile(head)) return OpenFile(m_file.path, head.uFile);
   if (slot.uFile == 0) return BeginFile();
   std::string strPath;
   if (head.uFile == slot.uFile) return OpenFile(m_file.path, slot.uFile);
@@ -63,16 +70,29 @@ bool CWySealWriter::OpenLog() {
 }
 
 // The backup of that number. ENOENT if there is none.
-bool CWySealWriter::FindFile(uint64_t uFile, std::string& strPath) const {
+bool CWySealWriter::FindFile(uint64_t uFile, std::string& strPath) {
   std::vector<std::string> files;
   if (!WySealFindFiles(m_file.path, files)) return false;
+  WySealHead head;
   for (const std::string& strFile : files) {
-    if (WySealReadHead(strFile).uFile != uFile) continue;
+    if (!ReadHead(strFile, head)) return false;
+    if (head.uFile != uFile) continue;
     strPath = strFile;
     return true;
   }
   errno = ENOENT;
   return false;
+}
+
+// Number 0 for what is no file of this log, also for another log's file of the same number. Returns
+// false, with errno set, if that cannot be known now: if the current file were taken for lost, the
+// next one would begin with the number of a record that is in it and not counted yet.
+bool CWySealWriter::ReadHead(const std::string& strPath, WySealHead& head) {
+  errno = 0;
+  head = WySealReadHead(strPath);
+  if (head.uFile == 0) return !IsPassing(errno);
+  if (head.logId != m_state.Page().logId) head.uFile = 0;
+  return true;
 }
 
 // O_APPEND, so that nothing in the file can be overwritten, whatever the offset in the state is.
@@ -114,7 +134,7 @@ bool CWySealWriter::CompareWithFile() {
   struct stat status;
   if (fstat(File(), &status) != 0) return false;
   const auto uSize = static_cast<uint64_t>(status.st_size);
-  return uSize < m_state.Slot().uOffset ? CloseGap(uSize) : RollForward();
+  return uSize < m_state.Slot().uOffset ? FindGap(uSize) : RollForward();
 }
 
 // ---- The file is ahead --------------------------------------------------------------------------
@@ -169,67 +189,72 @@ bool CWySealWriter::TakeRest(std::string_view strRest, uint64_t uSize) {
     SetFlags(WySealUnended);
     return true;
   }
+  // The record that is due describes all that is there, also the lines that were skipped: parts of
+  // former attempts to write it are among them.
+  if ((m_state.Slot().uFlags & (WySealTorn | WySealGap)) != 0) return true;
   WySealSlot& slot = m_state.Prepare();
   // Lines that were skipped are behind uOffset from now on: they are never read again as records.
   slot.uOffset = uSize - strRest.size();
-  slot.uFlags &= ~uint32_t{WySealUnended | WySealTorn};
+  slot.uFlags &= ~uint32_t{WySealUnended};
   if (!strRest.empty()) slot.uFlags |= WySealTorn;
   m_state.Commit();
   return true;
 }
 
-bool CWySealWriter::WriteTorn() {
+// Writes the record that is due, behind what it describes.
+bool CWySealWriter::WriteDue() {
   struct stat status;
-  std::string strRest;
-  const uint64_t uOffset = m_state.Slot().uOffset;
   if (fstat(File(), &status) != 0) return false;
   const auto uSize = static_cast<uint64_t>(status.st_size);
-  // Another program has cut the rest away; there is nothing to describe. If it cut more than that,
-  // the next comparison finds the gap.
-  if (uSize <= uOffset) {
-    SetFlags(0, WySealTorn);
-    return true;
-  }
+  const uint64_t uOffset = m_state.Slot().uOffset;
+  const bool bGap = (m_state.Slot().uFlags & WySealGap) != 0;
+  // Another program has cut the file once more.
+  if (uSize < uOffset) return FindGap(uSize) && Prepare();
+  std::string strRest, strText = "~torn";
   if (!WySealReadAt(File(), uOffset, uSize - uOffset, strRest)) return false;
-  return Append("~torn" + TornFields(strRest), {true, uSize});
+  if (bGap && !GapText(strText)) return false;
+  if (!strRest.empty()) return Append(strText + TornFields(strRest), {true, uSize});
+  if (bGap) return Append(strText, {false, uSize});
+  SetFlags(0, WySealTorn);  // the rest was cut away: there is nothing to describe
+  return true;
 }
 
 // ---- The state is ahead -------------------------------------------------------------------------
 
 // Records that the state counted are not in the file. Whether power or an attacker took them cannot
 // be known, and writing must go on: so the ~gap record states the fact, sealed, and the verifier
-// reports it as not intact.
-bool CWySealWriter::CloseGap(uint64_t uSize) {
+// reports it as not intact. The record is written by WriteDue; uOffset is behind the last line.
+bool CWySealWriter::FindGap(uint64_t uSize) {
   std::string strTail;
   const uint64_t uFrom = uSize - std::min(uSize, TailBytes);
   if (!WySealReadAt(File(), uFrom, uSize - uFrom, strTail)) return false;
   const size_t uEnd = strTail.rfind('\n');
   if (uEnd == std::string::npos) return BeginFile();  // nothing is left of it
   const std::string_view strRest = std::string_view(strTail).substr(uEnd + 1);
-  const size_t uBefore = uEnd == 0 ? std::string::npos : strTail.rfind('\n', uEnd - 1);
-  const size_t uLine = uBefore == std::string::npos ? 0 : uBefore + 1;
-  return WriteGap(std::string_view(strTail).substr(uLine, uEnd - uLine), strRest, uSize);
+  WySealLine line;
+  WySealSlot& slot = m_state.Prepare();
+  const bool bWhole = WySealParseLine(strRest, line) && line.uSeq == slot.uSeq - 1;
+  slot.uFlags &= ~uint32_t{WySealUnended | WySealTorn | WySealGap};
+  slot.uFlags |= bWhole ? WySealUnended : WySealGap;  // bWhole: only the newline is gone
+  slot.uOffset = bWhole ? uSize : uSize - strRest.size();
+  m_state.Commit();
+  return true;
 }
 
-// The predecessor of the ~gap record is not in the file, so the record contains its tag.
-bool CWySealWriter::WriteGap(std::string_view strLastLine, std::string_view strRest,
-                             uint64_t uSize) {
+// The predecessor of the ~gap record is not in the file, so the record contains its tag. A last
+// line without a readable number may be an attacker's, so that only the very last record is named
+// for certain; the verifier finds the rest of them missing.
+bool CWySealWriter::GapText(std::string& strText) {
   const WySealSlot& slot = m_state.Slot();
-  const uint64_t uLast = slot.uSeq - 1;
+  const uint64_t uLast = slot.uSeq - 1, uFrom = slot.uOffset - std::min(slot.uOffset, LineBytes);
+  std::string strLines;
+  if (!WySealReadAt(File(), uFrom, slot.uOffset - uFrom, strLines)) return false;
+  if (!strLines.empty()) strLines.pop_back();  // its newline
   WySealLine line;
-  if (WySealParseLine(strRest, line) && line.uSeq == uLast) {  // only the newline is gone
-    WySealSlot& changed = m_state.Prepare();
-    changed.uOffset = uSize;
-    changed.uFlags |= WySealUnended;
-    m_state.Commit();
-    return true;
-  }
-  // A last line without a readable number may be an attacker's, so that only the very last record
-  // is named for certain; the verifier finds the rest of them missing.
-  const bool bNumbered = WySealParseLine(strLastLine, line) && line.uSeq < uLast;
-  const uint64_t uFirst = bNumbered ? line.uSeq + 1 : uLast;
-  std::string strText = "~gap " + WySealRange(uFirst, uLast) +
-                        " prev=" + WySealEncode(slot.tag.data(), slot.tag.size());
-  if (!strRest.empty()) strText += TornFields(strRest);
-  return Append(strText, {!strRest.empty(), uSize});
+  const size_t uBefore = strLines.rfind('\n');
+  const std::string_view strLine = std::string_view(strLines).substr(uBefore + 1);
+  const bool bNumbered = WySealParseLine(strLine, line) && line.uSeq < uLast;
+  strText = "~gap " + WySealRange(bNumbered ? line.uSeq + 1 : uLast, uLast) +
+            " prev=" + WySealEncode(slot.tag.data(), slot.tag.size());
+  return true;
 }

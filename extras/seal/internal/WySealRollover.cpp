@@ -1,6 +1,7 @@
-// From one file of the log to the next. The current file is renamed first: a rename that the system
-// refuses leaves the log as it was. The next file gets its name with its first record already in
-// it, so that no file of the log is ever without one.
+// From one file of the log to the next. The next file is created, and the current one renamed,
+// before anything is written: what the system refuses leaves the log as it was. The next file gets
+// the log's name with its first record already in it, so that no file of the log is ever without
+// one.
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -10,6 +11,7 @@
 #include <cerrno>
 #include <ctime>
 #include <map>
+#include <utility>
 #include <vector>
 
 #include "extras/seal/internal/WySealSignature.h"
@@ -21,43 +23,46 @@ namespace {
 // write and the end, the first and the last with signatures (some 250 bytes each).
 constexpr uint64_t OwnRecords = 1024;
 // As the file outputs of the core library: a directory whose permissions are being repaired is
-// found again soon, and a permanent one costs one rename in five minutes.
+// found again soon, and a permanent failure costs one attempt in five minutes.
 constexpr time_t RetrySeconds = 300;
 
 }  // namespace
 
-// A single record that is longer than the limit gets a file of its own. A file that is moved or
-// ended comes first, without regard to the size and to m_tRetry: a process was killed in the middle
-// of a rollover, and no record may follow ~end in the same file.
+// A single record that is longer than the limit gets a file of its own. A file that is ended comes
+// first, without regard to the size and to m_tRetry: a process was killed in the middle of a
+// rollover, and no record may follow ~end in the same file.
 bool CWySealWriter::RollOverIfDue(size_t uLength) {
   const WySealSlot& slot = m_state.Slot();
-  if ((slot.uFlags & (WySealMoved | WySealEnded)) != 0) return RollOver();
+  if ((slot.uFlags & WySealEnded) != 0) return RollOver();
   const uint64_t uSize = slot.uOffset + uLength + WySealMaxTrailer + OwnRecords;
   const bool bFull = m_uMaxSize != 0 && uSize >= m_uMaxSize && slot.uSeq != slot.uFileFirst + 1;
-  if (!bFull && (slot.uFlags & WySealRenewed) == 0) return true;
+  if (!bFull && (slot.uFlags & (WySealRenewed | WySealMoved)) == 0) return true;
   return time(nullptr) < m_tRetry || RollOver();
 }
 
 // Each step is committed in the flags before the next one begins, so that the next process resumes
-// exactly there. EACCES alone means that the log goes on in the old file: other errors are no
-// matter of permissions that an operator repairs while the program runs.
+// exactly there. If the next file cannot be created, or this one not be renamed, the log goes on in
+// the old file, whatever the reason: evidence beyond the size limit is better than none. Unless its
+// directory is gone: what is written there cannot be found.
 bool CWySealWriter::RollOver() {
-  if ((m_state.Slot().uFlags & WySealMoved) == 0) {
-    if (!MoveAside()) {
-      if (errno != EACCES) return false;
-      m_tRetry = time(nullptr) + RetrySeconds;
-      return true;
-    }
-    SetFlags(WySealMoved);
+  CWySealDescriptor file(CreateNewFile());
+  const uint32_t uFlags = m_state.Slot().uFlags;
+  if (!file || ((uFlags & WySealMoved) == 0 && !MoveAside())) {
+    RemoveNewFile();
+    if ((uFlags & WySealEnded) != 0 || errno == ENOENT || errno == ENOTDIR) return false;
+    m_tRetry = time(nullptr) + RetrySeconds;
+    return true;
   }
-  if ((m_state.Slot().uFlags & WySealEnded) == 0 && !End()) return false;
-  if (!BeginFile()) return false;
+  SetFlags(WySealMoved);
+  if ((uFlags & WySealEnded) == 0 && !End()) return RemoveNewFile();
+  if (!BeginFile(std::move(file))) return false;
   Retire();
   return true;
 }
 
 bool CWySealWriter::MoveAside() {
-  const WySealHead head = WySealReadHead(m_file.path);
+  WySealHead head;
+  if (!ReadHead(m_file.path, head)) return false;
   if (head.uFile == m_state.Slot().uFile) return WySealMoveAside(m_file.path);
   return true;  // another program has moved it already
 }
@@ -106,23 +111,30 @@ std::string CWySealWriter::HeadText(const WySealSlot& slot) {
   return strText;
 }
 
-// The slot is committed after the file has its name. Killed before the rename, ".new" is removed by
-// the next process; killed after it, AdoptFile finds the file ahead of the state and proves it.
-bool CWySealWriter::BeginFile() {
+int CWySealWriter::CreateNewFile() {
   const std::string strNewFile = m_file.path + ".new";
   WyUnlink(strNewFile.c_str());  // of a process that died here
-  CWySealDescriptor file(open(strNewFile.c_str(),
-                              O_RDWR | O_CREAT | O_EXCL | O_APPEND | O_CLOEXEC | O_NOFOLLOW,
-                              static_cast<mode_t>(m_file.permissions)));
+  return open(strNewFile.c_str(), O_RDWR | O_CREAT | O_EXCL | O_APPEND | O_CLOEXEC | O_NOFOLLOW,
+              static_cast<mode_t>(m_file.permissions));
+}
+
+// Returns false, with errno as it was.
+bool CWySealWriter::RemoveNewFile() {
+  const int iErrno = errno;
+  WyUnlink((m_file.path + ".new").c_str());
+  errno = iErrno;
+  return false;
+}
+
+bool CWySealWriter::BeginFile() { return BeginFile(CWySealDescriptor(CreateNewFile())); }
+
+// The slot is committed after the file has its name. Killed before the rename, ".new" is removed by
+// the next process; killed after it, AdoptFile finds the file ahead of the state and proves it.
+bool CWySealWriter::BeginFile(CWySealDescriptor file) {
   if (!file) return false;
   WySealSlot& slot = m_state.Prepare();
   EnterFile(slot);
-  if (!WriteHead(file.Get(), slot, HeadText(slot)) || !PlaceFile(strNewFile)) {
-    const int iErrno = errno;
-    WyUnlink(strNewFile.c_str());
-    errno = iErrno;
-    return false;
-  }
+  if (!WriteHead(file.Get(), slot, HeadText(slot)) || !PlaceFile()) return RemoveNewFile();
   m_state.Commit();
   SetCurrent(file.Release(), m_state.Slot().uFile);
   return true;
@@ -149,10 +161,15 @@ bool CWySealWriter::WriteHead(int hFile, WySealSlot& slot, std::string_view strT
 // Gives the new file the log's name. What has that name and is not the log is moved aside. WyRename
 // never replaces a file, so that evidence is not overwritten. Two attempts: a name that is taken
 // again between them is another program's doing, and moving files aside for it might not end.
-bool CWySealWriter::PlaceFile(const std::string& strNewFile) {
+//
+// From the rename on the file is a part of the log and must be counted, so a failure to force the
+// name to the disk is not one of the rollover: a second file would get the same number.
+bool CWySealWriter::PlaceFile() {
+  const std::string strNewFile = m_file.path + ".new";
   for (int i = 0; i < 2; ++i) {
     if (WyRename(strNewFile.c_str(), m_file.path.c_str()) == 0) {
-      return WySealSyncDirectory(m_file.path);
+      WySealSyncDirectory(m_file.path);
+      return true;
     }
     if (errno != EEXIST || !ClearName()) return false;
   }

@@ -37,11 +37,12 @@ struct WySealSlot {
 };
 
 enum WySealFlag : uint32_t {
-  WySealMoved = 1,    // the current file already has a backup's name
-  WySealEnded = 2,    // its last record is ~end
-  WySealUnended = 4,  // its last record lacks its newline
-  WySealTorn = 8,     // there may be a part of a record behind the last whole one
-  WySealRenewed = 16  // the next file has a new verification key: end this one
+  WySealMoved = 1,     // the current file already has a backup's name
+  WySealEnded = 2,     // its last record is ~end
+  WySealUnended = 4,   // its last record lacks its newline
+  WySealTorn = 8,      // there may be a part of a record behind uOffset: ~torn is due
+  WySealRenewed = 16,  // the next file has a new verification key: end this one
+  WySealGap = 32       // records before uOffset are gone: ~gap is due
 };
 
 struct WySealPage {
@@ -131,6 +132,7 @@ class CWySealDescriptor {
   ~CWySealDescriptor();
   CWySealDescriptor(const CWySealDescriptor&) = delete;
   CWySealDescriptor& operator=(const CWySealDescriptor&) = delete;
+  CWySealDescriptor(CWySealDescriptor&& other) noexcept : m_hFile(other.Release()) {}
   int Get() const { return m_hFile; }
   int Release();
   explicit operator bool() const { return m_hFile >= 0; }

@@ -88,13 +88,13 @@ bool CWySealWriter::Log(std::string_view strText) {
 }
 
 // Afterwards the file at hand is whole and the current one. A number that differs means that
-// another process has rolled over. A ~torn record is due before any other one, so that the damaged
-// bytes are always directly before the record that describes them, as the verifier expects.
+// another process has rolled over. A ~torn or ~gap record is due before any other one, so that the
+// damaged bytes are always directly before the record that describes them, as the verifier expects.
 bool CWySealWriter::Prepare() {
   if (m_state.Page().uDirty != 0 || FileNumber() != m_state.Slot().uFile) {
     if (!Recover()) return false;
   }
-  return (m_state.Slot().uFlags & WySealTorn) == 0 || WriteTorn();
+  return (m_state.Slot().uFlags & (WySealTorn | WySealGap)) == 0 || WriteDue();
 }
 
 // If another process has rolled over since, File() is the former file. That suffices: records of
@@ -160,12 +160,13 @@ bool CWySealWriter::Append(std::string_view strText, Place place) {
 bool CWySealWriter::Refuse(ssize_t lWritten, Place place) {
   // Nothing was written; errno is that of writev.
   if (lWritten < 0) return false;
-  if (lWritten > 0) {
-    // What is there of it follows the newline that ends the line before. If that is a part of a
-    // record too (~torn itself was cut short), the next ~torn describes both.
+  // If ~torn or ~gap itself was cut short, the flag and uOffset stay: the next attempt describes
+  // all that is there behind uOffset.
+  const bool bFurther = (m_state.Slot().uFlags & (WySealTorn | WySealGap)) != 0;
+  if (lWritten > 0 && !bFurther) {
+    // What is there of it follows the newline that ends the line before.
     WySealSlot& slot = m_state.Prepare();
-    const bool bFurther = (slot.uFlags & WySealTorn) != 0;
-    if (!bFurther) slot.uOffset = place.uOffset + (place.bNewline ? 1 : 0);
+    slot.uOffset = place.uOffset + (place.bNewline ? 1 : 0);
     slot.uFlags = (slot.uFlags & ~uint32_t{WySealUnended}) | WySealTorn;
     m_state.Commit();
   }
@@ -181,7 +182,7 @@ void CWySealWriter::CountRecord(WySealSlot& slot, std::string_view strText,
   slot.tag = tag;
   slot.key = page.scratch.step.next;
   slot.uOffset = uOffset;
-  slot.uFlags &= ~uint32_t{WySealUnended | WySealTorn};
+  slot.uFlags &= ~uint32_t{WySealUnended | WySealTorn | WySealGap};
   // Records of the log itself are recognised by their text, so that records which recovery finds in
   // the file have the same effects as those written here. A caller's text cannot begin with "~".
   const bool bEnd = WySealIsKind(strText, "~end");

@@ -55,16 +55,17 @@ class CWySealWriter {
   // ---- After a death, a short write or a loss of power (WySealRecovery.cpp)
   bool Recover();
   bool OpenLog();
-  bool FindFile(uint64_t uFile, std::string& strPath) const;
+  bool FindFile(uint64_t uFile, std::string& strPath);
   bool OpenFile(const std::string& strPath, uint64_t uFile);
+  bool ReadHead(const std::string& strPath, WySealHead& head);
   bool AdoptFile(const WySealHead& head);
   bool CompareWithFile();
   bool RollForward();
   bool TakeRecord(std::string_view strLine, uint64_t uOffset);
   bool TakeRest(std::string_view strRest, uint64_t uOffset);
-  bool CloseGap(uint64_t uSize);
-  bool WriteGap(std::string_view strLastLine, std::string_view strRest, uint64_t uSize);
-  bool WriteTorn();
+  bool FindGap(uint64_t uSize);
+  bool WriteDue();
+  bool GapText(std::string& strText);
   bool Verifies(const WySealLine& line, WySealTag& tag);
 
   // ---- Files (WySealRollover.cpp)
@@ -74,9 +75,12 @@ class CWySealWriter {
   bool End();
   void EnterFile(WySealSlot& slot);
   std::string HeadText(const WySealSlot& slot);
+  int CreateNewFile();
+  bool RemoveNewFile();
   bool BeginFile();
+  bool BeginFile(CWySealDescriptor file);
   bool WriteHead(int hFile, WySealSlot& slot, std::string_view strText);
-  bool PlaceFile(const std::string& strNewFile);
+  bool PlaceFile();
   bool ClearName();
   void Retire();
   void SetCurrent(int hFile, uint64_t uFile);

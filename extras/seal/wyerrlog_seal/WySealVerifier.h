@@ -8,7 +8,7 @@
 //   CWySealVerifier verifier([](const WySealFinding& finding) { Print(finding); });
 //   if (!verifier.AddKey(strKey) || !verifier.AddLog("/var/log/agent/audit.log")) return Fail();
 //   const WySealSummary summary = verifier.Run();
-//   if (!summary.isIntact || summary.files == 0) Alarm();
+//   if (!summary.isIntact) Alarm();
 //
 // Verify on another machine, with copies of the files: an attacker who owns this one also owns the
 // program that verifies. What can be concluded, and what not, is in docs/sealed_audit.md.
@@ -56,8 +56,8 @@ struct WySealFinding {
 };
 
 // What was verified. isIntact says nothing of records behind `lastRecord`: only a state or an
-// anchor shows that the end was cut off. If no file was added, `files` is 0 and nothing is proven,
-// although there is no finding.
+// anchor shows that the end was cut off. If no file was added, the log is not intact: the finding
+// is MissingFile, without a path.
 struct WySealSummary {
   bool isIntact = false;     // there is no finding but harmless ones
   uint64_t files = 0;        // verified
