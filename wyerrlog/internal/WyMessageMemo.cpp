@@ -9,7 +9,6 @@
 
 #include "wyerrlog/internal/WyPlainCopy.h"
 #include "wyerrlog/internal/WyTextBuffer.h"
-#include "wyerrlog/internal/WyTextPieces.h"
 
 namespace {
 
@@ -65,6 +64,8 @@ bool CWyMessageForm::Store(const char* pszLocale, const WyFoundMessage& found) {
   *pEnd = ' ';
   m_pszPattern = found.pszPattern;
   m_uPatternLength = std::strlen(m_pszPattern);
+  m_uTailStart = m_uPatternLength - std::min(m_uPatternLength, WyLiteralRoom);
+  std::memcpy(m_szTail, m_pszPattern + m_uTailStart, m_uPatternLength - m_uTailStart);
   m_uParts = CWyMessageMemo::Internals().pfnParse(*m_pBundle, m_pszPattern, m_parts, MaxParts);
   m_uMostUses = MostUses();
   return m_uParts != 0;
@@ -82,6 +83,11 @@ unsigned int CWyMessageForm::MostUses() const {
   return uMost;
 }
 
+inline const char* CWyMessageForm::Literal(const WyPatternPart& part) const {
+  return part.uStart < m_uTailStart ? m_pszPattern + part.uStart
+                                    : m_szTail + (part.uStart - m_uTailStart);
+}
+
 inline WyTextPiece CWyMessageForm::Piece(const WyPatternPart& part, const WyTextPiece* pArguments,
                                          std::size_t uCount) const {
   if (part.uArgument < uCount) return pArguments[part.uArgument];
@@ -92,7 +98,8 @@ inline WyTextPiece CWyMessageForm::Piece(const WyPatternPart& part, const WyText
 bool CWyMessageForm::AppendTo(CWyTextBuffer& text, const WyTextPiece* pArguments,
                               std::size_t uCount, std::size_t uSize) const {
   const std::size_t uMost = m_uPatternLength + m_uMostUses * uSize;
-  if (uCount == 0 || uMost > LongestText || !text.HasRoom(m_uHeadLength + uMost + 1)) {
+  if (uCount == 0 || uMost > LongestText ||
+      !text.HasRoom(m_uHeadLength + uMost + 1 + WyLiteralRoom)) {
     return AppendGrowing(text, pArguments, uCount);
   }
   char* pEnd = WyCopyText(text.End(), m_szHead, m_uHeadLength);
@@ -101,7 +108,7 @@ bool CWyMessageForm::AppendTo(CWyTextBuffer& text, const WyTextPiece* pArguments
       const WyTextPiece& argument = pArguments[pPart->uArgument];
       pEnd = WyCopyText(pEnd, argument.pText, argument.uLength);
     } else {
-      pEnd = WyCopyText(pEnd, m_pszPattern + pPart->uStart, pPart->uLength);
+      pEnd = WyCopyLiteral(pEnd, Literal(*pPart), pPart->uLength);
     }
   }
   *pEnd++ = '\n';
@@ -120,13 +127,13 @@ bool CWyMessageForm::AppendPlain(CWyTextBuffer& text, const WyLogDetail::TextRef
   }
   const std::size_t uMost = m_uPatternLength + m_uMostUses * uSize;
   if (uMost > LongestText) return false;
-  char* const pBegin = text.Room(m_uHeadLength + uMost + 1);
+  char* const pBegin = text.Room(m_uHeadLength + uMost + 1 + WyLiteralRoom);
   if (pBegin == nullptr) return true;
   char* pEnd = WyCopyText(pBegin, m_szHead, m_uHeadLength);
   CWyPlainCopy plain;
   for (const WyPatternPart *pPart = m_parts, *pLast = m_parts + m_uParts; pPart != pLast; ++pPart) {
     if (pPart->uArgument >= uCount) {
-      pEnd = WyCopyText(pEnd, m_pszPattern + pPart->uStart, pPart->uLength);
+      pEnd = WyCopyLiteral(pEnd, Literal(*pPart), pPart->uLength);
     } else if (const WyLogDetail::TextRef& argument = pTexts[pPart->uArgument];
                (uAsTheyAre >> pPart->uArgument & 1) == 0) {
       pEnd = plain.Copy(pEnd, argument.pszText, argument.uSize);

@@ -10,10 +10,10 @@
 #include <cstring>
 #include <string_view>
 
+#include "wyerrlog/internal/WyTextPieces.h"
 #include "wyerrlog/internal/WyThreadOwned.h"
 
 class CWyTextBuffer;
-struct WyTextPiece;
 namespace WyLogDetail {
 struct TextRef;
 }
@@ -75,6 +75,7 @@ class CWyMessageForm {
   WyTextPiece Piece(const WyPatternPart& part, const WyTextPiece* pArguments,
                     std::size_t uCount) const;
   unsigned int MostUses() const;
+  const char* Literal(const WyPatternPart& part) const;
   void Forget();
   bool Store(const char* pszLocale, const WyFoundMessage& found);
 
@@ -87,6 +88,9 @@ class CWyMessageForm {
   std::size_t m_uParts = 0;
   std::size_t m_uHeadLength = 0;
   char m_szLocale[24];  // "sr_RS.UTF-8@latin", and some more
+  // The pattern's last bytes, so that sixteen can be read where a part begins (WyCopyLiteral).
+  std::size_t m_uTailStart = 0;
+  char m_szTail[2 * WyLiteralRoom];
   char m_szHead[64];
   WyPatternPart m_parts[MaxParts];
 };
