@@ -112,9 +112,9 @@ inline char* CWyParsedFormat::WriteParts(char* pEnd, std::size_t uTexts, const C
   return pEnd;
 }
 
-// A copy of the arguments is read: the caller starts over with the first one if this is refused.
-inline bool CWyParsedFormat::Write(CWyTextBuffer& text, std::string_view before, char cAfter,
-                                   va_list args) const {
+[[gnu::always_inline]] inline bool CWyParsedFormat::Write(CWyTextBuffer& text,
+                                                          std::string_view before, char cAfter,
+                                                          va_list args) const {
   if (m_uParts == 0) return false;
   char* const pFirst = text.Room(UsualRoom);
   if (pFirst == nullptr) return false;
@@ -122,10 +122,7 @@ inline bool CWyParsedFormat::Write(CWyTextBuffer& text, std::string_view before,
   const std::size_t uFixed = before.size() + m_uFixed;
   if (uFixed > uRoom) return false;
   char* pEnd = WyCopyText(pFirst, before.data(), before.size());
-  va_list argsCopy;
-  va_copy(argsCopy, args);
-  pEnd = WriteParts(pEnd, uRoom - uFixed, text, argsCopy);
-  va_end(argsCopy);
+  pEnd = WriteParts(pEnd, uRoom - uFixed, text, args);
   if (pEnd == nullptr) {
     *pFirst = '\0';  // the end of the text, as it was
     return false;
@@ -155,10 +152,16 @@ inline const CWyParsedFormat* CWyFormatMemo::Find(const char* pszFormat) {
   return pPlace;
 }
 
+// A copy of the arguments is read: the caller starts over with the first one if this is refused.
 bool CWyFormatMemo::Write(CWyTextBuffer& text, std::string_view before, const char* pszFormat,
                           char cAfter, va_list args) {
   CWyFormatMemo* const pMemo = CWyThreadOwned<CWyFormatMemo>::Get();
   if (pMemo == nullptr) return false;
   const CWyParsedFormat* const pFormat = pMemo->Find(pszFormat);
-  return pFormat != nullptr && pFormat->Write(text, before, cAfter, args);
+  if (pFormat == nullptr) return false;
+  va_list argsCopy;
+  va_copy(argsCopy, args);
+  const bool bWritten = pFormat->Write(text, before, cAfter, argsCopy);
+  va_end(argsCopy);
+  return bWritten;
 }

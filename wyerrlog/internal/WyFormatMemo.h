@@ -24,7 +24,8 @@ class CWyParsedFormat {
 
   // Appends `before`, the formatted text, and `cAfter` unless it is zero. Returns false, and
   // changes nothing, if the format is not plain, if there is no room in the message or the text may
-  // have more than 4095 bytes, and if an argument lies in the message's own text.
+  // have more than 4095 bytes, and if an argument lies in the message's own text; some of `args`
+  // have been taken then.
   bool Write(CWyTextBuffer& text, std::string_view before, char cAfter, va_list args) const;
 
   static constexpr std::size_t LongestFormat = 191;  // bytes
