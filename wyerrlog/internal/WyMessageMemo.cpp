@@ -110,15 +110,23 @@ inline WyTextPiece CWyMessageForm::Argument(const Step& step, const WyTextPiece*
   return {m_pszPattern + step.uMissingStart, step.uMissingLength};
 }
 
+// Requires: room for all of m_szHead. Most heads have fewer than half of its bytes.
+inline char* CWyMessageForm::CopyHead(char* pTo) const {
+  constexpr std::size_t Usual = sizeof m_szHead / 2;
+  std::memcpy(pTo, m_szHead, Usual);
+  if (m_uHeadLength > Usual) std::memcpy(pTo + Usual, m_szHead + Usual, sizeof m_szHead - Usual);
+  return pTo + m_uHeadLength;
+}
+
 // A line that certainly fits into the message's room is written without measuring its pieces.
 bool CWyMessageForm::AppendTo(CWyTextBuffer& text, const WyTextPiece* pArguments,
                               std::size_t uCount, std::size_t uSize) const {
   const std::size_t uMost = m_uPatternLength + m_uMostUses * uSize;
   if (uCount == 0 || uCount < m_uArguments || uMost > LongestText ||
-      !text.HasRoom(m_uHeadLength + uMost + 1 + WyLiteralRoom)) {
+      !text.HasRoom(sizeof m_szHead + uMost + 1 + WyLiteralRoom)) {
     return AppendGrowing(text, pArguments, uCount);
   }
-  char* pEnd = WyCopyText(text.End(), m_szHead, m_uHeadLength);
+  char* pEnd = CopyHead(text.End());
   for (const Step *pStep = m_steps, *pLast = m_steps + m_uSteps; pStep != pLast; ++pStep) {
     pEnd = WyCopyLiteral(pEnd, pStep->pText, pStep->uLength);
     if (pStep->uArgument == NoArgument) continue;
@@ -142,9 +150,9 @@ bool CWyMessageForm::AppendPlain(CWyTextBuffer& text, const WyLogDetail::TextRef
   }
   const std::size_t uMost = m_uPatternLength + m_uMostUses * uSize;
   if (uMost > LongestText) return false;
-  char* const pBegin = text.Room(m_uHeadLength + uMost + 1 + WyLiteralRoom);
+  char* const pBegin = text.Room(sizeof m_szHead + uMost + 1 + WyLiteralRoom);
   if (pBegin == nullptr) return true;
-  char* pEnd = WyCopyText(pBegin, m_szHead, m_uHeadLength);
+  char* pEnd = CopyHead(pBegin);
   CWyPlainCopy plain;
   for (const Step *pStep = m_steps, *pLast = m_steps + m_uSteps; pStep != pLast; ++pStep) {
     pEnd = WyCopyLiteral(pEnd, pStep->pText, pStep->uLength);

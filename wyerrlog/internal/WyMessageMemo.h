@@ -85,6 +85,7 @@ class CWyMessageForm {
   bool AppendGrowing(CWyTextBuffer& text, const WyTextPiece* pArguments, std::size_t uCount) const;
   WyTextPiece Argument(const Step& step, const WyTextPiece* pArguments, std::size_t uCount) const;
   const char* Literal(const WyPatternPart& part) const;
+  char* CopyHead(char* pTo) const;
   void AddPart(const WyPatternPart& part);
   unsigned int Uses(unsigned int uArgument) const;
   void Forget();
