@@ -257,7 +257,7 @@ const char* CWyErrLogMessage::FormatMessage(unsigned int uId) {
   if (pForm == nullptr || !pForm->AppendTo(*m_pBuffer, aArguments, m_args.m_uCount, uSize)) {
     AppendLookedUp();
   }
-  return GetBuffer();
+  return m_pBuffer->c_str();
 }
 
 // The arguments stay with the statement, until the host's output asks for the message once more.

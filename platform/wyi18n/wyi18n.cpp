@@ -15,6 +15,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
+#include <limits>
 #include <utility>
 
 namespace {
@@ -73,12 +74,11 @@ template <std::size_t... Index>
 }
 
 // Returns the value in an entry of the environment if the entry is that of `name`, which includes
-// the "="; null for another variable's entry and for null.
+// the "="; null for another variable's entry.
 template <std::size_t Size>
 [[gnu::always_inline]] inline const char* ValueOf(const char* pszEntry, const char (&name)[Size]) {
-  const bool bMatches =
-      pszEntry != nullptr && Begins(pszEntry, name, std::make_index_sequence<Size - 1>());
-  return bMatches ? pszEntry + Size - 1 : nullptr;
+  return Begins(pszEntry, name, std::make_index_sequence<Size - 1>()) ? pszEntry + Size - 1
+                                                                      : nullptr;
 }
 
 bool IsSet(const char* pszValue) { return pszValue != nullptr && *pszValue != '\0'; }
@@ -96,7 +96,7 @@ class CWyLocaleVariables {
  public:
   // Their order is that of the locale categories in POSIX. An empty variable counts as not set.
   const char* FirstSet() {
-    if (!IsUnchanged()) Find();
+    if (!IsUnchanged() && !Find()) return nullptr;
     if (const char* const pszValue = ValueOf(m_all.pszEntry, All); IsSet(pszValue)) return pszValue;
     if (const char* const pszValue = ValueOf(m_messages.pszEntry, Messages); IsSet(pszValue)) {
       return pszValue;
@@ -110,6 +110,9 @@ class CWyLocaleVariables {
   static constexpr char Messages[] = "LC_MESSAGES=";
   static constexpr char Lang[] = "LANG=";
 
+  // Nothing is noted.
+  static constexpr std::time_t NoTime = std::numeric_limits<std::time_t>::min();
+
   // An entry of the environment and its place. A variable that is not set has the first entry.
   struct Place {
     char** ppszEntry;
@@ -118,12 +121,13 @@ class CWyLocaleVariables {
     bool IsUnchanged() const { return *ppszEntry == pszEntry; }
   };
 
-  // The first entry comes first: in an environment that is shorter, at the same address (after
-  // clearenv(3)), it is another one, and nothing behind it is read.
+  // The time comes first: it is NoTime if there was no entry. The first entry comes before the
+  // others: in an environment that is shorter, at the same address (after clearenv(3)), it is
+  // another one, and nothing behind it is read.
   bool IsUnchanged() const {
-    return environ == m_ppszEnvironment && m_ppszLast != nullptr && *environ == m_pszFirst &&
-           *m_ppszLast == m_pszLast && m_ppszLast[1] == nullptr && m_all.IsUnchanged() &&
-           m_messages.IsUnchanged() && m_lang.IsUnchanged() && m_tSearched == std::time(nullptr);
+    return m_tSearched == std::time(nullptr) && environ == m_ppszEnvironment &&
+           *environ == m_pszFirst && *m_ppszLast == m_pszLast && m_ppszLast[1] == nullptr &&
+           m_all.IsUnchanged() && m_messages.IsUnchanged() && m_lang.IsUnchanged();
   }
 
   // The first entry of a variable counts, as it does for getenv(3).
@@ -133,12 +137,12 @@ class CWyLocaleVariables {
     if (!bFound && ValueOf(*ppszEntry, name) != nullptr) place = {ppszEntry, *ppszEntry};
   }
 
-  void Find() {
+  // Returns false, with nothing noted, for an environment without entries.
+  bool Find() {
+    m_tSearched = NoTime;
+    if (environ == nullptr || *environ == nullptr) return false;
     m_tSearched = std::time(nullptr);
     m_ppszEnvironment = environ;
-    m_ppszLast = nullptr;  // without an entry nothing is noted
-    m_all = m_messages = m_lang = {};
-    if (environ == nullptr || *environ == nullptr) return;
     m_pszFirst = *environ;
     m_all = m_messages = m_lang = {environ, m_pszFirst};
     for (char** ppszEntry = environ; *ppszEntry != nullptr; ++ppszEntry) {
@@ -148,16 +152,17 @@ class CWyLocaleVariables {
       m_ppszLast = ppszEntry;
     }
     m_pszLast = *m_ppszLast;
+    return true;
   }
 
   char** m_ppszEnvironment = nullptr;
   char* m_pszFirst = nullptr;
-  char** m_ppszLast = nullptr;  // null: nothing is noted
+  char** m_ppszLast = nullptr;
   char* m_pszLast = nullptr;
   Place m_all{};
   Place m_messages{};
   Place m_lang{};
-  std::time_t m_tSearched = 0;
+  std::time_t m_tSearched = NoTime;
 };
 
 constinit thread_local CWyLocaleVariables t_localeVariables;

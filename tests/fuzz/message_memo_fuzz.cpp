@@ -1,6 +1,6 @@
 // Logs messages while components, catalogs, locales and resource directories change between them:
-// FormatMessage, which remembers the form of a message, against PreformatMessage, which looks it up
-// each time.
+// FormatMessage and log statements, which remember the form of a message, against PreformatMessage,
+// which looks it up each time.
 //
 // Each line is a step; its first letter says which:
 //
@@ -13,6 +13,8 @@
 //   c                                 changes the components
 //   u                                 loads a component library and unloads it
 
+#include <algorithm>
+#include <array>
 #include <cstdlib>
 #include <filesystem>
 #include <map>
@@ -22,6 +24,8 @@
 
 #include "fuzz/FuzzInput.h"
 #include "test_support/TempDirectory.h"
+#include "wyerrlog/WyEscape.h"
+#include "wyerrlog/WyLogStatement.h"
 #include "wyerrlog/WyLogger.h"
 #include "wyxlate/WyXlate.h"
 
@@ -62,6 +66,21 @@ std::string Remembered(CWyErrLogMessage& message, unsigned int uId,
   }
 }
 
+// The line of a log statement behind its prolog. The message then has the texts as arguments, with
+// their control characters escaped.
+std::string Stated(CWyErrLogMessage& message, unsigned int uId,
+                   const std::vector<std::string>& texts) {
+  constexpr std::string_view Place = "[memo:1]";
+  std::array<WyLogDetail::TextRef, 3> refs{};
+  const std::size_t uCount = std::min(texts.size(), refs.size());
+  for (std::size_t i = 0; i < uCount; ++i) {
+    refs[i] = {texts[i].c_str(), std::string_view(texts[i].c_str()).size(), true};
+  }
+  Require(WyLogDetail::Statement{uId, 1, "memo", refs.data(), uCount, 0}.Format(message));
+  const std::string strLine = message.GetBuffer();
+  return strLine.substr(strLine.find(Place) + Place.size());
+}
+
 void Log(std::string_view step) {
   const unsigned int uNumber = Digit(step);
   const unsigned int uId = Component << 24 | Digit(step) << 16 | (uNumber & 3) << 14 | uNumber;
@@ -72,6 +91,9 @@ void Log(std::string_view step) {
     CWyErrLogMessage message(false);
     const std::string strLine = Remembered(message, uId, texts);
     Require(strLine == LookedUp(message, uId));
+    CWyErrLogMessage statement(false);
+    const std::string strStated = Stated(statement, uId, texts);
+    Require(strStated == LookedUp(statement, uId));
   }
 }
 

@@ -8,7 +8,6 @@
 #include <utility>
 
 #include "wyerrlog/internal/WyTextBuffer.h"
-#include "wyerrlog/internal/WyTextPieces.h"
 #include "wyerrlog/internal/WyThreadOwned.h"
 
 using Kind = WyPlainConversion::Kind;
@@ -18,13 +17,6 @@ namespace {
 constexpr std::size_t LongestText = 4095;  // what the formatters write without an allocation
 constexpr std::size_t LongestNumber = 24;  // 64 bits have at most 20 characters, with a sign
 constexpr std::size_t UsualRoom = 256;     // bytes that a message has at least before it is written
-
-// Copies a literal text: sixteen bytes of it whatever its length, which the space of the number
-// that may follow has room for.
-inline char* CopyLiteral(char* pTo, const char* pFrom, std::size_t uLength) {
-  std::memcpy(pTo, pFrom, 16);
-  return uLength <= 16 ? pTo + uLength : WyCopyText(pTo, pFrom, uLength);
-}
 
 template <typename Number>
 char* WriteNumber(char* pEnd, Number value, std::size_t uWidth) {
@@ -42,6 +34,7 @@ char* WriteNumber(char* pEnd, Number value, std::size_t uWidth) {
 
 void CWyParsedFormat::Parse(const char* pszFormat) {
   m_uParts = 0;
+  m_uFixed = WyLiteralRoom + 1;  // behind the last part: see WyCopyLiteral; the character after it
   std::memcpy(m_szText, pszFormat, std::strlen(pszFormat) + 1);
   const char* psz = m_szText;
   do {
@@ -49,7 +42,14 @@ void CWyParsedFormat::Parse(const char* pszFormat) {
       m_uParts = 0;
       return;
     }
+    m_uFixed += MostWithoutText(m_parts[m_uParts - 1]);
   } while (*psz != '\0');
+}
+
+// A number is written before it is moved to the end of its width.
+std::uint16_t CWyParsedFormat::MostWithoutText(const Part& part) {
+  const bool bNumber = part.kind != Kind::None && part.kind != Kind::Text;
+  return static_cast<std::uint16_t>(part.uLength + part.uWidth + (bNumber ? LongestNumber : 0));
 }
 
 // Takes one part from the format. Returns false if its conversion is not plain.
@@ -75,7 +75,7 @@ bool CWyParsedFormat::AddPart(const char*& psz) {
 
 // ---- Writing ------------------------------------------------------------------------------------
 
-// Writes the conversion of one part behind its literal text. Returns null if that is refused.
+// Writes the number of one part behind its literal text.
 char* CWyParsedFormat::WriteNumberPart(char* pEnd, const Part& part, va_list args) {
   switch (part.kind) {
     case Kind::Int:
@@ -84,57 +84,49 @@ char* CWyParsedFormat::WriteNumberPart(char* pEnd, const Part& part, va_list arg
       return WriteNumber(pEnd, va_arg(args, std::int64_t), part.uWidth);
     case Kind::UInt:
       return WriteNumber(pEnd, va_arg(args, unsigned int), part.uWidth);
-    case Kind::ULong:
-      return WriteNumber(pEnd, va_arg(args, std::uint64_t), part.uWidth);
     default:
-      return pEnd;
+      return WriteNumber(pEnd, va_arg(args, std::uint64_t), part.uWidth);
   }
 }
 
-// Writes all parts, up to `pLimit`. An argument in the message's own text is found before it is
-// read; what has been written by then lies behind that text.
-char* CWyParsedFormat::WriteParts(char* pEnd, const char* pLimit, const CWyTextBuffer& text,
-                                  va_list args) const {
+// Writes all parts. Returns null if the texts have more than `uTexts` bytes. An argument in the
+// message's own text is found before it is read; what has been written by then lies behind that
+// text.
+inline char* CWyParsedFormat::WriteParts(char* pEnd, std::size_t uTexts, const CWyTextBuffer& text,
+                                         va_list args) const {
   for (const Part *pPart = m_parts, *pLast = m_parts + m_uParts; pPart != pLast; ++pPart) {
-    const Part& part = *pPart;
-    const char* psz = nullptr;
-    std::size_t uLength = 0;
-    if (part.kind == Kind::Text) {
-      psz = va_arg(args, const char*);
+    pEnd = WyCopyLiteral(pEnd, m_szText + pPart->uStart, pPart->uLength);
+    if (pPart->kind == Kind::Text) {
+      const char* psz = va_arg(args, const char*);
       if (psz == nullptr) psz = "(null)";  // as glibc prints it
       if (text.Owns(psz)) return nullptr;
-      uLength = std::strlen(psz);
-    }
-    const std::size_t uMost = uLength + part.uLength + part.uWidth + LongestNumber;
-    if (uMost > static_cast<std::size_t>(pLimit - pEnd)) return nullptr;
-    pEnd = CopyLiteral(pEnd, m_szText + part.uStart, part.uLength);
-    if (psz != nullptr) {
-      for (std::size_t u = uLength; u < part.uWidth; ++u) *pEnd++ = ' ';
+      const std::size_t uLength = std::strlen(psz);
+      if (uLength > uTexts) return nullptr;
+      uTexts -= uLength;
+      for (std::size_t u = uLength; u < pPart->uWidth; ++u) *pEnd++ = ' ';
       pEnd = WyCopyText(pEnd, psz, uLength);
-    } else {
-      pEnd = WriteNumberPart(pEnd, part, args);
+    } else if (pPart->kind != Kind::None) {
+      pEnd = WriteNumberPart(pEnd, *pPart, args);
     }
   }
   return pEnd;
 }
 
-// A copy of the arguments is read: the caller starts over with the first one if this is refused.
-bool CWyParsedFormat::Write(CWyTextBuffer& text, std::string_view before, char cAfter,
-                            va_list args) const {
+[[gnu::always_inline]] inline bool CWyParsedFormat::Write(CWyTextBuffer& text,
+                                                          std::string_view before, char cAfter,
+                                                          va_list args) const {
   if (m_uParts == 0) return false;
   char* const pFirst = text.Room(UsualRoom);
   if (pFirst == nullptr) return false;
-  const char* const pLimit = pFirst + std::min(text.RoomLeft(), LongestText);
+  const std::size_t uRoom = std::min(text.RoomLeft(), LongestText);
+  const std::size_t uFixed = before.size() + m_uFixed;
+  if (uFixed > uRoom) return false;
   char* pEnd = WyCopyText(pFirst, before.data(), before.size());
-  va_list argsCopy;
-  va_copy(argsCopy, args);
-  pEnd = WriteParts(pEnd, pLimit, text, argsCopy);
-  va_end(argsCopy);
+  pEnd = WriteParts(pEnd, uRoom - uFixed, text, args);
   if (pEnd == nullptr) {
     *pFirst = '\0';  // the end of the text, as it was
     return false;
   }
-  // The space of a number's text has room for it.
   if (cAfter != '\0') *pEnd++ = cAfter;
   text.AppendedUpTo(pEnd);
   return true;
@@ -142,17 +134,9 @@ bool CWyParsedFormat::Write(CWyTextBuffer& text, std::string_view before, char c
 
 // ---- The memo -----------------------------------------------------------------------------------
 
-bool CWyFormatMemo::Write(CWyTextBuffer& text, std::string_view before, const char* pszFormat,
-                          char cAfter, va_list args) {
-  CWyFormatMemo* const pMemo = CWyThreadOwned<CWyFormatMemo>::Get();
-  if (pMemo == nullptr) return false;
-  const CWyParsedFormat* const pFormat = pMemo->Find(pszFormat);
-  return pFormat != nullptr && pFormat->Write(text, before, cAfter, args);
-}
-
 // By the address: a format is nearly always a literal. The factor is 2^64 divided by the golden
 // ratio. Each format has two places, the second beside the first.
-const CWyParsedFormat* CWyFormatMemo::Find(const char* pszFormat) {
+inline const CWyParsedFormat* CWyFormatMemo::Find(const char* pszFormat) {
   const auto uAddress = reinterpret_cast<std::uintptr_t>(pszFormat);
   const std::size_t uPlace = uAddress * 0x9E3779B97F4A7C15 >> (64 - PlacesLog2);
   if (m_formats[uPlace].Is(pszFormat)) return &m_formats[uPlace];
@@ -166,4 +150,18 @@ const CWyParsedFormat* CWyFormatMemo::Find(const char* pszFormat) {
   if (::strnlen(pszFormat, TooLong) == TooLong) return nullptr;
   pPlace->Parse(pszFormat);
   return pPlace;
+}
+
+// A copy of the arguments is read: the caller starts over with the first one if this is refused.
+bool CWyFormatMemo::Write(CWyTextBuffer& text, std::string_view before, const char* pszFormat,
+                          char cAfter, va_list args) {
+  CWyFormatMemo* const pMemo = CWyThreadOwned<CWyFormatMemo>::Get();
+  if (pMemo == nullptr) return false;
+  const CWyParsedFormat* const pFormat = pMemo->Find(pszFormat);
+  if (pFormat == nullptr) return false;
+  va_list argsCopy;
+  va_copy(argsCopy, args);
+  const bool bWritten = pFormat->Write(text, before, cAfter, argsCopy);
+  va_end(argsCopy);
+  return bWritten;
 }

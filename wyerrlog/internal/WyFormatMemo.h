@@ -12,6 +12,7 @@
 #include <string_view>
 
 #include "wyerrlog/internal/WyPlainConversion.h"
+#include "wyerrlog/internal/WyTextPieces.h"
 
 class CWyTextBuffer;
 
@@ -23,7 +24,8 @@ class CWyParsedFormat {
 
   // Appends `before`, the formatted text, and `cAfter` unless it is zero. Returns false, and
   // changes nothing, if the format is not plain, if there is no room in the message or the text may
-  // have more than 4095 bytes, and if an argument lies in the message's own text.
+  // have more than 4095 bytes, and if an argument lies in the message's own text; some of `args`
+  // have been taken then.
   bool Write(CWyTextBuffer& text, std::string_view before, char cAfter, va_list args) const;
 
   static constexpr std::size_t LongestFormat = 191;  // bytes
@@ -41,12 +43,14 @@ class CWyParsedFormat {
   };
 
   bool AddPart(const char*& psz);
+  static std::uint16_t MostWithoutText(const Part& part);
   static char* WriteNumberPart(char* pEnd, const Part& part, va_list args);
-  char* WriteParts(char* pEnd, const char* pLimit, const CWyTextBuffer& text, va_list args) const;
+  char* WriteParts(char* pEnd, std::size_t uTexts, const CWyTextBuffer& text, va_list args) const;
 
-  std::uint8_t m_uParts = 0;  // 0: not plain
+  std::uint8_t m_uParts = 0;   // 0: not plain
+  std::uint16_t m_uFixed = 0;  // the room for everything but the texts of "%s", in bytes
   Part m_parts[MaxParts];
-  char m_szText[LongestFormat + 17] = "";  // a copy of sixteen bytes may begin anywhere in it
+  char m_szText[LongestFormat + 1 + WyLiteralRoom] = "";  // a literal may begin anywhere in it
 };
 
 // The formats that one thread used last, in places by the addresses of their texts. Used through

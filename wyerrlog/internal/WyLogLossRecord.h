@@ -35,8 +35,9 @@ class CWyLogLossRecord {
 };
 
 // `write` writes a message, and returns false with the reason in errno if that is refused.
+// Inlined: each of its few callers logs every record through it.
 template <typename Write>
-bool CWyLogger::LogAndAccount(WyLogKind log, const Write& write) {
+[[gnu::always_inline]] inline bool CWyLogger::LogAndAccount(WyLogKind log, const Write& write) {
   const unsigned char uState = m_uState.load(std::memory_order_acquire);
   if ((uState & Initialised) == 0) [[unlikely]] {
     errno = ESHUTDOWN;

@@ -9,7 +9,6 @@
 
 #include "wyerrlog/internal/WyPlainCopy.h"
 #include "wyerrlog/internal/WyTextBuffer.h"
-#include "wyerrlog/internal/WyTextPieces.h"
 
 namespace {
 
@@ -65,44 +64,74 @@ bool CWyMessageForm::Store(const char* pszLocale, const WyFoundMessage& found) {
   *pEnd = ' ';
   m_pszPattern = found.pszPattern;
   m_uPatternLength = std::strlen(m_pszPattern);
-  m_uParts = CWyMessageMemo::Internals().pfnParse(*m_pBundle, m_pszPattern, m_parts, MaxParts);
-  m_uMostUses = MostUses();
-  return m_uParts != 0;
+  m_uTailStart = m_uPatternLength - std::min(m_uPatternLength, WyLiteralRoom);
+  std::memcpy(m_szTail, m_pszPattern + m_uTailStart, m_uPatternLength - m_uTailStart);
+  WyPatternPart aParts[MaxParts];
+  const std::size_t uParts =
+      CWyMessageMemo::Internals().pfnParse(*m_pBundle, m_pszPattern, aParts, MaxParts);
+  m_uSteps = 0;
+  m_uArguments = 0;
+  m_uMostUses = 0;
+  std::for_each(aParts, aParts + uParts, [this](const WyPatternPart& part) { AddPart(part); });
+  return uParts != 0;
 }
 
-// The number of times that the pattern has the argument that it has most often.
-unsigned int CWyMessageForm::MostUses() const {
-  unsigned int uMost = 0;
-  for (std::size_t i = 0; i < m_uParts; ++i) {
-    const auto uUses = std::count_if(m_parts, m_parts + m_uParts, [&](const WyPatternPart& part) {
-      return part.uArgument == m_parts[i].uArgument;
-    });
-    uMost = std::max(uMost, static_cast<unsigned int>(uUses));
+const char* CWyMessageForm::Literal(const WyPatternPart& part) const {
+  return part.uStart < m_uTailStart ? m_pszPattern + part.uStart
+                                    : m_szTail + (part.uStart - m_uTailStart);
+}
+
+// An argument belongs to the step of the text before it, or to one without a text.
+void CWyMessageForm::AddPart(const WyPatternPart& part) {
+  if (part.uArgument >= NoArgument) {
+    m_steps[m_uSteps++] = {Literal(part), part.uLength, NoArgument, 0, 0};
+    return;
   }
-  return uMost;
+  if (m_uSteps == 0 || m_steps[m_uSteps - 1].uArgument != NoArgument) {
+    m_steps[m_uSteps++] = {static_cast<const char*>(m_szTail), 0, NoArgument, 0, 0};
+  }
+  Step& step = m_steps[m_uSteps - 1];
+  step.uArgument = part.uArgument;
+  step.uMissingStart = part.uStart;
+  step.uMissingLength = part.uLength;
+  m_uArguments = std::max<std::size_t>(m_uArguments, part.uArgument + 1u);
+  m_uMostUses = std::max(m_uMostUses, Uses(part.uArgument));
 }
 
-inline WyTextPiece CWyMessageForm::Piece(const WyPatternPart& part, const WyTextPiece* pArguments,
-                                         std::size_t uCount) const {
-  if (part.uArgument < uCount) return pArguments[part.uArgument];
-  return {m_pszPattern + part.uStart, part.uLength};
+unsigned int CWyMessageForm::Uses(unsigned int uArgument) const {
+  return static_cast<unsigned int>(std::count_if(
+      m_steps, m_steps + m_uSteps, [=](const Step& step) { return step.uArgument == uArgument; }));
+}
+
+// No call has the argument of a step that has none: the text that stands for it is empty.
+inline WyTextPiece CWyMessageForm::Argument(const Step& step, const WyTextPiece* pArguments,
+                                            std::size_t uCount) const {
+  if (step.uArgument < uCount) return pArguments[step.uArgument];
+  return {m_pszPattern + step.uMissingStart, step.uMissingLength};
+}
+
+// Requires: room for all of m_szHead. Most heads have fewer than half of its bytes.
+inline char* CWyMessageForm::CopyHead(char* pTo) const {
+  constexpr std::size_t Usual = sizeof m_szHead / 2;
+  std::memcpy(pTo, m_szHead, Usual);
+  if (m_uHeadLength > Usual) std::memcpy(pTo + Usual, m_szHead + Usual, sizeof m_szHead - Usual);
+  return pTo + m_uHeadLength;
 }
 
 // A line that certainly fits into the message's room is written without measuring its pieces.
 bool CWyMessageForm::AppendTo(CWyTextBuffer& text, const WyTextPiece* pArguments,
                               std::size_t uCount, std::size_t uSize) const {
   const std::size_t uMost = m_uPatternLength + m_uMostUses * uSize;
-  if (uCount == 0 || uMost > LongestText || !text.HasRoom(m_uHeadLength + uMost + 1)) {
+  if (uCount == 0 || uCount < m_uArguments || uMost > LongestText ||
+      !text.HasRoom(sizeof m_szHead + uMost + 1 + WyLiteralRoom)) {
     return AppendGrowing(text, pArguments, uCount);
   }
-  char* pEnd = WyCopyText(text.End(), m_szHead, m_uHeadLength);
-  for (const WyPatternPart *pPart = m_parts, *pLast = m_parts + m_uParts; pPart != pLast; ++pPart) {
-    if (pPart->uArgument < uCount) {
-      const WyTextPiece& argument = pArguments[pPart->uArgument];
-      pEnd = WyCopyText(pEnd, argument.pText, argument.uLength);
-    } else {
-      pEnd = WyCopyText(pEnd, m_pszPattern + pPart->uStart, pPart->uLength);
-    }
+  char* pEnd = CopyHead(text.End());
+  for (const Step *pStep = m_steps, *pLast = m_steps + m_uSteps; pStep != pLast; ++pStep) {
+    pEnd = WyCopyLiteral(pEnd, pStep->pText, pStep->uLength);
+    if (pStep->uArgument == NoArgument) continue;
+    const WyTextPiece& argument = pArguments[pStep->uArgument];
+    pEnd = WyCopyText(pEnd, argument.pText, argument.uLength);
   }
   *pEnd++ = '\n';
   text.AppendedUpTo(pEnd);
@@ -113,6 +142,7 @@ bool CWyMessageForm::AppendTo(CWyTextBuffer& text, const WyTextPiece* pArguments
 bool CWyMessageForm::AppendPlain(CWyTextBuffer& text, const WyLogDetail::TextRef* pTexts,
                                  std::size_t uCount, unsigned int uAsTheyAre) const {
   if (uCount == 0) return AppendGrowing(text, nullptr, 0);
+  if (uCount < m_uArguments) return false;
   std::size_t uSize = 0;
   for (std::size_t i = 0; i < uCount; ++i) {
     if (pTexts[i].pszText == nullptr) return false;
@@ -120,15 +150,15 @@ bool CWyMessageForm::AppendPlain(CWyTextBuffer& text, const WyLogDetail::TextRef
   }
   const std::size_t uMost = m_uPatternLength + m_uMostUses * uSize;
   if (uMost > LongestText) return false;
-  char* const pBegin = text.Room(m_uHeadLength + uMost + 1);
+  char* const pBegin = text.Room(sizeof m_szHead + uMost + 1 + WyLiteralRoom);
   if (pBegin == nullptr) return true;
-  char* pEnd = WyCopyText(pBegin, m_szHead, m_uHeadLength);
+  char* pEnd = CopyHead(pBegin);
   CWyPlainCopy plain;
-  for (const WyPatternPart *pPart = m_parts, *pLast = m_parts + m_uParts; pPart != pLast; ++pPart) {
-    if (pPart->uArgument >= uCount) {
-      pEnd = WyCopyText(pEnd, m_pszPattern + pPart->uStart, pPart->uLength);
-    } else if (const WyLogDetail::TextRef& argument = pTexts[pPart->uArgument];
-               (uAsTheyAre >> pPart->uArgument & 1) == 0) {
+  for (const Step *pStep = m_steps, *pLast = m_steps + m_uSteps; pStep != pLast; ++pStep) {
+    pEnd = WyCopyLiteral(pEnd, pStep->pText, pStep->uLength);
+    if (pStep->uArgument == NoArgument) continue;
+    const WyLogDetail::TextRef& argument = pTexts[pStep->uArgument];
+    if ((uAsTheyAre >> pStep->uArgument & 1) == 0) {
       pEnd = plain.Copy(pEnd, argument.pszText, argument.uSize);
     } else {
       pEnd = WyCopyText(pEnd, argument.pszText, argument.uSize);
@@ -148,13 +178,14 @@ bool CWyMessageForm::AppendPlain(CWyTextBuffer& text, const WyLogDetail::TextRef
 [[gnu::noinline]] bool CWyMessageForm::AppendGrowing(CWyTextBuffer& text,
                                                      const WyTextPiece* pArguments,
                                                      std::size_t uCount) const {
-  WyTextPiece aPieces[MaxParts] = {{m_pszPattern, m_uPatternLength}};
-  const std::size_t uPieces = uCount == 0 ? 1 : m_uParts;
-  std::size_t uSize = 0;
-  for (std::size_t i = 0; i < uPieces; ++i) {
-    if (uCount != 0) aPieces[i] = Piece(m_parts[i], pArguments, uCount);
-    uSize += aPieces[i].uLength;
+  WyTextPiece aPieces[2 * MaxParts] = {{m_pszPattern, m_uPatternLength}};
+  const std::size_t uPieces = uCount == 0 ? 1 : 2 * m_uSteps;
+  for (std::size_t i = 0; uCount != 0 && i < m_uSteps; ++i) {
+    aPieces[2 * i] = {m_steps[i].pText, m_steps[i].uLength};
+    aPieces[2 * i + 1] = Argument(m_steps[i], pArguments, uCount);
   }
+  std::size_t uSize = 0;
+  for (std::size_t i = 0; i < uPieces; ++i) uSize += aPieces[i].uLength;
   if (uSize > LongestText) return false;
   char* pEnd = text.Room(m_uHeadLength + uSize + 1);
   if (pEnd == nullptr) return true;

@@ -10,10 +10,10 @@
 #include <cstring>
 #include <string_view>
 
+#include "wyerrlog/internal/WyTextPieces.h"
 #include "wyerrlog/internal/WyThreadOwned.h"
 
 class CWyTextBuffer;
-struct WyTextPiece;
 namespace WyLogDetail {
 struct TextRef;
 }
@@ -56,7 +56,8 @@ class CWyMessageForm {
                 std::size_t uSize) const;
 
   // The same with the texts of a log statement. Returns false, and appends nothing, also if one of
-  // them has to be escaped, or is null; a bit of `uAsTheyAre` is set for each that is not escaped.
+  // them has to be escaped, is null or missing; a bit of `uAsTheyAre` is set for each that is not
+  // escaped.
   bool AppendPlain(CWyTextBuffer& text, const WyLogDetail::TextRef* pTexts, std::size_t uCount,
                    unsigned int uAsTheyAre) const;
 
@@ -69,12 +70,24 @@ class CWyMessageForm {
   void Learn(const WyMessageOrigin& origin, const char* pszLocale, const WyFoundMessage& found);
 
  private:
-  static constexpr std::size_t MaxParts = 19;  // nine arguments, and the texts around them
+  static constexpr std::size_t MaxParts = 19;    // nine arguments, and the texts around them
+  static constexpr std::size_t NoArgument = 13;  // as in WyPatternPart
+
+  // A literal text of the pattern, and the argument behind it.
+  struct Step {
+    const char* pText;            // sixteen bytes can be read there (WyCopyLiteral)
+    std::uint16_t uLength;        // may be 0
+    std::uint16_t uArgument;      // its index, or NoArgument
+    std::uint16_t uMissingStart;  // the text, in the pattern, that stands for a missing argument
+    std::uint16_t uMissingLength;
+  };
 
   bool AppendGrowing(CWyTextBuffer& text, const WyTextPiece* pArguments, std::size_t uCount) const;
-  WyTextPiece Piece(const WyPatternPart& part, const WyTextPiece* pArguments,
-                    std::size_t uCount) const;
-  unsigned int MostUses() const;
+  WyTextPiece Argument(const Step& step, const WyTextPiece* pArguments, std::size_t uCount) const;
+  const char* Literal(const WyPatternPart& part) const;
+  char* CopyHead(char* pTo) const;
+  void AddPart(const WyPatternPart& part);
+  unsigned int Uses(unsigned int uArgument) const;
   void Forget();
   bool Store(const char* pszLocale, const WyFoundMessage& found);
 
@@ -83,12 +96,16 @@ class CWyMessageForm {
   unsigned int m_uSkips = 0;            // messages that are not learned, after one that was refused
   const char* m_pszPattern = nullptr;
   std::size_t m_uPatternLength = 0;
-  unsigned int m_uMostUses = 0;
-  std::size_t m_uParts = 0;
+  unsigned int m_uMostUses = 0;  // of one argument in the pattern
+  std::size_t m_uArguments = 0;  // that the pattern needs: its highest index, plus one
+  std::size_t m_uSteps = 0;
   std::size_t m_uHeadLength = 0;
   char m_szLocale[24];  // "sr_RS.UTF-8@latin", and some more
+  // The pattern's last bytes, behind which its own memory may end.
+  std::size_t m_uTailStart = 0;
+  char m_szTail[2 * WyLiteralRoom];
   char m_szHead[64];
-  WyPatternPart m_parts[MaxParts];
+  Step m_steps[MaxParts];
 };
 
 // The forms that one thread logged last.

@@ -50,4 +50,14 @@ inline char* WyCopyText(char* pTo, const char* pFrom, std::size_t uSize) {
   return pTo + uSize;
 }
 
+// The same for a text that is rarely longer than sixteen bytes. Requires: sixteen bytes can be read
+// and written, whatever the size.
+inline constexpr std::size_t WyLiteralRoom = 16;
+inline char* WyCopyLiteral(char* pTo, const char* pFrom, std::size_t uSize) {
+  if (uSize > WyLiteralRoom) [[unlikely]]
+    return WyCopyText(pTo, pFrom, uSize);
+  std::memcpy(pTo, pFrom, WyLiteralRoom);
+  return pTo + uSize;
+}
+
 #endif
