@@ -3,15 +3,16 @@
 #
 #   scripts/check-all.sh [seconds [step...]]
 #
-# Each fuzz target and the soak test run for the given time (default: 60 seconds). Without steps all steps
+# Each fuzz target and the soak test run for the given time (default: 20 seconds). Without steps all steps
 # run, which takes most of an hour. The output of a step is kept in build/checks/<step>.log.
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
-seconds=${1:-60}
+seconds=${1:-20}
 [[ $seconds =~ ^[1-9][0-9]*$ ]] || fail "usage: check-all.sh [seconds [step...]]"
 steps=("${@:2}")
+# The check of the servers is early, since it unpacks their headers: later builds compile the modules too.
 ((${#steps[@]} > 0)) ||
-  steps=(format cppcheck tidy release servers shipping asan tsan clang hardened java packages valgrind fuzz soak)
+  steps=(format servers shipping release asan tsan fuzz clang hardened java packages valgrind cppcheck tidy soak)
 
 # run_tests_built_with FOLDER OPTION...: builds the release preset with other options and runs its tests.
 # Leaves out the budget and the recorded interface, which hold for the release build only, packaging and shipping.
