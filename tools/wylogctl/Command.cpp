@@ -2,6 +2,9 @@
 
 #include "tools/wylogctl/Command.h"
 
+#include <CLI/CLI.hpp>
+#include <cstdint>
+#include <optional>
 #include <sstream>
 
 std::vector<std::string> WyOptionInfo::Names() const {
@@ -27,6 +30,20 @@ CWyCommand& CWyCommand::Flag(const std::string& strNames, const std::string& str
   m_options.push_back({strNames, "", strHelp, {}, false, false});
   return *this;
 }
+
+template <class T>
+CWyCommand& CWyCommand::Value(const std::string& strNames, const std::string& strValue,
+                              const std::string& strHelp, T& target) {
+  Adjust(m_app.add_option(strNames, target, strHelp));
+  m_options.push_back({strNames, strValue, strHelp, {}, false, false});
+  return *this;
+}
+using Text = const std::string&;
+template CWyCommand& CWyCommand::Value(Text, Text, Text, std::string&);
+template CWyCommand& CWyCommand::Value(Text, Text, Text, std::vector<std::string>&);
+template CWyCommand& CWyCommand::Value(Text, Text, Text, int&);
+template CWyCommand& CWyCommand::Value(Text, Text, Text, std::optional<std::uint64_t>&);
+template CWyCommand& CWyCommand::Value(Text, Text, Text, std::optional<double>&);
 
 CWyCommand& CWyCommand::Choice(const std::string& strNames, const std::string& strValue,
                                const std::string& strHelp, std::string& strTarget,

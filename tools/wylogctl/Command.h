@@ -9,12 +9,17 @@
 //   command.Flag("--all", "Also empty files", pOptions->bAll);
 //   command.Run([pOptions](CWyContext& context) { return RunFiles(context, *pOptions); });
 
-#include <CLI/CLI.hpp>
 #include <functional>
 #include <string>
 #include <vector>
 
 #include "tools/wylogctl/Context.h"
+
+// CLI11 is included by few sources alone: it takes longer to compile than all else in the others.
+namespace CLI {
+class App;
+class Option;
+}  // namespace CLI
 
 struct WyOptionInfo {
   std::string strNames;  // "-n,--lines"; of an argument its name
@@ -40,13 +45,10 @@ class CWyCommand {
                         std::vector<std::string>& targets);
   CWyCommand& Argument(const std::string& strName, const std::string& strHelp,
                        std::string& strTarget, const std::vector<std::string>& choices = {});
+  // Texts and numbers, optional ones, and lists of texts: those that Command.cpp instantiates.
   template <class T>
   CWyCommand& Value(const std::string& strNames, const std::string& strValue,
-                    const std::string& strHelp, T& target) {
-    Adjust(m_app.add_option(strNames, target, strHelp));
-    m_options.push_back({strNames, strValue, strHelp, {}, false, false});
-    return *this;
-  }
+                    const std::string& strHelp, T& target);
 
   // Paragraphs for the man page and --help, and a command to copy with what it does.
   CWyCommand& About(const std::string& strText);

@@ -2,6 +2,7 @@
 
 #include "tools/wylogctl/Manual.h"
 
+#include <CLI/CLI.hpp>
 #include <map>
 #include <memory>
 
@@ -160,14 +161,24 @@ void AppendZshCase(std::string& strText, const CWyCommand& command) {
   strText += "    && return ;;\n";
 }
 
+class CWyHelpFormatter : public CLI::FormatterBase {
+ public:
+  explicit CWyHelpFormatter(const CWyProgram& program) : m_program(program) {}
+  std::string make_help(const CLI::App* pApp, std::string, CLI::AppFormatMode) const override {
+    for (const CWyCommand& command : m_program.Commands()) {
+      if (&command.Parser() == pApp) return CommandHelp(command);
+    }
+    return ProgramHelp(m_program);
+  }
+
+ private:
+  const CWyProgram& m_program;
+};
+
 }  // namespace
 
-std::string CWyHelpFormatter::make_help(const CLI::App* pApp, std::string,
-                                        CLI::AppFormatMode) const {
-  for (const CWyCommand& command : m_program.Commands()) {
-    if (&command.Parser() == pApp) return CommandHelp(command);
-  }
-  return ProgramHelp(m_program);
+std::shared_ptr<CLI::FormatterBase> WyHelpFormatter(const CWyProgram& program) {
+  return std::make_shared<CWyHelpFormatter>(program);
 }
 
 std::string WyManPage(const CWyProgram& program) {

@@ -3,6 +3,7 @@
 
 #include "tools/wylogctl/Program.h"
 
+#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cstdio>
 #include <exception>
@@ -28,19 +29,22 @@ std::string WordOf(const std::string& strMessage) {
 
 }  // namespace
 
-CWyProgram::CWyProgram() : m_app("Reads the logs that libwyerrlog writes", "wylogctl") {
-  m_app.set_version_flag("--version", Version);
-  m_app.require_subcommand(1);
-  m_app.formatter(std::make_shared<CWyHelpFormatter>(*this));
+CWyProgram::CWyProgram()
+    : m_pApp(std::make_unique<CLI::App>("Reads the logs that libwyerrlog writes", "wylogctl")) {
+  m_pApp->set_version_flag("--version", Version);
+  m_pApp->require_subcommand(1);
+  m_pApp->formatter(WyHelpFormatter(*this));
 }
+
+CWyProgram::~CWyProgram() = default;
 
 CLI::App& CWyProgram::ParserOf(const std::string& strName) {
   const std::size_t uBlank = strName.find(' ');
-  if (uBlank == std::string::npos) return *m_app.add_subcommand(strName);
+  if (uBlank == std::string::npos) return *m_pApp->add_subcommand(strName);
   const std::string strGroup = strName.substr(0, uBlank);
   const auto groups =
-      m_app.get_subcommands([&](const CLI::App* pApp) { return pApp->get_name() == strGroup; });
-  CLI::App* const pGroup = groups.empty() ? m_app.add_subcommand(strGroup) : groups[0];
+      m_pApp->get_subcommands([&](const CLI::App* pApp) { return pApp->get_name() == strGroup; });
+  CLI::App* const pGroup = groups.empty() ? m_pApp->add_subcommand(strGroup) : groups[0];
   pGroup->require_subcommand(1);
   return *pGroup->add_subcommand(strName.substr(uBlank + 1));
 }
@@ -76,7 +80,7 @@ std::string CWyProgram::Suggestion(const std::string& strWord) const {
 }
 
 int CWyProgram::Refuse(const CLI::ParseError& error) {
-  if (error.get_exit_code() == 0) return m_app.exit(error);  // --help, --version
+  if (error.get_exit_code() == 0) return m_pApp->exit(error);  // --help, --version
   // A later word can be a command's name: "sael verify".
   const bool bKnown = std::any_of(m_commands.begin(), m_commands.end(), [&](const auto& command) {
     return command.Name().substr(0, command.Name().find(' ')) == m_strFirst;
@@ -98,7 +102,7 @@ int CWyProgram::Refuse(const CLI::ParseError& error) {
 int CWyProgram::Run(int iCount, char** ppszArguments) {
   if (iCount > 1) m_strFirst = ppszArguments[1];
   try {
-    m_app.parse(iCount, ppszArguments);
+    m_pApp->parse(iCount, ppszArguments);
   } catch (const CLI::ParseError& error) {
     return Refuse(error);
   }
