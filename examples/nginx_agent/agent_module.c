@@ -96,7 +96,7 @@ static char* set_control(ngx_conf_t* cf, ngx_command_t* command, void* conf) {
   return NGX_CONF_OK;
 }
 
-#define MAIN NGX_HTTP_MAIN_CONF | NGX_CONF_TAKE1
+#define MAIN (NGX_HTTP_MAIN_CONF | NGX_CONF_TAKE1)
 static ngx_command_t directives[] = {
     {ngx_string("access_agent_policy"), MAIN, set_policy, NGX_HTTP_MAIN_CONF_OFFSET, 0, NULL},
     {ngx_string("access_agent_logs"), MAIN, set_path, NGX_HTTP_MAIN_CONF_OFFSET,

@@ -111,9 +111,10 @@ static void finish_login(ngx_event_t* event) {
 
 static ngx_int_t start_login(ngx_http_request_t* r, agent_request* request,
                              const agent_main_conf* conf) {
-  ngx_thread_task_t* const task = ngx_thread_task_alloc(r->pool, sizeof request);
+  // The task's context is the address of the request.
+  ngx_thread_task_t* const task = ngx_thread_task_alloc(r->pool, sizeof(void*));
   if (task == NULL) return NGX_HTTP_INTERNAL_SERVER_ERROR;
-  ngx_memcpy(task->ctx, &request, sizeof request);
+  ngx_memcpy(task->ctx, &request, sizeof(void*));
   task->handler = check_login;
   task->event.data = r;
   task->event.handler = finish_login;
