@@ -169,11 +169,12 @@ constexpr std::pair<std::string_view, std::string_view> Escapes[] = {
 // Control characters, and those that change the direction of a text: with them a name can look like
 // another one.
 bool IsControl(std::string_view character) {
-  const auto uFirst = static_cast<unsigned char>(character[0]);
+  const auto byte = [&](std::size_t u) { return static_cast<unsigned char>(character[u]); };
   if (character == "\n" || character == "\t") return false;
-  if (uFirst < ' ' || uFirst == 0x7f) return true;
-  return (character >= "\u202a" && character <= "\u202e") ||
-         (character >= "\u2066" && character <= "\u2069");
+  if (byte(0) < ' ' || byte(0) == 0x7f) return true;
+  if (character.size() != 3 || byte(0) != 0xe2) return false;
+  return (byte(1) == 0x80 && byte(2) >= 0xaa && byte(2) <= 0xae) ||  // U+202A to U+202E
+         (byte(1) == 0x81 && byte(2) >= 0xa6 && byte(2) <= 0xa9);    // U+2066 to U+2069
 }
 
 }  // namespace
