@@ -208,8 +208,10 @@ class Nginx(Server):
         self.wait_until_ready()
 
     def id_in_file(self):
-        path = self.folder / "run/nginx.pid"
-        return int(path.read_text() or 0) if path.exists() else 0
+        try:  # an upgrade renames it at any moment
+            return int((self.folder / "run/nginx.pid").read_text() or 0)
+        except FileNotFoundError:
+            return 0
 
     def restart(self):
         """Reloads the configuration; returns when new workers run."""
