@@ -9,6 +9,7 @@
 #include <latch>
 #include <list>
 #include <memory>
+#include <optional>
 #include <stdexcept>
 #include <string>
 
@@ -138,24 +139,27 @@ TEST(LoggerComponents, AKeyWhoseFetchingThrowsIsMissing) {
   theLogger()->Release();
 }
 
-std::latch inComponent(1), leaveComponent(1);
+// A thread that looks a message up, and is in the component until End.
+class LookUp {
+ public:
+  LookUp() {
+    theLogger();
+    DoDuringFetchMessage([] {
+      s_inComponent.count_down();
+      s_leaveComponent.wait();
+    });
+    m_thread.emplace([] { EXPECT_STREQ(FormatNumberSeven(), "[INVALID MESSAGE TYPE][C7] C7\n"); });
+    s_inComponent.wait();
+  }
+  static void End() { s_leaveComponent.count_down(); }
+
+ private:
+  static inline std::latch s_inComponent{1}, s_leaveComponent{1};
+  std::optional<test_support::TestThread> m_thread;
+};
 
 TEST(LoggerComponents, AreNotUnloadedWhileAMessageIsLookedUp) {
-  theLogger();
-  DoDuringFetchMessage([] {
-    inComponent.count_down();
-    leaveComponent.wait();
-  });
-  test_support::TestThread lookingUp(
-      [] { EXPECT_STREQ(FormatNumberSeven(), "[INVALID MESSAGE TYPE][C7] C7\n"); });
-  inComponent.wait();
-  const pid_t pid = fork();
-  if (pid == 0) {
-    alarm(5);
-    if constexpr (!test_support::IsSanitized) theLogger()->Release();
-    _exit(0);
-  }
-  EXPECT_EQ(test_support::StatusOf(pid), 0) << "a child has no look-up to wait for";
+  const LookUp lookUp;
   test_support::TestThread releasing([] { theLogger()->Release(); });
   // Many times the work that it has to do when nobody is waited for.
   EXPECT_TRUE(test_support::Eventually(
@@ -163,7 +167,19 @@ TEST(LoggerComponents, AreNotUnloadedWhileAMessageIsLookedUp) {
   EXPECT_FALSE(releasing.IsDone());
   EXPECT_TRUE(IsLoaded());
   EXPECT_EQ(theLogger()->GetMsgBundle(WyComponentId(9)), nullptr) << "to later look-ups";
-  leaveComponent.count_down();
+  LookUp::End();
+}
+
+TEST(LoggerComponents, AreUnloadedInAForkedChildWhoseParentLooksAMessageUp) {
+  const LookUp lookUp;
+  const pid_t pid = fork();
+  if (pid == 0) {
+    alarm(5);
+    if constexpr (!test_support::IsSanitized) theLogger()->Release();
+    _exit(0);
+  }
+  EXPECT_EQ(test_support::StatusOf(pid), 0);
+  LookUp::End();
 }
 
 TEST(LoggerComponents, AreSharedByLoggersOfManyThreads) {
