@@ -4,7 +4,7 @@
 #   scripts/check-all.sh [seconds [step...]]
 #
 # Each fuzz target and the soak test run for the given time (default: 20 seconds). Without steps all steps
-# run, which takes 75 minutes on two processors. The output of a step is kept in build/checks/<step>.log.
+# run, which took 77 minutes on two processors. The output of a step is kept in build/checks/<step>.log.
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
 seconds=${1:-20}
