@@ -30,6 +30,7 @@
 class CWyLogger;
 class CWyMessageLookup;
 class CWyTextBuffer;
+class CWyThreadStamp;
 namespace WyLogDetail {
 struct Statement;
 }
@@ -316,6 +317,7 @@ class WYERRLOG_API CWyErrLogMessage {
 
  private:
   WYERRLOG_LOCAL void SetId(unsigned int uId);
+  WYERRLOG_LOCAL char* BeginProlog(CWyThreadStamp& stamp, std::size_t uMore);
   WYERRLOG_LOCAL bool WriteProlog(std::string_view file, int iLine);
   // Replaces the text by the line. The message may go on to use the statement's texts.
   WYERRLOG_LOCAL void FormatStatement(const WyLogDetail::Statement& statement);
@@ -323,6 +325,7 @@ class WYERRLOG_API CWyErrLogMessage {
   WYERRLOG_LOCAL void OwnArguments();
   WYERRLOG_LOCAL void AppendLookedUp();
   WYERRLOG_LOCAL void WriteText(const char* pszPattern, char* pszOut, unsigned long uSize);
+  WYERRLOG_LOCAL bool AppendByPrintf(unsigned int uId, va_list args);
   WYERRLOG_LOCAL bool AppendPrintf(const char* pszPattern, va_list args);
   WYERRLOG_LOCAL void FormatAudit(const char* pszFormat, va_list args);
   WYERRLOG_LOCAL const char* Translate(const CWyMessageLookup& lookup, unsigned int uId,

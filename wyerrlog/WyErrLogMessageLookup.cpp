@@ -101,17 +101,31 @@ WyMessageOrigin OriginNow(unsigned int uId) {
   return {uId, CWyMessageCatalog::Generation(), CWyMessageMemo::DirectoryGeneration()};
 }
 
+// Returns the form if it is that of the message now.
+[[gnu::always_inline]] inline const CWyMessageForm* IfCurrent(const CWyMessageForm& form,
+                                                              unsigned int uId) {
+  return form.Is(OriginNow(uId), WyGetAdminLocale()) ? &form : nullptr;
+}
+
+// Not inlined: the usual way keeps nothing for it.
+[[gnu::noinline]] const CWyMessageForm* FindSecondForm(const CWyMessageMemo& memo,
+                                                       unsigned int uId) {
+  return IfCurrent(memo.Second(uId), uId);
+}
+
 // Returns the remembered form of the message; null if there is none.
 [[gnu::always_inline]] inline const CWyMessageForm* FindForm(unsigned int uId) {
   const CWyMessageMemo* const pMemo = CWyMessageMemo::OfThisThread();
-  return pMemo != nullptr ? pMemo->Find(OriginNow(uId), WyGetAdminLocale()) : nullptr;
+  if (pMemo == nullptr) return nullptr;
+  const CWyMessageForm* const pFirst = IfCurrent(pMemo->First(uId), uId);
+  return pFirst != nullptr ? pFirst : FindSecondForm(*pMemo, uId);
 }
 
 // By severity: two bits of an identifier, so every value has its word.
 constexpr std::string_view SeverityWords[] = {"[INVALID MESSAGE TYPE]", "[INFO]", "[WARNING]",
                                               "[ERROR]"};
-constexpr std::string_view SeverityWordsAndBlank[] = {"[INVALID MESSAGE TYPE] ", "[INFO] ",
-                                                      "[WARNING] ", "[ERROR] "};
+constexpr WyShortText SeverityWordsAndBlank[] = {
+    {"[INVALID MESSAGE TYPE] ", 23}, {"[INFO] ", 7}, {"[WARNING] ", 10}, {"[ERROR] ", 8}};
 
 // Replaces the "%s" of the pattern by the texts, one after another. The search goes on where the
 // text inserted last begins, so a "%s" in it takes the next text.
@@ -145,27 +159,31 @@ const char* CWyErrLogMessage::GetMsgSeverity() const {
 
 // ---- The printf way -----------------------------------------------------------------------------
 
+// The pattern is the component's own, so it is trusted to fit the arguments. The look-up lives
+// until the pattern has been used.
+[[gnu::always_inline]] inline bool CWyErrLogMessage::AppendByPrintf(unsigned int uId,
+                                                                    va_list args) {
+  const CWyMessageLookup lookup;
+  const char* const pszPattern = lookup.FetchMsg(uId);
+  if (pszPattern == nullptr) return false;
+  const WyShortText& severity = SeverityWordsAndBlank[SeverityOf(uId)];
+  if (CWyFormatMemo::Write(*m_pBuffer, severity, pszPattern, '\n', args)) return true;
+  m_pBuffer->Append(severity.View());
+  AppendPrintf(pszPattern, args);
+  m_pBuffer->Append('\n');
+  return !IsIncomplete();
+}
+
 bool CWyErrLogMessage::FormatLogMessage(int iId, ...) {
   va_list args;
   va_start(args, iId);
-  const bool bFound = FormatLogMessageVA(iId, args);
+  const bool bFound = AppendByPrintf(static_cast<unsigned int>(iId), args);
   va_end(args);
   return bFound;
 }
 
-// The pattern is the component's own, so it is trusted to fit the arguments. The look-up lives
-// until the pattern has been used.
 bool CWyErrLogMessage::FormatLogMessageVA(int iId, va_list args) {
-  const CWyMessageLookup lookup;
-  const auto uId = static_cast<unsigned int>(iId);
-  const char* const pszPattern = lookup.FetchMsg(uId);
-  if (pszPattern == nullptr) return false;
-  const std::string_view severity = SeverityWordsAndBlank[SeverityOf(uId)];
-  if (CWyFormatMemo::Write(*m_pBuffer, severity, pszPattern, '\n', args)) return true;
-  m_pBuffer->Append(severity);
-  AppendPrintf(pszPattern, args);
-  m_pBuffer->Append('\n');
-  return !IsIncomplete();
+  return AppendByPrintf(static_cast<unsigned int>(iId), args);
 }
 
 bool CWyErrLogMessage::FormatLogMessage(int iId, char** ppszArguments, int iCount) {
@@ -173,7 +191,7 @@ bool CWyErrLogMessage::FormatLogMessage(int iId, char** ppszArguments, int iCoun
   const auto uId = static_cast<unsigned int>(iId);
   const char* const pszPattern = lookup.FetchMsg(uId);
   if (pszPattern == nullptr) return false;
-  m_pBuffer->Append(SeverityWordsAndBlank[SeverityOf(uId)]);
+  m_pBuffer->Append(SeverityWordsAndBlank[SeverityOf(uId)].View());
   // A text of any length, which a std::string assembles; here its exception ends.
   try {
     m_pBuffer->Append(std::string_view(Substitute(pszPattern, ppszArguments, iCount)));

@@ -2,7 +2,6 @@
 // prolog is a copy of the thread's stamp, which changes once a second; only the place of the call
 // is new in each record.
 
-#include <charconv>
 #include <cstring>
 #include <ctime>
 #include <string_view>
@@ -19,8 +18,7 @@ namespace {
 // fails at once and not when its process id has grown.
 constexpr int SmallestPidBuffer = 10;
 constexpr int SmallestTidBuffer = 15;
-constexpr int SmallestTimeBuffer = 25;       // "Mon Nov 16 2026 17:16:13"
-constexpr std::size_t LargestLineSize = 16;  // ":2147483647]"
+constexpr int SmallestTimeBuffer = 25;  // "Mon Nov 16 2026 17:16:13"
 
 // All or nothing: a process id that is cut is another process's.
 bool Copy(std::string_view text, char* pszBuffer, int iSize) {
@@ -88,29 +86,36 @@ const char* CWyErrLogMessage::PathnameFindFilePart(const char* pszPath) {
   return pszSlash != nullptr ? pszSlash + 1 : pszPath;
 }
 
-// All of it is written into room that is asked for once, and becomes part of the text by its last
-// step. If the clock fails the text ends behind the ids.
-bool CWyErrLogMessage::WriteProlog(std::string_view file, int iLine) {
+// Begins the text, and returns its end, with room for `uMore` bytes; null if the clock fails or
+// memory allocation does. If the clock fails the text ends behind the ids.
+[[gnu::always_inline]] inline char* CWyErrLogMessage::BeginProlog(CWyThreadStamp& stamp,
+                                                                  std::size_t uMore) {
   m_pBuffer->Clear();
-  CWyThreadStamp& stamp = CWyThreadStamp::OfThisThread();
   if (!stamp.Refresh(m_bUseLocalTime)) {
     m_pBuffer->Append(stamp.Prolog());
-    return false;
+    return nullptr;
   }
-  char* psz = m_pBuffer->Room(CWyThreadStamp::PrologRoom + file.size() + LargestLineSize);
+  char* const psz = m_pBuffer->Room(CWyThreadStamp::PrologRoom + uMore);
+  return psz != nullptr ? stamp.CopyProlog(psz) : nullptr;
+}
+
+// All of it is written into room that is asked for once, and becomes part of the text by its last
+// step.
+bool CWyErrLogMessage::WriteProlog(std::string_view file, int iLine) {
+  char* psz = BeginProlog(CWyThreadStamp::OfThisThread(), file.size() + CWyPlace::LongestLine);
   if (psz == nullptr) return false;
-  psz = WyCopyText(stamp.CopyProlog(psz), file.data(), file.size());
-  if (iLine > 0) {
-    *psz++ = ':';
-    // Cannot fail: the room has space for every int.
-    psz = std::to_chars(psz, psz + LargestLineSize, iLine).ptr;
-  }
-  *psz++ = ']';
-  m_pBuffer->AppendedUpTo(psz);
+  psz = WyCopyText(psz, file.data(), file.size());
+  m_pBuffer->AppendedUpTo(CWyPlace::WriteLine(psz, iLine));
   return true;
 }
 
 bool CWyErrLogMessage::FormatLogProlog(const char* pszPath, int iLine, int iType) {
   m_nType = iType;
-  return WriteProlog(PathnameFindFilePart(pszPath), iLine);
+  CWyThreadStamp& stamp = CWyThreadStamp::OfThisThread();
+  const CWyPlace* const pPlace = stamp.FindPlace(pszPath, iLine);
+  if (pPlace == nullptr) return WriteProlog(PathnameFindFilePart(pszPath), iLine);
+  char* const psz = BeginProlog(stamp, CWyPlace::LongestText);
+  if (psz == nullptr) return false;
+  m_pBuffer->AppendedUpTo(pPlace->CopyTo(psz));
+  return true;
 }

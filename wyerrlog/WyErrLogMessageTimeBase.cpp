@@ -3,5 +3,16 @@
 
 #include "wyerrlog/WyErrLogMessage.h"
 #include "wyerrlog/WyLogger.h"
+#include "wyerrlog/internal/WyProcessObject.h"
 
-CWyErrLogMessage::CWyErrLogMessage() : CWyErrLogMessage(theLogger()->ShouldUseLocalTime()) {}
+namespace {
+
+// theLogger without a call.
+CWyLogger& ProcessLogger() {
+  CWyLogger* const pLogger = CWyProcessObject<CWyLogger>::Constructed();
+  return pLogger != nullptr ? *pLogger : *theLogger();
+}
+
+}  // namespace
+
+CWyErrLogMessage::CWyErrLogMessage() : CWyErrLogMessage(ProcessLogger().ShouldUseLocalTime()) {}

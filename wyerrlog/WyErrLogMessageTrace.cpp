@@ -12,6 +12,8 @@
 
 namespace {
 
+constexpr WyShortText Nothing{"", 0};
+
 // On the stack, so that audit records of usual length allocate nothing.
 constexpr int TextSize = 4096;  // bytes of a text of usual length, with its terminator
 
@@ -91,7 +93,7 @@ bool CWyErrLogMessage::FormatAuditMessageVA(const char* pszFormat, va_list args)
   if (pszFormat == nullptr || *pszFormat == '\0') return false;
   // A message that has a text already: some of the arguments may lie in it.
   const bool bEmpty = m_pBuffer->size() == 0 && !IsIncomplete();
-  if (bEmpty && CWyFormatMemo::Write(*m_pBuffer, {}, pszFormat, '\0', args)) return true;
+  if (bEmpty && CWyFormatMemo::Write(*m_pBuffer, Nothing, pszFormat, '\0', args)) return true;
   FormatAudit(pszFormat, args);
   if (IsIncomplete()) throw std::bad_alloc();
   return true;

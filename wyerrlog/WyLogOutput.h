@@ -261,6 +261,7 @@ class WYERRLOG_API CWyFileOutput : public CWyLogOutput {
   WYERRLOG_LOCAL bool LogText(std::string_view strText);
   WYERRLOG_LOCAL bool LogBeforeRetry(std::string_view strText);
   WYERRLOG_LOCAL bool LogLimited(std::string_view strText);
+  WYERRLOG_LOCAL bool LogToFullFile(std::string_view strText);
   WYERRLOG_LOCAL bool LogAlone(std::string_view strText);
   WYERRLOG_LOCAL bool RollOverIfDue(size_t uLength);
   WYERRLOG_LOCAL bool IsRetryDue() const;

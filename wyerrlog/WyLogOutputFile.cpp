@@ -216,16 +216,20 @@ bool CWyFileOutput::LogLimited(std::string_view strText) {
   {
     const CWyWriterBesideOthers others(m_guard);
     CWyFileGrowth::Record record(*m_pGrowth, strText.size());
+    const auto size = [this] { return FileSize(); };
     const bool bMayWrite = m_bRolloverRetry.load(std::memory_order_relaxed)
                                ? !IsRetryDue()
-                               : m_pGrowth->HasRoom(record, [this] { return FileSize(); });
-    if (bMayWrite) {
+                               : m_pGrowth->HasRoom(record) || m_pGrowth->AskForRoom(record, size);
+    if (bMayWrite) [[likely]] {
       record.Wrote(Write(strText));
       return record.IsWritten();
     }
   }
-  // Not while the guard is held for reading: it cannot be upgraded, two such threads would
-  // deadlock.
+  return LogToFullFile(strText);
+}
+
+// Not while the guard is held for reading: it cannot be upgraded, two such threads would deadlock.
+[[gnu::noinline]] bool CWyFileOutput::LogToFullFile(std::string_view strText) {
   const CWyErrLogAutoWriter alone(m_guard);
   // No thread has reserved anything now; a forked child may have inherited the count of others.
   m_pGrowth->ForgetReservations();

@@ -61,6 +61,26 @@ TEST(Prolog, NamesProcessThreadTimeAndSource) {
   EXPECT_EQ(Prolog(), Ids() + "[Mon Nov 16 2026 17:16:14][b.cpp:7]");
 }
 
+TEST(Prolog, ShowsAPathWhoseTextHasChangedOrIsTooLongToBeRemembered) {
+  fixed_time = Afternoon;
+  const std::string strStart = Ids() + "[Mon Nov 16 2026 17:16:13][";
+  std::string strPath = "/src/first.cpp";
+  for (const char* pszFile : {"first.cpp", "other.cpp", "a.cpp"}) {
+    strPath = std::string("/src/") + pszFile;  // in the same memory
+    for (const int iLine : {7, 7, 12345, 2147483647}) {
+      const std::string strPlace = pszFile + (":" + std::to_string(iLine)) + "]";
+      EXPECT_EQ(Prolog(strPath.c_str(), iLine), strStart + strPlace);
+    }
+  }
+  for (const std::size_t uLength : {32u, 33u, 119u, 120u, 5000u}) {
+    const std::string strName(uLength, 'f');
+    for (const std::string& str : {strName, strName + "/x.cpp", "/" + strName}) {
+      const std::string strFile = str.substr(str.rfind('/') + 1);
+      for (int i = 0; i < 2; ++i) EXPECT_EQ(Prolog(str.c_str(), 1), strStart + strFile + ":1]");
+    }
+  }
+}
+
 TEST(Prolog, ShowsTheTimeBaseOfTheProcessLoggerOrTheOneGiven) {
   setenv("TZ", "ABC-05:30", 1);
   tzset();

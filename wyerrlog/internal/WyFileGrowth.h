@@ -5,7 +5,7 @@
 //
 // Two states. Asking: every record asks for the size, because other processes may write to the file
 // too. Counting: the file has grown by nothing but this output's own bytes for 64 records; these
-// are counted, and the system is asked again only now and then (MustAsk). A byte of another process
+// are counted, and the system is asked again only now and then (HasRoom). A byte of another process
 // or a file that has become shorter leads back to asking.
 
 #include <sys/types.h>
@@ -54,12 +54,24 @@ class CWyFileGrowth {
     ssize_t m_iWritten = -1;
   };
 
-  // Returns true if the file stays below its limit with this record and those that other threads
-  // have reserved before. `askSize` returns the size, or a negative number if it cannot be read;
-  // the result is false then. Thread-safe.
+  // Returns true if the file certainly stays below its limit with this record and those that other
+  // threads have reserved before; false if the system must be asked. Thread-safe.
+  //
+  // The comparisons first, the clock last. The acquire pairs with the release in Learn: what is
+  // read next belongs to that answer or a later one.
+  bool HasRoom(const Record& record) const {
+    const std::int64_t iHoldsUntil = m_iHoldsUntil.load(std::memory_order_acquire);
+    const std::int64_t iBound =
+        m_iOthers.load(std::memory_order_relaxed) + Signed(Bytes(record.m_uTotal));
+    return iHoldsUntil != 0 && iBound < m_iMargin &&
+           RecordsBetween(m_uAskedAt.load(std::memory_order_relaxed), record.m_uTotal) < Records &&
+           m_uForks.load(std::memory_order_relaxed) == WyForkCount() && CoarseTime() < iHoldsUntil;
+  }
+
+  // The same by asking. `askSize` returns the size, or a negative number if it cannot be read; the
+  // result is false then. Thread-safe. Not inlined: most records do not come here.
   template <typename AskSize>
-  bool HasRoom(const Record& record, AskSize askSize) {
-    if (!MustAsk(record)) return true;
+  [[gnu::noinline]] bool AskForRoom(const Record& record, AskSize askSize) {
     const std::uint64_t uWrittenBefore = m_uWritten.load(std::memory_order_acquire);
     const std::int64_t iSize = askSize();
     return iSize >= 0 && Learn(record, uWrittenBefore, iSize);
@@ -89,16 +101,6 @@ class CWyFileGrowth {
     return now.tv_sec * std::int64_t{1'000'000'000} + now.tv_nsec;
   }
 
-  // The comparisons first, the clock last. The acquire pairs with the release in Learn: what is
-  // read next belongs to that answer or a later one.
-  bool MustAsk(const Record& record) const {
-    const std::int64_t iHoldsUntil = m_iHoldsUntil.load(std::memory_order_acquire);
-    const std::int64_t iBound =
-        m_iOthers.load(std::memory_order_relaxed) + Signed(Bytes(record.m_uTotal));
-    return iHoldsUntil == 0 || iBound >= m_iMargin ||
-           RecordsBetween(m_uAskedAt.load(std::memory_order_relaxed), record.m_uTotal) >= Records ||
-           m_uForks.load(std::memory_order_relaxed) != WyForkCount() || CoarseTime() >= iHoldsUntil;
-  }
   void TakeBack(const Record& record);
   bool Learn(const Record& record, std::uint64_t uWrittenBefore, std::int64_t iSize);
   void Compare(std::int64_t iLow, std::int64_t iHigh);

@@ -34,7 +34,9 @@ char* WriteNumber(char* pEnd, Number value, std::size_t uWidth) {
 
 void CWyParsedFormat::Parse(const char* pszFormat) {
   m_uParts = 0;
-  m_uFixed = WyLiteralRoom + 1;  // behind the last part: see WyCopyLiteral; the character after it
+  // Behind the last part: see WyCopyLiteral, and the character after it. UsualRoom is more than all
+  // of a WyShortText.
+  m_uFixed = WyLiteralRoom + 1;
   std::memcpy(m_szText, pszFormat, std::strlen(pszFormat) + 1);
   const char* psz = m_szText;
   do {
@@ -68,6 +70,7 @@ bool CWyParsedFormat::AddPart(const char*& psz) {
   const WyPlainConversion conversion(pszPercent + 1);
   part.kind = conversion.ArgumentKind();
   if (part.kind == Kind::None || conversion.uWidth > 0xFF) return false;
+  if (part.kind == Kind::Text && conversion.uWidth != 0) return false;
   part.uWidth = static_cast<std::uint8_t>(conversion.uWidth);
   psz = conversion.pszRest;
   return true;
@@ -103,7 +106,6 @@ inline char* CWyParsedFormat::WriteParts(char* pEnd, std::size_t uTexts, const C
       const std::size_t uLength = std::strlen(psz);
       if (uLength > uTexts) return nullptr;
       uTexts -= uLength;
-      for (std::size_t u = uLength; u < pPart->uWidth; ++u) *pEnd++ = ' ';
       pEnd = WyCopyText(pEnd, psz, uLength);
     } else if (pPart->kind != Kind::None) {
       pEnd = WriteNumberPart(pEnd, *pPart, args);
@@ -113,22 +115,22 @@ inline char* CWyParsedFormat::WriteParts(char* pEnd, std::size_t uTexts, const C
 }
 
 [[gnu::always_inline]] inline bool CWyParsedFormat::Write(CWyTextBuffer& text,
-                                                          std::string_view before, char cAfter,
+                                                          const WyShortText& before, char cAfter,
                                                           va_list args) const {
   if (m_uParts == 0) return false;
-  char* const pFirst = text.Room(UsualRoom);
-  if (pFirst == nullptr) return false;
+  if (!text.HasRoom(UsualRoom) && text.Room(UsualRoom) == nullptr) return false;
   const std::size_t uRoom = std::min(text.RoomLeft(), LongestText);
-  const std::size_t uFixed = before.size() + m_uFixed;
+  const std::size_t uFixed = before.uLength + m_uFixed;
   if (uFixed > uRoom) return false;
-  char* pEnd = WyCopyText(pFirst, before.data(), before.size());
-  pEnd = WriteParts(pEnd, uRoom - uFixed, text, args);
+  char* const pFirst = text.End();
+  std::memcpy(pFirst, before.szText, sizeof before.szText);
+  char* const pEnd = WriteParts(pFirst + before.uLength, uRoom - uFixed, text, args);
   if (pEnd == nullptr) {
     *pFirst = '\0';  // the end of the text, as it was
     return false;
   }
-  if (cAfter != '\0') *pEnd++ = cAfter;
-  text.AppendedUpTo(pEnd);
+  *pEnd = cAfter;
+  text.AppendedUpTo(pEnd + (cAfter != '\0' ? 1 : 0));
   return true;
 }
 
@@ -153,7 +155,7 @@ inline const CWyParsedFormat* CWyFormatMemo::Find(const char* pszFormat) {
 }
 
 // A copy of the arguments is read: the caller starts over with the first one if this is refused.
-bool CWyFormatMemo::Write(CWyTextBuffer& text, std::string_view before, const char* pszFormat,
+bool CWyFormatMemo::Write(CWyTextBuffer& text, const WyShortText& before, const char* pszFormat,
                           char cAfter, va_list args) {
   CWyFormatMemo* const pMemo = CWyThreadOwned<CWyFormatMemo>::Get();
   if (pMemo == nullptr) return false;

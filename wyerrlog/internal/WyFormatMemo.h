@@ -16,6 +16,14 @@
 
 class CWyTextBuffer;
 
+// A text that is copied as a whole: a fixed number of bytes needs no call, and no comparison.
+struct WyShortText {
+  char szText[2 * WyLiteralRoom];
+  std::size_t uLength;
+
+  std::string_view View() const { return {szText, uLength}; }
+};
+
 // One plain format in parsed form, or the text of one that is not plain.
 class CWyParsedFormat {
  public:
@@ -26,9 +34,9 @@ class CWyParsedFormat {
   // changes nothing, if the format is not plain, if there is no room in the message or the text may
   // have more than 4095 bytes, and if an argument lies in the message's own text; some of `args`
   // have been taken then.
-  bool Write(CWyTextBuffer& text, std::string_view before, char cAfter, va_list args) const;
+  bool Write(CWyTextBuffer& text, const WyShortText& before, char cAfter, va_list args) const;
 
-  static constexpr std::size_t LongestFormat = 191;  // bytes
+  static constexpr std::size_t LongestFormat = 187;  // bytes
 
  private:
   static constexpr std::size_t MaxParts = 12;
@@ -59,7 +67,7 @@ class CWyFormatMemo {
  public:
   // Writes a record as CWyParsedFormat::Write does. Returns false also for a format that is too
   // long to be remembered.
-  static bool Write(CWyTextBuffer& text, std::string_view before, const char* pszFormat,
+  static bool Write(CWyTextBuffer& text, const WyShortText& before, const char* pszFormat,
                     char cAfter, va_list args);
 
  private:

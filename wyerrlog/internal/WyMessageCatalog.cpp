@@ -54,7 +54,8 @@ bool AddComponent(CWyErrLogComponent& component, WyComponentTable& table) {
 // A plug-in that throws has no message: neither the exception nor its object may outlive the call,
 // since the library may be closed next.
 const char* KeyOf(CWyErrLogComponent& component, unsigned int uId) {
-  return WyCallPlugIn<const char*>(nullptr, [&] { return component.FetchMessage(uId); });
+  return WyCallPlugIn<const char*>(nullptr,
+                                   [&component, uId] { return component.FetchMessage(uId); });
 }
 
 }  // namespace

@@ -70,7 +70,7 @@ bool CWyMessageForm::Store(const char* pszLocale, const WyFoundMessage& found) {
   const std::size_t uParts =
       CWyMessageMemo::Internals().pfnParse(*m_pBundle, m_pszPattern, aParts, MaxParts);
   m_uSteps = 0;
-  m_uArguments = 0;
+  m_uArguments = 1;
   m_uMostUses = 0;
   std::for_each(aParts, aParts + uParts, [this](const WyPatternPart& part) { AddPart(part); });
   return uParts != 0;
@@ -122,7 +122,7 @@ inline char* CWyMessageForm::CopyHead(char* pTo) const {
 bool CWyMessageForm::AppendTo(CWyTextBuffer& text, const WyTextPiece* pArguments,
                               std::size_t uCount, std::size_t uSize) const {
   const std::size_t uMost = m_uPatternLength + m_uMostUses * uSize;
-  if (uCount == 0 || uCount < m_uArguments || uMost > LongestText ||
+  if (uCount < m_uArguments || uMost > LongestText ||
       !text.HasRoom(sizeof m_szHead + uMost + 1 + WyLiteralRoom)) {
     return AppendGrowing(text, pArguments, uCount);
   }

@@ -94,10 +94,12 @@ class CWyMessageForm {
   WyMessageOrigin m_origin{};
   CWyXlateBundle* m_pBundle = nullptr;  // null: an empty entry
   unsigned int m_uSkips = 0;            // messages that are not learned, after one that was refused
+  unsigned int m_uMostUses = 0;         // of one argument in the pattern
   const char* m_pszPattern = nullptr;
   std::size_t m_uPatternLength = 0;
-  unsigned int m_uMostUses = 0;  // of one argument in the pattern
-  std::size_t m_uArguments = 0;  // that the pattern needs: its highest index, plus one
+  // That the pattern needs: its highest index, plus one; at least one, since a call without
+  // arguments is another case.
+  std::size_t m_uArguments = 1;
   std::size_t m_uSteps = 0;
   std::size_t m_uHeadLength = 0;
   char m_szLocale[24];  // "sr_RS.UTF-8@latin", and some more
@@ -125,13 +127,10 @@ class CWyMessageMemo {
   }
   static const WyXlateInternals1& Internals() { return *s_pInternals; }
 
-  // Returns the form of the message; null if it is not remembered. Each identifier has two places,
-  // the second beside the first; numbers that follow one another get different ones.
-  const CWyMessageForm* Find(const WyMessageOrigin& origin, const char* pszLocale) const {
-    const std::size_t uPlace = PlaceOf(origin.uId);
-    if (m_forms[uPlace].Is(origin, pszLocale)) return &m_forms[uPlace];
-    return m_forms[uPlace ^ 1].Is(origin, pszLocale) ? &m_forms[uPlace ^ 1] : nullptr;
-  }
+  // Each identifier has two places, the second beside the first; numbers that follow one another
+  // get different ones. A form is in the first or, if it is not, in the second, or nowhere.
+  const CWyMessageForm& First(unsigned int uId) const { return m_forms[PlaceOf(uId)]; }
+  const CWyMessageForm& Second(unsigned int uId) const { return m_forms[PlaceOf(uId) ^ 1]; }
 
   // Remembers what a look-up has found, if it can, in one of the message's two places. Takes over
   // the reference to the bundle.

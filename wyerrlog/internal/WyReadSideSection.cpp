@@ -6,19 +6,6 @@
 
 #include <sched.h>
 
-namespace {
-
-// Threads take turns at the slots. A thread keeps the one it got first, so that its counter stays
-// in its processor's cache. Any distribution is correct: it only spreads the load.
-std::size_t SlotOfThisThread(std::size_t uSlots) {
-  static constinit std::atomic<std::size_t> s_uLastTurn{0};
-  static constinit thread_local std::size_t s_uTurn = 0;
-  if (s_uTurn == 0) s_uTurn = s_uLastTurn.fetch_add(1, std::memory_order_relaxed) + 1;
-  return s_uTurn % uSlots;
-}
-
-}  // namespace
-
 // A child has none of the threads that were inside, but for the one that forked: a Scope that this
 // one is in ends with a count below zero, which is why WaitForReaders compares with > 0.
 CWyReadSideSection::CWyReadSideSection()
@@ -32,15 +19,22 @@ CWyReadSideSection::CWyReadSideSection()
 
 CWyReadSideSection::~CWyReadSideSection() { CWyForkRegistry::Remove(*this); }
 
-CWyReadSideSection::Scope::Scope(CWyReadSideSection* pSection) : m_plReaders(nullptr) {
-  if (pSection == nullptr) return;
-  m_plReaders = &pSection->m_slots[SlotOfThisThread(pSection->m_slots.size())].lReaders;
-  m_plReaders->fetch_add(1, std::memory_order_seq_cst);
+namespace {
+
+constinit thread_local std::size_t t_uTurn = 0;
+
+[[gnu::noinline, gnu::cold]] std::size_t TakeTurn() {
+  static constinit std::atomic<std::size_t> s_uLastTurn{0};
+  return t_uTurn = s_uLastTurn.fetch_add(1, std::memory_order_relaxed) + 1;
 }
 
-CWyReadSideSection::Scope::~Scope() {
-  // Release: what the reader did with the data comes before the remover's look that finds it gone.
-  if (m_plReaders != nullptr) m_plReaders->fetch_sub(1, std::memory_order_release);
+}  // namespace
+
+// Threads take turns at the slots. A thread keeps the one it got first, so that its counter stays
+// in its processor's cache. Any distribution is correct: it only spreads the load. Not inlined: the
+// compiler would find the thread's number anew at each use, which is a call.
+[[gnu::noinline]] std::size_t CWyReadSideSection::TurnOfThisThread() {
+  return t_uTurn != 0 ? t_uTurn : TakeTurn();
 }
 
 // One slot after another: a reader that enters a slot already passed has found the data

@@ -23,8 +23,15 @@ class CWyReadSideSection : public CWyForkReset {
   class Scope {
    public:
     explicit Scope(CWyReadSideSection& section) : Scope(&section) {}
-    explicit Scope(CWyReadSideSection* pSection);  // null: no section, no effect
-    ~Scope();
+    explicit Scope(CWyReadSideSection* pSection)  // null: no section, no effect
+        : m_plReaders(pSection != nullptr ? &pSection->SlotOfThisThread().lReaders : nullptr) {
+      if (m_plReaders != nullptr) m_plReaders->fetch_add(1, std::memory_order_seq_cst);
+    }
+    // Release: what the reader did with the data comes before the remover's look that finds it
+    // gone.
+    ~Scope() {
+      if (m_plReaders != nullptr) m_plReaders->fetch_sub(1, std::memory_order_release);
+    }
     Scope(const Scope&) = delete;
     Scope& operator=(const Scope&) = delete;
 
@@ -41,6 +48,9 @@ class CWyReadSideSection : public CWyForkReset {
   struct alignas(64) Slot {
     std::atomic<long> lReaders{0};
   };
+  Slot& SlotOfThisThread() { return m_slots[TurnOfThisThread() % m_slots.size()]; }
+  static std::size_t TurnOfThisThread();
+
   // As many as threads usually read at once; more share slots.
   std::array<Slot, 16> m_slots;
 };

@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "wyerrlog/internal/WyThreadOwned.h"
 #include "wyerrlog/internal/WyTimeConversion.h"
 #include "wyerrlog/internal/WyTimeText.h"
 #include "wyerrlog/thread_utility.h"
@@ -78,5 +79,12 @@ bool CWyThreadStamp::WriteTime(time_t tSeconds, bool bLocal) {
   m_tSeconds = tSeconds;
   m_bLocal = bLocal;
   m_bUsualYear = 1000 - 1900 <= time.tm_year && time.tm_year <= 9999 - 1900;
+  return true;
+}
+
+bool CWyThreadStamp::AllocatePlaces() {
+  m_pPlaces = CWyThreadOwned<CWyPlaceMemo>::Get();
+  if (m_pPlaces == nullptr) return false;
+  m_pPlaces->SetUser(m_pPlaces);
   return true;
 }

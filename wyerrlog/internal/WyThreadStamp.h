@@ -1,9 +1,9 @@
 #ifndef WYERRLOG_INTERNAL_WYTHREADSTAMP_H
 #define WYERRLOG_INTERNAL_WYTHREADSTAMP_H
 
-// The process id, thread id, date and time of a record, as texts. Each thread caches its own: the
-// ids stay the same until a fork, date and time stay the same for a second, so nearly every record
-// copies the texts of the one before.
+// The process id, thread id, date and time of a record, and the place in the source, as texts. Each
+// thread caches its own: the ids stay the same until a fork, date and time stay the same for a
+// second, so nearly every record copies the texts of the one before.
 
 #include <sys/time.h>
 
@@ -13,6 +13,7 @@
 #include <string_view>
 
 #include "wyerrlog/internal/WyForkHandling.h"
+#include "wyerrlog/internal/WyPlaceMemo.h"
 
 class CWyThreadStamp {
  public:
@@ -58,6 +59,13 @@ class CWyThreadStamp {
   std::string_view TimeOfDay() const { return {m_szTime, TimeLength}; }  // "17:16:13"
   long Milliseconds() const { return m_lMicroseconds / 1000; }
 
+  // The text of a place in the source. Returns null for one that is too long to be remembered, and
+  // if there is no memory.
+  const CWyPlace* FindPlace(const char* pszPath, int iLine) {
+    if (m_pPlaces == nullptr && !AllocatePlaces()) return nullptr;
+    return m_pPlaces->Find(pszPath, iLine);
+  }
+
  private:
   static constexpr std::size_t TimeLength = 8;
 
@@ -70,12 +78,14 @@ class CWyThreadStamp {
   void WriteIds();
   bool ForgetTime();
   bool WriteTime(time_t tSeconds, bool bLocal);
+  bool AllocatePlaces();
 
   int m_iPid = 0;
   bool m_bLocal = false;
   bool m_bUsualYear = false;   // 1000 to 9999
   time_t m_tSeconds = NoTime;  // that the texts are of
   long m_lMicroseconds = 0;
+  CWyPlaceMemo* m_pPlaces = nullptr;  // the thread's; null: none yet
   std::size_t m_uPidLength = 0;
   std::size_t m_uIdsLength = 0;
   std::size_t m_uPrologLength = 0;

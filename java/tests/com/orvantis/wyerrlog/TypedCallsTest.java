@@ -305,11 +305,12 @@ final class TypedCallsTest {
     checkEqual(16_000, Arrays.stream(taken).sum());
     checkEqual(16_000, lines("many.log").size());
     check(!trace.isOn(), "off at the end");
+    // A value that is set between two configurations, while the trace is off, is not kept.
     List<String> strange = lines("many.trace")
                                .stream()
                                .filter(line
                                    -> !line.matches("(\\[(\u20ac|User|====)?\\])?"
-                                       + "\\[(\\d+|Message|=======)\\]"))
+                                       + "\\[(\\d+|Message|=======)?\\]"))
                                .toList();
     checkEqual(List.of(), strange);
   }
