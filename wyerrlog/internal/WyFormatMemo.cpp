@@ -54,7 +54,8 @@ std::uint16_t CWyParsedFormat::MostWithoutText(const Part& part) {
   return static_cast<std::uint16_t>(part.uLength + part.uWidth + (bNumber ? LongestNumber : 0));
 }
 
-// Takes one part from the format. Returns false if its conversion is not plain.
+// Takes one part from the format. Returns false if its conversion is not plain. A width for a text
+// is left to the general formatter: it is rare, and each text would be compared with it.
 bool CWyParsedFormat::AddPart(const char*& psz) {
   const char* const pszPercent = ::strchrnul(psz, '%');
   Part& part = m_parts[m_uParts++];
